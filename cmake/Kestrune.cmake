@@ -1,0 +1,78 @@
+# Shared compile settings and the two functions by which every folder declares itself.
+
+find_program(KESTRUNE_CCACHE ccache)
+if(KESTRUNE_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    # Precompiled headers are cached too; ccache wants these two told.
+    set(CMAKE_CXX_COMPILER_LAUNCHER
+        ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros
+        CCACHE_BASEDIR=${PROJECT_SOURCE_DIR} CCACHE_NOHASHDIR=1 ${KESTRUNE_CCACHE})
+endif()
+
+add_library(kestrune_options INTERFACE)
+target_compile_options(kestrune_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual
+    -ffp-contract=off) # results must not depend on fused multiply-add being there
+if(KESTRUNE_CCACHE AND KESTRUNE_PCH AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    target_compile_options(kestrune_options INTERFACE -fpch-preprocess)
+endif()
+if(KESTRUNE_WERROR)
+    target_compile_options(kestrune_options INTERFACE -Werror)
+endif()
+target_compile_definitions(kestrune_options INTERFACE
+    QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_FOREACH QT_NO_KEYWORDS
+    QT_DISABLE_DEPRECATED_BEFORE=0x060400)
+if(KESTRUNE_SANITIZE)
+    # Also for what is not linked to the options, so that no object escapes.
+    add_compile_options(-fsanitize=${KESTRUNE_SANITIZE} -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=${KESTRUNE_SANITIZE})
+    if(KESTRUNE_SANITIZE MATCHES "undefined")
+        add_compile_options(-fno-sanitize-recover=undefined)
+    endif()
+endif()
+
+function(kestrune_precompile target)
+    if(KESTRUNE_PCH)
+        target_precompile_headers(${target} PRIVATE ${ARGN})
+    endif()
+endfunction()
+
+# kestrune_add_library(kestrune_x ALIAS X SOURCES ... HEADERS ... LINKS ... [PRIVATE_LINKS ...] [PCH ...])
+function(kestrune_add_library name)
+    cmake_parse_arguments(arg "" "ALIAS" "SOURCES;HEADERS;LINKS;PRIVATE_LINKS;PCH" ${ARGN})
+    add_library(${name} STATIC ${arg_SOURCES})
+    add_library(Kestrune::${arg_ALIAS} ALIAS ${name})
+    target_sources(${name} PUBLIC FILE_SET HEADERS
+        BASE_DIRS ${PROJECT_SOURCE_DIR}/src FILES ${arg_HEADERS})
+    target_link_libraries(${name} PUBLIC ${arg_LINKS} PRIVATE kestrune_options ${arg_PRIVATE_LINKS})
+    # The header check compiles with the public settings only.
+    target_compile_features(${name} PUBLIC cxx_std_20)
+    if(arg_PCH)
+        kestrune_precompile(${name} ${arg_PCH})
+    endif()
+endfunction()
+
+# kestrune_add_test(tst_x APP core|gui|widgets SOURCES ... LINKS ... [ENVIRONMENT ...] [PCH ...])
+# One executable per folder; every test class registers itself with KESTRUNE_TEST.
+function(kestrune_add_test name)
+    cmake_parse_arguments(arg "" "APP;TIMEOUT" "SOURCES;LINKS;ENVIRONMENT;PCH" ${ARGN})
+    if(NOT arg_TIMEOUT)
+        set(arg_TIMEOUT 120)
+    endif()
+    string(TOUPPER "${arg_APP}" app)
+    add_executable(${name} ${arg_SOURCES} ${PROJECT_SOURCE_DIR}/tests/support/testmain.cpp)
+    target_compile_definitions(${name} PRIVATE KESTRUNE_TEST_APP_${app}
+        KESTRUNE_SOURCE_DIR="${PROJECT_SOURCE_DIR}" KESTRUNE_BIN_DIR="${CMAKE_RUNTIME_OUTPUT_DIRECTORY}")
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+    target_link_libraries(${name} PRIVATE ${arg_LINKS} Kestrune::TestSupport Qt6::Test kestrune_options)
+    if(app STREQUAL "GUI")
+        target_link_libraries(${name} PRIVATE Qt6::Gui)
+    elseif(app STREQUAL "WIDGETS")
+        target_link_libraries(${name} PRIVATE Qt6::Widgets)
+    endif()
+    if(arg_PCH)
+        kestrune_precompile(${name} ${arg_PCH})
+    endif()
+    add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT}
+        ENVIRONMENT "TZ=UTC;LC_ALL=C.UTF-8;LANG=C.UTF-8;QT_QPA_PLATFORM=offscreen;${arg_ENVIRONMENT}")
+endfunction()

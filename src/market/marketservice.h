@@ -1,0 +1,49 @@
+#pragma once
+
+#include "analysis/candle.h"
+#include "market/endpoints.h"
+#include "market/serviceerror.h"
+#include "platform/httpclient.h"
+
+#include <QCoroTask>
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+#include <vector>
+
+namespace kestrune {
+
+struct PriceResult
+{
+    double price = 0;
+    std::optional<double> change; ///< 24-hour change in percent
+};
+
+struct SymbolPrice
+{
+    QString symbol; ///< upper-case
+    std::optional<double> price;
+    std::optional<double> change; ///< percent
+};
+
+/// Crypto market data with silent fallback between exchanges. Stateless; calls may overlap freely, and the
+/// object may go away while they run (the HTTP client may not).
+class MarketService
+{
+public:
+    MarketService(HttpClient &http, Endpoints endpoints);
+
+    /// Candles oldest first, never empty; error 2 when all three sources failed.
+    [[nodiscard]] QCoro::Task<Result<CandleList>> fetchKlines(QString symbol, QString interval, int limit) const;
+    /// Perpetual contract price; error 1 when both sources failed.
+    [[nodiscard]] QCoro::Task<Result<PriceResult>> fetchPrice(QString symbol) const;
+    /// All at once; entries in order of completion, without a price where it could not be had.
+    [[nodiscard]] QCoro::Task<std::vector<SymbolPrice>> fetchPricesConcurrently(QStringList symbols) const;
+
+private:
+    HttpClient *m_http;
+    Endpoints m_endpoints;
+};
+
+} // namespace kestrune

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "analysis/candle.h"
+#include "market/endpoints.h"
+#include "market/serviceerror.h"
+#include "market/stockquote.h"
+#include "platform/clock.h"
+#include "platform/httpclient.h"
+
+#include <QCoroTask>
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+namespace kestrune {
+
+/// A-share and Hong Kong market data. Stateless; calls may overlap freely, and the object may go away
+/// while they run (the HTTP client and the clock may not).
+class StockMarketService
+{
+public:
+    StockMarketService(HttpClient &http, const Clock &clock, Endpoints endpoints);
+
+    /// Quotes by lower-case code; codes without an answer are missing, any failure gives none at all.
+    [[nodiscard]] QCoro::Task<StockQuotes> fetchQuotes(QStringList codes) const;
+    [[nodiscard]] QCoro::Task<std::optional<StockQuote>> fetchQuote(QString code) const;
+    /// Forward-adjusted candles oldest first, never empty; errors 2 to 5, or 0 for a transfer error.
+    [[nodiscard]] QCoro::Task<Result<CandleList>> fetchKlines(QString code, QString period, int count) const;
+
+private:
+    HttpClient *m_http;
+    const Clock *m_clock;
+    Endpoints m_endpoints;
+};
+
+} // namespace kestrune

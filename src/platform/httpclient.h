@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QByteArray>
+#include <QCoroTask>
+#include <QUrl>
+
+#include <optional>
+#include <vector>
+
+namespace kestrune {
+
+struct HttpHeader
+{
+    QByteArray name;
+    QByteArray value;
+};
+
+/// GET requests with the service time limits (8 s without progress, 10 s in all, bodies up to 4 MiB).
+class HttpClient
+{
+public:
+    HttpClient() = default;
+    HttpClient(const HttpClient &) = delete;
+    HttpClient &operator=(const HttpClient &) = delete;
+    /// Ends every open request; their waiters resume with nothing.
+    virtual ~HttpClient() = default;
+
+    /// The body, whatever the HTTP status said; nothing when the transfer failed. Any number of requests
+    /// may be open at once and none waits for another.
+    [[nodiscard]] virtual QCoro::Task<std::optional<QByteArray>> get(QUrl url,
+                                                                     std::vector<HttpHeader> headers) = 0;
+};
+
+} // namespace kestrune

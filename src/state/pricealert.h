@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+#include <optional>
+#include <vector>
+
+namespace kestrune {
+
+struct PriceAlert
+{
+    QString id;             ///< upper-case UUID text of 36 characters
+    double targetPrice = 0; ///< price to watch
+    bool above = false;     ///< fires at or above the target, else at or below it
+    QString symbol;         ///< instrument code it belongs to
+    QString label;          ///< text of its row
+    bool triggered = false; ///< fired and not yet acknowledged
+    std::optional<double> lastFiredAt; ///< last firing or acknowledgement, seconds since the epoch
+
+    [[nodiscard]] bool operator==(const PriceAlert &) const = default;
+};
+
+/// The stored JSON array of all alerts; absent when a number is not finite.
+[[nodiscard]] std::optional<QByteArray> encodeAlerts(const std::vector<PriceAlert> &alerts);
+/// Reads it back; absent as a whole when one element lacks a key or has a value of the wrong kind.
+[[nodiscard]] std::optional<std::vector<PriceAlert>> decodeAlerts(const QByteArray &json);
+
+} // namespace kestrune

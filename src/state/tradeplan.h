@@ -1,0 +1,70 @@
+#pragma once
+
+#include "market/marketsegment.h"
+#include "state/marginmode.h"
+
+#include <QLocale>
+#include <QString>
+
+#include <optional>
+
+namespace kestrune {
+
+// `long` and `short` are words of the language, hence the underscores.
+enum class TradeDirection { long_, short_ };
+[[nodiscard]] QString rawValue(TradeDirection direction); ///< "做多", "做空"
+[[nodiscard]] std::optional<TradeDirection> tradeDirectionFromRawValue(QStringView text);
+
+enum class TrendState { aligned, mixed, counter, breakout };
+[[nodiscard]] QString rawValue(TrendState state); ///< "顺大势", "震荡", "逆势", "单边"
+[[nodiscard]] std::optional<TrendState> trendStateFromRawValue(QStringView text);
+
+enum class PlanGrade { good, fair, poor };
+[[nodiscard]] QString rawValue(PlanGrade grade); ///< "划算", "一般", "不划算"
+[[nodiscard]] std::optional<PlanGrade> planGradeFromRawValue(QStringView text);
+
+/// What the settings contribute to every plan text.
+struct PlanSettings
+{
+    MarketSegment market = MarketSegment::crypto;
+    int decimals = 2;          ///< of price texts
+    double accountSize = 0;    ///< money, 0 when not set
+    double riskPctPerTrade = 0; ///< percent of the account lost at the stop
+    double leverage = 1;       ///< multiple
+    MarginMode marginMode = MarginMode::isolated;
+    QLocale locale = QLocale::system(); ///< groups amounts of money
+};
+
+/// A ready-to-read trade plan. Percentages in percent units, prices in the quote currency.
+struct TradePlan
+{
+    TradeDirection dir;
+    PlanGrade grade;
+    TrendState trend;
+    double entry;
+    std::optional<double> tp; ///< none for trend-run plans
+    double sl;
+    double tpPct;     ///< in the trade's favour, percent of entry; 0 for trend-run plans
+    double slPct;     ///< percent of entry
+    double netRR;     ///< net reward to risk after costs; 99 for trend-run plans
+    double trailStep; ///< price step of a trailed stop; 0 for zone plans
+    double costPct;   ///< round-trip cost, percent
+    QString headline;
+    QString detail;
+    QString tip; ///< advice, or the margin warning that replaces it
+    std::optional<QString> positionText;
+    std::optional<QString> sessionText;
+    std::optional<double> waitPrice;
+};
+
+/// A plan between two zones.
+[[nodiscard]] TradePlan makePlan(const PlanSettings &settings, TradeDirection dir, double entry, double tp,
+                                 double sl, double slPct, TrendState state, double cost,
+                                 const std::optional<QString> &sess, std::optional<double> waitPrice);
+
+/// A one-sided plan that lets profits run.
+[[nodiscard]] TradePlan makeTrendRunPlan(const PlanSettings &settings, TradeDirection dir, double entry,
+                                         double sl, double atr, double cost,
+                                         const std::optional<QString> &sess);
+
+} // namespace kestrune
