@@ -1,0 +1,31 @@
+# shellcheck shell=bash
+# Debian packages by purpose, and their installation. Sourced by the other scripts.
+
+build_packages=(g++ cmake ninja-build ccache qt6-base-dev libqt6svg6-dev qt6-multimedia-dev qcoro-qt6-dev
+    libexpected-dev libsimdjson-dev zlib1g-dev libxcb1-dev pkg-config)
+run_packages=(fonts-noto-core fonts-noto-mono fonts-noto-cjk fonts-noto-color-emoji)
+# shellcheck disable=SC2034 # used by the scripts that source this file
+test_packages=(python3 xvfb xauth dbus openssl)
+# shellcheck disable=SC2034
+check_packages=(clang-format clang-tidy shellcheck)
+# shellcheck disable=SC2034
+bench_packages=(libbenchmark-dev)
+
+# Installs those of the named packages that are missing, with sudo when not root.
+install_missing() {
+    local missing=() package
+    for package in "$@"; do
+        dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'install ok installed' || missing+=("$package")
+    done
+    [ ${#missing[@]} -eq 0 ] && return 0
+    if ! command -v apt-get >/dev/null; then
+        echo "Missing: ${missing[*]} (no apt-get here, please install them by hand)" >&2
+        return 1
+    fi
+    local as_root=()
+    [ "$(id -u)" -eq 0 ] || as_root=(sudo)
+    echo "Installing ${missing[*]}"
+    "${as_root[@]}" apt-get update -qq
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+}

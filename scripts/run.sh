@@ -1,0 +1,27 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds a release and starts the program with the given arguments.
+set -euo pipefail
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+# shellcheck source=scripts/packages.sh
+. "$root/scripts/packages.sh"
+
+install_missing "${build_packages[@]}" "${run_packages[@]}"
+# Configured and built quietly: standard output belongs to the program.
+(cd "$root" && cmake --preset release >/dev/null)
+cmake --build "$root/build/release" --target kestrune-bar kestrune-replay >&2
+
+arguments=("$@")
+demo=false
+snapshot=false
+for argument in "$@"; do
+    [ "$argument" = --demo ] && demo=true
+    case $argument in --snapshot | --help | --version) snapshot=true ;; esac
+done
+if $demo && ! $snapshot && [ -z "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
+    # Nothing to show a bar on: leave a picture of the demo market behind instead.
+    arguments+=(--snapshot snapshot)
+    "$root/build/release/bin/kestrune-bar" "${arguments[@]}"
+    echo "Snapshot of the demo market written to $PWD/snapshot"
+    exit 0
+fi
+exec "$root/build/release/bin/kestrune-bar" ${arguments[@]+"${arguments[@]}"}

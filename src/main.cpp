@@ -1,0 +1,96 @@
+#include "platform/demomarket.h"
+#include "platform/jsonpreferences.h"
+#include "platform/qthttpclient.h"
+#include "platform/quietattention.h"
+#include "platform/systemclock.h"
+#include "snapshot/commandline.h"
+#include "snapshot/snapshotmode.h"
+
+#include <QGuiApplication>
+
+#include <cstdio>
+
+namespace {
+
+using namespace kestrune;
+using namespace Qt::Literals::StringLiterals;
+
+constexpr int usageError = 2;
+
+int fail(const QString &line, int status)
+{
+    std::fprintf(stderr, "kestrune-bar: %s\n", line.toUtf8().constData());
+    return status;
+}
+
+QStringList argumentsAfterName(int argc, char **argv)
+{
+    QStringList arguments;
+    for (int i = 1; i < argc; ++i)
+        arguments.append(QString::fromLocal8Bit(argv[i]));
+    return arguments;
+}
+
+bool hasDisplay()
+{
+    return qEnvironmentVariableIsSet("DISPLAY") || qEnvironmentVariableIsSet("WAYLAND_DISPLAY")
+           || qEnvironmentVariableIsSet("QT_QPA_PLATFORM");
+}
+
+/// Where this run's settings live; the demo market's are kept apart from the real ones.
+QString settingsFolder(bool demo)
+{
+    const QString folder = JsonPreferences::defaultFolder();
+    return demo ? folder + u"/demo"_s : folder;
+}
+
+int runSnapshot(const SnapshotMode::Config &config, const AppState::Dependencies &dependencies)
+{
+    SnapshotMode snapshot(config, dependencies);
+    QObject::connect(&snapshot, &SnapshotMode::finished, qApp, &QCoreApplication::quit);
+    snapshot.run();
+    return QCoreApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const QStringList arguments = argumentsAfterName(argc, argv);
+    const CommandLine line = parseCommandLine(arguments);
+    if (line.help || line.version) {
+        std::fputs(line.help ? helpText().toUtf8().constData() : "kestrune-bar " KESTRUNE_VERSION "\n", stdout);
+        return 0;
+    }
+    if (line.error)
+        return fail(*line.error, usageError);
+
+    const auto config = SnapshotMode::parse(arguments);
+    if (config)
+        qputenv("QT_QPA_PLATFORM", "offscreen"); // whatever display there is
+    else if (!hasDisplay())
+        return fail(u"no display; --snapshot DIR works without one"_s, 1);
+
+    QGuiApplication application(argc, argv);
+    QCoreApplication::setApplicationName(u"kestrune-bar"_s);
+    QCoreApplication::setApplicationVersion(QStringLiteral(KESTRUNE_VERSION));
+
+    std::unique_ptr<DemoMarket> demo;
+    if (line.demo) {
+        auto started = DemoMarket::start(QCoreApplication::applicationDirPath() + u"/kestrune-replay"_s);
+        if (!started)
+            return fail(started.error(), usageError);
+        demo = std::move(*started);
+    }
+    const auto server = demo ? std::optional(demo->address()) : line.marketServer;
+
+    SystemClock clock;
+    JsonPreferences preferences(settingsFolder(line.demo));
+    QtHttpClient cryptoHttp;
+    QtHttpClient stockHttp;
+    QuietAttention attention;
+    const AppState::Dependencies dependencies{
+        cryptoHttp, stockHttp, clock, preferences, attention,
+        server ? Endpoints::via(*server) : Endpoints::live()};
+    return config ? runSnapshot(*config, dependencies) : fail(u"interactive start is not built yet"_s, 1);
+}

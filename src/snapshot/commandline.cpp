@@ -1,0 +1,78 @@
+#include "snapshot/commandline.h"
+
+#include "market/endpoints.h"
+
+namespace kestrune {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+bool takesValue(const QString &argument)
+{
+    static const QStringList options{u"--snapshot"_s, u"--symbol"_s, u"--market"_s, u"--timeframe"_s,
+                                     u"--market-server"_s};
+    return options.contains(argument);
+}
+
+void readMarketServer(CommandLine &line, const QString &value)
+{
+    if (line.marketServer)
+        return; // the first one counts, as with every option
+    QString base = value;
+    while (base.endsWith(u'/'))
+        base.chop(1);
+    const auto url = requestUrl(base);
+    if (!url || url->hasQuery() || url->hasFragment()) {
+        line.error = u"--market-server wants an http or https address with a host, not \"%1\""_s.arg(value);
+        return;
+    }
+    line.marketServer = base;
+}
+
+} // namespace
+
+CommandLine parseCommandLine(const QStringList &arguments)
+{
+    CommandLine line;
+    for (qsizetype i = 0; i < arguments.size(); ++i) {
+        const QString &argument = arguments[i];
+        const bool last = i + 1 == arguments.size();
+        if (argument == u"--help") {
+            line.help = true;
+        } else if (argument == u"--version") {
+            line.version = true;
+        } else if (argument == u"--demo") {
+            line.demo = true;
+        } else if (argument == u"--market-server" && last) {
+            if (!line.marketServer)
+                line.error = u"--market-server wants an address"_s;
+        } else if (takesValue(argument) && !last) {
+            ++i;
+            if (argument == u"--market-server" && !line.error)
+                readMarketServer(line, arguments[i]);
+        }
+    }
+    if (line.demo && line.marketServer && !line.error)
+        line.error = u"--demo and --market-server exclude each other"_s;
+    return line;
+}
+
+QString helpText()
+{
+    return uR"(Usage: kestrune-bar [options]
+
+Live price, support and resistance in the status bar: crypto perpetuals, China A-shares, Hong Kong stocks.
+
+  --snapshot DIR        write the analysis of one instrument into DIR and exit
+  --market SEGMENT      加密, A股 or 港股 (with --snapshot)
+  --symbol CODE         instrument, for example BTC, sh600519, hk00700 (with --snapshot)
+  --timeframe LABEL     1H, 4H, 日线, 周线 or 月线 (with --snapshot)
+  --demo                use a simulated market instead of live data; settings are kept apart
+  --market-server URL   send every market request to this address instead of the public ones
+  --help                print this text
+  --version             print the version
+)"_s;
+}
+
+} // namespace kestrune

@@ -1,0 +1,112 @@
+#include "snapshot/snapshotdata.h"
+
+#include <QDateTime>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTimeZone>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+
+namespace kestrune {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr std::size_t zonesPerSide = 3;
+
+QJsonArray signalObjects(const std::vector<TimeframeSignal> &snapshot)
+{
+    QJsonArray array;
+    for (const TimeframeSignal &signal : snapshot) {
+        array.append(QJsonObject{{u"label"_s, signal.label},
+                                 {u"signal"_s, rawValue(signal.signal)},
+                                 {u"score"_s, signal.score},
+                                 {u"reason"_s, signal.reason}});
+    }
+    return array;
+}
+
+QJsonArray zoneObjects(const std::vector<Zone> &zones)
+{
+    QJsonArray array;
+    for (const Zone &zone : zones) {
+        QJsonArray sources;
+        for (const QString &source : zone.sources)
+            sources.append(source);
+        array.append(QJsonObject{{u"price"_s, zone.mid},
+                                 {u"distPct"_s, zone.distPct},
+                                 {u"strength"_s, zone.strength},
+                                 {u"confirm"_s, zone.confirm},
+                                 {u"golden"_s, zone.isGolden},
+                                 {u"sources"_s, sources}});
+    }
+    return array;
+}
+
+bool allFinite(const QJsonValue &value)
+{
+    if (value.isDouble())
+        return std::isfinite(value.toDouble());
+    if (value.isArray())
+        return std::ranges::all_of(value.toArray(), [](const QJsonValue &entry) { return allFinite(entry); });
+    if (value.isObject()) {
+        const QJsonObject object = value.toObject();
+        return std::ranges::all_of(object.keys(),
+                                   [&](const QString &key) { return allFinite(object.value(key)); });
+    }
+    return true;
+}
+
+QString isoTime(Instant instant)
+{
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(instant).time_since_epoch().count();
+    return QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC).toString(Qt::ISODate);
+}
+
+} // namespace
+
+std::vector<Zone> topZones(std::span<const Zone> zones, QStringView type, std::size_t count)
+{
+    std::vector<Zone> kept;
+    std::ranges::copy_if(zones, std::back_inserter(kept), [&](const Zone &zone) { return zone.type == type; });
+    std::ranges::stable_sort(kept, [](const Zone &a, const Zone &b) {
+        return a.confirm != b.confirm ? a.confirm > b.confirm : std::abs(a.distPct) < std::abs(b.distPct);
+    });
+    if (kept.size() > count)
+        kept.erase(kept.begin() + std::ptrdiff_t(count), kept.end());
+    const bool farthestFirst = type == u"resistance";
+    std::ranges::stable_sort(kept, [farthestFirst](const Zone &a, const Zone &b) {
+        return farthestFirst ? std::abs(a.distPct) > std::abs(b.distPct)
+                             : std::abs(a.distPct) < std::abs(b.distPct);
+    });
+    return kept;
+}
+
+std::optional<QByteArray> snapshotSummary(const AppState &state, Instant generatedAt)
+{
+    const QJsonObject summary{
+        {u"generatedAt"_s, isoTime(generatedAt)},
+        {u"symbol"_s, state.coinSymbol()},
+        {u"displayName"_s, state.displayName()},
+        {u"market"_s, rawValue(state.market())},
+        {u"timeframe"_s, state.timeframe()},
+        {u"headerTitle"_s, state.headerTitle()},
+        {u"price"_s, state.price().value_or(state.zonePrice())},
+        {u"changePct"_s, state.changePct().value_or(0)},
+        {u"decimals"_s, state.decimals()},
+        {u"conclusion"_s, state.snapshotConclusion()},
+        {u"signals"_s, signalObjects(state.snapshot())},
+        {u"resistance"_s, zoneObjects(topZones(state.zones(), u"resistance", zonesPerSide))},
+        {u"support"_s, zoneObjects(topZones(state.zones(), u"support", zonesPerSide))},
+        {u"tradingView"_s, state.tradingViewSymbol()},
+    };
+    if (!allFinite(summary))
+        return std::nullopt; // QJsonDocument would write null
+    return QJsonDocument(summary).toJson(QJsonDocument::Indented);
+}
+
+} // namespace kestrune

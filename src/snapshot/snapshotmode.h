@@ -1,0 +1,58 @@
+#pragma once
+
+#include "state/appstate.h"
+
+#include <QCoroTask>
+#include <QObject>
+#include <QStringList>
+
+#include <memory>
+#include <optional>
+
+namespace kestrune {
+
+/// The headless run: loads one instrument, waits until its data are there or a deadline passes, writes the
+/// analysis into a directory and ends. Nothing that fails on the way is reported.
+class SnapshotMode final : public QObject
+{
+    Q_OBJECT
+public:
+    struct Config
+    {
+        QString dir;                      ///< output directory, verbatim
+        std::optional<QString> symbol;    ///< instrument code
+        std::optional<QString> market;    ///< segment raw value
+        std::optional<QString> timeframe; ///< timeframe label
+
+        [[nodiscard]] bool operator==(const Config &) const = default;
+    };
+
+    /// Absent without "--snapshot" and a directory after it: an interactive start. Takes the arguments
+    /// after the program's name; the first occurrence of each option counts, wherever it stands.
+    [[nodiscard]] static std::optional<Config> parse(const QStringList &arguments);
+
+    /// Creates its own state.
+    SnapshotMode(Config config, const AppState::Dependencies &dependencies);
+
+    /// Returns at once; finished() follows when the output is written.
+    void run();
+
+    [[nodiscard]] AppState &state() { return *m_state; }
+
+Q_SIGNALS:
+    void finished();
+
+private:
+    void applyConfig();
+    [[nodiscard]] bool ready() const;
+    static QCoro::Task<> refresh(std::shared_ptr<AppState> state);
+    [[nodiscard]] QCoro::Task<> waitUntilReady(Instant deadline);
+    void capture() const;
+    void writeJSON() const;
+
+    Config m_config;
+    Clock &m_clock;
+    std::shared_ptr<AppState> m_state;
+};
+
+} // namespace kestrune

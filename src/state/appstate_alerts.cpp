@@ -1,0 +1,144 @@
+#include "state/appstate.h"
+
+#include "analysis/priceformat.h"
+#include "state/alertrules.h"
+
+#include <QUuid>
+
+#include <algorithm>
+
+using namespace std::chrono_literals;
+
+namespace kestrune {
+
+std::vector<PriceAlert> AppState::currentAlerts() const
+{
+    std::vector<PriceAlert> own;
+    std::ranges::copy_if(alerts(), std::back_inserter(own),
+                         [this](const PriceAlert &alert) { return alert.symbol == coinSymbol(); });
+    return own;
+}
+
+bool AppState::alertActive() const { return anyTriggered(alerts(), coinSymbol()); }
+
+bool AppState::hasAlert(double target) const
+{
+    return std::ranges::any_of(
+        alerts(), [&](const PriceAlert &alert) { return matches(alert, target, coinSymbol()); });
+}
+
+void AppState::addAlert(double target, std::optional<QString> label, std::optional<bool> above)
+{
+    std::vector<PriceAlert> changed = alerts();
+    changed.push_back({.id = QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper(),
+                       .targetPrice = target,
+                       .above = above.value_or(defaultDirection(price(), target)),
+                       .symbol = coinSymbol(),
+                       .label = label ? std::move(*label) : u"手动 "_s + fmtP(target, decimals()),
+                       .triggered = false,
+                       .lastFiredAt = std::nullopt});
+    alerts = std::move(changed);
+    saveAlerts();
+    evaluateAlerts();
+}
+
+void AppState::toggleZoneAlert(const Zone &zone)
+{
+    const auto present = std::ranges::find_if(
+        alerts(), [&](const PriceAlert &alert) { return matches(alert, zone.mid, coinSymbol()); });
+    if (present != alerts().end()) {
+        removeAlert(present->id);
+        return;
+    }
+    const bool resistance = zone.type == u"resistance";
+    addAlert(zone.mid, (resistance ? u"阻力 "_s : u"支撑 "_s) + fmtP(zone.mid, decimals()), resistance);
+}
+
+void AppState::removeAlert(const QString &id)
+{
+    std::vector<PriceAlert> changed = alerts();
+    std::erase_if(changed, [&](const PriceAlert &alert) { return alert.id == id; });
+    alerts = std::move(changed);
+    saveAlerts();
+}
+
+void AppState::dismissAlert(const QString &id)
+{
+    std::vector<PriceAlert> changed = alerts();
+    const auto alert = std::ranges::find(changed, id, &PriceAlert::id);
+    if (alert == changed.end())
+        return;
+    alert->triggered = false;
+    alert->lastFiredAt = epochSeconds(m_dependencies.clock.now()); // starts the cooldown
+    alerts = std::move(changed);
+    saveAlerts();
+}
+
+// deliberate: firing and re-arming are not saved; the stored form changes only with the user's operations.
+void AppState::evaluateAlerts()
+{
+    if (!price())
+        return;
+    auto result = evaluate(alerts(), coinSymbol(), *price(), epochSeconds(m_dependencies.clock.now()));
+    if (!result)
+        return;
+    alerts = std::move(result->alerts);
+    if (result->fired)
+        playAlertSound();
+    startAlertPulseIfNeeded();
+}
+
+void AppState::addPlanAlerts(const TradePlan &plan)
+{
+    const bool isLong = plan.dir == TradeDirection::long_;
+    if (plan.tp)
+        addAlert(*plan.tp, u"止盈 "_s + fmtP(*plan.tp, decimals()), isLong);
+    addAlert(plan.sl, u"止损 "_s + fmtP(plan.sl, decimals()), !isLong);
+}
+
+void AppState::saveAlerts()
+{
+    if (const auto json = encodeAlerts(alerts()))
+        m_dependencies.preferences.setData(u"ks_alerts"_s, *json);
+}
+
+void AppState::playAlertSound()
+{
+    // Queued, so that several firings of one pass are over before the one sound starts.
+    QMetaObject::invokeMethod(
+        this, [this] { m_dependencies.attention.playAlertSound(); }, Qt::QueuedConnection);
+}
+
+// The loop runs only while there is something to count: an idle program is never woken for it.
+void AppState::startAlertPulseIfNeeded()
+{
+    if (alertPulseTask || !(alertActive() || pulsePhase() != 0))
+        return;
+    startLoop(alertPulseTask, &AppState::alertPulseLoop);
+}
+
+bool AppState::advanceAlertPulse()
+{
+    if (alertActive())
+        pulsePhase = pulsePhase() + 1;
+    else if (pulsePhase() != 0)
+        pulsePhase = 0;
+    return pulsePhase() != 0;
+}
+
+QCoro::Task<> AppState::alertPulseLoop(Weak weak, Clock *clock, std::stop_token stop)
+{
+    while (!stop.stop_requested()) {
+        if (!co_await clock->sleep(400ms, stop))
+            co_return;
+        const auto state = weak.lock();
+        if (!state)
+            co_return;
+        if (!state->advanceAlertPulse() && !stop.stop_requested()) {
+            state->alertPulseTask.reset();
+            co_return;
+        }
+    }
+}
+
+} // namespace kestrune

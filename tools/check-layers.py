@@ -1,0 +1,73 @@
+#!/usr/bin/env python3
+"""Checks that every folder includes only what it may: the direction of knowledge, as data."""
+import pathlib
+import re
+import sys
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+
+# Folder: (own folders it may include, Qt and library headers it must never include)
+GUI = r"Q(?:Gui|Widget|Image|Pixmap|Painter|Color|Font|Icon|Window|Screen|Application)\b|QtWidgets|QtGui"
+NETWORK = r"Q(?:Network|Tcp|Ssl|Udp|Local(?:Server|Socket))\w*|QtNetwork"
+JSON_LIBRARY = r"simdjson"
+LAYERS = {
+    "analysis": ({"analysis"}, [GUI, NETWORK, r"QCoro", JSON_LIBRARY]),
+    "platform": ({"platform"}, [GUI, JSON_LIBRARY]),
+    "market": ({"market", "platform", "analysis"}, [GUI, NETWORK]),
+    "state": ({"state", "market", "platform", "analysis"}, [GUI, NETWORK, JSON_LIBRARY]),
+    "panel": ({"panel", "state", "market/marketsegment.h", "analysis", "platform/clock.h", "platform/async.h"},
+              [NETWORK, JSON_LIBRARY]),
+    "statusbar": ({"statusbar", "panel", "state", "market/marketsegment.h", "market/marketservice.h", "analysis",
+                   "platform"},
+                  [JSON_LIBRARY, r"QMediaDevices|QSoundEffect|QtMultimedia"]),
+    "snapshot": ({"snapshot", "panel", "state", "market", "platform", "analysis"}, [NETWORK, JSON_LIBRARY]),
+    "sound": ({"sound", "platform/attention.h", "platform/soundplugin.h"}, [NETWORK, JSON_LIBRARY]),
+}
+REPLAY = ({"replay", "analysis"}, [GUI, JSON_LIBRARY])
+INCLUDE = re.compile(r'^\s*#\s*include\s+(?:"([^"]+)"|<([^>]+)>)')
+
+
+def allowed(target: str, own: set[str]) -> bool:
+    return target in own or target.split("/")[0] in own
+
+
+def check(path: pathlib.Path, own: set[str], banned: list[str]) -> list[str]:
+    faults = []
+    for number, line in enumerate(path.read_text(encoding="utf-8").splitlines(), 1):
+        match = INCLUDE.match(line)
+        if not match:
+            continue
+        target = match.group(1) or match.group(2)
+        where = f"{path.relative_to(ROOT)}:{number}: {target}"
+        if match.group(1) and "/" in target and not allowed(target, own):
+            faults.append(f"{where}: this folder must not know that one")
+        if any(re.match(pattern, target) for pattern in banned):
+            # simdjson is the market's own affair, inside its sources.
+            faults.append(f"{where}: not in this layer")
+        if target == "simdjson.h" and path.suffix == ".h":
+            faults.append(f"{where}: only inside sources")
+    return faults
+
+
+def main() -> int:
+    faults = []
+    seen = 0
+    folders = [p for p in sorted((ROOT / "src").iterdir()) if p.is_dir()]
+    for folder in folders:
+        if folder.name not in LAYERS:
+            faults.append(f"src/{folder.name}: not in the table of layers")
+            continue
+        for path in sorted(folder.rglob("*.cpp")) + sorted(folder.rglob("*.h")):
+            seen += 1
+            faults += check(path, *LAYERS[folder.name])
+    for path in sorted((ROOT / "replay").glob("*.cpp")) + sorted((ROOT / "replay").glob("*.h")):
+        seen += 1
+        faults += check(path, *REPLAY)
+    if seen == 0:
+        faults.append("no sources found")
+    print("\n".join(faults) if faults else f"{seen} files, layers as agreed")
+    return 1 if faults else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
