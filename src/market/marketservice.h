@@ -35,7 +35,8 @@ public:
     MarketService(HttpClient &http, Endpoints endpoints);
 
     /// Candles oldest first, never empty; error 2 when all three sources failed.
-    [[nodiscard]] QCoro::Task<Result<CandleList>> fetchKlines(QString symbol, QString interval, int limit) const;
+    [[nodiscard]] QCoro::Task<Result<CandleList>> fetchKlines(QString symbol, QString interval,
+                                                              int limit) const;
     /// Perpetual contract price; error 1 when both sources failed.
     [[nodiscard]] QCoro::Task<Result<PriceResult>> fetchPrice(QString symbol) const;
     /// All at once; entries in order of completion, without a price where it could not be had.

@@ -19,10 +19,10 @@ struct StockQuote
     double open = 0;
     double high = 0;
     double low = 0;
-    double volume = 0;    ///< in the source's own unit, 0 when missing
-    double change = 0;    ///< against the previous close
-    double changePct = 0; ///< percent
-    std::optional<double> limitUp;   ///< daily price limits, A-shares only
+    double volume = 0;             ///< in the source's own unit, 0 when missing
+    double change = 0;             ///< against the previous close
+    double changePct = 0;          ///< percent
+    std::optional<double> limitUp; ///< daily price limits, A-shares only
     std::optional<double> limitDown;
     Instant updatedAt; ///< when the answer was parsed
 
