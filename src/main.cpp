@@ -33,8 +33,8 @@ QStringList argumentsAfterName(int argc, char **argv)
 
 bool hasDisplay()
 {
-    return qEnvironmentVariableIsSet("DISPLAY") || qEnvironmentVariableIsSet("WAYLAND_DISPLAY")
-           || qEnvironmentVariableIsSet("QT_QPA_PLATFORM");
+    return qEnvironmentVariableIsSet("DISPLAY") || qEnvironmentVariableIsSet("WAYLAND_DISPLAY") ||
+           qEnvironmentVariableIsSet("QT_QPA_PLATFORM");
 }
 
 /// Where this run's settings live; the demo market's are kept apart from the real ones.
@@ -59,7 +59,8 @@ int main(int argc, char **argv)
     const QStringList arguments = argumentsAfterName(argc, argv);
     const CommandLine line = parseCommandLine(arguments);
     if (line.help || line.version) {
-        std::fputs(line.help ? helpText().toUtf8().constData() : "kestrune-bar " KESTRUNE_VERSION "\n", stdout);
+        std::fputs(line.help ? helpText().toUtf8().constData() : "kestrune-bar " KESTRUNE_VERSION "\n",
+                   stdout);
         return 0;
     }
     if (line.error)
@@ -90,7 +91,7 @@ int main(int argc, char **argv)
     QtHttpClient stockHttp;
     QuietAttention attention;
     const AppState::Dependencies dependencies{
-        cryptoHttp, stockHttp, clock, preferences, attention,
-        server ? Endpoints::via(*server) : Endpoints::live()};
+        cryptoHttp,  stockHttp, clock,
+        preferences, attention, server ? Endpoints::via(*server) : Endpoints::live()};
     return config ? runSnapshot(*config, dependencies) : fail(u"interactive start is not built yet"_s, 1);
 }

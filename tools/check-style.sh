@@ -10,17 +10,17 @@ fault() {
 files=$(git ls-files --cached --others --exclude-standard)
 texts=$(grep -E '\.(cpp|h|py|sh|cmake|txt|md|json|qrc|svg|xml|desktop)$' <<<"$files")
 
-hits=$(tr '\n' '\0' <<<"$texts" | xargs -0 grep -lI $'\r' 2>/dev/null) && fault "carriage returns:" "$hits"
-hits=$(grep -E '\.(cpp|h|py|sh|cmake)$' <<<"$files" | tr '\n' '\0' | xargs -0 grep -nI $'\t') && fault "tabs:" "$hits"
-hits=$(tr '\n' '\0' <<<"$texts" | xargs -0 grep -nIE '[[:space:]]+$') && fault "trailing blanks:" "$hits"
-hits=$(grep -E '\.(cpp|h)$' <<<"$files" | tr '\n' '\0' | xargs -0 grep -nE '\b(TODO|FIXME|XXX)\b') && fault "unfinished:" "$hits"
+hits=$(tr '\n' '\0' <<<"$texts" | xargs -0 grep -lI $'\r' 2>/dev/null); [ -n "$hits" ] && fault "carriage returns:" "$hits"
+hits=$(grep -E '\.(cpp|h|py|sh|cmake)$' <<<"$files" | tr '\n' '\0' | xargs -0 grep -nI $'\t'); [ -n "$hits" ] && fault "tabs:" "$hits"
+hits=$(tr '\n' '\0' <<<"$texts" | xargs -0 grep -nIE '[[:space:]]+$'); [ -n "$hits" ] && fault "trailing blanks:" "$hits"
+hits=$(grep -E '\.(cpp|h)$' <<<"$files" | tr '\n' '\0' | xargs -0 grep -nE '\b(TODO|FIXME|XXX)\b'); [ -n "$hits" ] && fault "unfinished:" "$hits"
 # Own code starts no threads; whatever waits does so on the event loop.
 hits=$(grep -E '^(src|replay)/.*\.(cpp|h)$' <<<"$files" | tr '\n' '\0' |
-    xargs -0 grep -nE 'std::(jthread|thread|async)\b|QThread::create|QThreadPool|QtConcurrent|pthread_create') && fault "threads:" "$hits"
+    xargs -0 grep -nE 'std::(jthread|thread|async)\b|QThread::create|QThreadPool|QtConcurrent|pthread_create'); [ -n "$hits" ] && fault "threads:" "$hits"
 hits=$(grep -E '^src/.*\.(cpp|h)$' <<<"$files" | tr '\n' '\0' |
-    xargs -0 grep -nE 'QCoro::waitFor|QEventLoop|processEvents|\bsleep_for\b') && fault "blocking waits:" "$hits"
-hits=$(grep -E '\.(cpp|h)$' <<<"$files" | tr '\n' '\0' | xargs -0 grep -nE '#include <(QtCore|QtGui|QtWidgets|QtNetwork)>') && fault "aggregate includes:" "$hits"
-hits=$(grep -E '\.h$' <<<"$files" | tr '\n' '\0' | xargs -0 grep -L '#pragma once') && fault "no include guard:" "$hits"
+    xargs -0 grep -nE 'QCoro::waitFor|QEventLoop|processEvents|\bsleep_for\b'); [ -n "$hits" ] && fault "blocking waits:" "$hits"
+hits=$(grep -E '\.(cpp|h)$' <<<"$files" | tr '\n' '\0' | xargs -0 grep -nE '#include <(QtCore|QtGui|QtWidgets|QtNetwork)>'); [ -n "$hits" ] && fault "aggregate includes:" "$hits"
+hits=$(grep -E '\.h$' <<<"$files" | tr '\n' '\0' | xargs -0 grep -L '#pragma once'); [ -n "$hits" ] && fault "no include guard:" "$hits"
 
 while read -r file; do
     [ -f "$file" ] || continue

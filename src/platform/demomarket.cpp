@@ -27,7 +27,8 @@ tl::expected<std::unique_ptr<DemoMarket>, QString> DemoMarket::start(const QStri
         const auto left = startLimitMs - elapsed.elapsed();
         if (left <= 0 || !process.waitForReadyRead(int(left))) {
             return tl::unexpected(u"cannot start the demo market: %1 %2"_s.arg(
-                program, process.state() == QProcess::Running ? u"does not answer"_s : process.errorString()));
+                program,
+                process.state() == QProcess::Running ? u"does not answer"_s : process.errorString()));
         }
     }
     const QString address = QString::fromUtf8(process.readLine()).trimmed();

@@ -72,7 +72,8 @@ QString isoTime(Instant instant)
 std::vector<Zone> topZones(std::span<const Zone> zones, QStringView type, std::size_t count)
 {
     std::vector<Zone> kept;
-    std::ranges::copy_if(zones, std::back_inserter(kept), [&](const Zone &zone) { return zone.type == type; });
+    std::ranges::copy_if(zones, std::back_inserter(kept),
+                         [&](const Zone &zone) { return zone.type == type; });
     std::ranges::stable_sort(kept, [](const Zone &a, const Zone &b) {
         return a.confirm != b.confirm ? a.confirm > b.confirm : std::abs(a.distPct) < std::abs(b.distPct);
     });

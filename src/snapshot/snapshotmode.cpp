@@ -36,11 +36,8 @@ std::optional<SnapshotMode::Config> SnapshotMode::parse(const QStringList &argum
 }
 
 SnapshotMode::SnapshotMode(Config config, const AppState::Dependencies &dependencies)
-    : m_config(std::move(config))
-    , m_clock(dependencies.clock)
-    , m_state(AppState::create(dependencies))
-{
-}
+    : m_config(std::move(config)), m_clock(dependencies.clock), m_state(AppState::create(dependencies))
+{}
 
 void SnapshotMode::run()
 {
@@ -62,7 +59,10 @@ void SnapshotMode::applyConfig()
         m_state->setTimeframe(*m_config.timeframe);
 }
 
-QCoro::Task<> SnapshotMode::refresh(std::shared_ptr<AppState> state) { co_await state->refreshAll(); }
+QCoro::Task<> SnapshotMode::refresh(std::shared_ptr<AppState> state)
+{
+    co_await state->refreshAll();
+}
 
 bool SnapshotMode::ready() const
 {
@@ -78,7 +78,8 @@ QCoro::Task<> SnapshotMode::waitUntilReady(Instant deadline)
     if (!co_await m_clock.sleep(settlingTime))
         co_return;
     capture();
-    Q_EMIT finished();
+    Q_EMIT
+    finished();
 }
 
 void SnapshotMode::capture() const

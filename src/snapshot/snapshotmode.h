@@ -46,7 +46,7 @@ private:
     void applyConfig();
     [[nodiscard]] bool ready() const;
     static QCoro::Task<> refresh(std::shared_ptr<AppState> state);
-    [[nodiscard]] QCoro::Task<> waitUntilReady(Instant deadline);
+    QCoro::Task<> waitUntilReady(Instant deadline);
     void capture() const;
     void writeJSON() const;
 

@@ -24,8 +24,7 @@ AppState::AppState(Private, const Dependencies &dependencies)
     , coinList(pickerSymbols(MarketSegment::crypto))
     , cnList(pickerSymbols(MarketSegment::cn))
     , hkList(pickerSymbols(MarketSegment::hk))
-{
-}
+{}
 
 AppState::~AppState()
 {
@@ -106,27 +105,35 @@ QCoro::Task<> AppState::firstLaunchHint(Weak weak, Clock *clock)
     if (!co_await clock->sleep(800ms))
         co_return;
     if (const auto state = weak.lock())
-        state->m_dependencies.attention.inform(
-            u"Kestrune Bar 已启动"_s,
-            u"这是一个菜单栏应用，没有 Dock 图标。\n\n"
-            u"请查看屏幕右上角菜单栏，点击价格数字即可展开撑压面板。\n\n"
-            u"如果状态栏图标被折叠，可点击菜单栏最左侧的 ⌃ 展开。"_s,
-            u"知道了"_s);
+        state->m_dependencies.attention.inform(u"Kestrune Bar 已启动"_s,
+                                               u"这是一个菜单栏应用，没有 Dock 图标。\n\n"
+                                               u"请查看屏幕右上角菜单栏，点击价格数字即可展开撑压面板。\n\n"
+                                               u"如果状态栏图标被折叠，可点击菜单栏最左侧的 ⌃ 展开。"_s,
+                                               u"知道了"_s);
 }
 
 const QStringList &AppState::symbolList() const
 {
     switch (market()) {
-    case MarketSegment::crypto: return coinList;
-    case MarketSegment::cn: return cnList;
-    case MarketSegment::hk: return hkList;
+    case MarketSegment::crypto:
+        return coinList;
+    case MarketSegment::cn:
+        return cnList;
+    case MarketSegment::hk:
+        return hkList;
     }
     Q_UNREACHABLE();
 }
 
-double AppState::tick() const { return isStock() ? 0.01 : 0; }
+double AppState::tick() const
+{
+    return isStock() ? 0.01 : 0;
+}
 
-double AppState::tradeCostPct() const { return kestrune::tradeCostPct(market()); }
+double AppState::tradeCostPct() const
+{
+    return kestrune::tradeCostPct(market());
+}
 
 QString AppState::displayName() const
 {
@@ -135,15 +142,24 @@ QString AppState::displayName() const
     return bareCode(coinSymbol()).toUpper();
 }
 
-QString AppState::tradingViewSymbol() const { return kestrune::tradingViewSymbol(coinSymbol(), market()); }
+QString AppState::tradingViewSymbol() const
+{
+    return kestrune::tradingViewSymbol(coinSymbol(), market());
+}
 
-QString AppState::tradingViewInterval() const { return kestrune::tradingViewInterval(timeframe()); }
+QString AppState::tradingViewInterval() const
+{
+    return kestrune::tradingViewInterval(timeframe());
+}
 
 std::optional<QUrl> AppState::tradingViewURL() const
 {
     return tradingViewUrl(coinSymbol(), market(), timeframe());
 }
 
-const QStringList &AppState::blingSymbols() const { return kestrune::blingSymbols(market()); }
+const QStringList &AppState::blingSymbols() const
+{
+    return kestrune::blingSymbols(market());
+}
 
 } // namespace kestrune

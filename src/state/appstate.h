@@ -73,10 +73,13 @@ private:
     void store(const QString &key, MarketSegment value) { store(key, rawValue(value)); }
     void store(const QString &key, MarginMode value) { store(key, rawValue(value)); }
     /// Did-set action of a persisted field.
-    [[nodiscard]] auto stored(const QString &key)
+    struct Stored
     {
-        return [this, key](const auto &value) { store(key, value); };
-    }
+        AppState *state;
+        QString key;
+        void operator()(const auto &value) const { state->store(key, value); }
+    };
+    [[nodiscard]] Stored stored(const QString &key) { return {this, key}; }
 
     Dependencies m_dependencies;
     MarketService m_marketService;
@@ -86,18 +89,18 @@ public:
     // Prices in the quote currency, percentages in percent units.
     const QStringList coinList, cnList, hkList; ///< instruments in picker order
 
-    Published<QString> coinSymbol{*this, u"ETH"_s}; ///< stored by setCoin and setMarket only
-    Published<std::optional<double>> price{*this};  ///< live price
+    Published<QString> coinSymbol{*this, u"ETH"_s};    ///< stored by setCoin and setMarket only
+    Published<std::optional<double>> price{*this};     ///< live price
     Published<std::optional<double>> changePct{*this}; ///< 24 h for crypto, day for stocks
     Published<int> decimals{*this, 2};                 ///< of every price text of the instrument
     Published<MarketSegment> market{*this, MarketSegment::crypto, stored(u"ks_market"_s)};
     Published<std::optional<StockQuote>> stockQuote{*this};
-    Published<double> accountSize{*this, 0, stored(u"ks_account_size"_s)};    ///< money, 0 when not set
-    Published<double> riskPctPerTrade{*this, 1.0, stored(u"ks_risk_pct"_s)};  ///< percent of the account
-    Published<double> leverage{*this, 10.0, stored(u"ks_leverage"_s)};        ///< multiple
+    Published<double> accountSize{*this, 0, stored(u"ks_account_size"_s)};   ///< money, 0 when not set
+    Published<double> riskPctPerTrade{*this, 1.0, stored(u"ks_risk_pct"_s)}; ///< percent of the account
+    Published<double> leverage{*this, 10.0, stored(u"ks_leverage"_s)};       ///< multiple
     Published<MarginMode> marginMode{*this, MarginMode::isolated, stored(u"ks_margin_mode"_s)};
-    Published<std::optional<double>> selectedZonePrice{*this}; ///< `mid` of the picked zone
-    Published<std::optional<QString>> selectedZoneType{*this}; ///< its type
+    Published<std::optional<double>> selectedZonePrice{*this};          ///< `mid` of the picked zone
+    Published<std::optional<QString>> selectedZoneType{*this};          ///< its type
     Published<QString> timeframe{*this, u"日线"_s, stored(u"ks_tf"_s)}; ///< one of timeframeOptions()
     Published<std::vector<Zone>> zones{*this};
     Published<double> zonePrice{*this};              ///< price that `zones` were built against

@@ -19,12 +19,15 @@ std::vector<PriceAlert> AppState::currentAlerts() const
     return own;
 }
 
-bool AppState::alertActive() const { return anyTriggered(alerts(), coinSymbol()); }
+bool AppState::alertActive() const
+{
+    return anyTriggered(alerts(), coinSymbol());
+}
 
 bool AppState::hasAlert(double target) const
 {
-    return std::ranges::any_of(
-        alerts(), [&](const PriceAlert &alert) { return matches(alert, target, coinSymbol()); });
+    return std::ranges::any_of(alerts(),
+                               [&](const PriceAlert &alert) { return matches(alert, target, coinSymbol()); });
 }
 
 void AppState::addAlert(double target, std::optional<QString> label, std::optional<bool> above)

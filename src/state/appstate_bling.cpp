@@ -17,7 +17,10 @@ std::vector<SymbolPrice> placeholders(const QStringList &codes)
 
 } // namespace
 
-void AppState::toggleBlingMode() { blingMode = !blingMode(); }
+void AppState::toggleBlingMode()
+{
+    blingMode = !blingMode();
+}
 
 void AppState::blingModeDidChange(bool on)
 {
@@ -37,7 +40,10 @@ void AppState::blingModeDidChange(bool on)
     miniMode = true; // deliberate: leaving always lands in the compact title, whatever it was before
 }
 
-void AppState::showBlingPlaceholders() { multiPrices = placeholders(blingSymbols()); }
+void AppState::showBlingPlaceholders()
+{
+    multiPrices = placeholders(blingSymbols());
+}
 
 QCoro::Task<> AppState::refreshBlingPrices()
 {
@@ -66,9 +72,15 @@ void AppState::refreshBlingIfNeeded()
     runInBackground(&AppState::refreshBlingPrices);
 }
 
-void AppState::startBlingTimer() { startLoop(blingTask, &AppState::blingLoop); }
+void AppState::startBlingTimer()
+{
+    startLoop(blingTask, &AppState::blingLoop);
+}
 
-void AppState::startBlingPulse() { startLoop(blingPulseTask, &AppState::blingPulseLoop); }
+void AppState::startBlingPulse()
+{
+    startLoop(blingPulseTask, &AppState::blingPulseLoop);
+}
 
 void AppState::stopBlingPulse()
 {

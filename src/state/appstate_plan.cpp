@@ -25,7 +25,10 @@ std::optional<QString> AppState::sessionWarning() const
     return kestrune::sessionWarning(market(), m_dependencies.clock.now());
 }
 
-std::optional<TradePlan> AppState::tradePlan() const { return kestrune::tradePlan(planInputs()); }
+std::optional<TradePlan> AppState::tradePlan() const
+{
+    return kestrune::tradePlan(planInputs());
+}
 
 std::optional<TradePlan> AppState::planForEntry(double entry, TradeDirection dir) const
 {

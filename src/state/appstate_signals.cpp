@@ -36,11 +36,20 @@ BarSignal AppState::barSignal() const
     return kestrune::barSignal(nearestBuyDistPct(), nearestSellDistPct(), signalThreshold());
 }
 
-QString AppState::statusSymbol() const { return kestrune::statusSymbol(barSignal()); }
+QString AppState::statusSymbol() const
+{
+    return kestrune::statusSymbol(barSignal());
+}
 
-NamedColor AppState::statusColor() const { return kestrune::statusColor(barSignal()); }
+NamedColor AppState::statusColor() const
+{
+    return kestrune::statusColor(barSignal());
+}
 
-QString AppState::statusText() const { return kestrune::statusText(barSignal()); }
+QString AppState::statusText() const
+{
+    return kestrune::statusText(barSignal());
+}
 
 QString AppState::menuTitle() const
 {
@@ -55,7 +64,10 @@ QString AppState::headerTitle() const
     return displayName() + u" · "_s + rawValue(market());
 }
 
-QString AppState::dataSourceNote() const { return u"仅供学习参考，不构成投资建议。"_s; }
+QString AppState::dataSourceNote() const
+{
+    return u"仅供学习参考，不构成投资建议。"_s;
+}
 
 QStringList AppState::snapshotLabels() const
 {
@@ -115,18 +127,39 @@ void AppState::fillMarketContext(const CandleList &candles)
     ctxVWAP = readings.vwap;
 }
 
-QString AppState::trendText() const { return trendVerdict(price(), ctxVegas(), ctxEMA200()).text; }
+QString AppState::trendText() const
+{
+    return trendVerdict(price(), ctxVegas(), ctxEMA200()).text;
+}
 
-NamedColor AppState::trendColor() const { return trendVerdict(price(), ctxVegas(), ctxEMA200()).color; }
+NamedColor AppState::trendColor() const
+{
+    return trendVerdict(price(), ctxVegas(), ctxEMA200()).color;
+}
 
-QString AppState::rsiText() const { return rsiVerdict(ctxRSI()).text; }
+QString AppState::rsiText() const
+{
+    return rsiVerdict(ctxRSI()).text;
+}
 
-NamedColor AppState::rsiColor() const { return rsiVerdict(ctxRSI()).color; }
+NamedColor AppState::rsiColor() const
+{
+    return rsiVerdict(ctxRSI()).color;
+}
 
-QString AppState::macdText() const { return macdVerdict(ctxMACDHist()).text; }
+QString AppState::macdText() const
+{
+    return macdVerdict(ctxMACDHist()).text;
+}
 
-NamedColor AppState::macdColor() const { return macdVerdict(ctxMACDHist()).color; }
+NamedColor AppState::macdColor() const
+{
+    return macdVerdict(ctxMACDHist()).color;
+}
 
-QString AppState::atrText() const { return atrReadout(ctxATR(), price(), decimals()); }
+QString AppState::atrText() const
+{
+    return atrReadout(ctxATR(), price(), decimals());
+}
 
 } // namespace kestrune

@@ -4,13 +4,18 @@
 
 namespace kestrune {
 
-void PublishedField::willChange() const { m_owner.announce(this); }
+void PublishedField::willChange() const
+{
+    m_owner.announce(this);
+}
 
 void ObservableObject::announce(const PublishedField *field)
 {
     Q_ASSERT_X(QThread::currentThread() == thread(), "ObservableObject", "written outside its own thread");
-    Q_EMIT objectWillChange();
-    Q_EMIT fieldWillChange(field);
+    Q_EMIT
+    objectWillChange();
+    Q_EMIT
+    fieldWillChange(field);
 }
 
 void ObservableObject::onChange(const PublishedField &field, QObject *context, std::function<void()> reaction)

@@ -55,8 +55,7 @@ public:
 
     explicit Published(ObservableObject &owner, T initial = {}, DidSet didSet = {})
         : PublishedField(owner), m_value(std::move(initial)), m_didSet(std::move(didSet))
-    {
-    }
+    {}
 
     [[nodiscard]] const T &operator()() const { return m_value; }
 
