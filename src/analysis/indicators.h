@@ -20,7 +20,8 @@ namespace kestrune {
 /// Last element of emaSeries.
 [[nodiscard]] std::optional<double> ema(std::span<const double> values, int period);
 
-/// Average true range as a plain mean of the last `period` true ranges (deliberately not Wilder's), price units.
+/// Average true range as a plain mean of the last `period` true ranges (deliberately not Wilder's), price
+/// units.
 [[nodiscard]] std::optional<double> atr(std::span<const Candle> candles, int period = 14);
 
 /// Relative strength index 0 to 100 with Wilder's smoothing (Wilder, New Concepts in Technical Trading

@@ -38,17 +38,17 @@ struct Zone
     Zone(double lo, double hi, double mid, TextList names, double distPct = 0, int confirm = 0,
          bool isGolden = false, QString type = {}, QString strength = {}, TextList sources = {});
 
-    QUuid id;           ///< fresh for every constructed zone; never matched across rebuilds
-    double lo;          ///< lower edge, price
-    double hi;          ///< upper edge, price
-    double mid;         ///< centre of the band
-    TextList names;     ///< labels of the merged levels ("R1", "Fib 0.618", "前高", "量能POC")
-    double distPct;     ///< signed distance of `mid` from the price in percent, positive above it
-    int confirm;        ///< number of contributing levels
-    bool isGolden;      ///< some label contains "0.618"
-    QString type;       ///< "support", "resistance" or "current"
-    QString strength;   ///< distance tier, for example "强阻力"
-    TextList sources;   ///< tags "pivot", "fib", "swing", "vol", one per level in merge order
+    QUuid id;         ///< fresh for every constructed zone; never matched across rebuilds
+    double lo;        ///< lower edge, price
+    double hi;        ///< upper edge, price
+    double mid;       ///< centre of the band
+    TextList names;   ///< labels of the merged levels ("R1", "Fib 0.618", "前高", "量能POC")
+    double distPct;   ///< signed distance of `mid` from the price in percent, positive above it
+    int confirm;      ///< number of contributing levels
+    bool isGolden;    ///< some label contains "0.618"
+    QString type;     ///< "support", "resistance" or "current"
+    QString strength; ///< distance tier, for example "强阻力"
+    TextList sources; ///< tags "pivot", "fib", "swing", "vol", one per level in merge order
 };
 
 /// The seven classic floor-pivot levels of one completed bar, prices.
