@@ -1,0 +1,35 @@
+#include "support/fakeclock.h"
+
+#include "support/eventloop.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace kestrune::test {
+
+QCoro::Task<bool> FakeClock::sleep(std::chrono::milliseconds duration, std::stop_token stop)
+{
+    return m_sleepers.sleepUntil(m_elapsed + std::max(duration, std::chrono::milliseconds(0)),
+                                 std::move(stop));
+}
+
+void FakeClock::advance(std::chrono::milliseconds duration)
+{
+    const auto target = m_elapsed + duration;
+    drainEvents();
+    for (auto next = m_sleepers.earliest(); next && *next <= target; next = m_sleepers.earliest()) {
+        passTo(std::max(*next, m_elapsed));
+        m_sleepers.wakeOne(m_elapsed);
+        drainEvents();
+    }
+    passTo(target);
+    drainEvents();
+}
+
+void FakeClock::passTo(std::chrono::nanoseconds elapsed)
+{
+    m_now += std::chrono::duration_cast<Instant::duration>(elapsed - m_elapsed);
+    m_elapsed = elapsed;
+}
+
+} // namespace kestrune::test

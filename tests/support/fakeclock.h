@@ -1,0 +1,36 @@
+#pragma once
+
+#include "platform/clock.h"
+#include "platform/sleepqueue.h"
+
+namespace kestrune::test {
+
+/// A clock that stands still until the test moves it. It starts at 2026-01-05T08:30:00Z, a Monday.
+/// Declare it after whatever its sleepers write to: going away, it wakes them with false.
+class FakeClock final : public Clock
+{
+public:
+    [[nodiscard]] Instant now() const override { return m_now; }
+    [[nodiscard]] QCoro::Task<bool> sleep(std::chrono::milliseconds duration,
+                                          std::stop_token stop = {}) override;
+
+    /// Lets time pass: wakes each sleeper at its own instant, in the order of the deadlines (equal ones in
+    /// the order of their arrival), also those that begin to sleep meanwhile, and delivers all waiting
+    /// events before the first, between two and after the last.
+    void advance(std::chrono::milliseconds duration);
+
+    /// Sets the wall clock, as a user or a time server would, also backwards. Sleepers do not notice.
+    void setNow(Instant instant) { m_now = instant; }
+
+    /// How many coroutines sleep now, stopped ones that have not been woken yet included.
+    [[nodiscard]] int sleeperCount() const { return static_cast<int>(m_sleepers.size()); }
+
+private:
+    void passTo(std::chrono::nanoseconds elapsed);
+
+    Instant m_now = Instant(std::chrono::seconds(1767601800));
+    std::chrono::nanoseconds m_elapsed{0};
+    SleepQueue m_sleepers;
+};
+
+} // namespace kestrune::test
