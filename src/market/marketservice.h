@@ -2,6 +2,7 @@
 
 #include "analysis/candle.h"
 #include "market/endpoints.h"
+#include "market/priceresult.h"
 #include "market/serviceerror.h"
 #include "platform/httpclient.h"
 
@@ -13,12 +14,6 @@
 #include <vector>
 
 namespace kestrune {
-
-struct PriceResult
-{
-    double price = 0;
-    std::optional<double> change; ///< 24-hour change in percent
-};
 
 struct SymbolPrice
 {
@@ -35,8 +30,8 @@ public:
     MarketService(HttpClient &http, Endpoints endpoints);
 
     /// Candles oldest first, never empty; error 2 when all three sources failed.
-    [[nodiscard]] QCoro::Task<Result<CandleList>> fetchKlines(QString symbol, QString interval,
-                                                              int limit) const;
+    [[nodiscard]] QCoro::Task<Result<CandleList>>
+    fetchKlines(QString symbol, QString interval = QStringLiteral("1d"), int limit = 200) const;
     /// Perpetual contract price; error 1 when both sources failed.
     [[nodiscard]] QCoro::Task<Result<PriceResult>> fetchPrice(QString symbol) const;
     /// All at once; entries in order of completion, without a price where it could not be had.

@@ -26,7 +26,8 @@ public:
     [[nodiscard]] QCoro::Task<StockQuotes> fetchQuotes(QStringList codes) const;
     [[nodiscard]] QCoro::Task<std::optional<StockQuote>> fetchQuote(QString code) const;
     /// Forward-adjusted candles oldest first, never empty; errors 2 to 5, or 0 for a transfer error.
-    [[nodiscard]] QCoro::Task<Result<CandleList>> fetchKlines(QString code, QString period, int count) const;
+    [[nodiscard]] QCoro::Task<Result<CandleList>>
+    fetchKlines(QString code, QString period = QStringLiteral("day"), int count = 320) const;
 
 private:
     HttpClient *m_http;
