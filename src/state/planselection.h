@@ -12,9 +12,9 @@ namespace kestrune {
 struct PlanInputs
 {
     PlanSettings settings;
-    std::optional<double> price;        ///< live price
-    std::span<const Zone> zones;        ///< in list order
-    std::optional<double> atr;          ///< price units
+    std::optional<double> price; ///< live price
+    std::span<const Zone> zones; ///< in list order
+    std::optional<double> atr;   ///< price units
     std::span<const TimeframeSignal> snapshot;
     std::optional<QString> sessionWarning;
 };

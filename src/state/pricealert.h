@@ -10,12 +10,12 @@ namespace kestrune {
 
 struct PriceAlert
 {
-    QString id;             ///< upper-case UUID text of 36 characters
-    double targetPrice = 0; ///< price to watch
-    bool above = false;     ///< fires at or above the target, else at or below it
-    QString symbol;         ///< instrument code it belongs to
-    QString label;          ///< text of its row
-    bool triggered = false; ///< fired and not yet acknowledged
+    QString id;                        ///< upper-case UUID text of 36 characters
+    double targetPrice = 0;            ///< price to watch
+    bool above = false;                ///< fires at or above the target, else at or below it
+    QString symbol;                    ///< instrument code it belongs to
+    QString label;                     ///< text of its row
+    bool triggered = false;            ///< fired and not yet acknowledged
     std::optional<double> lastFiredAt; ///< last firing or acknowledgement, seconds since the epoch
 
     [[nodiscard]] bool operator==(const PriceAlert &) const = default;

@@ -27,10 +27,10 @@ enum class PlanGrade { good, fair, poor };
 struct PlanSettings
 {
     MarketSegment market = MarketSegment::crypto;
-    int decimals = 2;          ///< of price texts
-    double accountSize = 0;    ///< money, 0 when not set
+    int decimals = 2;           ///< of price texts
+    double accountSize = 0;     ///< money, 0 when not set
     double riskPctPerTrade = 0; ///< percent of the account lost at the stop
-    double leverage = 1;       ///< multiple
+    double leverage = 1;        ///< multiple
     MarginMode marginMode = MarginMode::isolated;
     QLocale locale = QLocale::system(); ///< groups amounts of money
 };
@@ -56,6 +56,9 @@ struct TradePlan
     std::optional<QString> sessionText;
     std::optional<double> waitPrice;
 };
+
+/// What is left of the reward after costs for one unit of risk and costs; `slPct` and `cost` in percent.
+[[nodiscard]] double netRewardToRisk(TradeDirection dir, double entry, double tp, double slPct, double cost);
 
 /// A plan between two zones.
 [[nodiscard]] TradePlan makePlan(const PlanSettings &settings, TradeDirection dir, double entry, double tp,

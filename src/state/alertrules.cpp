@@ -1,0 +1,77 @@
+#include "state/alertrules.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace kestrune {
+
+namespace {
+
+constexpr double cooldownSeconds = 120;
+
+enum class Change { none, fires, rearms };
+
+/// What one check does to an alert of the watched instrument.
+Change changeOf(const PriceAlert &alert, double price, double now)
+{
+    // Level, not crossing: being at or beyond the target at the moment of the check is enough.
+    const bool hit = alert.above ? alert.targetPrice <= price : price <= alert.targetPrice;
+    if (!hit)
+        return alert.triggered ? Change::rearms : Change::none;
+    if (alert.triggered)
+        return Change::none;
+    // A clock that stepped back makes this negative: silent until it has caught up.
+    const double elapsed = alert.lastFiredAt ? now - *alert.lastFiredAt : std::numeric_limits<double>::max();
+    return elapsed > cooldownSeconds ? Change::fires : Change::none;
+}
+
+} // namespace
+
+bool matches(const PriceAlert &alert, double price, QStringView symbol)
+{
+    return std::abs(alert.targetPrice - price) < 1e-9 && alert.symbol == symbol;
+}
+
+std::optional<AlertEvaluation> evaluate(const std::vector<PriceAlert> &alerts, QStringView symbol,
+                                        double price, double now)
+{
+    if (!std::isfinite(price))
+        return std::nullopt;
+    const auto changes = [&](const PriceAlert &alert) {
+        return alert.symbol == symbol && changeOf(alert, price, now) != Change::none;
+    };
+    // Nearly every tick changes nothing, and then nothing is copied.
+    const auto first = std::find_if(alerts.begin(), alerts.end(), changes);
+    if (first == alerts.end())
+        return std::nullopt;
+
+    AlertEvaluation result{alerts, false};
+    for (auto alert = result.alerts.begin() + (first - alerts.begin()); alert != result.alerts.end();
+         ++alert) {
+        if (alert->symbol != symbol)
+            continue;
+        const Change change = changeOf(*alert, price, now);
+        if (change == Change::none)
+            continue;
+        alert->triggered = change == Change::fires;
+        if (change == Change::fires) {
+            alert->lastFiredAt = now;
+            result.fired = true;
+        }
+    }
+    return result;
+}
+
+bool defaultDirection(std::optional<double> price, double target)
+{
+    return price.value_or(target) < target;
+}
+
+bool anyTriggered(std::span<const PriceAlert> alerts, QStringView symbol)
+{
+    return std::any_of(alerts.begin(), alerts.end(),
+                       [&](const PriceAlert &alert) { return alert.triggered && alert.symbol == symbol; });
+}
+
+} // namespace kestrune

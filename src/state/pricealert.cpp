@@ -1,0 +1,94 @@
+#include "state/pricealert.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <cmath>
+
+using namespace Qt::StringLiterals;
+
+namespace kestrune {
+
+namespace {
+
+// Some 80 000 alerts. A larger text does not come from this program, and parsing it would hold up the start.
+constexpr qsizetype maxStoredBytes = 16 * 1024 * 1024;
+
+bool isStorable(const PriceAlert &alert)
+{
+    return std::isfinite(alert.targetPrice) && (!alert.lastFiredAt || std::isfinite(*alert.lastFiredAt));
+}
+
+QJsonObject toJson(const PriceAlert &alert)
+{
+    QJsonObject object{
+        {u"id"_s, alert.id},       {u"targetPrice"_s, alert.targetPrice},
+        {u"above"_s, alert.above}, {u"symbol"_s, alert.symbol},
+        {u"label"_s, alert.label}, {u"triggered"_s, alert.triggered},
+    };
+    if (alert.lastFiredAt)
+        object.insert(u"lastFiredAt"_s, *alert.lastFiredAt);
+    return object;
+}
+
+std::optional<PriceAlert> fromJson(const QJsonValue &element)
+{
+    if (!element.isObject())
+        return std::nullopt;
+    const QJsonObject object = element.toObject();
+    const QJsonValue id = object.value("id"_L1);
+    const QJsonValue targetPrice = object.value("targetPrice"_L1);
+    const QJsonValue above = object.value("above"_L1);
+    const QJsonValue symbol = object.value("symbol"_L1);
+    const QJsonValue label = object.value("label"_L1);
+    const QJsonValue triggered = object.value("triggered"_L1);
+    const QJsonValue lastFiredAt = object.value("lastFiredAt"_L1);
+    const bool kindsFit = id.isString() && targetPrice.isDouble() && above.isBool() && symbol.isString() &&
+                          label.isString() && triggered.isBool();
+    // A null stands for an absent optional.
+    const bool everFired = !lastFiredAt.isUndefined() && !lastFiredAt.isNull();
+    if (!kindsFit || (everFired && !lastFiredAt.isDouble()))
+        return std::nullopt;
+
+    PriceAlert alert{id.toString(),    targetPrice.toDouble(), above.toBool(), symbol.toString(),
+                     label.toString(), triggered.toBool(),     std::nullopt};
+    if (everFired)
+        alert.lastFiredAt = lastFiredAt.toDouble();
+    return alert;
+}
+
+} // namespace
+
+std::optional<QByteArray> encodeAlerts(const std::vector<PriceAlert> &alerts)
+{
+    QJsonArray array;
+    for (const PriceAlert &alert : alerts) {
+        if (!isStorable(alert))
+            return std::nullopt;
+        array.append(toJson(alert));
+    }
+    return QJsonDocument(array).toJson(QJsonDocument::Compact);
+}
+
+std::optional<std::vector<PriceAlert>> decodeAlerts(const QByteArray &json)
+{
+    if (json.size() > maxStoredBytes)
+        return std::nullopt;
+    // The parser bounds the nesting itself, and refuses bad UTF-8 and numbers beyond a double.
+    const QJsonDocument document = QJsonDocument::fromJson(json);
+    if (!document.isArray())
+        return std::nullopt;
+    const QJsonArray array = document.array();
+    std::vector<PriceAlert> alerts;
+    alerts.reserve(static_cast<std::size_t>(array.size()));
+    for (const QJsonValue element : array) {
+        std::optional<PriceAlert> alert = fromJson(element);
+        if (!alert)
+            return std::nullopt;
+        alerts.push_back(std::move(*alert));
+    }
+    return alerts;
+}
+
+} // namespace kestrune
