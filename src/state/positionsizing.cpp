@@ -6,6 +6,7 @@
 #include <QStringBuilder>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 using namespace Qt::StringLiterals;
@@ -16,24 +17,53 @@ namespace {
 
 constexpr double maintenanceMargin = 0.005; // share of the position
 
-/// Groups digits that no integer type holds, as the locale groups the ones that fit.
-QString groupedDigits(QStringView digits, const QLocale &locale)
+/// How a locale writes whole numbers, read off samples. Qt 6.4 itself loses the leading separator where
+/// single leading digits stand alone in short numbers only (Spanish 1234, but 1.234.567), and ends at 64
+/// bits.
+struct WholeNumberStyle
 {
-    // Eighteen ones, cut at the separators, show the lowest group and the repeated higher one.
-    const QString separator = locale.groupSeparator();
-    const QStringList sample = locale.toString(111'111'111'111'111'111LL).split(separator);
-    if (separator.isEmpty() || sample.size() < 3)
-        return digits.toString();
-    const qsizetype lowest = sample.constLast().size();
-    const qsizetype higher = sample[sample.size() - 2].size();
-    qsizetype head = digits.size() - lowest;
-    QString grouped = digits.sliced(head).toString();
-    while (head > 0) {
-        const qsizetype length = std::min(higher, head);
-        head -= length;
-        grouped = digits.sliced(head, length) % separator % grouped;
+    explicit WholeNumberStyle(const QLocale &used) : locale(used), separator(used.groupSeparator())
+    {
+        for (int digit = 0; digit < 10; ++digit)
+            digits[static_cast<std::size_t>(digit)] = used.toString(digit);
+        const QStringList groups = used.toString(111'111'111'111'111'111LL).split(separator);
+        const qsizetype digitSize = digits[1].size();
+        if (!separator.isEmpty() && groups.size() > 2) {
+            lowest = groups.constLast().size() / digitSize;
+            higher = groups[groups.size() - 2].size() / digitSize;
+            minLeading = used.toString(1111).contains(separator) ? 1 : 2;
+        }
     }
-    return grouped;
+
+    [[nodiscard]] QString text(QStringView asciiDigits) const
+    {
+        const bool grouped = lowest > 0 && asciiDigits.size() - lowest >= minLeading;
+        QString result;
+        result.reserve(2 * asciiDigits.size());
+        for (qsizetype i = 0; i < asciiDigits.size(); ++i) {
+            const qsizetype left = asciiDigits.size() - i - lowest; // digits before the lowest group
+            if (grouped && i > 0 && left >= 0 && left % higher == 0)
+                result += separator;
+            result += digits[static_cast<std::size_t>(asciiDigits[i].unicode() - u'0')];
+        }
+        return result;
+    }
+
+    QLocale locale;
+    QString separator;
+    std::array<QString, 10> digits;
+    qsizetype lowest = 0;     ///< digits of the lowest group, 0 without grouping
+    qsizetype higher = 0;     ///< of every other group
+    qsizetype minLeading = 1; ///< digits that must precede the lowest group for any grouping
+};
+
+const WholeNumberStyle &styleOf(const QLocale &locale)
+{
+    // Sampling costs far more than formatting, and a run asks for one locale only.
+    thread_local WholeNumberStyle style(locale);
+    if (style.locale != locale)
+        style = WholeNumberStyle(locale);
+    return style;
 }
 
 } // namespace
@@ -45,15 +75,8 @@ QString money(double amount, const QLocale &locale)
     const QString rounded = roundedDecimal(amount, 0);
     const bool negative = rounded.startsWith(u'-'); // also for what rounds to zero from below
     const QStringView digits = QStringView(rounded).sliced(negative ? 1 : 0);
-    bool fits = false;
-    const qlonglong whole = digits.toLongLong(&fits);
-    const QString grouped = fits ? locale.toString(whole) : groupedDigits(digits, locale);
-    return negative ? locale.negativeSign() + grouped : grouped;
-}
-
-double liquidationDistance(double marginShare)
-{
-    return std::max(marginShare - maintenanceMargin, 0.0);
+    const QString text = styleOf(locale).text(digits);
+    return negative ? locale.negativeSign() + text : text;
 }
 
 bool hasRiskBudget(const PlanSettings &settings)
@@ -79,6 +102,11 @@ bool isLeveraged(const PlanSettings &settings)
 QString wholeLeverage(double leverage)
 {
     return fixedText(std::trunc(leverage), 0);
+}
+
+double liquidationDistance(double marginShare)
+{
+    return std::max(marginShare - maintenanceMargin, 0.0);
 }
 
 std::optional<QString> positionText(const PlanSettings &settings, double slPct)
