@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QByteArray>
+#include <QByteArrayView>
+
+#include <array>
+#include <optional>
+
+namespace kestrune::replay {
+
+enum class Endpoint {
+    gateCandles,
+    gateTicker,
+    binanceCandles,
+    binanceTicker,
+    okxCandles,
+    tencentQuotes,
+    tencentCandles
+};
+inline constexpr std::size_t endpointCount = 7;
+
+/// The name on the command line, for example "gate.candles".
+[[nodiscard]] const char *endpointName(Endpoint endpoint);
+[[nodiscard]] std::optional<Endpoint> endpointFromName(QByteArrayView name);
+
+/// What a request asks for.
+struct Target
+{
+    Endpoint endpoint;
+    QByteArray argument; ///< the query, or for quotes the codes in the path
+};
+
+/// Finds the endpoint that a path ends with, so that any prefix may stand before it.
+[[nodiscard]] std::optional<Target> findTarget(const QByteArray &path, const QByteArray &query);
+
+} // namespace kestrune::replay
