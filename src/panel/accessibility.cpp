@@ -1,0 +1,76 @@
+#include "panel/accessibility.h"
+
+#include "panel/helpview.h"
+#include "panel/pixelsparkline.h"
+#include "panel/spinner.h"
+#include "panel/tag.h"
+#include "panel/textlabel.h"
+#include "panel/toast.h"
+#include "panel/zonerow.h"
+
+#include <QAccessibleWidget>
+
+namespace kestrune {
+
+namespace {
+
+/// A zone row is pressed to select it and reports its selection as a check mark.
+class AccessibleZoneRow : public QAccessibleWidget
+{
+public:
+    explicit AccessibleZoneRow(ZoneRow *row) : QAccessibleWidget(row, QAccessible::CheckBox) {}
+
+    [[nodiscard]] QAccessible::State state() const override
+    {
+        QAccessible::State state = QAccessibleWidget::state();
+        state.checkable = true;
+        state.checked = row()->isSelected();
+        return state;
+    }
+
+    [[nodiscard]] QStringList actionNames() const override
+    {
+        return QStringList{toggleAction()} + QAccessibleWidget::actionNames();
+    }
+
+    void doAction(const QString &name) override
+    {
+        if (name == toggleAction() || name == pressAction())
+            Q_EMIT
+        row()->tapped();
+        else QAccessibleWidget::doAction(name);
+    }
+
+private:
+    [[nodiscard]] ZoneRow *row() const { return static_cast<ZoneRow *>(widget()); }
+};
+
+QAccessibleInterface *makeInterface(const QString &, QObject *object)
+{
+    auto *widget = qobject_cast<QWidget *>(object);
+    if (!widget)
+        return nullptr;
+    if (auto *row = qobject_cast<ZoneRow *>(widget))
+        return new AccessibleZoneRow(row);
+    if (qobject_cast<TextLabel *>(widget) || qobject_cast<Tag *>(widget))
+        return new QAccessibleWidget(widget, QAccessible::StaticText);
+    if (qobject_cast<PixelSparkline *>(widget))
+        return new QAccessibleWidget(widget, QAccessible::Chart);
+    if (qobject_cast<Spinner *>(widget))
+        return new QAccessibleWidget(widget, QAccessible::Animation);
+    if (qobject_cast<Toast *>(widget))
+        return new QAccessibleWidget(widget, QAccessible::AlertMessage);
+    if (qobject_cast<HelpView *>(widget))
+        return new QAccessibleWidget(widget, QAccessible::Dialog);
+    return nullptr;
+}
+
+} // namespace
+
+void installPanelAccessibility()
+{
+    static const bool installed = (QAccessible::installFactory(makeInterface), true);
+    Q_UNUSED(installed)
+}
+
+} // namespace kestrune

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "panel/focusring.h"
+#include "panel/hoverfade.h"
+#include "panel/palette.h"
+
+#include <QAbstractButton>
+
+namespace kestrune {
+
+/// Base of the panel's own buttons: hover and press veil, hand-over of its shape to the focus ring, Return
+/// and Enter act like Space. A checkable one shows the state it was given; a click only asks for a change.
+class FlatButton : public QAbstractButton, public FocusShape
+{
+    Q_OBJECT
+
+public:
+    explicit FlatButton(QWidget *parent = nullptr);
+
+    [[nodiscard]] QRectF focusRect() const override { return rect(); }
+    [[nodiscard]] double focusRadius() const override { return 4; }
+
+protected:
+    bool event(QEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+    void nextCheckState() override {}
+
+    [[nodiscard]] double veilLevel() const { return m_fade.level(); }
+    /// Ground, then the veil over it, in a rounded rectangle; an invalid ground draws the veil alone.
+    void paintGround(QPainter &painter, const QRectF &shape, double radius, const QColor &ground) const;
+
+private:
+    HoverFade m_fade;
+};
+
+} // namespace kestrune

@@ -1,0 +1,120 @@
+#include "panel/helpview.h"
+
+#include "panel/accessibility.h"
+#include "panel/focusring.h"
+#include "panel/iconbutton.h"
+#include "panel/palette.h"
+#include "panel/scrollarea.h"
+#include "panel/textbutton.h"
+#include "panel/textlabel.h"
+
+#include <QKeyEvent>
+#include <QPainter>
+#include <QScrollBar>
+#include <QVBoxLayout>
+
+namespace kestrune {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int margin = 16;
+constexpr int spacing = 14;
+
+QWidget *makeGroup(const HelpParagraph &paragraph)
+{
+    auto *group = new QWidget;
+    auto *column = new QVBoxLayout(group);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(4);
+    auto *title = new TextLabel(paragraph.title, TypeRole::bodyBold);
+    auto *text = new TextLabel(paragraph.text, TypeRole::caption, Tone::secondary);
+    text->setWrap(true);
+    column->addWidget(title);
+    column->addWidget(text);
+    return group;
+}
+
+} // namespace
+
+HelpView::HelpView(QWidget *parent) : QWidget(parent)
+{
+    installPanelAccessibility();
+    // As a popup it is a window of its own, which would not take over its owner's colours unasked.
+    setAttribute(Qt::WA_WindowPropagation);
+    setAccessibleName(u"功能使用说明"_s);
+    setFixedSize(viewSize);
+    auto *column = new QVBoxLayout(this);
+    column->setContentsMargins(0, margin, 0, margin);
+    column->setSpacing(spacing);
+    column->addWidget(makeTitleRow());
+    column->addWidget(makeParagraphs(), 1);
+    column->addWidget(makeBottomRow());
+    new FocusRing(this);
+}
+
+QWidget *HelpView::makeTitleRow()
+{
+    auto *row = new QWidget;
+    auto *line = new QHBoxLayout(row);
+    line->setContentsMargins(margin, 0, margin - 4, 0); // the icon, not its hit area, ends at the margin
+    auto *close = new IconButton(u"xmark.circle.fill"_s);
+    close->setTip(u"关闭"_s);
+    connect(close, &IconButton::clicked, this, &HelpView::closeRequested);
+    line->addWidget(new TextLabel(u"功能使用说明"_s, TypeRole::headline));
+    line->addStretch();
+    line->addWidget(close);
+    return row;
+}
+
+QWidget *HelpView::makeParagraphs()
+{
+    auto *content = new QWidget;
+    auto *column = new QVBoxLayout(content);
+    column->setContentsMargins(margin, 0, margin, 0);
+    column->setSpacing(spacing);
+    for (const HelpParagraph &paragraph : helpParagraphs())
+        column->addWidget(makeGroup(paragraph));
+    auto *area = new ScrollArea;
+    area->setWidget(content);
+    content->setAutoFillBackground(false);
+    area->setFocusPolicy(Qt::StrongFocus); // arrow and page keys scroll
+    area->setAccessibleName(u"功能使用说明"_s);
+    return area;
+}
+
+QWidget *HelpView::makeBottomRow()
+{
+    auto *row = new QWidget;
+    auto *line = new QHBoxLayout(row);
+    line->setContentsMargins(margin, 2, margin - 8, 0); // the word, not its ground, ends at the margin
+    line->setSpacing(8);
+    auto *disclaimer = new TextLabel(u"提示：所有数据来自交易所公开行情，仅供学习参考，不构成投资建议。"_s,
+                                     TypeRole::caption, Tone::secondary);
+    disclaimer->setWrap(true);
+    auto *close = new TextButton(u"关闭"_s, TextButton::Look::plain);
+    connect(close, &TextButton::clicked, this, &HelpView::closeRequested);
+    line->addWidget(disclaimer, 1);
+    line->addWidget(close);
+    return row;
+}
+
+void HelpView::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    const Palette &palette = paletteOf(this);
+    painter.fillRect(rect(), palette.ground);
+    painter.setPen(QPen(blended(palette.hairline, palette.ground), 1));
+    painter.drawRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5));
+}
+
+void HelpView::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_Escape)
+        Q_EMIT
+    closeRequested();
+    else QWidget::keyPressEvent(event);
+}
+
+} // namespace kestrune

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QWidget>
+
+#include <span>
+
+namespace kestrune {
+
+struct HelpParagraph
+{
+    QString title;
+    QString text;
+};
+
+/// The paragraphs of the usage guide, in order.
+[[nodiscard]] std::span<const HelpParagraph> helpParagraphs();
+
+/// The usage guide: title row, paragraphs that scroll, disclaimer. Its owner shows it as a popup and closes
+/// it when asked; Escape asks too.
+class HelpView : public QWidget
+{
+    Q_OBJECT
+
+public:
+    static constexpr QSize viewSize{380, 460};
+
+    explicit HelpView(QWidget *parent = nullptr);
+
+    [[nodiscard]] QSize sizeHint() const override { return viewSize; }
+
+Q_SIGNALS:
+    void closeRequested();
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+
+private:
+    QWidget *makeTitleRow();
+    QWidget *makeParagraphs();
+    QWidget *makeBottomRow();
+};
+
+} // namespace kestrune

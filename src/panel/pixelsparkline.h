@@ -1,0 +1,80 @@
+#pragma once
+
+#include "analysis/zone.h"
+#include "panel/epochclock.h"
+
+#include <QColor>
+#include <QPainterPath>
+#include <QTimer>
+#include <QWidget>
+
+#include <span>
+#include <vector>
+
+namespace kestrune {
+
+/// A level to mark on the sparkline.
+struct SparklineLevel
+{
+    double mid;
+    bool isResistance;
+
+    [[nodiscard]] bool operator==(const SparklineLevel &) const = default;
+};
+
+struct SparklineMarker
+{
+    QPointF center;
+    bool isResistance;
+};
+
+/// The middles of the supports and resistances among the zones, in order.
+[[nodiscard]] std::vector<SparklineLevel> sparklineLevels(std::span<const Zone> zones);
+/// One point per value in a drawing of `size`, with one unit of margin all round and higher values higher
+/// up. Empty below two values or when one is not finite.
+[[nodiscard]] std::vector<QPointF> sparklinePoints(std::span<const double> data, const QSizeF &size);
+/// The lagging line through the points: each segment bends half-way to the next one.
+[[nodiscard]] QPainterPath sparklineCurve(std::span<const QPointF> points);
+/// Where the levels within the data's range stand: on the last crossing segment, else at the nearest value.
+[[nodiscard]] std::vector<SparklineMarker>
+sparklineMarkers(std::span<const double> data, std::span<const SparklineLevel> levels, const QSizeF &size);
+/// 0 to 1 and back every 1.2 s.
+[[nodiscard]] double sparklinePhase(double epochSeconds);
+/// Draws curve and markers; the painter's origin is the drawing's top left corner.
+void drawSparkline(QPainter &painter, const QPainterPath &curve, std::span<const SparklineMarker> markers,
+                   double lineWidth, double phase);
+
+/// The recent closes with pulsing zone markers, drawn anew every 0.25 s while it shows.
+class PixelSparkline : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit PixelSparkline(EpochClock clock, QWidget *parent = nullptr);
+
+    void setContent(std::span<const double> values, std::span<const Zone> zones);
+    void setLineWidth(double lineWidth);
+    [[nodiscard]] bool isPulsing() const { return m_timer.isActive(); }
+
+    [[nodiscard]] QSize sizeHint() const override { return {70, 16}; }
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+    void showEvent(QShowEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
+
+private:
+    void rebuild();
+    void updateTimer();
+
+    EpochClock m_clock;
+    std::vector<double> m_data; // oldest first
+    std::vector<SparklineLevel> m_levels;
+    double m_lineWidth = 1;
+    QPainterPath m_curve;
+    std::vector<SparklineMarker> m_markers;
+    QTimer m_timer;
+};
+
+} // namespace kestrune

@@ -1,0 +1,121 @@
+#include "panel/scrollarea.h"
+
+#include "panel/palette.h"
+
+#include <QMouseEvent>
+#include <QPainter>
+#include <QScrollBar>
+
+#include <algorithm>
+
+namespace kestrune {
+
+namespace {
+
+constexpr int trackWidth = 10;
+constexpr int idleWidth = 4;
+constexpr int activeWidth = 6;
+constexpr int edgeMargin = 2;
+constexpr int shortestHandle = 28;
+
+/// The floating handle: shows the position of a scroll bar and can be dragged.
+class ScrollHandle : public QWidget
+{
+public:
+    ScrollHandle(QScrollBar &bar, QWidget *parent) : QWidget(parent), m_bar(bar)
+    {
+        setAttribute(Qt::WA_Hover); // repaints on enter and leave
+        QObject::connect(&bar, &QScrollBar::valueChanged, this, [this] { update(); });
+        QObject::connect(&bar, &QScrollBar::rangeChanged, this, [this] { refresh(); });
+        refresh();
+    }
+
+protected:
+    void paintEvent(QPaintEvent *) override
+    {
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        const bool active = underMouse() || m_grip >= 0;
+        const int thickness = active ? activeWidth : idleWidth;
+        QColor color = paletteOf(this).secondary;
+        color.setAlphaF(active ? 0.7F : 0.4F);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(color);
+        const QRectF shape(width() - edgeMargin - thickness, handleTop(), thickness, handleLength());
+        painter.drawRoundedRect(shape, thickness / 2.0, thickness / 2.0);
+    }
+
+    void mousePressEvent(QMouseEvent *event) override
+    {
+        const double y = event->position().y();
+        const bool onHandle = y >= handleTop() && y < handleTop() + handleLength();
+        m_grip = onHandle ? y - handleTop() : handleLength() / 2;
+        dragTo(y);
+    }
+
+    void mouseMoveEvent(QMouseEvent *event) override
+    {
+        if (m_grip >= 0)
+            dragTo(event->position().y());
+    }
+
+    void mouseReleaseEvent(QMouseEvent *) override
+    {
+        m_grip = -1;
+        update();
+    }
+
+private:
+    [[nodiscard]] double trackLength() const { return std::max(height() - 2 * edgeMargin, 1); }
+    [[nodiscard]] double handleLength() const
+    {
+        const double whole = m_bar.maximum() - m_bar.minimum() + m_bar.pageStep();
+        const double length = whole > 0 ? trackLength() * m_bar.pageStep() / whole : trackLength();
+        return std::clamp(length, std::min<double>(shortestHandle, trackLength()), trackLength());
+    }
+    [[nodiscard]] double handleTop() const
+    {
+        const double range = std::max(m_bar.maximum() - m_bar.minimum(), 1);
+        const double share = (m_bar.value() - m_bar.minimum()) / range;
+        return edgeMargin + share * (trackLength() - handleLength());
+    }
+    void dragTo(double y)
+    {
+        const double room = std::max(trackLength() - handleLength(), 1.0);
+        const double share = std::clamp((y - m_grip - edgeMargin) / room, 0.0, 1.0);
+        m_bar.setValue(m_bar.minimum() + qRound(share * (m_bar.maximum() - m_bar.minimum())));
+        update();
+    }
+    void refresh()
+    {
+        setVisible(m_bar.maximum() > m_bar.minimum());
+        update();
+    }
+
+    QScrollBar &m_bar;
+    double m_grip = -1; // where the mouse holds the handle; negative when it does not
+};
+
+} // namespace
+
+ScrollArea::ScrollArea(QWidget *parent) : QScrollArea(parent)
+{
+    setFrameShape(QFrame::NoFrame);
+    setWidgetResizable(true);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    // The bar is never shown, so the area itself is the one to take wheel steps of a line of text.
+    verticalScrollBar()->setSingleStep(20);
+    setFocusPolicy(Qt::NoFocus);
+    viewport()->setAutoFillBackground(false);
+    m_handle = new ScrollHandle(*verticalScrollBar(), this);
+}
+
+void ScrollArea::resizeEvent(QResizeEvent *event)
+{
+    QScrollArea::resizeEvent(event);
+    m_handle->setGeometry(width() - trackWidth, 0, trackWidth, height());
+    m_handle->raise();
+}
+
+} // namespace kestrune

@@ -1,0 +1,64 @@
+#include "panel/textbutton.h"
+
+#include "panel/icons.h"
+
+#include <QPainter>
+
+namespace kestrune {
+
+namespace {
+
+constexpr int sideMargin = 8;
+constexpr int iconSide = 12;
+constexpr int iconGap = 4;
+
+} // namespace
+
+TextButton::TextButton(const QString &text, Look look, QWidget *parent) : FlatButton(parent), m_look(look)
+{
+    setText(text);
+    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+}
+
+void TextButton::setIconName(const QString &icon)
+{
+    m_icon = icon;
+    updateGeometry();
+    update();
+}
+
+void TextButton::setTone(Tone tone)
+{
+    m_tone = tone;
+    update();
+}
+
+void TextButton::setRole(TypeRole role)
+{
+    m_role = role;
+    updateGeometry();
+    update();
+}
+
+QSize TextButton::sizeHint() const
+{
+    const int icon = m_icon.isEmpty() ? 0 : iconSide + iconGap;
+    return {textWidth(text(), m_role) + icon + 2 * sideMargin, lineHeight(m_role) + 6};
+}
+
+void TextButton::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    const Palette &palette = paletteOf(this);
+    paintGround(painter, rect(), focusRadius(), m_look == Look::raised ? palette.raised : QColor());
+    const QColor color = palette.color(m_tone);
+    double x = sideMargin;
+    if (!m_icon.isEmpty()) {
+        drawIcon(painter, QRectF(x, (height() - iconSide) / 2.0, iconSide, iconSide), m_icon, color);
+        x += iconSide + iconGap;
+    }
+    painter.setPen(color);
+    drawTextLine(painter, QPointF(x, (height() - lineHeight(m_role)) / 2), text(), m_role);
+}
+
+} // namespace kestrune

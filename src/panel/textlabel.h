@@ -1,0 +1,63 @@
+#pragma once
+
+#include "panel/palette.h"
+#include "panel/typography.h"
+
+#include <QTextLayout>
+#include <QWidget>
+
+namespace kestrune {
+
+/// Text on lines of the role's fixed height, whatever scripts it mixes, with its emoji in colour. Wraps, or
+/// is cut with an ellipsis where `setElide` allows; never cut otherwise. A new text of the same size only
+/// repaints.
+class TextLabel : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit TextLabel(TypeRole role = TypeRole::body, QWidget *parent = nullptr);
+    TextLabel(const QString &text, TypeRole role, Tone tone = Tone::text, QWidget *parent = nullptr);
+
+    void setText(const QString &text);
+    [[nodiscard]] const QString &text() const { return m_text; }
+    void setTone(Tone tone);
+    [[nodiscard]] Tone tone() const { return m_tone; }
+    void setRole(TypeRole role);
+    /// Horizontal alignment; leading at first.
+    void setAlignment(Qt::Alignment alignment);
+    /// As many lines as the width needs; off at first.
+    void setWrap(bool wrap);
+    /// Lets a single line shrink and be cut; Qt::ElideNone at first.
+    void setElide(Qt::TextElideMode mode);
+    /// Lines the text takes at the current width.
+    [[nodiscard]] int lineCount() const;
+
+    [[nodiscard]] QSize sizeHint() const override;
+    [[nodiscard]] QSize minimumSizeHint() const override;
+    [[nodiscard]] bool hasHeightForWidth() const override { return m_wrap; }
+    [[nodiscard]] int heightForWidth(int width) const override;
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+
+private:
+    void changed();
+    /// Breaks the lines for `width` and gives their number.
+    int layOut(QTextLayout &layout, double width) const;
+    void prepare(QTextLayout &layout, const QString &text) const;
+    [[nodiscard]] QSize naturalSize() const;
+
+    QString m_text;
+    TypeRole m_role;
+    Tone m_tone = Tone::text;
+    Qt::Alignment m_alignment = Qt::AlignLeading;
+    Qt::TextElideMode m_elide = Qt::ElideNone;
+    bool m_wrap = false;
+    QTextLayout m_layout; // as painted
+    bool m_laidOut = false;
+    mutable QSize m_natural; // of one line; invalid when not known
+};
+
+} // namespace kestrune

@@ -1,0 +1,262 @@
+#include "panel/zonerow.h"
+
+#include "analysis/priceformat.h"
+#include "panel/accessibility.h"
+#include "panel/flowlayout.h"
+#include "panel/iconbutton.h"
+#include "panel/tag.h"
+#include "panel/typography.h"
+
+#include <QAccessible>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QPainter>
+
+#include <algorithm>
+
+namespace kestrune {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int verticalMargin = 4;
+constexpr int lineGap = 2;
+constexpr int columnGap = 8;
+constexpr int bellSide = 24;
+constexpr double cornerRadius = 6;
+
+int tagTop()
+{
+    return verticalMargin + lineHeight(TypeRole::zonePrice) + lineGap;
+}
+
+int emptyTagHeight()
+{
+    return lineHeight(TypeRole::caption) + 1; // the distance needs its line without tags too
+}
+
+} // namespace
+
+std::vector<TagContent> zoneTags(const Zone &zone)
+{
+    std::vector<TagContent> tags;
+    for (auto it = zone.sources.begin(); it != zone.sources.end(); ++it) {
+        if (std::find(zone.sources.begin(), it, *it) != it)
+            continue;
+        if (const auto info = sourceInfo(*it))
+            tags.push_back({info->label, info->tone});
+    }
+    if (zone.confirm >= 2)
+        tags.push_back({u"多指标确认"_s, Tone::blue});
+    if (zone.isGolden)
+        tags.push_back({u"黄金位"_s, Tone::orange});
+    return tags;
+}
+
+QString distanceText(double distPct)
+{
+    return QString::asprintf("%+.2f%%", distPct);
+}
+
+Tone distanceTone(double distPct)
+{
+    return distPct >= 0 ? Tone::red : Tone::green;
+}
+
+ZoneRow::ZoneRow(const Zone &zone, int decimals, QWidget *parent)
+    : QWidget(parent)
+    , m_zone(zone)
+    , m_decimals(decimals)
+    , m_tagBox(new QWidget(this))
+    , m_flow(new FlowLayout(m_tagBox))
+    , m_bell(new IconButton(u"bell"_s, this))
+    , m_fade(*this)
+{
+    installPanelAccessibility();
+    QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+    policy.setHeightForWidth(true);
+    setSizePolicy(policy);
+    setFocusPolicy(Qt::StrongFocus);
+    m_tagBox->setAttribute(Qt::WA_TransparentForMouseEvents);
+    connect(m_bell, &IconButton::clicked, this, &ZoneRow::bellPressed);
+    updateTexts();
+    updateTags();
+    setHasAlert(false);
+}
+
+void ZoneRow::setZone(const Zone &zone, int decimals)
+{
+    m_zone = zone;
+    m_decimals = decimals;
+    updateTexts();
+    updateTags();
+}
+
+void ZoneRow::setHasAlert(bool hasAlert)
+{
+    m_bell->setIconName(hasAlert ? u"bell.fill"_s : u"bell"_s);
+    m_bell->setTone(hasAlert ? Tone::orange : Tone::secondary);
+    m_bell->setTip(hasAlert ? u"取消该价位提醒"_s : u"设置该价位提醒"_s);
+}
+
+void ZoneRow::setSelected(bool selected)
+{
+    if (m_selected == selected)
+        return;
+    m_selected = selected;
+    update();
+    QAccessible::State changed;
+    changed.checked = true;
+    QAccessibleStateChangeEvent event(this, changed);
+    QAccessible::updateAccessibility(&event);
+}
+
+QSize ZoneRow::sizeHint() const
+{
+    const int width = 320 - 2 * (14 - overhang); // as wide as the panel makes it
+    return {width, heightForWidth(width)};
+}
+
+QSize ZoneRow::minimumSizeHint() const
+{
+    return {160, tagTop() + emptyTagHeight() + verticalMargin};
+}
+
+int ZoneRow::heightForWidth(int width) const
+{
+    const int tags = m_tagContents.empty() ? 0 : m_flow->heightForWidth(tagWidth(width));
+    return tagTop() + std::max(tags, emptyTagHeight()) + verticalMargin;
+}
+
+bool ZoneRow::event(QEvent *event)
+{
+    m_fade.handle(*event);
+    if (event->type() == QEvent::Hide)
+        m_pressed = false;
+    return QWidget::event(event);
+}
+
+void ZoneRow::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    const Palette &palette = paletteOf(this);
+    if (m_selected || m_fade.level() > 0) {
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(Qt::NoPen);
+        for (const QColor &ground :
+             {m_selected ? palette.accentSoft : QColor(Qt::transparent), palette.veil(m_fade.level())}) {
+            painter.setBrush(ground);
+            painter.drawRoundedRect(rect(), cornerRadius, cornerRadius);
+        }
+    }
+    painter.setPen(palette.text);
+    drawTextLine(painter, QPointF(overhang, verticalMargin), m_price, TypeRole::zonePrice);
+    painter.setPen(palette.color(distanceTone(m_zone.distPct)));
+    drawTextLine(painter, QPointF(width() - overhang - m_distanceWidth, tagTop()), m_distance,
+                 TypeRole::caption);
+}
+
+void ZoneRow::resizeEvent(QResizeEvent *)
+{
+    // The bell's outline stands 4 px inside the button: this puts its right edge above the distance's.
+    m_bell->setGeometry(width() - bellSide, 1, bellSide, bellSide);
+    m_tagBox->setGeometry(overhang, tagTop(), tagWidth(width()), height() - tagTop() - verticalMargin);
+}
+
+void ZoneRow::mousePressEvent(QMouseEvent *event)
+{
+    if (event->button() != Qt::LeftButton) {
+        QWidget::mousePressEvent(event);
+        return;
+    }
+    m_pressed = true;
+    m_fade.setPressed(true);
+}
+
+void ZoneRow::mouseMoveEvent(QMouseEvent *event)
+{
+    if (m_pressed)
+        m_fade.setPressed(rect().contains(event->position().toPoint()));
+}
+
+void ZoneRow::mouseReleaseEvent(QMouseEvent *event)
+{
+    if (event->button() != Qt::LeftButton || !m_pressed)
+        return;
+    m_pressed = false;
+    m_fade.setPressed(false);
+    if (rect().contains(event->position().toPoint()))
+        Q_EMIT
+    tapped();
+}
+
+void ZoneRow::keyPressEvent(QKeyEvent *event)
+{
+    switch (event->key()) {
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+    case Qt::Key_Space:
+        if (!event->isAutoRepeat())
+            Q_EMIT
+        tapped();
+        break;
+    default:
+        QWidget::keyPressEvent(event);
+    }
+}
+
+void ZoneRow::updateTexts()
+{
+    QString price = fmtP(m_zone.mid, m_decimals);
+    QString distance = distanceText(m_zone.distPct);
+    if (price == m_price && distance == m_distance)
+        return;
+    m_price = std::move(price);
+    m_distance = std::move(distance);
+    const int before = m_distanceWidth;
+    m_distanceWidth = textWidth(m_distance, TypeRole::caption);
+    if (m_distanceWidth != before && before != 0) {
+        updateGeometry();
+        m_tagBox->resize(tagWidth(width()), m_tagBox->height());
+    }
+    updateAccessibleTexts();
+    update();
+}
+
+void ZoneRow::updateTags()
+{
+    std::vector<TagContent> contents = zoneTags(m_zone);
+    if (contents == m_tagContents)
+        return;
+    m_tagContents = std::move(contents);
+    for (std::size_t i = 0; i < m_tagContents.size(); ++i) {
+        const auto &[text, color] = m_tagContents[i];
+        if (i == m_tags.size()) {
+            m_tags.push_back(new Tag(text, color, m_tagBox));
+            m_flow->addWidget(m_tags.back());
+        }
+        m_tags[i]->setContent(text, color);
+    }
+    for (std::size_t i = 0; i < m_tags.size(); ++i)
+        m_tags[i]->setVisible(i < m_tagContents.size());
+    updateAccessibleTexts();
+    updateGeometry();
+}
+
+void ZoneRow::updateAccessibleTexts()
+{
+    const QString kind = m_zone.type == "support"_L1 ? u"支撑"_s : u"阻力"_s;
+    setAccessibleName(kind + u' ' + m_price + u' ' + m_distance);
+    QStringList words;
+    for (const TagContent &tag : m_tagContents)
+        words.append(tag.text);
+    setAccessibleDescription(words.join(u'、'));
+}
+
+int ZoneRow::tagWidth(int width) const
+{
+    return std::max(width - 2 * overhang - columnGap - std::max(m_distanceWidth, bellSide - overhang), 1);
+}
+
+} // namespace kestrune

@@ -1,0 +1,96 @@
+#pragma once
+
+#include "analysis/zone.h"
+#include "panel/focusring.h"
+#include "panel/hoverfade.h"
+#include "panel/palette.h"
+
+#include <QWidget>
+
+#include <vector>
+
+namespace kestrune {
+
+class FlowLayout;
+class IconButton;
+class Tag;
+
+struct TagContent
+{
+    QString text;
+    Tone color;
+
+    [[nodiscard]] bool operator==(const TagContent &) const = default;
+};
+
+/// The tags of a zone: its distinct known sources in order of first appearance, "多指标确认" from two
+/// levels on, "黄金位".
+[[nodiscard]] std::vector<TagContent> zoneTags(const Zone &zone);
+/// Signed distance, for example "+2.35%".
+[[nodiscard]] QString distanceText(double distPct);
+/// Red at or above the price, green below.
+[[nodiscard]] Tone distanceTone(double distPct);
+
+/// One support or resistance zone. Give it `overhang` more width on both sides than its text shall have:
+/// its highlight reaches that far beyond. All setters work in place.
+class ZoneRow : public QWidget, public FocusShape
+{
+    Q_OBJECT
+
+public:
+    static constexpr int overhang = 6;
+
+    ZoneRow(const Zone &zone, int decimals, QWidget *parent = nullptr);
+
+    void setZone(const Zone &zone, int decimals);
+    [[nodiscard]] const Zone &zone() const { return m_zone; }
+    /// A price alert stands on the zone's middle.
+    void setHasAlert(bool hasAlert);
+    void setSelected(bool selected);
+    [[nodiscard]] bool isSelected() const { return m_selected; }
+    [[nodiscard]] const QString &priceText() const { return m_price; }
+    [[nodiscard]] const QString &distance() const { return m_distance; }
+    [[nodiscard]] IconButton *bell() const { return m_bell; }
+
+    [[nodiscard]] QSize sizeHint() const override;
+    [[nodiscard]] QSize minimumSizeHint() const override;
+    [[nodiscard]] bool hasHeightForWidth() const override { return true; }
+    [[nodiscard]] int heightForWidth(int width) const override;
+    [[nodiscard]] QRectF focusRect() const override { return QRectF(rect()).adjusted(2, 0, -2, 0); }
+    [[nodiscard]] double focusRadius() const override { return 6; }
+
+Q_SIGNALS:
+    void tapped();
+    void bellPressed();
+
+protected:
+    bool event(QEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseMoveEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+
+private:
+    void updateTags();
+    void updateTexts();
+    void updateAccessibleTexts();
+    [[nodiscard]] int tagWidth(int width) const;
+
+    Zone m_zone;
+    int m_decimals;
+    QString m_price;
+    QString m_distance;
+    int m_distanceWidth = 0;
+    bool m_selected = false;
+    bool m_pressed = false; // the mouse went down on the row
+    std::vector<TagContent> m_tagContents;
+    std::vector<Tag *> m_tags; // shown ones first
+    QWidget *m_tagBox;
+    FlowLayout *m_flow;
+    IconButton *m_bell;
+    HoverFade m_fade;
+};
+
+} // namespace kestrune
