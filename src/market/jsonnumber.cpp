@@ -23,7 +23,9 @@ double infinityOrZero(std::string_view literal)
 
 std::optional<double> finite(std::optional<double> value)
 {
-    return value && std::isfinite(*value) ? value : std::nullopt;
+    if (!value || !std::isfinite(*value))
+        return std::nullopt;
+    return *value;
 }
 
 } // namespace

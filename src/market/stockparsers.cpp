@@ -37,6 +37,8 @@ constexpr std::size_t end = 49;
 } // namespace position
 
 constexpr std::size_t minFields = 35;
+/// A first guess only: a body of empty rows must not reserve memory for millions of candles.
+constexpr std::size_t maxReserved = 1024;
 
 /// Without spaces and tabs at both ends. deliberate: line breaks stay.
 QStringView trimBlanks(QStringView text)
@@ -205,6 +207,7 @@ Result<CandleList> parseStockCandles(const QByteArray &body, const QString &code
         return failure(4, u"K线数据不足"_s);
 
     CandleList candles;
+    candles.reserve(std::min(rows->size(), maxReserved));
     for (const dom::element row : *rows) {
         if (const auto candle = parseRow(row))
             candles.push_back(*candle);
