@@ -1,7 +1,9 @@
 #include "replay/commandline.h"
+#include "replay/history.h"
 #include "replay/server.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
 #include <QSocketNotifier>
 
 #include <csignal>
@@ -14,9 +16,14 @@ using namespace kestrune::replay;
 
 namespace {
 
-int fail(int status, const QString &message)
+void warn(const QString &line)
 {
-    std::fprintf(stderr, "kestrune-replay: %s\n", qUtf8Printable(message));
+    std::fprintf(stderr, "kestrune-replay: %s\n", qUtf8Printable(line));
+}
+
+int fail(int status, const QString &reason)
+{
+    warn(reason);
     return status;
 }
 
@@ -44,7 +51,15 @@ void quitWithStandardInput(QSocketNotifier &notifier)
 int serve(const Options &options)
 {
     const MarketClock clock(options.clock, options.speed.value_or(options.clock ? 0 : 1));
-    Market market(clock, options.seed, [](const Instrument &) { return std::optional<Recording>(); });
+    std::optional<History> history;
+    if (!options.history.isEmpty()) {
+        if (!QFileInfo(options.history).isDir())
+            return fail(2, QStringLiteral("no folder \"%1\"").arg(options.history));
+        history.emplace(options.history, warn);
+    }
+    Market market(clock, options.seed, [&history](const Instrument &instrument) {
+        return history ? history->find(instrument) : std::nullopt;
+    });
     auto started = startServer(options, market);
     if (const QString *reason = std::get_if<QString>(&started))
         return fail(1, *reason);

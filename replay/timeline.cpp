@@ -175,10 +175,13 @@ void Timeline::applyOwnRows(const Interval &interval, qint64 now, std::vector<Ro
     const auto own = m_ownRows.find(interval.length);
     if (interval.offset != venueOffset || own == m_ownRows.end())
         return;
+    const CandleList &candles = own->second;
+    auto candle = candles.begin();
     for (Row &row : rows) {
-        const auto found = own->second.find(row.candle.ts);
-        if (found != own->second.end() && row.end <= now)
-            row.candle = found->second;
+        candle = std::lower_bound(candle, candles.end(), row.candle.ts,
+                                  [](const Candle &each, qint64 ts) { return each.ts < ts; });
+        if (candle != candles.end() && candle->ts == row.candle.ts && row.end <= now)
+            row.candle = *candle;
     }
 }
 

@@ -20,8 +20,8 @@ struct Recording
 {
     std::vector<Block> blocks; ///< oldest first, not overlapping, not empty
     /// Rows that were recorded at an interval of their own win over what the blocks give; keyed by the
-    /// interval's length in milliseconds, then by opening time.
-    std::map<qint64, std::map<qint64, Candle>> ownRows;
+    /// interval's length in milliseconds, ascending in time.
+    std::map<qint64, CandleList> ownRows;
     double previousClose = 0; ///< of the trading day before the recording's last one
 };
 
@@ -54,7 +54,7 @@ private:
     const Instrument *m_instrument;
     quint64 m_seed;
     std::vector<Block> m_blocks;
-    std::map<qint64, std::map<qint64, Candle>> m_ownRows;
+    std::map<qint64, CandleList> m_ownRows;
     std::optional<qint64> m_recordingEnd;
     Simulation m_simulation;
 };
