@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <limits>
 #include <map>
 
@@ -78,71 +79,96 @@ int largestOfFew(const CandleColumns &columns, double step, int buckets, std::sp
     return largest.index();
 }
 
-/// Appends every value that `beats` its three neighbours on either side.
+/// Two neighbouring values of a column, and the two lanes' answers to a comparison (all bits set, or none).
+using Pair = double __attribute__((vector_size(16)));
+using PairAnswer = decltype(Pair{} < Pair{});
+
+Pair pairAt(const double *values)
+{
+    Pair pair;
+    std::memcpy(&pair, values, sizeof pair);
+    return pair;
+}
+
+/// Collects every value that `beats` its three neighbours on either side. Reads one value beyond the column.
 template <typename Beats>
 void collectSwings(const double *values, std::size_t count, SwingPrices &found, Beats beats)
 {
     constexpr std::size_t blockSize = 128;
-    std::array<qint64, blockSize> marks;
+    alignas(PairAnswer) std::array<qint64, blockSize> marks;
     found.clear();
     if (count <= 2 * swingReach)
         return;
     // Swing points of one kind are at least four bars apart; one more place takes the last rejected value.
     found.resize(static_cast<qsizetype>(count / (swingReach + 1) + 2));
-    double *out = found.data();
+    double *const out = found.data();
+    qint64 kept = 0;
     const std::size_t candidates = count - 2 * swingReach;
     for (std::size_t start = 0; start < candidates; start += blockSize) {
         const std::size_t length = std::min(blockSize, candidates - start);
         const double *const block = values + start;
-        for (std::size_t i = 0; i < length; ++i) {
-            const double value = block[i + 3];
-            // No short cut: comparing all six costs less than mispredicted branches.
-            marks[i] = static_cast<qint64>(beats(value, block[i])) &
-                       static_cast<qint64>(beats(value, block[i + 1])) &
-                       static_cast<qint64>(beats(value, block[i + 2])) &
-                       static_cast<qint64>(beats(value, block[i + 4])) &
-                       static_cast<qint64>(beats(value, block[i + 5])) &
-                       static_cast<qint64>(beats(value, block[i + 6]));
+        // Two candidates at a time and without short cuts: six comparisons cost less than a mispredicted
+        // branch.
+        for (std::size_t i = 0; i < length; i += 2) {
+            const Pair value = pairAt(block + i + 3);
+            const PairAnswer answer =
+                beats(value, pairAt(block + i)) & beats(value, pairAt(block + i + 1)) &
+                beats(value, pairAt(block + i + 2)) & beats(value, pairAt(block + i + 4)) &
+                beats(value, pairAt(block + i + 5)) & beats(value, pairAt(block + i + 6));
+            std::memcpy(&marks[i], &answer, sizeof answer);
         }
         for (std::size_t i = 0; i < length; ++i) {
-            *out = block[i + 3];
-            out += marks[i];
+            out[kept] = block[i + 3];
+            kept -= marks[i]; // a set mark is -1
         }
     }
-    found.resize(static_cast<qsizetype>(out - found.data()));
+    found.resize(kept);
 }
 
 } // namespace
 
 CandleColumns::CandleColumns(std::span<const Candle> candles)
-    : m_candles(candles)
-    , m_values(static_cast<qsizetype>(3 * candles.size()))
-    , m_highest(-std::numeric_limits<double>::infinity())
-    , m_lowest(std::numeric_limits<double>::infinity())
+    : m_candles(candles), m_values(static_cast<qsizetype>(3 * candles.size() + 1))
 {
     double *const high = m_values.data();
     double *const low = high + candles.size();
     double *const sum = low + candles.size();
-    for (std::size_t i = 0; i < candles.size(); ++i) {
+    sum[candles.size()] = 0; // see collectSwings
+    // Several running extremes, since each has to wait for its own last comparison only.
+    std::array<double, 4> highest;
+    std::array<double, 4> lowest;
+    highest.fill(-std::numeric_limits<double>::infinity());
+    lowest.fill(std::numeric_limits<double>::infinity());
+    const auto take = [&](std::size_t i, std::size_t lane) {
         const Candle &candle = candles[i];
         high[i] = candle.h;
         low[i] = candle.l;
         sum[i] = candle.h + candle.l + candle.c;
-        m_highest = candle.h > m_highest ? candle.h : m_highest;
-        m_lowest = candle.l < m_lowest ? candle.l : m_lowest;
+        highest[lane] = candle.h > highest[lane] ? candle.h : highest[lane];
+        lowest[lane] = candle.l < lowest[lane] ? candle.l : lowest[lane];
+    };
+    std::size_t i = 0;
+    for (; i + 4 <= candles.size(); i += 4) {
+        take(i, 0);
+        take(i + 1, 1);
+        take(i + 2, 2);
+        take(i + 3, 3);
     }
+    for (; i < candles.size(); ++i)
+        take(i, 0);
+    m_highest = *std::max_element(highest.begin(), highest.end());
+    m_lowest = *std::min_element(lowest.begin(), lowest.end());
 }
 
 void collectSwingHighs(const CandleColumns &columns, SwingPrices &highs)
 {
     collectSwings(columns.highs(), columns.size(), highs,
-                  [](double value, double other) { return value > other; });
+                  [](Pair value, Pair other) { return value > other; });
 }
 
 void collectSwingLows(const CandleColumns &columns, SwingPrices &lows)
 {
-    collectSwings(columns.lows(), columns.size(), lows,
-                  [](double value, double other) { return value < other; });
+    collectSwings(columns.lows(), columns.size(), lows, [](Pair value, Pair other) { return value < other; });
 }
 
 void sortPrices(SwingPrices &prices)

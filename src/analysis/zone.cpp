@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <utility>
 
 namespace kestrune {
 
@@ -50,29 +49,10 @@ TextList::TextList(std::initializer_list<QString> texts) : m_count(texts.size())
     m_block = block;
 }
 
-TextList::TextList(std::shared_ptr<const QString[]> block, std::size_t first, std::size_t count)
-    : m_block(std::move(block)), m_first(first), m_count(count)
-{}
-
 bool TextList::operator==(const TextList &other) const
 {
     return std::equal(begin(), end(), other.begin(), other.end());
 }
-
-Zone::Zone(double zoneLo, double zoneHi, double zoneMid, TextList zoneNames, double zoneDistPct,
-           int zoneConfirm, bool zoneIsGolden, QString zoneType, QString zoneStrength, TextList zoneSources)
-    : id(fastUuid())
-    , lo(zoneLo)
-    , hi(zoneHi)
-    , mid(zoneMid)
-    , names(std::move(zoneNames))
-    , distPct(zoneDistPct)
-    , confirm(zoneConfirm)
-    , isGolden(zoneIsGolden)
-    , type(std::move(zoneType))
-    , strength(std::move(zoneStrength))
-    , sources(std::move(zoneSources))
-{}
 
 QUuid fastUuid()
 {

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <initializer_list>
 #include <memory>
+#include <utility>
 
 namespace kestrune {
 
@@ -17,7 +18,9 @@ public:
     TextList() = default;
     TextList(std::initializer_list<QString> texts);
     /// A window of `count` texts from `first` on; the block lives as long as any window into it.
-    TextList(std::shared_ptr<const QString[]> block, std::size_t first, std::size_t count);
+    TextList(std::shared_ptr<const QString[]> block, std::size_t first, std::size_t count)
+        : m_block(std::move(block)), m_first(first), m_count(count)
+    {}
 
     [[nodiscard]] const QString *begin() const { return m_block.get() + m_first; }
     [[nodiscard]] const QString *end() const { return begin() + m_count; }
@@ -32,23 +35,38 @@ private:
     std::size_t m_count = 0;
 };
 
+/// A random version-4 UUID from a fast per-thread generator that is seeded once from the system.
+[[nodiscard]] QUuid fastUuid();
+
 /// A price band that acts as support or resistance.
 struct Zone
 {
-    Zone(double lo, double hi, double mid, TextList names, double distPct = 0, int confirm = 0,
-         bool isGolden = false, QString type = {}, QString strength = {}, TextList sources = {});
+    Zone(double zoneLo, double zoneHi, double zoneMid, TextList zoneNames, double zoneDistPct = 0,
+         int zoneConfirm = 0, bool zoneIsGolden = false, QString zoneType = {}, QString zoneStrength = {},
+         TextList zoneSources = {})
+        : lo(zoneLo)
+        , hi(zoneHi)
+        , mid(zoneMid)
+        , names(std::move(zoneNames))
+        , distPct(zoneDistPct)
+        , confirm(zoneConfirm)
+        , isGolden(zoneIsGolden)
+        , type(std::move(zoneType))
+        , strength(std::move(zoneStrength))
+        , sources(std::move(zoneSources))
+    {}
 
-    QUuid id;         ///< fresh for every constructed zone; never matched across rebuilds
-    double lo;        ///< lower edge, price
-    double hi;        ///< upper edge, price
-    double mid;       ///< centre of the band
-    TextList names;   ///< labels of the merged levels ("R1", "Fib 0.618", "前高", "量能POC")
-    double distPct;   ///< signed distance of `mid` from the price in percent, positive above it
-    int confirm;      ///< number of contributing levels
-    bool isGolden;    ///< some label contains "0.618"
-    QString type;     ///< "support", "resistance" or "current"
-    QString strength; ///< distance tier, for example "强阻力"
-    TextList sources; ///< tags "pivot", "fib", "swing", "vol", one per level in merge order
+    QUuid id = fastUuid(); ///< fresh for every constructed zone; never matched across rebuilds
+    double lo;             ///< lower edge, price
+    double hi;             ///< upper edge, price
+    double mid;            ///< centre of the band
+    TextList names;        ///< labels of the merged levels ("R1", "Fib 0.618", "前高", "量能POC")
+    double distPct;        ///< signed distance of `mid` from the price in percent, positive above it
+    int confirm;           ///< number of contributing levels
+    bool isGolden;         ///< some label contains "0.618"
+    QString type;          ///< "support", "resistance" or "current"
+    QString strength;      ///< distance tier, for example "强阻力"
+    TextList sources;      ///< tags "pivot", "fib", "swing", "vol", one per level in merge order
 };
 
 /// The seven classic floor-pivot levels of one completed bar, prices.
@@ -64,8 +82,5 @@ struct RawLevel
     QString name;   ///< becomes an entry of Zone::names
     QString source; ///< becomes an entry of Zone::sources
 };
-
-/// A random version-4 UUID from a fast per-thread generator that is seeded once from the system.
-[[nodiscard]] QUuid fastUuid();
 
 } // namespace kestrune

@@ -8,6 +8,7 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <numeric>
 
 namespace kestrune {
 
@@ -48,24 +49,27 @@ const QString &sourceTag(int label)
 
 struct Standing
 {
-    const QString &type;
-    const QString &strength;
+    QString type;
+    QString strength;
 };
 
 /// Side and distance tier of a zone. The strength is deliberately a tier of distance, not of confirmations.
-Standing standingOf(double mid, double price, double distPct)
+const Standing &standingOf(double mid, double price, double distPct)
 {
-    static const QString current = u"current"_s, resistance = u"resistance"_s, support = u"support"_s;
-    static const QString atPrice = u"当前价位"_s;
-    static const QString above[] = {u"短期阻力"_s, u"中等阻力"_s, u"强阻力"_s};
-    static const QString below[] = {u"短期支撑"_s, u"中等支撑"_s, u"强支撑"_s};
+    static const struct
+    {
+        Standing current{u"current"_s, u"当前价位"_s};
+        std::array<Standing, 3> above{{{u"resistance"_s, u"短期阻力"_s},
+                                       {u"resistance"_s, u"中等阻力"_s},
+                                       {u"resistance"_s, u"强阻力"_s}}};
+        std::array<Standing, 3> below{
+            {{u"support"_s, u"短期支撑"_s}, {u"support"_s, u"中等支撑"_s}, {u"support"_s, u"强支撑"_s}}};
+    } standings;
     const double distance = std::abs(distPct);
     if (distance < 0.15)
-        return {current, atPrice};
-    const int tier = distance > 6 ? 2 : distance > 3 ? 1 : 0;
-    if (mid > price)
-        return {resistance, above[tier]};
-    return {support, below[tier]};
+        return standings.current;
+    const std::size_t tier = distance > 6 ? 2 : distance > 3 ? 1 : 0;
+    return mid > price ? standings.above[tier] : standings.below[tier];
 }
 
 /// A level widened to a band.
@@ -75,8 +79,7 @@ struct Band
     double hi;
     double mid;
     int label;
-    int order; ///< position in the list of candidates
-    int zone;  ///< the merged zone that took it
+    int zone; ///< the merged zone that took it
 };
 
 /// A zone while bands are still being merged into it.
@@ -93,6 +96,7 @@ struct Merged
 // Dozens of either at a few hundred candles; more go to the heap.
 using Bands = QVarLengthArray<Band, 96>;
 using MergedZones = QVarLengthArray<Merged, 96>;
+using Indices = QVarLengthArray<int, 96>;
 
 class BandList
 {
@@ -101,8 +105,7 @@ public:
 
     void append(double price, int label)
     {
-        m_bands.append(
-            {price - m_halfWidth, price + m_halfWidth, price, label, static_cast<int>(m_bands.size()), 0});
+        m_bands.append({price - m_halfWidth, price + m_halfWidth, price, label, 0});
     }
 
     void appendPivots(const Pivot &pivot)
@@ -135,25 +138,49 @@ public:
         }
     }
 
-    /// From the highest lower edge down, equals in list order; edges that are no number come last.
-    void sort()
-    {
-        const auto key = [](const Band &band) {
-            return std::isnan(band.lo) ? -std::numeric_limits<double>::infinity() : band.lo;
-        };
-        std::sort(m_bands.begin(), m_bands.end(), [key](const Band &a, const Band &b) {
-            const double keyA = key(a);
-            const double keyB = key(b);
-            return keyA > keyB || (keyA == keyB && a.order < b.order);
-        });
-    }
-
     [[nodiscard]] Bands &bands() { return m_bands; }
 
 private:
     double m_halfWidth;
     Bands m_bands;
 };
+
+/// What is no number sorts below everything.
+double sortKey(double value)
+{
+    return std::isnan(value) ? -std::numeric_limits<double>::infinity() : value;
+}
+
+/// Indices of the bands from the highest lower edge down, equals in list order.
+Indices orderByLowerEdge(const Bands &bands)
+{
+    constexpr qsizetype few = 96;
+    QVarLengthArray<double, few> keys(bands.size());
+    std::transform(bands.begin(), bands.end(), keys.begin(),
+                   [](const Band &band) { return sortKey(band.lo); });
+    Indices order(bands.size());
+    if (bands.size() > few) {
+        std::iota(order.begin(), order.end(), 0);
+        std::sort(order.begin(), order.end(),
+                  [&keys](int a, int b) { return keys[a] > keys[b] || (keys[a] == keys[b] && a < b); });
+        return order;
+    }
+    // Counts how many come before each: more comparisons than a sort needs, but not one of them is a branch.
+    std::array<qint64, few> before{};
+    for (qsizetype i = 0; i < bands.size(); ++i) {
+        const double key = keys[i];
+        qint64 earlier = 0;
+        for (qsizetype j = 0; j < i; ++j) {
+            const qint64 first = keys[j] >= key ? 1 : 0;
+            earlier += first;
+            before[static_cast<std::size_t>(j)] += 1 - first;
+        }
+        before[static_cast<std::size_t>(i)] = earlier;
+    }
+    for (int i = 0; i < bands.size(); ++i)
+        order[before[static_cast<std::size_t>(i)]] = i;
+    return order;
+}
 
 /// Index of the first zone that overlaps the band, touching edges included; -1 for none.
 int firstOverlap(const MergedZones &zones, const Band &band, double lowestBeforeLast)
@@ -172,11 +199,12 @@ int firstOverlap(const MergedZones &zones, const Band &band, double lowestBefore
     return last >= 0 && overlaps(zones[last]) ? last : -1;
 }
 
-MergedZones mergeBands(Bands &bands)
+MergedZones mergeBands(Bands &bands, const Indices &order)
 {
     MergedZones zones;
     double lowestBeforeLast = std::numeric_limits<double>::infinity();
-    for (Band &band : bands) {
+    for (const int index : order) {
+        Band &band = bands[index];
         const bool golden = band.label == fibGolden;
         band.zone = firstOverlap(zones, band, lowestBeforeLast);
         if (band.zone >= 0) {
@@ -198,21 +226,16 @@ MergedZones mergeBands(Bands &bands)
     return zones;
 }
 
-/// Zone indices by middle, highest first, equals in merging order; middles that are no number come last.
-QVarLengthArray<int, 96> orderByMid(const MergedZones &zones)
+/// Indices of the zones from the highest middle down, equals in merging order.
+Indices orderByMid(const MergedZones &zones)
 {
-    const auto key = [&zones](int index) {
-        const double mid = zones[index].mid;
-        return std::isnan(mid) ? -std::numeric_limits<double>::infinity() : mid;
-    };
-    const auto before = [key](int a, int b) {
-        const double keyA = key(a);
-        const double keyB = key(b);
+    const auto before = [&zones](int a, int b) {
+        const double keyA = sortKey(zones[a].mid);
+        const double keyB = sortKey(zones[b].mid);
         return keyA > keyB || (keyA == keyB && a < b);
     };
-    QVarLengthArray<int, 96> order(zones.size());
-    for (int i = 0; i < zones.size(); ++i)
-        order[i] = i;
+    Indices order(zones.size());
+    std::iota(order.begin(), order.end(), 0);
     if (!std::is_sorted(order.begin(), order.end(), before))
         std::sort(order.begin(), order.end(), before);
     return order;
@@ -222,10 +245,9 @@ QVarLengthArray<int, 96> orderByMid(const MergedZones &zones)
 /// every zone, then (where wanted) the sources of every zone.
 std::vector<Zone> finish(BandList &list, double curPrice, bool withSources)
 {
-    list.sort();
     Bands &bands = list.bands();
-    MergedZones merged = mergeBands(bands);
-    const auto order = orderByMid(merged);
+    const Indices bandOrder = orderByLowerEdge(bands);
+    MergedZones merged = mergeBands(bands, bandOrder);
 
     const auto nameCount = static_cast<std::size_t>(bands.size());
     const auto texts = std::make_shared<QString[]>(withSources ? 2 * nameCount : nameCount);
@@ -233,23 +255,24 @@ std::vector<Zone> finish(BandList &list, double curPrice, bool withSources)
     std::vector<Zone> zones;
     zones.reserve(static_cast<std::size_t>(merged.size()));
     int place = 0;
-    for (const int index : order) {
+    for (const int index : orderByMid(merged)) {
         Merged &zone = merged[index];
         const auto first = static_cast<std::size_t>(place);
         const auto count = static_cast<std::size_t>(zone.count);
         const double distPct = (zone.mid - curPrice) / curPrice * 100;
-        const Standing standing = standingOf(zone.mid, curPrice, distPct);
+        const Standing &standing = standingOf(zone.mid, curPrice, distPct);
         zones.emplace_back(zone.lo, zone.hi, zone.mid, TextList(block, first, count), distPct, zone.count,
                            zone.golden, standing.type, standing.strength,
                            withSources ? TextList(block, nameCount + first, count) : TextList());
         zone.place = place;
         place += zone.count;
     }
-    for (const Band &band : bands) {
+    for (const int index : bandOrder) {
+        const Band &band = bands[index];
         const auto at = static_cast<std::size_t>(merged[band.zone].place++);
-        texts[at] = labelText(band.label);
+        texts[at] = QString(labelText(band.label)); // moving in is inline, assigning is not
         if (withSources)
-            texts[nameCount + at] = sourceTag(band.label);
+            texts[nameCount + at] = QString(sourceTag(band.label));
     }
     return zones;
 }

@@ -4,10 +4,10 @@
 #include "analysis/zonebuilding.h"
 #include "support/testregistry.h"
 
-#include <QElapsedTimer>
 #include <QTest>
 
 #include <algorithm>
+#include <ctime>
 #include <limits>
 
 using namespace kestrune;
@@ -360,14 +360,13 @@ void ZoneBuildingTest::staysBoundedForManyCandles()
 {
     std::mt19937_64 random(29);
     const CandleList candles = randomCandles(random, 100'000, 1e6);
-    QElapsedTimer timer;
-    timer.start();
+    const std::clock_t start = std::clock(); // processor time: other programs must not fail this
     // Every swing low lies above such a price and far enough from the next: tens of thousands of zones.
     const auto zones = buildZones(candles, 1e-3);
     QVERIFY(zones.size() > 5'000);
     QVERIFY(!buildZones(candles, 0, 0).empty());
     QVERIFY(!buildZones(candles, -1, 0).empty());
-    QVERIFY(timer.elapsed() < 5'000);
+    QVERIFY((std::clock() - start) / CLOCKS_PER_SEC < 5);
 }
 
 void ZoneBuildingTest::allocatesTheListAndOneTextBlock()
