@@ -24,7 +24,8 @@ double sumOf(std::span<const double> values)
 /// Smoothing factors of an exponential average; the period is taken as double, so that none overflows.
 struct EmaFactors
 {
-    explicit EmaFactors(int period) : fresh(2 / (static_cast<double>(period) + 1)), kept(1 - fresh) {}
+    explicit constexpr EmaFactors(int period) : fresh(2 / (static_cast<double>(period) + 1)), kept(1 - fresh)
+    {}
 
     [[nodiscard]] double next(double average, double value) const { return kept * average + fresh * value; }
 
@@ -93,8 +94,8 @@ struct Chains
         volume += candle.v;
     }
 
-    static inline const EmaFactors ema50Factors{50}, ema144Factors{144}, ema169Factors{169},
-        ema200Factors{200}, fastFactors{12}, slowFactors{26}, signalFactors{9};
+    static constexpr EmaFactors ema50Factors{50}, ema144Factors{144}, ema169Factors{169}, ema200Factors{200},
+        fastFactors{12}, slowFactors{26}, signalFactors{9};
 
     double closeSum = 0;
     double ema50 = 0, ema144 = 0, ema169 = 0, ema200 = 0;

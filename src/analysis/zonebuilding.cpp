@@ -267,12 +267,13 @@ std::vector<Zone> finish(BandList &list, double curPrice, bool withSources)
         zone.place = place;
         place += zone.count;
     }
+    const auto sourcesAt = static_cast<std::ptrdiff_t>(nameCount);
     for (const int index : bandOrder) {
         const Band &band = bands[index];
-        const auto at = static_cast<std::size_t>(merged[band.zone].place++);
+        const int at = merged[band.zone].place++;
         texts[at] = QString(labelText(band.label)); // moving in is inline, assigning is not
         if (withSources)
-            texts[nameCount + at] = QString(sourceTag(band.label));
+            texts[sourcesAt + at] = QString(sourceTag(band.label));
     }
     return zones;
 }
