@@ -27,7 +27,7 @@ class RandomRun : public AppFixture
 public:
     explicit RandomRun(unsigned seed) : m_random(seed)
     {
-        moveTheMarket();
+        serveGoodMarket(100);
         create();
     }
 
@@ -70,7 +70,7 @@ public:
 
     void serveGoodMarket(double price)
     {
-        const CandleList candles = waveCandles(std::size_t(60 * (1 + pick(3))), price);
+        const CandleList candles = someCandles(price);
         serveCrypto(price, candles);
         for (const QString &code : stockCodes)
             serveStock(code, price, candles);
@@ -89,6 +89,8 @@ private:
         return books;
     }
 
+    CandleList someCandles(double price) { return waveCandles(std::size_t(40 + 40 * pick(3)), price); }
+
     int pick(int count) { return std::uniform_int_distribution<int>(0, count - 1)(m_random); }
 
     void select()
@@ -103,7 +105,9 @@ private:
 
     void moveTheMarket()
     {
-        serveGoodMarket(std::round(100 * std::exp(0.02 * (pick(21) - 10))));
+        const double price = std::round(100 * std::exp(0.02 * (pick(21) - 10)));
+        serveCrypto(price, someCandles(price));
+        serveStock(stockCodes.at(pick(6)), price, someCandles(price));
         if (pick(4) == 0)
             crypto.failAlways(u"/api/v4/futures/usdt/tickers"_s);
         if (pick(4) == 0)
