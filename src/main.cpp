@@ -9,6 +9,7 @@
 #include <QGuiApplication>
 
 #include <cstdio>
+#include <cstdlib>
 
 namespace {
 
@@ -33,8 +34,21 @@ QStringList argumentsAfterName(int argc, char **argv)
 
 bool hasDisplay()
 {
-    return qEnvironmentVariableIsSet("DISPLAY") || qEnvironmentVariableIsSet("WAYLAND_DISPLAY") ||
-           qEnvironmentVariableIsSet("QT_QPA_PLATFORM");
+    return !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
+           !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
+}
+
+int failWithoutDisplay()
+{
+    return fail(u"no display; --snapshot DIR works without one"_s, 1);
+}
+
+/// While Qt looks for the display. One that is named but not there is fatal to Qt; what its plugins say on
+/// the way is left out for our own line.
+void refuseDeadDisplay(QtMsgType type, const QMessageLogContext &, const QString &)
+{
+    if (type == QtFatalMsg)
+        std::_Exit(failWithoutDisplay());
 }
 
 /// Where this run's settings live; the demo market's are kept apart from the real ones.
@@ -70,9 +84,11 @@ int main(int argc, char **argv)
     if (config)
         qputenv("QT_QPA_PLATFORM", "offscreen"); // whatever display there is
     else if (!hasDisplay())
-        return fail(u"no display; --snapshot DIR works without one"_s, 1);
+        return failWithoutDisplay();
 
+    const QtMessageHandler messageHandler = qInstallMessageHandler(refuseDeadDisplay);
     QGuiApplication application(argc, argv);
+    qInstallMessageHandler(messageHandler);
     QCoreApplication::setApplicationName(u"kestrune-bar"_s);
     QCoreApplication::setApplicationVersion(QStringLiteral(KESTRUNE_VERSION));
 

@@ -12,6 +12,13 @@ namespace {
 constexpr int startLimitMs = 5000;
 constexpr int stopLimitMs = 1000;
 
+QString failureOf(const QProcess &process)
+{
+    if (process.error() == QProcess::FailedToStart)
+        return process.errorString();
+    return process.state() == QProcess::Running ? u"does not answer"_s : u"has ended at once"_s;
+}
+
 } // namespace
 
 tl::expected<std::unique_ptr<DemoMarket>, QString> DemoMarket::start(const QString &program)
@@ -26,9 +33,7 @@ tl::expected<std::unique_ptr<DemoMarket>, QString> DemoMarket::start(const QStri
     while (!process.canReadLine()) {
         const auto left = startLimitMs - elapsed.elapsed();
         if (left <= 0 || !process.waitForReadyRead(int(left))) {
-            return tl::unexpected(u"cannot start the demo market: %1 %2"_s.arg(
-                program,
-                process.state() == QProcess::Running ? u"does not answer"_s : process.errorString()));
+            return tl::unexpected(u"cannot start the demo market: %1: %2"_s.arg(program, failureOf(process)));
         }
     }
     const QString address = QString::fromUtf8(process.readLine()).trimmed();

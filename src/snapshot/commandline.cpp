@@ -24,7 +24,9 @@ void readMarketServer(CommandLine &line, const QString &value)
         base.chop(1);
     const auto url = requestUrl(base);
     if (!url || url->hasQuery() || url->hasFragment()) {
-        line.error = u"--market-server wants an http or https address with a host, not \"%1\""_s.arg(value);
+        // A line break in the value must not become one in the message.
+        line.error = u"--market-server wants an http or https address with a host, not \"%1\""_s.arg(
+            value.simplified());
         return;
     }
     line.marketServer = base;

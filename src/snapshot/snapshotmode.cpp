@@ -4,6 +4,7 @@
 #include "snapshot/snapshotdata.h"
 
 #include <QDir>
+#include <QPointer>
 #include <QSaveFile>
 
 using namespace std::chrono_literals;
@@ -71,11 +72,12 @@ bool SnapshotMode::ready() const
 
 QCoro::Task<> SnapshotMode::waitUntilReady(Instant deadline)
 {
+    const QPointer<SnapshotMode> self(this); // the run may be given up during a sleep
     while (!ready() && m_clock.now() <= deadline) {
-        if (!co_await m_clock.sleep(readinessPoll))
+        if (!co_await m_clock.sleep(readinessPoll) || !self)
             co_return;
     }
-    if (!co_await m_clock.sleep(settlingTime))
+    if (!co_await m_clock.sleep(settlingTime) || !self)
         co_return;
     capture();
     Q_EMIT

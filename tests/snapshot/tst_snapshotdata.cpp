@@ -1,0 +1,169 @@
+#include "snapshot/snapshotdata.h"
+#include "support/appfixture.h"
+#include "support/testregistry.h"
+
+#include <QTest>
+
+#include <limits>
+
+using namespace kestrune;
+using namespace kestrune::test;
+
+namespace {
+
+Zone zone(const QString &type, int confirm, double distPct, double mid = 1, const QString &strength = {},
+          TextList sources = {}, bool golden = false)
+{
+    return {mid, mid, mid, {}, distPct, confirm, golden, type, strength, std::move(sources)};
+}
+
+const QByteArray expectedSummary = R"({
+    "changePct": -1.25,
+    "conclusion": "多周期同步偏多 · 短中长一致",
+    "decimals": 2,
+    "displayName": "BTC",
+    "generatedAt": "2026-01-05T08:30:00Z",
+    "headerTitle": "BTC/USDT · 永续",
+    "market": "加密",
+    "price": 60000.5,
+    "resistance": [
+        {
+            "confirm": 3,
+            "distPct": 2.5,
+            "golden": true,
+            "price": 61500,
+            "sources": [
+                "fib",
+                "swing"
+            ],
+            "strength": "强阻力"
+        }
+    ],
+    "signals": [
+        {
+            "label": "1H",
+            "reason": "均线多头",
+            "score": 4,
+            "signal": "强多"
+        },
+        {
+            "label": "4H",
+            "reason": "—",
+            "score": -0.5,
+            "signal": "中性"
+        }
+    ],
+    "support": [
+    ],
+    "symbol": "BTC",
+    "timeframe": "4H",
+    "tradingView": "BINANCE:BTCUSDT.P"
+}
+)";
+
+} // namespace
+
+class SnapshotDataTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void topZonesAreAPriceLadder_data();
+    void topZonesAreAPriceLadder();
+    void theSummaryOfOneState();
+    void withoutAPriceTheZonesGiveIt();
+    void aNumberThatIsNotFiniteGivesNoSummary_data();
+    void aNumberThatIsNotFiniteGivesNoSummary();
+};
+
+void SnapshotDataTest::topZonesAreAPriceLadder_data()
+{
+    QTest::addColumn<QString>("type");
+    QTest::addColumn<QList<QPair<int, double>>>("zones"); // confirm, distPct; `mid` is the place in the list
+    QTest::addColumn<QList<double>>("places");
+    using Zones = QList<QPair<int, double>>;
+    using Places = QList<double>;
+    const Zones five{{3, 4}, {3, 1}, {2, 0.5}, {1, 0.2}, {1, 8}};
+    QTest::newRow("the most confirmed, farthest first") << u"resistance"_s << five << Places{0, 1, 2};
+    QTest::newRow("nearest first for supports")
+        << u"support"_s << Zones{{3, -4}, {3, -1}, {2, -0.5}, {1, -0.2}} << Places{2, 1, 0};
+    QTest::newRow("nearer first among equals")
+        << u"resistance"_s << Zones{{1, 5}, {1, 2}, {1, 4}, {1, 3}} << Places{2, 3, 1};
+    QTest::newRow("the distance counts without its sign")
+        << u"support"_s << Zones{{1, 2}, {1, -1}, {1, -3}, {1, 0.5}} << Places{3, 1, 0};
+    QTest::newRow("full equals keep their order")
+        << u"resistance"_s << Zones{{1, 2}, {1, -2}, {1, 2}, {1, 2}} << Places{0, 1, 2};
+    QTest::newRow("fewer than three") << u"support"_s << Zones{{1, -2}} << Places{0};
+    QTest::newRow("none") << u"support"_s << Zones{} << Places{};
+}
+
+void SnapshotDataTest::topZonesAreAPriceLadder()
+{
+    QFETCH(QString, type);
+    using Zones = QList<QPair<int, double>>;
+    QFETCH(Zones, zones);
+    QFETCH(QList<double>, places);
+    std::vector<Zone> list{zone(u"current"_s, 9, 0, -1)};
+    for (qsizetype i = 0; i < zones.size(); ++i)
+        list.push_back(zone(type, zones[i].first, zones[i].second, double(i)));
+    list.push_back(zone(type == u"support" ? u"resistance"_s : u"support"_s, 9, 0, -2));
+    QList<double> found;
+    for (const Zone &kept : topZones(list, type, 3))
+        found.append(kept.mid);
+    QCOMPARE(found, places);
+}
+
+void SnapshotDataTest::theSummaryOfOneState()
+{
+    AppFixture app;
+    app.preferences.preset(u"ks_coin"_s, u"BTC"_s);
+    app.preferences.preset(u"ks_tf"_s, u"4H"_s);
+    AppState &state = app.create();
+    state.price = 60000.5;
+    state.changePct = -1.25;
+    state.snapshotConclusion = u"多周期同步偏多 · 短中长一致"_s;
+    state.zones = {zone(u"resistance"_s, 3, 2.5, 61500, u"强阻力"_s, {u"fib"_s, u"swing"_s}, true)};
+    state.snapshot = {{u"1H"_s, 4, SignalType::strongBull, u"均线多头"_s},
+                      {u"4H"_s, -0.5, SignalType::neutral, u"—"_s}};
+    const auto summary = snapshotSummary(state, app.clock.now());
+    QVERIFY(summary);
+    QCOMPARE(QString::fromUtf8(*summary), QString::fromUtf8(expectedSummary));
+    // Fractions of a second are cut off, whatever side of the epoch.
+    QVERIFY(snapshotSummary(state, app.clock.now() + std::chrono::milliseconds(999))
+                ->contains("\"2026-01-05T08:30:00Z\""));
+}
+
+void SnapshotDataTest::withoutAPriceTheZonesGiveIt()
+{
+    AppFixture app;
+    AppState &state = app.create();
+    state.zonePrice = 2999.5;
+    const auto summary = snapshotSummary(state, app.clock.now());
+    QVERIFY(summary && summary->contains("\"price\": 2999.5,") && summary->contains("\"changePct\": 0,"));
+    QVERIFY(summary->contains("\"signals\": [\n    ]"));
+    state.price = 0.0; // a price of nothing is a price
+    QVERIFY(snapshotSummary(state, app.clock.now())->contains("\"price\": 0,"));
+}
+
+void SnapshotDataTest::aNumberThatIsNotFiniteGivesNoSummary_data()
+{
+    QTest::addColumn<QString>("place");
+    for (const char *place : {"price", "changePct", "score", "mid", "distPct"})
+        QTest::newRow(place) << QString::fromLatin1(place);
+}
+
+void SnapshotDataTest::aNumberThatIsNotFiniteGivesNoSummary()
+{
+    QFETCH(QString, place);
+    constexpr double infinite = std::numeric_limits<double>::infinity();
+    AppFixture app;
+    AppState &state = app.create();
+    state.price = place == u"price" ? std::nan("") : 1;
+    state.changePct = place == u"changePct" ? -infinite : 1;
+    state.snapshot = {{u"1H"_s, place == u"score" ? infinite : 1, SignalType::bull, u"x"_s}};
+    state.zones = {
+        zone(u"support"_s, 1, place == u"distPct" ? std::nan("") : -1, place == u"mid" ? infinite : 1)};
+    QVERIFY(!snapshotSummary(state, app.clock.now()));
+}
+
+KESTRUNE_TEST(SnapshotDataTest)
+#include "tst_snapshotdata.moc"

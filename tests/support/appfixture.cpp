@@ -1,0 +1,163 @@
+#include "support/appfixture.h"
+
+#include <algorithm>
+
+namespace kestrune::test {
+
+QString gateCandleLine(const QString &coin, const QString &interval, int limit)
+{
+    return u"/api/v4/spot/candlesticks?currency_pair=%1_USDT&interval=%2&limit=%3"_s.arg(coin, interval)
+        .arg(limit);
+}
+
+QString binanceCandleLine(const QString &coin, const QString &interval, int limit)
+{
+    return u"/api/v3/klines?symbol=%1USDT&interval=%2&limit=%3"_s.arg(coin, interval).arg(limit);
+}
+
+QString okxCandleLine(const QString &coin, const QString &bar, int limit)
+{
+    return u"/api/v5/market/candles?instId=%1-USDT-SWAP&bar=%2&limit=%3"_s.arg(coin, bar).arg(limit);
+}
+
+QString gateTickerLine(const QString &coin)
+{
+    return u"/api/v4/futures/usdt/tickers?contract=%1_USDT"_s.arg(coin);
+}
+
+QString binanceTickerLine(const QString &coin)
+{
+    return u"/fapi/v1/ticker/24hr?symbol=%1USDT"_s.arg(coin);
+}
+
+QString stockCandleLine(const QString &code, const QString &period)
+{
+    return u"/appstock/app/fqkline/get?param=%1,%2,,,320,qfq"_s.arg(code, period);
+}
+
+QString quoteLine(const QString &codes)
+{
+    return u"/q="_s + codes;
+}
+
+QString fieldName(const AppState &state, const PublishedField *field)
+{
+#define KESTRUNE_FIELD(name)                                                                                 \
+    {                                                                                                        \
+        &state.name, u"" #name##_s                                                                           \
+    }
+    const std::vector<std::pair<const PublishedField *, QString>> names{KESTRUNE_FIELD(coinSymbol),
+                                                                        KESTRUNE_FIELD(price),
+                                                                        KESTRUNE_FIELD(changePct),
+                                                                        KESTRUNE_FIELD(decimals),
+                                                                        KESTRUNE_FIELD(market),
+                                                                        KESTRUNE_FIELD(stockQuote),
+                                                                        KESTRUNE_FIELD(accountSize),
+                                                                        KESTRUNE_FIELD(riskPctPerTrade),
+                                                                        KESTRUNE_FIELD(leverage),
+                                                                        KESTRUNE_FIELD(marginMode),
+                                                                        KESTRUNE_FIELD(selectedZonePrice),
+                                                                        KESTRUNE_FIELD(selectedZoneType),
+                                                                        KESTRUNE_FIELD(timeframe),
+                                                                        KESTRUNE_FIELD(zones),
+                                                                        KESTRUNE_FIELD(zonePrice),
+                                                                        KESTRUNE_FIELD(sparkline),
+                                                                        KESTRUNE_FIELD(lastUpdated),
+                                                                        KESTRUNE_FIELD(dataSource),
+                                                                        KESTRUNE_FIELD(isLoading),
+                                                                        KESTRUNE_FIELD(errorMessage),
+                                                                        KESTRUNE_FIELD(ctxEMA50),
+                                                                        KESTRUNE_FIELD(ctxEMA200),
+                                                                        KESTRUNE_FIELD(ctxVegas),
+                                                                        KESTRUNE_FIELD(ctxRSI),
+                                                                        KESTRUNE_FIELD(ctxMACDHist),
+                                                                        KESTRUNE_FIELD(ctxATR),
+                                                                        KESTRUNE_FIELD(ctxVWAP),
+                                                                        KESTRUNE_FIELD(snapshot),
+                                                                        KESTRUNE_FIELD(snapshotConclusion),
+                                                                        KESTRUNE_FIELD(marketContextExpanded),
+                                                                        KESTRUNE_FIELD(miniMode),
+                                                                        KESTRUNE_FIELD(blingMode),
+                                                                        KESTRUNE_FIELD(multiPrices),
+                                                                        KESTRUNE_FIELD(blingPulse),
+                                                                        KESTRUNE_FIELD(alerts),
+                                                                        KESTRUNE_FIELD(pulsePhase),
+                                                                        KESTRUNE_FIELD(signalThreshold),
+                                                                        KESTRUNE_FIELD(displayRangePct),
+                                                                        KESTRUNE_FIELD(maxPerSide)};
+#undef KESTRUNE_FIELD
+    for (const auto &[known, name] : names) {
+        if (known == field)
+            return name;
+    }
+    return u"unknown field"_s;
+}
+
+bool sameZones(const std::vector<Zone> &a, const std::vector<Zone> &b)
+{
+    return std::ranges::equal(a, b, [](const Zone &x, const Zone &y) {
+        return x.lo == y.lo && x.hi == y.hi && x.mid == y.mid && x.names == y.names &&
+               x.distPct == y.distPct && x.confirm == y.confirm && x.isGolden == y.isGolden &&
+               x.type == y.type && x.strength == y.strength && x.sources == y.sources;
+    });
+}
+
+AppFixture::AppFixture(Launch launch)
+{
+    if (launch == Launch::later)
+        preferences.preset(u"ks_has_launched_v2"_s, true);
+}
+
+AppState &AppFixture::create()
+{
+    state = AppState::create({crypto, stock, clock, preferences, attention, Endpoints::live()});
+    QObject::connect(state.get(), &ObservableObject::fieldWillChange, state.get(),
+                     [this, made = state.get()](const PublishedField *field) {
+                         announcements.append(fieldName(*made, field));
+                     });
+    return *state;
+}
+
+AppState &AppFixture::start()
+{
+    create();
+    drainEvents();
+    clearLogs();
+    return *state;
+}
+
+void AppFixture::serveCrypto(double price, const CandleList &candles)
+{
+    tickTo(price);
+    crypto.answerAlways(u"/api/v4/spot/candlesticks"_s, gateCandles(candles));
+    crypto.failAlways(u"/api/v3/klines"_s);
+    crypto.failAlways(u"/api/v5/market/candles"_s);
+    crypto.failAlways(u"/fapi/v1/ticker/24hr"_s);
+}
+
+void AppFixture::serveStock(const QString &code, double price, const CandleList &candles)
+{
+    stock.answerAlways(quoteLine(code), stockQuotes({{code.toLatin1(), "Name", price, 1.25}}));
+    for (const QString &period : {u"day"_s, u"week"_s, u"month"_s})
+        stock.answerAlways(stockCandleLine(code, period), stockCandles(code, period, candles));
+}
+
+void AppFixture::tickTo(double price)
+{
+    crypto.answerAlways(u"/api/v4/futures/usdt/tickers"_s, gateTicker(price, 1.5));
+}
+
+void AppFixture::clearLogs()
+{
+    announcements.clear();
+    preferences.clearWrites();
+    crypto.clearRequests();
+    stock.clearRequests();
+}
+
+QString AppFixture::problems() const
+{
+    return (crypto.problems() + stock.problems()).join(u'\n');
+}
+
+} // namespace kestrune::test

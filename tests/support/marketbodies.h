@@ -1,0 +1,34 @@
+#pragma once
+
+#include "analysis/candle.h"
+
+#include <QByteArray>
+#include <QString>
+
+#include <optional>
+#include <vector>
+
+namespace kestrune::test {
+
+/// Smooth waves around `base`, one candle per Shanghai day from 2024-01-01 on, rows that every source
+/// accepts.
+[[nodiscard]] CandleList waveCandles(std::size_t count, double base);
+
+// Answer bodies in the sources' own layouts; numbers round-trip exactly.
+[[nodiscard]] QByteArray gateCandles(const CandleList &candles);
+[[nodiscard]] QByteArray binanceCandles(const CandleList &candles);
+[[nodiscard]] QByteArray gateTicker(double price, std::optional<double> change = {});
+[[nodiscard]] QByteArray binanceTicker(double price, std::optional<double> change = {});
+/// `period` is "day", "week" or "month".
+[[nodiscard]] QByteArray stockCandles(const QString &code, const QString &period, const CandleList &candles);
+
+struct QuoteLine
+{
+    QByteArray code; ///< with prefix, for example "sh600519"
+    QByteArray name; ///< GB 18030 bytes
+    double price = 0;
+    double changePct = 0;
+};
+[[nodiscard]] QByteArray stockQuotes(const std::vector<QuoteLine> &quotes);
+
+} // namespace kestrune::test
