@@ -6,11 +6,11 @@ namespace kestrune {
 
 namespace {
 
-constexpr qsizetype maxBytes = 4 * 1024 * 1024;
+constexpr qsizetype maxBytes = qsizetype{4} * 1024 * 1024;
 
 /// A parser keeps some 17 bytes of buffers per byte of its largest body. The ordinary answers, 20 to 70 KiB,
 /// share one parser; for a larger one a parser is made that goes with it.
-constexpr qsizetype maxSharedBytes = 128 * 1024;
+constexpr qsizetype maxSharedBytes = qsizetype{128} * 1024;
 
 simdjson::dom::parser &sharedParser()
 {

@@ -107,12 +107,13 @@ MarketService::MarketService(HttpClient &http, Endpoints endpoints)
     : m_http(&http), m_endpoints(std::move(endpoints))
 {}
 
-QCoro::Task<Result<CandleList>> MarketService::fetchKlines(QString symbol, QString interval, int limit) const
+QCoro::Task<Result<CandleList>> MarketService::fetchKlines(const QString &symbol, const QString &interval,
+                                                           int limit) const
 {
     return klinesFrom(m_http, klineUrls(m_endpoints, symbol, interval, limit));
 }
 
-QCoro::Task<Result<PriceResult>> MarketService::fetchPrice(QString symbol) const
+QCoro::Task<Result<PriceResult>> MarketService::fetchPrice(const QString &symbol) const
 {
     return priceFrom(m_http, priceUrls(m_endpoints, symbol));
 }

@@ -31,9 +31,9 @@ public:
 
     /// Candles oldest first, never empty; error 2 when all three sources failed.
     [[nodiscard]] QCoro::Task<Result<CandleList>>
-    fetchKlines(QString symbol, QString interval = QStringLiteral("1d"), int limit = 200) const;
+    fetchKlines(const QString &symbol, const QString &interval = QStringLiteral("1d"), int limit = 200) const;
     /// Perpetual contract price; error 1 when both sources failed.
-    [[nodiscard]] QCoro::Task<Result<PriceResult>> fetchPrice(QString symbol) const;
+    [[nodiscard]] QCoro::Task<Result<PriceResult>> fetchPrice(const QString &symbol) const;
     /// All at once; entries in order of completion, without a price where it could not be had.
     [[nodiscard]] QCoro::Task<std::vector<SymbolPrice>> fetchPricesConcurrently(QStringList symbols) const;
 

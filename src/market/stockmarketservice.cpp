@@ -52,7 +52,7 @@ StockMarketService::StockMarketService(HttpClient &http, const Clock &clock, End
     : m_http(&http), m_clock(&clock), m_endpoints(std::move(endpoints))
 {}
 
-QCoro::Task<StockQuotes> StockMarketService::fetchQuotes(QStringList codes) const
+QCoro::Task<StockQuotes> StockMarketService::fetchQuotes(const QStringList &codes) const
 {
     // Without codes there is nothing to ask; an absent address sends no request.
     std::optional<QUrl> url;
@@ -61,17 +61,18 @@ QCoro::Task<StockQuotes> StockMarketService::fetchQuotes(QStringList codes) cons
     return quotesFrom(m_http, m_clock, std::move(url));
 }
 
-QCoro::Task<std::optional<StockQuote>> StockMarketService::fetchQuote(QString code) const
+QCoro::Task<std::optional<StockQuote>> StockMarketService::fetchQuote(const QString &code) const
 {
     return quoteFrom(fetchQuotes({code}), code.toLower());
 }
 
-QCoro::Task<Result<CandleList>> StockMarketService::fetchKlines(QString code, QString period, int count) const
+QCoro::Task<Result<CandleList>> StockMarketService::fetchKlines(const QString &code, const QString &period,
+                                                                int count) const
 {
     const QString lower = code.toLower();
     auto url = requestUrl(m_endpoints.tencentCandles + "/appstock/app/fqkline/get?param="_L1 + lower + u',' +
                           period + ",,,"_L1 + QString::number(count) + ",qfq"_L1);
-    return klinesFrom(m_http, std::move(url), lower, std::move(period));
+    return klinesFrom(m_http, std::move(url), lower, period);
 }
 
 } // namespace kestrune

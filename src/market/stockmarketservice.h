@@ -23,11 +23,11 @@ public:
     StockMarketService(HttpClient &http, const Clock &clock, Endpoints endpoints);
 
     /// Quotes by lower-case code; codes without an answer are missing, any failure gives none at all.
-    [[nodiscard]] QCoro::Task<StockQuotes> fetchQuotes(QStringList codes) const;
-    [[nodiscard]] QCoro::Task<std::optional<StockQuote>> fetchQuote(QString code) const;
+    [[nodiscard]] QCoro::Task<StockQuotes> fetchQuotes(const QStringList &codes) const;
+    [[nodiscard]] QCoro::Task<std::optional<StockQuote>> fetchQuote(const QString &code) const;
     /// Forward-adjusted candles oldest first, never empty; errors 2 to 5, or 0 for a transfer error.
     [[nodiscard]] QCoro::Task<Result<CandleList>>
-    fetchKlines(QString code, QString period = QStringLiteral("day"), int count = 320) const;
+    fetchKlines(const QString &code, const QString &period = QStringLiteral("day"), int count = 320) const;
 
 private:
     HttpClient *m_http;

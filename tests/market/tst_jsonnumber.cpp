@@ -60,9 +60,10 @@ void JsonNumberTest::otherTextIsNoNumber_data()
 {
     QTest::addColumn<QByteArray>("text");
     for (const char *text :
-         {"",    " ",   " 1",  "1 ", "1,5",     "1.5.2", "0x10", "0x1p3", "1e",           "e5", "+",  "-",
-          "+-1", "-+1", "++1", ".",  "infinit", "inf ",  "nanx", "1_000", "\xef\xbc\x91", "--", "1\n"})
+         {"",  " ",   " 1",  "1 ",  "1,5", "1.5.2",   "0x10", "0x1p3", "1e",    "e5",           "+",
+          "-", "+-1", "-+1", "++1", ".",   "infinit", "inf ", "nanx",  "1_000", "\xef\xbc\x91", "--"})
         QTest::addRow("\"%s\"", text) << QByteArray(text);
+    QTest::newRow("a line break") << QByteArray("1\n");
     QTest::newRow("a zero byte") << QByteArray("1\0", 2);
 }
 
