@@ -74,5 +74,5 @@ function(kestrune_add_test name)
     endif()
     add_test(NAME ${name} COMMAND ${name})
     set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT}
-        ENVIRONMENT "TZ=UTC;LC_ALL=C.UTF-8;LANG=C.UTF-8;QT_QPA_PLATFORM=offscreen;${arg_ENVIRONMENT}")
+        ENVIRONMENT "TZ=UTC;LC_ALL=C.UTF-8;LANG=C.UTF-8;QT_QPA_PLATFORM=offscreen;QTEST_DISABLE_STACK_DUMP=1;${arg_ENVIRONMENT}")
 endfunction()

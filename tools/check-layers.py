@@ -21,7 +21,7 @@ LAYERS = {
                    "platform"},
                   [JSON_LIBRARY, r"QMediaDevices|QSoundEffect|QtMultimedia"]),
     "snapshot": ({"snapshot", "panel", "state", "market", "platform", "analysis"}, [NETWORK, JSON_LIBRARY]),
-    "sound": ({"sound", "platform/attention.h", "platform/soundplugin.h"}, [NETWORK, JSON_LIBRARY]),
+    "sound": ({"sound", "platform/alertsound.h"}, [NETWORK, JSON_LIBRARY]),
 }
 REPLAY = ({"replay", "analysis"}, [GUI, JSON_LIBRARY])
 INCLUDE = re.compile(r'^\s*#\s*include\s+(?:"([^"]+)"|<([^>]+)>)')

@@ -13,7 +13,7 @@ namespace kestrune {
 namespace {
 
 // Some 80 000 alerts. A larger text does not come from this program, and parsing it would hold up the start.
-constexpr qsizetype maxStoredBytes = 16 * 1024 * 1024;
+constexpr qsizetype maxStoredBytes = qsizetype{16} * 1024 * 1024;
 
 bool isStorable(const PriceAlert &alert)
 {

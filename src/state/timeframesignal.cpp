@@ -58,12 +58,8 @@ bool isBear(SignalType signal)
     return signal == SignalType::strongBear || signal == SignalType::bear;
 }
 
-TimeframeSignal::TimeframeSignal(QString labelText, double scoreValue, SignalType signalType, QString phrase)
-    : id(fastUuid())
-    , label(std::move(labelText))
-    , score(scoreValue)
-    , signal(signalType)
-    , reason(std::move(phrase))
+TimeframeSignal::TimeframeSignal(QString labelText, double total, SignalType band, QString phrase)
+    : id(fastUuid()), label(std::move(labelText)), score(total), signal(band), reason(std::move(phrase))
 {}
 
 } // namespace kestrune

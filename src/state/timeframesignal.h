@@ -21,7 +21,7 @@ enum class SignalType { strongBull, bull, neutral, bear, strongBear };
 /// The signal of one timeframe.
 struct TimeframeSignal
 {
-    TimeframeSignal(QString label, double score, SignalType signal, QString reason);
+    TimeframeSignal(QString labelText, double total, SignalType band, QString phrase);
 
     QUuid id; ///< fresh for every record
     QString label;

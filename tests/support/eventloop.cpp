@@ -1,5 +1,6 @@
 #include "support/eventloop.h"
 
+#include <QCoreApplication>
 #include <QAbstractEventDispatcher>
 #include <QDeadlineTimer>
 #include <QEvent>
