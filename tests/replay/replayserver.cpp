@@ -1,6 +1,7 @@
 #include "replay/replayserver.h"
 
 #include <QElapsedTimer>
+#include <QTest>
 
 #include <algorithm>
 #include <array>
@@ -33,9 +34,13 @@ ReplayServer::ReplayServer(const QStringList &arguments)
 ReplayServer::~ReplayServer()
 {
     m_process.terminate();
-    if (!m_process.waitForFinished(5000))
+    if (!m_process.waitForFinished(10000))
         m_process.kill();
     m_process.waitForFinished();
+    // A sanitizer's findings show in the status.
+    const bool well = m_process.exitStatus() == QProcess::NormalExit && m_process.exitCode() == 0;
+    if (!well && QTest::currentTestFunction())
+        QTest::qFail(m_process.readAllStandardError().constData(), __FILE__, __LINE__);
 }
 
 QByteArray ReplayServer::get(const QByteArray &target) const
@@ -115,7 +120,7 @@ QByteArray WireClient::readFor(int ms)
 
 WireReply WireClient::readReply()
 {
-    constexpr int patience = 2000;
+    constexpr int patience = 10000;
     WireReply reply;
     qsizetype end = -1;
     while ((end = m_buffer.indexOf("\r\n\r\n")) < 0) {

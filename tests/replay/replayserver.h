@@ -57,7 +57,7 @@ public:
     void ask(const QByteArray &target);
     /// Everything that comes until the other side ends or `ms` have passed in silence or in all.
     [[nodiscard]] QByteArray readFor(int ms);
-    /// The next whole reply; status 0 when it does not come within two seconds.
+    /// The next whole reply; status 0 when it does not come within ten seconds.
     [[nodiscard]] WireReply readReply();
     [[nodiscard]] End end() const { return m_end; }
 
