@@ -31,7 +31,9 @@ bool setStatus(Fault &fault, const QByteArray &text)
 {
     bool ok = false;
     fault.status = text.toInt(&ok);
-    return ok && fault.status >= 200 && fault.status <= 599 && setContent(fault, Fault::Content::status);
+    const bool bodiless = fault.status == 204 || fault.status == 205 || fault.status == 304;
+    return ok && !bodiless && fault.status >= 200 && fault.status <= 599 &&
+           setContent(fault, Fault::Content::status);
 }
 
 bool addKind(Fault &fault, const QByteArray &kind)
@@ -67,7 +69,7 @@ std::optional<Fault> parseKinds(const QByteArray &text)
             return fault;
         }
         const qsizetype comma = rest.indexOf(',');
-        if (!addKind(fault, rest.left(comma)))
+        if (!addKind(fault, comma < 0 ? rest : rest.left(comma)))
             return std::nullopt;
         rest = comma < 0 ? QByteArray() : rest.sliced(comma + 1);
         if (comma >= 0 && rest.isEmpty())
@@ -96,13 +98,18 @@ QByteArray errorBody(Endpoint endpoint)
     return {};
 }
 
+/// The checksum that gzip asks for, of so many zero bytes.
 quint32 crc32OfZeros(qsizetype count)
 {
-    quint32 crc = 0xffffffff;
-    for (qsizetype i = 0; i < count; ++i) {
+    std::array<quint32, 256> table{};
+    for (quint32 i = 0; i < table.size(); ++i) {
+        table[i] = i;
         for (int bit = 0; bit < 8; ++bit)
-            crc = (crc >> 1) ^ ((crc & 1) != 0 ? 0xedb88320U : 0U);
+            table[i] = (table[i] >> 1) ^ ((table[i] & 1) != 0 ? 0xedb88320U : 0U);
     }
+    quint32 crc = 0xffffffff;
+    for (qsizetype i = 0; i < count; ++i)
+        crc = (crc >> 8) ^ table[crc & 0xff];
     return ~crc;
 }
 
