@@ -44,9 +44,9 @@ QString iconPath(const QString &name)
 /// The drawing's black keeps and its white cuts out, so a pixel's coverage is its alpha less its whiteness.
 QImage renderIcon(const IconKey &key)
 {
-    QSvgRenderer renderer(iconPath(key.name));
-    if (!renderer.isValid())
+    if (!hasIcon(key.name))
         return {};
+    QSvgRenderer renderer(iconPath(key.name));
     QImage image(key.side, key.side, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
     {

@@ -74,7 +74,7 @@ ZoneRow::ZoneRow(const Zone &zone, int decimals, QWidget *parent)
     , m_fade(*this)
 {
     installPanelAccessibility();
-    QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+    QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Minimum); // may grow, else its height is cut
     policy.setHeightForWidth(true);
     setSizePolicy(policy);
     setFocusPolicy(Qt::StrongFocus);
