@@ -1,5 +1,7 @@
 #include "panel/accessibility.h"
 
+#include "panel/divider.h"
+#include "panel/focusring.h"
 #include "panel/helpview.h"
 #include "panel/pixelsparkline.h"
 #include "panel/spinner.h"
@@ -54,6 +56,10 @@ QAccessibleInterface *makeInterface(const QString &, QObject *object)
         return new AccessibleZoneRow(row);
     if (qobject_cast<TextLabel *>(widget) || qobject_cast<Tag *>(widget))
         return new QAccessibleWidget(widget, QAccessible::StaticText);
+    if (qobject_cast<Divider *>(widget))
+        return new QAccessibleWidget(widget, QAccessible::Separator);
+    if (qobject_cast<FocusRing *>(widget))
+        return new QAccessibleWidget(widget, QAccessible::Border);
     if (qobject_cast<PixelSparkline *>(widget))
         return new QAccessibleWidget(widget, QAccessible::Chart);
     if (qobject_cast<Spinner *>(widget))

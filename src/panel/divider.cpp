@@ -1,5 +1,6 @@
 #include "panel/divider.h"
 
+#include "panel/accessibility.h"
 #include "panel/palette.h"
 
 #include <QPainter>
@@ -10,6 +11,7 @@ namespace kestrune {
 
 Divider::Divider(QWidget *parent) : QWidget(parent)
 {
+    installPanelAccessibility();
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
 }
 

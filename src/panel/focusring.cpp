@@ -1,5 +1,6 @@
 #include "panel/focusring.h"
 
+#include "panel/accessibility.h"
 #include "panel/palette.h"
 
 #include <QAbstractScrollArea>
@@ -38,6 +39,7 @@ bool byKeyboard(Qt::FocusReason reason)
 
 FocusRing::FocusRing(QWidget *window) : QWidget(window), m_window(window)
 {
+    installPanelAccessibility();
     setAttribute(Qt::WA_TransparentForMouseEvents);
     setFocusPolicy(Qt::NoFocus);
     hide();

@@ -48,7 +48,7 @@ void IconButton::paintEvent(QPaintEvent *)
     const Palette &palette = paletteOf(this);
     // A secondary icon wakes up under the pointer.
     const bool awake = m_tone == Tone::secondary && veilLevel() > 0;
-    QColor color = palette.color(awake ? Tone::text : m_tone);
+    QColor color = palette.shapeColor(awake ? Tone::text : m_tone);
     if (!isEnabled())
         color.setAlphaF(0.4F);
     const QRectF square((width() - m_side) / 2.0, (height() - m_side) / 2.0, m_side, m_side);

@@ -1,5 +1,7 @@
 #include "panel/icons.h"
 
+#include "panel/devicepixels.h"
+
 #include <QCache>
 #include <QFile>
 #include <QImage>
@@ -44,9 +46,9 @@ QString iconPath(const QString &name)
 /// The drawing's black keeps and its white cuts out, so a pixel's coverage is its alpha less its whiteness.
 QImage renderIcon(const IconKey &key)
 {
-    QSvgRenderer renderer(iconPath(key.name));
-    if (!renderer.isValid())
+    if (!hasIcon(key.name))
         return {};
+    QSvgRenderer renderer(iconPath(key.name));
     QImage image(key.side, key.side, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
     {
@@ -84,21 +86,9 @@ bool hasIcon(const QString &name)
 
 void drawIcon(QPainter &painter, const QRectF &square, const QString &name, const QColor &color)
 {
-    const QTransform toDevice = painter.deviceTransform();
-    const double scale = std::hypot(toDevice.m11(), toDevice.m12());
-    const int side = static_cast<int>(std::lround(square.width() * scale));
-    if (side < 1 || side > 1024)
-        return;
-    const QImage &image = cachedIcon({name, color.rgba(), side});
-    if (image.isNull())
-        return;
-    if (toDevice.type() > QTransform::TxScale) {
-        painter.drawImage(square, image);
-        return;
-    }
-    const QPointF corner = toDevice.map(square.topLeft());
-    const QPointF snapped(std::round(corner.x()), std::round(corner.y()));
-    painter.drawImage(QRectF(toDevice.inverted().map(snapped), QSizeF(side / scale, side / scale)), image);
+    const int side = static_cast<int>(std::lround(square.width() * deviceScale(painter)));
+    if (side >= 1 && side <= 1024)
+        drawPixelForPixel(painter, square.topLeft(), cachedIcon({name, color.rgba(), side}));
 }
 
 } // namespace kestrune

@@ -121,6 +121,22 @@ QColor Palette::color(Tone tone) const
     return text;
 }
 
+QColor Palette::shapeColor(Tone tone) const
+{
+    if (dark)
+        return color(tone);
+    switch (tone) {
+    case Tone::red:
+        return 0xD93A2F;
+    case Tone::green:
+        return 0x1D9447;
+    case Tone::orange:
+        return 0xD07400;
+    default:
+        return color(tone);
+    }
+}
+
 QColor Palette::veil(double level) const
 {
     return translucent(dark ? Qt::white : Qt::black, 0.04 * std::clamp(level, 0.0, 2.0));
@@ -172,8 +188,9 @@ QColor blended(const QColor &color, const QColor &ground)
 
 double contrastRatio(const QColor &a, const QColor &b)
 {
-    const auto [low, high] = std::minmax(luminance(a), luminance(b));
-    return (high + 0.05) / (low + 0.05);
+    const double first = luminance(a) + 0.05;
+    const double second = luminance(b) + 0.05;
+    return std::max(first, second) / std::min(first, second);
 }
 
 std::optional<SourceInfo> sourceInfo(QStringView source)

@@ -2,6 +2,7 @@
 
 #include "analysis/priceformat.h"
 #include "panel/accessibility.h"
+#include "panel/devicepixels.h"
 
 #include <QPainter>
 
@@ -135,13 +136,18 @@ double sparklinePhase(double epochSeconds)
     return (std::sin(epochSeconds * 5 * std::numbers::pi / 3) + 1) / 2;
 }
 
-void drawSparkline(QPainter &painter, const QPainterPath &curve, std::span<const SparklineMarker> markers,
-                   double lineWidth, double phase)
+void drawSparklineCurve(QPainter &painter, const QPainterPath &curve, double lineWidth)
 {
     painter.setRenderHint(QPainter::Antialiasing);
     QPen pen(lineColor, lineWidth, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin);
     pen.setMiterLimit(10);
     painter.strokePath(curve, pen);
+}
+
+void drawSparklineMarkers(QPainter &painter, std::span<const SparklineMarker> markers, double lineWidth,
+                          double phase)
+{
+    painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
     const double base = lineWidth * 0.5 + 0.6;
     for (const SparklineMarker &marker : markers) {
@@ -163,16 +169,21 @@ PixelSparkline::PixelSparkline(EpochClock clock, QWidget *parent) : QWidget(pare
 void PixelSparkline::setContent(std::span<const double> values, std::span<const Zone> zones)
 {
     std::vector<SparklineLevel> levels = sparklineLevels(zones);
-    if (std::ranges::equal(values, m_data) && levels == m_levels)
+    const bool sameValues = std::ranges::equal(values, m_data);
+    if (sameValues && levels == m_levels)
         return;
-    m_data.assign(values.begin(), values.end());
     m_levels = std::move(levels);
-    rebuild();
+    if (!sameValues) {
+        m_data.assign(values.begin(), values.end());
+        rebuildCurve();
+    }
+    rebuildMarkers();
 }
 
 void PixelSparkline::setLineWidth(double lineWidth)
 {
     m_lineWidth = lineWidth;
+    m_curveImage = {};
     update();
 }
 
@@ -181,12 +192,23 @@ void PixelSparkline::paintEvent(QPaintEvent *)
     if (m_curve.isEmpty())
         return;
     QPainter painter(this);
-    drawSparkline(painter, m_curve, m_markers, m_lineWidth, sparklinePhase(m_clock()));
+    const double scale = deviceScale(painter);
+    const QSize pixels = (QSizeF(size()) * scale).toSize();
+    if (m_curveImage.size() != pixels) {
+        m_curveImage = QImage(pixels, QImage::Format_ARGB32_Premultiplied);
+        m_curveImage.fill(Qt::transparent);
+        QPainter imagePainter(&m_curveImage);
+        imagePainter.scale(scale, scale);
+        drawSparklineCurve(imagePainter, m_curve, m_lineWidth);
+    }
+    drawPixelForPixel(painter, {0, 0}, m_curveImage);
+    drawSparklineMarkers(painter, m_markers, m_lineWidth, sparklinePhase(m_clock()));
 }
 
 void PixelSparkline::resizeEvent(QResizeEvent *)
 {
-    rebuild();
+    rebuildCurve();
+    rebuildMarkers();
 }
 
 void PixelSparkline::showEvent(QShowEvent *)
@@ -199,10 +221,10 @@ void PixelSparkline::hideEvent(QHideEvent *)
     m_timer.stop();
 }
 
-void PixelSparkline::rebuild()
+void PixelSparkline::rebuildCurve()
 {
     m_curve = sparklineCurve(sparklinePoints(m_data, size()));
-    m_markers = sparklineMarkers(m_data, m_levels, size());
+    m_curveImage = {};
     QString description;
     if (!m_curve.isEmpty()) {
         const auto [low, high] = std::ranges::minmax(m_data);
@@ -210,6 +232,11 @@ void PixelSparkline::rebuild()
             u"%1 个收盘价，最低 %2，最高 %3"_s.arg(QString::number(m_data.size()), fmtP(low), fmtP(high));
     }
     setAccessibleDescription(description);
+}
+
+void PixelSparkline::rebuildMarkers()
+{
+    m_markers = sparklineMarkers(m_data, m_levels, size());
     updateTimer();
     update();
 }

@@ -3,7 +3,7 @@
 #include "analysis/zone.h"
 #include "panel/epochclock.h"
 
-#include <QColor>
+#include <QImage>
 #include <QPainterPath>
 #include <QTimer>
 #include <QWidget>
@@ -40,9 +40,10 @@ struct SparklineMarker
 sparklineMarkers(std::span<const double> data, std::span<const SparklineLevel> levels, const QSizeF &size);
 /// 0 to 1 and back every 1.2 s.
 [[nodiscard]] double sparklinePhase(double epochSeconds);
-/// Draws curve and markers; the painter's origin is the drawing's top left corner.
-void drawSparkline(QPainter &painter, const QPainterPath &curve, std::span<const SparklineMarker> markers,
-                   double lineWidth, double phase);
+/// Both draw with the painter's origin as the drawing's top left corner.
+void drawSparklineCurve(QPainter &painter, const QPainterPath &curve, double lineWidth);
+void drawSparklineMarkers(QPainter &painter, std::span<const SparklineMarker> markers, double lineWidth,
+                          double phase);
 
 /// The recent closes with pulsing zone markers, drawn anew every 0.25 s while it shows.
 class PixelSparkline : public QWidget
@@ -65,7 +66,8 @@ protected:
     void hideEvent(QHideEvent *event) override;
 
 private:
-    void rebuild();
+    void rebuildCurve();
+    void rebuildMarkers();
     void updateTimer();
 
     EpochClock m_clock;
@@ -73,6 +75,7 @@ private:
     std::vector<SparklineLevel> m_levels;
     double m_lineWidth = 1;
     QPainterPath m_curve;
+    QImage m_curveImage; // the stroked curve: stroking costs far more than the pulse may
     std::vector<SparklineMarker> m_markers;
     QTimer m_timer;
 };

@@ -54,7 +54,8 @@ void TextButton::paintEvent(QPaintEvent *)
     const QColor color = palette.color(m_tone);
     double x = sideMargin;
     if (!m_icon.isEmpty()) {
-        drawIcon(painter, QRectF(x, (height() - iconSide) / 2.0, iconSide, iconSide), m_icon, color);
+        drawIcon(painter, QRectF(x, (height() - iconSide) / 2.0, iconSide, iconSide), m_icon,
+                 palette.shapeColor(m_tone));
         x += iconSide + iconGap;
     }
     painter.setPen(color);

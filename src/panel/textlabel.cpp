@@ -57,7 +57,9 @@ void TextLabel::setAlignment(Qt::Alignment alignment)
 void TextLabel::setWrap(bool wrap)
 {
     m_wrap = wrap;
-    QSizePolicy policy(wrap ? QSizePolicy::Preferred : QSizePolicy::Fixed, QSizePolicy::Fixed);
+    // A layout cuts a height for width at the size hint unless the policy lets it grow.
+    QSizePolicy policy(wrap ? QSizePolicy::Preferred : QSizePolicy::Fixed,
+                       wrap ? QSizePolicy::Minimum : QSizePolicy::Fixed);
     policy.setHeightForWidth(wrap);
     setSizePolicy(policy);
     changed();

@@ -33,8 +33,8 @@ constexpr auto role = TypeRole::caption;
 void paintShadow(QPainter &painter, const QRectF &capsule, double radius)
 {
     painter.setPen(Qt::NoPen);
-    for (int spread = shadowMargin - 3; spread > 0; --spread) {
-        painter.setBrush(QColor(0, 0, 0, 9));
+    for (int spread = shadowMargin - 2; spread > 0; --spread) {
+        painter.setBrush(QColor(0, 0, 0, 2 + shadowMargin - spread));
         const QRectF shape = capsule.adjusted(-spread, -spread, spread, spread).translated(0, 2);
         painter.drawRoundedRect(shape, radius + spread, radius + spread);
     }
@@ -105,7 +105,7 @@ void Toast::paintEvent(QPaintEvent *)
 
     const QRectF icon(sidePadding, (capsule.height() - iconSide) / 2, iconSide, iconSide);
     drawIcon(painter, icon, m_isError ? u"exclamationmark.triangle.fill"_s : u"checkmark.circle.fill"_s,
-             m_isError ? palette.orange : palette.green);
+             palette.shapeColor(m_isError ? Tone::orange : Tone::green));
     painter.setPen(palette.text);
     m_layout.draw(&painter, QPointF(sidePadding + iconSide + iconGap, topPadding));
 }

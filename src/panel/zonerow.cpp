@@ -74,7 +74,7 @@ ZoneRow::ZoneRow(const Zone &zone, int decimals, QWidget *parent)
     , m_fade(*this)
 {
     installPanelAccessibility();
-    QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+    QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Minimum); // may grow, else its height is cut
     policy.setHeightForWidth(true);
     setSizePolicy(policy);
     setFocusPolicy(Qt::StrongFocus);
@@ -212,6 +212,8 @@ void ZoneRow::updateTexts()
     QString distance = distanceText(m_zone.distPct);
     if (price == m_price && distance == m_distance)
         return;
+    // On a price tick only the distances change: tags and bell need no new paint then.
+    const bool samePrice = price == m_price;
     m_price = std::move(price);
     m_distance = std::move(distance);
     const int before = m_distanceWidth;
@@ -221,7 +223,9 @@ void ZoneRow::updateTexts()
         m_tagBox->resize(tagWidth(width()), m_tagBox->height());
     }
     updateAccessibleTexts();
-    update();
+    const int widest = std::max(m_distanceWidth, before) + 2;
+    update(samePrice ? QRect(width() - overhang - widest, tagTop(), widest + overhang, emptyTagHeight())
+                     : rect());
 }
 
 void ZoneRow::updateTags()

@@ -1,6 +1,7 @@
 #include "statusbar/statusimage.h"
 
 #include "analysis/priceformat.h"
+#include "panel/devicepixels.h"
 #include "panel/typography.h"
 #include "statusbar/pixelshapes.h"
 
@@ -276,19 +277,10 @@ StatusPicture renderBling(const std::vector<BlingItem> &given, int pulse, double
     return picture;
 }
 
-double scaleOf(const QPainter &painter)
+/// The painter's scale within what a screen can have.
+double screenScale(const QPainter &painter)
 {
-    const QTransform toDevice = painter.deviceTransform();
-    return std::clamp(std::hypot(toDevice.m11(), toDevice.m12()), 0.1, 16.0);
-}
-
-/// Pixel for pixel, on whole device pixels.
-void paintPicture(QPainter &painter, const QPointF &origin, const QImage &image, double scale)
-{
-    const QTransform toDevice = painter.deviceTransform();
-    const QPointF corner = toDevice.map(origin);
-    const QPointF snapped(std::round(corner.x()), std::round(corner.y()));
-    painter.drawImage(QRectF(toDevice.inverted().map(snapped), QSizeF(image.size()) / scale), image);
+    return std::clamp(deviceScale(painter), 0.1, 16.0);
 }
 
 StatusPicture finished(StatusPicture picture)
@@ -331,8 +323,7 @@ double statusWidth(const StatusContent &content, double scale)
 
 void paintStatus(QPainter &painter, const QPointF &origin, const StatusContent &content)
 {
-    const double scale = scaleOf(painter);
-    paintPicture(painter, origin, renderStatus(content, scale).image, scale);
+    drawPixelForPixel(painter, origin, renderStatus(content, screenScale(painter)).image);
 }
 
 double blingStatusWidth(const std::vector<BlingItem> &items, double scale)
@@ -343,8 +334,7 @@ double blingStatusWidth(const std::vector<BlingItem> &items, double scale)
 void paintBlingStatus(QPainter &painter, const QPointF &origin, const std::vector<BlingItem> &items,
                       int pulse)
 {
-    const double scale = scaleOf(painter);
-    paintPicture(painter, origin, renderBling(items, pulse, scale).image, scale);
+    drawPixelForPixel(painter, origin, renderBling(items, pulse, screenScale(painter)).image);
 }
 
 } // namespace kestrune

@@ -1,0 +1,238 @@
+#include "panel/helpview.h"
+#include "panel/iconbutton.h"
+#include "panel/textbutton.h"
+#include "panel/textlabel.h"
+#include "panel/toast.h"
+#include "support/testregistry.h"
+
+#include <QAccessible>
+#include <QScrollArea>
+#include <QSignalSpy>
+#include <QTest>
+#include <QVBoxLayout>
+
+using namespace kestrune;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+bool hasColour(const QImage &image)
+{
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            if (image.pixelColor(x, y).saturation() > 100)
+                return true;
+        }
+    }
+    return false;
+}
+
+/// Lowest row of `image` that differs from its top left pixel.
+int lastInkedRow(const QImage &image)
+{
+    for (int y = image.height() - 1; y >= 0; --y) {
+        for (int x = 0; x < image.width(); ++x) {
+            if (image.pixel(x, y) != image.pixel(0, 0))
+                return y;
+        }
+    }
+    return -1;
+}
+
+} // namespace
+
+class TextsTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void linesHaveTheHeightOfTheirRole();
+    void digitsStandOnEqualWidths();
+    void sameSizeNeedsNoNewLayout();
+    void emojiAreDrawnInColour_data();
+    void emojiAreDrawnInColour();
+    void elidesOnlyWhereAllowed();
+    void helpWrapsWithNothingCut();
+    void helpAsksToClose();
+    void toastShowsTheLatest();
+    void toastEndsWithItsPanel();
+};
+
+void TextsTest::linesHaveTheHeightOfTheirRole()
+{
+    // Mixed scripts come from families of different line heights.
+    for (const QString &text : {u"ETH"_s, u"更新"_s, u"ETH 更新 ⚠️ 🔔"_s, QString()}) {
+        TextLabel label(text, TypeRole::caption);
+        QCOMPARE(label.sizeHint().height(), 15); // 11 x 1.35
+        label.setWrap(true);
+        QCOMPARE(label.heightForWidth(1000), 15);
+    }
+    TextLabel label(u"一二三四五六七八九十"_s, TypeRole::caption);
+    label.setWrap(true);
+    QCOMPARE(label.heightForWidth(56), 2 * 15); // five to a line
+    QCOMPARE(label.heightForWidth(1), 10 * 15);
+}
+
+void TextsTest::digitsStandOnEqualWidths()
+{
+    for (const TypeRole role : {TypeRole::price, TypeRole::caption, TypeRole::zonePrice}) {
+        const int width = textWidth(u"0000000000"_s, role);
+        for (char16_t digit = u'1'; digit <= u'9'; ++digit)
+            QCOMPARE(textWidth(QString(10, QChar(digit)), role), width);
+    }
+}
+
+void TextsTest::sameSizeNeedsNoNewLayout()
+{
+    QWidget window;
+    auto *column = new QVBoxLayout(&window);
+    auto *label = new TextLabel(u"3,456.78"_s, TypeRole::price);
+    column->addWidget(label);
+    window.show();
+    QCoreApplication::sendPostedEvents();
+    struct Counter : QObject
+    {
+        int requests = 0;
+        bool eventFilter(QObject *, QEvent *event) override
+        {
+            requests += event->type() == QEvent::LayoutRequest;
+            return false;
+        }
+    } counter;
+    window.installEventFilter(&counter);
+    label->setText(u"3,460.12"_s);
+    QCoreApplication::sendPostedEvents();
+    QCOMPARE(counter.requests, 0);
+    label->setText(u"13,460.12"_s);
+    QCoreApplication::sendPostedEvents();
+    QVERIFY(counter.requests > 0);
+}
+
+void TextsTest::emojiAreDrawnInColour_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("coloured");
+    QTest::newRow("bell") << u"🔔"_s << true;
+    QTest::newRow("warning sign with its variation selector") << u"⚠️"_s << true;
+    QTest::newRow("plain words") << u"警告 !"_s << false;
+}
+
+void TextsTest::emojiAreDrawnInColour()
+{
+    QFETCH(const QString, text);
+    TextLabel label(text, TypeRole::body);
+    label.resize(label.sizeHint());
+    QImage image(label.size() * 2, QImage::Format_ARGB32_Premultiplied);
+    image.setDevicePixelRatio(2);
+    image.fill(Qt::white);
+    label.render(&image, {}, {}, QWidget::DrawChildren);
+    QTEST(hasColour(image), "coloured");
+}
+
+void TextsTest::elidesOnlyWhereAllowed()
+{
+    TextLabel label(u"行情服务器 a-very-long-host-name.example.org"_s, TypeRole::caption);
+    QCOMPARE(label.minimumSizeHint(), label.sizeHint());
+    label.setElide(Qt::ElideMiddle);
+    QVERIFY(label.minimumSizeHint().width() < 40);
+    label.resize(100, 15);
+    label.show();
+    const QImage image = label.grab().toImage();
+    // The end of the host is still there: ink near the right edge.
+    bool ink = false;
+    for (int x = 88; x < 100; ++x) {
+        for (int y = 0; y < 15; ++y)
+            ink |= image.pixel(x, y) != image.pixel(0, 0);
+    }
+    QVERIFY(ink);
+    QCOMPARE(QAccessible::queryAccessibleInterface(&label)->text(QAccessible::Name), label.text());
+}
+
+void TextsTest::helpWrapsWithNothingCut()
+{
+    HelpView help;
+    help.show();
+    QCOMPARE(help.size(), QSize(380, 460));
+    QCOMPARE(helpParagraphs().size(), std::size_t(17));
+    const auto labels = help.findChildren<TextLabel *>();
+    const auto shows = [&labels](const QString &text) {
+        return std::any_of(labels.begin(), labels.end(),
+                           [&](const TextLabel *l) { return l->text() == text; });
+    };
+    for (const HelpParagraph &paragraph : helpParagraphs())
+        QVERIFY(shows(paragraph.title) && shows(paragraph.text));
+    auto *area = help.findChild<QScrollArea *>();
+    QVERIFY(area->widget()->width() <= 380);
+    for (TextLabel *label : labels) {
+        // Wide and high enough for every line, and the last line really is on the picture.
+        const bool wraps = label->hasHeightForWidth();
+        QVERIFY2(wraps || label->width() >= label->sizeHint().width(), qPrintable(label->text()));
+        if (wraps)
+            QCOMPARE(label->height(), label->heightForWidth(label->width()));
+        QImage image(label->size(), QImage::Format_RGB32);
+        image.fill(Qt::white);
+        label->render(&image, {}, {}, QWidget::DrawChildren);
+        QVERIFY2(lastInkedRow(image) >= label->height() - 8, qPrintable(label->text()));
+    }
+}
+
+void TextsTest::helpAsksToClose()
+{
+    HelpView help;
+    help.show();
+    QSignalSpy asked(&help, &HelpView::closeRequested);
+    auto *icon = help.findChild<IconButton *>();
+    QCOMPARE(icon->iconName(), u"xmark.circle.fill"_s);
+    QCOMPARE(icon->toolTip(), u"关闭"_s);
+    QTest::mouseClick(icon, Qt::LeftButton);
+    auto *word = help.findChild<TextButton *>();
+    QCOMPARE(word->text(), u"关闭"_s);
+    QTest::mouseClick(word, Qt::LeftButton);
+    QTest::keyClick(icon, Qt::Key_Escape);
+    QCOMPARE(asked.count(), 3);
+    QVERIFY(help.isVisible()); // closing is its owner's business
+}
+
+void TextsTest::toastShowsTheLatest()
+{
+    QWidget panel;
+    panel.resize(320, 400);
+    auto *toast = new Toast(&panel);
+    toast->setAnchor({160, 380}, 292);
+    panel.show();
+    QSignalSpy gone(toast, &Toast::dismissed);
+    toast->present(u"第一条"_s, false);
+    QTest::qWait(1600);
+    toast->present(u"第二条"_s, true);
+    QTest::qWait(1600); // 3.2 s after the first one, whose time would be over
+    QCOMPARE(toast->message(), u"第二条"_s);
+    QVERIFY(toast->isVisible() && toast->isError());
+    QCOMPARE(gone.count(), 0);
+    QTRY_COMPARE_WITH_TIMEOUT(gone.count(), 1, 2500);
+    QVERIFY(!toast->isVisible());
+
+    // A long message wraps and stays inside the panel.
+    toast->present(u"刷新失败："_s + QString(60, u'网'), true);
+    QVERIFY(toast->geometry().left() >= 0 && toast->geometry().right() < 320);
+}
+
+void TextsTest::toastEndsWithItsPanel()
+{
+    QWidget panel;
+    panel.resize(320, 400);
+    auto *toast = new Toast(&panel);
+    panel.show();
+    toast->present(u"已刷新"_s, false);
+    QVERIFY(toast->isVisible());
+    panel.hide();
+    QVERIFY(toast->message().isEmpty());
+    panel.show();
+    QVERIFY(!toast->isVisible());
+    panel.hide();
+    toast->present(u"没人看见"_s, false);
+    panel.show();
+    QVERIFY(!toast->isVisible());
+}
+
+KESTRUNE_TEST(TextsTest)
+#include "tst_texts.moc"

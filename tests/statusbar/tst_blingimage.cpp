@@ -1,0 +1,229 @@
+#include "statusbar/pixelshapes.h"
+#include "statusbar/statusimage.h"
+
+#include "support/testregistry.h"
+
+#include <QPainter>
+#include <QTest>
+
+#include <cmath>
+
+#include <sys/resource.h>
+
+using namespace kestrune;
+using namespace Qt::StringLiterals;
+using test::closeTo;
+
+namespace {
+
+using Items = std::vector<BlingItem>;
+
+const Items coins{{u"BTC"_s, 67250.5, 1.2}, {u"ETH"_s, 3120.4, -0.4}, {u"SOL"_s, 171.23, 0},
+                  {u"BNB"_s, 612.5, {}},    {u"XRP"_s, 0.5234, 2.0},  {u"DOGE"_s, {}, {}},
+                  {u"ADA"_s, 0.4512, -3.1}, {u"LINK"_s, 14.52, 0.7}};
+
+double phaseOf(int pulse, int index)
+{
+    return (std::sin(1.2 * pulse + 1.25 * index) + 1) / 2;
+}
+
+/// Logical left edge of the last cell: the width of the items before it and the gap.
+double lastCellLeft(const Items &items)
+{
+    if (items.size() == 1)
+        return 0;
+    return blingStatusWidth(Items(items.begin(), items.end() - 1)) + 3;
+}
+
+/// A pixel of the last cell's body that no text covers: near its left edge, at half height.
+QColor bodyColor(const Items &items, int pulse)
+{
+    const QImage image = makeBlingStatusBarImage(items, pulse).image;
+    return image.pixelColor(static_cast<int>(lastCellLeft(items) * 2) + 5, 22);
+}
+
+void compareColor(const QColor &actual, double red, double green, double blue)
+{
+    const auto near = [](int channel, double value) { return closeTo(channel, value * 255, 1); };
+    QVERIFY2(near(actual.red(), red) && near(actual.green(), green) && near(actual.blue(), blue),
+             qPrintable(actual.name()));
+}
+
+} // namespace
+
+class BlingImageTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void labels_data();
+    void labels();
+    void cellsBreatheOutOfStep();
+    void colours_data();
+    void colours();
+    void glowSurroundsTheCell();
+    void emptyListShowsTheGreatCoins();
+    void widthAddsUp();
+    void labelIsWhiteAndInside();
+    void shapesAgreeWithTheToolkit();
+    void drawsOnItsOwnThread();
+};
+
+void BlingImageTest::labels_data()
+{
+    QTest::addColumn<QString>("symbol");
+    QTest::addColumn<double>("price");  // negative: none
+    QTest::addColumn<double>("change"); // 1000: none
+    QTest::addColumn<QString>("label");
+    QTest::newRow("a rise, no decimals from 1000 up, half to even")
+        << u"BTC"_s << 67250.5 << 1.2 << u"BTC ▲67,250"_s;
+    QTest::newRow("a fall") << u"ETH"_s << 3120.4 << -0.4 << u"ETH ▼3,120"_s;
+    QTest::newRow("no change at all points up") << u"SOL"_s << 171.25 << 0.0 << u"SOL ▲171.2"_s;
+    QTest::newRow("change unknown") << u"BNB"_s << 612.3 << 1000.0 << u"BNB 612.3"_s;
+    QTest::newRow("no price") << u"DOGE"_s << -1.0 << 1000.0 << u"DOGE --"_s;
+    QTest::newRow("a rise without a price") << u"ADA"_s << -1.0 << 2.0 << u"ADA ▲--"_s;
+}
+
+void BlingImageTest::labels()
+{
+    QFETCH(const QString, symbol);
+    QFETCH(const double, price);
+    QFETCH(const double, change);
+    const BlingItem item{symbol, price < 0 ? std::nullopt : std::optional(price),
+                         change == 1000 ? std::nullopt : std::optional(change)};
+    QTEST(blingLabel(item), "label");
+}
+
+void BlingImageTest::cellsBreatheOutOfStep()
+{
+    for (const int pulse : {0, 1, 5, 1000}) {
+        for (int index = 0; index < 2; ++index) {
+            const Items items(coins.begin(), coins.begin() + index + 1);
+            const double k = 0.45 + 0.55 * phaseOf(pulse, index);
+            const double base[2][3] = {{1.0, 0.58, 0.0}, {0.72, 0.36, 0.95}};
+            compareColor(bodyColor(items, pulse), k * base[index][0], k * base[index][1], k * base[index][2]);
+        }
+    }
+}
+
+void BlingImageTest::colours_data()
+{
+    QTest::addColumn<QString>("symbol");
+    QTest::addColumn<int>("index");
+    QTest::addColumn<double>("red");
+    QTest::addColumn<double>("green");
+    QTest::addColumn<double>("blue");
+    QTest::newRow("a known coin keeps its colour anywhere") << u"LINK"_s << 1 << 0.45 << 0.3 << 0.95;
+    QTest::newRow("a stock takes the palette's entry of its place")
+        << u"sh600519"_s << 3 << 1.0 << 0.8 << 0.0;
+    QTest::newRow("the ninth begins the palette again") << u"sh600519"_s << 8 << 1.0 << 0.58 << 0.0;
+}
+
+void BlingImageTest::colours()
+{
+    QFETCH(const QString, symbol);
+    QFETCH(const int, index);
+    QFETCH(const double, red);
+    QFETCH(const double, green);
+    QFETCH(const double, blue);
+    Items items(static_cast<std::size_t>(index), {u"x"_s, {}, {}});
+    items.push_back({symbol, 1688.0, {}});
+    const double k = 0.45 + 0.55 * phaseOf(2, index);
+    compareColor(bodyColor(items, 2), k * red, k * green, k * blue);
+}
+
+void BlingImageTest::glowSurroundsTheCell()
+{
+    // Pulse 1 of the first cell: the outline's middle runs 1.5 points above the cell, pixel rows 0 and 1.
+    const double t = phaseOf(1, 0);
+    const QColor glow = makeBlingStatusBarImage({coins[0]}, 1).image.pixelColor(40, 1);
+    QVERIFY(closeTo(glow.alphaF(), 0.25 + 0.6 * t, 0.01));
+    QVERIFY(closeTo(glow.redF(), 1, 0.02) && closeTo(glow.greenF(), 0.93, 0.02) &&
+            closeTo(glow.blueF(), 0.35, 0.02));
+}
+
+void BlingImageTest::emptyListShowsTheGreatCoins()
+{
+    Items bare;
+    for (const BlingItem &coin : coins)
+        bare.push_back({coin.symbol, {}, {}});
+    const StatusPicture picture = makeBlingStatusBarImage({}, 3);
+    const StatusPicture spelled = makeBlingStatusBarImage(bare, 3);
+    QCOMPARE(picture.image, spelled.image);
+    QCOMPARE(picture.width, spelled.width);
+}
+
+void BlingImageTest::widthAddsUp()
+{
+    double sum = 0;
+    for (const BlingItem &coin : coins)
+        sum += blingStatusWidth({coin});
+    const StatusPicture picture = makeBlingStatusBarImage(coins, 0);
+    QVERIFY(closeTo(picture.width, sum + 7 * 3, 1e-9));
+    QCOMPARE(picture.image.width(), static_cast<int>(picture.width * 2));
+    QCOMPARE(picture.image.height(), 44);
+    QCOMPARE(picture.image.devicePixelRatio(), 2.0);
+}
+
+void BlingImageTest::labelIsWhiteAndInside()
+{
+    const QImage image = makeBlingStatusBarImage({coins[0]}, 0).image;
+    int white = 0;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            if (image.pixel(x, y) != qRgb(255, 255, 255))
+                continue;
+            ++white;
+            QVERIFY(x >= 10 && x < image.width() - 10 && y >= 4 && y < 40);
+        }
+    }
+    QVERIFY(white > 100);
+}
+
+void BlingImageTest::shapesAgreeWithTheToolkit()
+{
+    // A second rasteriser: no pixel may differ by more than antialiasing lets two of them differ.
+    const QRectF cell(3.3, 4, 57.4, 36);
+    QImage own(64, 44, QImage::Format_ARGB32_Premultiplied);
+    own.fill(Qt::transparent);
+    QImage theirs = own;
+    fillRoundedRect(own, cell, 10, QColor(10, 200, 90));
+    strokeRoundedRect(own, cell.adjusted(-3, -3, 3, 3), 13, 3, QColor(255, 0, 0, 128));
+    {
+        QPainter painter(&theirs);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(QColor(10, 200, 90));
+        painter.drawRoundedRect(cell, 10, 10);
+        painter.setPen(QPen(QColor(255, 0, 0, 128), 3));
+        painter.setBrush(Qt::NoBrush);
+        painter.drawRoundedRect(cell.adjusted(-3, -3, 3, 3), 13, 13);
+    }
+    for (int y = 0; y < own.height(); ++y) {
+        for (int x = 0; x < own.width(); ++x) {
+            const QRgb a = own.pixel(x, y);
+            const QRgb b = theirs.pixel(x, y);
+            const int difference = std::max({std::abs(qAlpha(a) - qAlpha(b)), std::abs(qRed(a) - qRed(b)),
+                                             std::abs(qGreen(a) - qGreen(b))});
+            const int limit = qAlpha(a) == 255 && qAlpha(b) == 255 ? 1 : 40;
+            QVERIFY2(difference <= limit, qPrintable(u"%1 %2: %3"_s.arg(x).arg(y).arg(difference)));
+        }
+    }
+}
+
+void BlingImageTest::drawsOnItsOwnThread()
+{
+    // Work handed to a thread pool shows as voluntary context switches of the waiting thread.
+    (void)makeBlingStatusBarImage(coins, 0); // fonts are loaded
+    rusage before{};
+    rusage after{};
+    getrusage(RUSAGE_THREAD, &before);
+    for (int pulse = 0; pulse < 50; ++pulse)
+        (void)makeBlingStatusBarImage(coins, pulse);
+    getrusage(RUSAGE_THREAD, &after);
+    QVERIFY2(after.ru_nvcsw - before.ru_nvcsw <= 5,
+             qPrintable(QString::number(after.ru_nvcsw - before.ru_nvcsw)));
+}
+
+KESTRUNE_TEST(BlingImageTest)
+#include "tst_blingimage.moc"
