@@ -90,8 +90,7 @@ void SnapshotDataTest::topZonesAreAPriceLadder_data()
         << u"resistance"_s << Zones{{1, 5}, {1, 2}, {1, 4}, {1, 3}} << Places{2, 3, 1};
     QTest::newRow("the distance counts without its sign")
         << u"support"_s << Zones{{1, 2}, {1, -1}, {1, -3}, {1, 0.5}} << Places{3, 1, 0};
-    QTest::newRow("full equals keep their order")
-        << u"resistance"_s << Zones{{1, 2}, {1, -2}, {1, 2}, {1, 2}} << Places{0, 1, 2};
+    QTest::newRow("full equals keep their order") << u"resistance"_s << Zones(20, {1, 2}) << Places{0, 1, 2};
     QTest::newRow("fewer than three") << u"support"_s << Zones{{1, -2}} << Places{0};
     QTest::newRow("none") << u"support"_s << Zones{} << Places{};
 }
