@@ -122,9 +122,10 @@ void TradePlanTest::headlineAndGrade_data()
                                 << u"顺大势 · 现在做空划算"_s;
     // 2.15 / 2.15 = 1: between 0.85 and 1.15.
     QTest::newRow("fair") << Case{.tp = 102.3} << PlanGrade::fair << u"顺大势 · 现在做多一般，小仓位试"_s;
-    // With a stop of 100 % and no cost the ratio is the reward over 100: the edges 1.05 and 1.35 are exact.
-    QTest::newRow("the upper edge is good")
-        << Case{.tp = 235, .slPct = 100, .state = mixed, .cost = 0} << PlanGrade::good << u"现在做多划算"_s;
+    // With a stop of 100 % and no cost the ratio is the reward over 100: 1.5 + 0.15 and 1.2 - 0.15 are met
+    // exactly, 1.2 + 0.15 is not.
+    QTest::newRow("the upper edge is good") << Case{.tp = 265, .slPct = 100, .state = counter, .cost = 0}
+                                            << PlanGrade::good << u"逆势 · 现在做多划算"_s;
     QTest::newRow("below the upper edge") << Case{.tp = 234.99, .slPct = 100, .state = mixed, .cost = 0}
                                           << PlanGrade::fair << u"现在做多一般，小仓位试"_s;
     QTest::newRow("the lower edge is fair") << Case{.tp = 205, .slPct = 100, .state = mixed, .cost = 0}
