@@ -1,6 +1,7 @@
 #include "panel/textlabel.h"
 
 #include "panel/accessibility.h"
+#include "panel/glyphdrawing.h"
 
 #include <QFontMetricsF>
 #include <QPainter>
@@ -121,7 +122,7 @@ void TextLabel::paintEvent(QPaintEvent *)
         const double x = m_alignment & (Qt::AlignRight | Qt::AlignTrailing) ? slack
                          : m_alignment & Qt::AlignHCenter                   ? slack / 2
                                                                             : 0;
-        line.draw(&painter, QPointF(std::round(x), 0));
+        drawGlyphs(painter, line, m_layout.text(), QPointF(std::round(x), 0));
     }
 }
 

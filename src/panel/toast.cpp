@@ -1,6 +1,7 @@
 #include "panel/toast.h"
 
 #include "panel/accessibility.h"
+#include "panel/glyphdrawing.h"
 #include "panel/icons.h"
 #include "panel/palette.h"
 #include "panel/typography.h"
@@ -34,7 +35,7 @@ void paintShadow(QPainter &painter, const QRectF &capsule, double radius)
 {
     painter.setPen(Qt::NoPen);
     for (int spread = shadowMargin - 2; spread > 0; --spread) {
-        painter.setBrush(QColor(0, 0, 0, 2 + shadowMargin - spread));
+        painter.setBrush(QColor(0, 0, 0, 1 + (shadowMargin - spread) / 2));
         const QRectF shape = capsule.adjusted(-spread, -spread, spread, spread).translated(0, 2);
         painter.drawRoundedRect(shape, radius + spread, radius + spread);
     }
@@ -107,7 +108,9 @@ void Toast::paintEvent(QPaintEvent *)
     drawIcon(painter, icon, m_isError ? u"exclamationmark.triangle.fill"_s : u"checkmark.circle.fill"_s,
              palette.shapeColor(m_isError ? Tone::orange : Tone::green));
     painter.setPen(palette.text);
-    m_layout.draw(&painter, QPointF(sidePadding + iconSide + iconGap, topPadding));
+    for (int i = 0; i < m_layout.lineCount(); ++i)
+        drawGlyphs(painter, m_layout.lineAt(i), m_message,
+                   QPointF(sidePadding + iconSide + iconGap, topPadding));
 }
 
 void Toast::hideEvent(QHideEvent *)

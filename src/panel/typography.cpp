@@ -1,5 +1,7 @@
 #include "panel/typography.h"
 
+#include "panel/glyphdrawing.h"
+
 #include <QFontDatabase>
 #include <QFontMetricsF>
 #include <QPainter>
@@ -7,6 +9,7 @@
 
 #include <array>
 #include <cmath>
+#include <limits>
 
 namespace kestrune {
 
@@ -150,8 +153,17 @@ int textWidth(const QString &text, TypeRole role)
 
 void drawTextLine(QPainter &painter, const QPointF &topLeft, const QString &text, TypeRole role)
 {
-    painter.setFont(fontFor(role));
-    painter.drawText(topLeft + QPointF(0, baselineInLine(role)), text);
+    QTextLayout layout(text, fontFor(role));
+    QTextOption option;
+    option.setWrapMode(QTextOption::NoWrap);
+    layout.setTextOption(option);
+    layout.beginLayout();
+    QTextLine line = layout.createLine();
+    if (line.isValid())
+        line.setLineWidth(std::numeric_limits<int>::max());
+    layout.endLayout();
+    if (line.isValid())
+        drawGlyphs(painter, line, text, topLeft + QPointF(0, baselineInLine(role) - line.ascent()));
 }
 
 } // namespace kestrune

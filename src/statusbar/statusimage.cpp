@@ -2,6 +2,7 @@
 
 #include "analysis/priceformat.h"
 #include "panel/devicepixels.h"
+#include "panel/glyphdrawing.h"
 #include "panel/typography.h"
 #include "statusbar/pixelshapes.h"
 
@@ -122,7 +123,8 @@ public:
     void draw(QPainter &painter, const QPointF &topLeft) const
     {
         if (m_line.isValid())
-            m_line.draw(&painter, topLeft + QPointF(0, m_style.ascent - m_line.ascent()));
+            drawGlyphs(painter, m_line, m_layout.text(),
+                       topLeft + QPointF(0, m_style.ascent - m_line.ascent()));
     }
 
 private:

@@ -156,6 +156,52 @@ QWidget *makeBlocks()
     return window;
 }
 
+/// Idle, hovered, pressed and keyboard focus, side by side.
+void saveStates(const QString &path)
+{
+    QWidget window;
+    window.setFixedSize(320, 300);
+    auto *column = new QVBoxLayout(&window);
+    const auto hover = [](QWidget *widget) {
+        QEnterEvent enter({5, 5}, {5, 5}, {5, 5});
+        QApplication::sendEvent(widget, &enter);
+    };
+    std::vector<QWidget *> hovered;
+    std::vector<FlatButton *> pressed;
+    const auto addRow = [&](auto make) {
+        auto *row = new QHBoxLayout;
+        row->setSpacing(12);
+        for (int i = 0; i < 4; ++i)
+            row->addWidget(make());
+        row->addStretch();
+        hovered.push_back(row->itemAt(1)->widget());
+        pressed.push_back(static_cast<FlatButton *>(row->itemAt(2)->widget()));
+        column->addLayout(row);
+    };
+    addRow([] { return new Chip(u"BTC"_s); });
+    addRow([] { return new SegmentButton(u"日线"_s); });
+    addRow([] { return new IconButton(u"globe"_s); });
+    addRow([] { return new TextButton(u"收到"_s); });
+    addRow([] { return new BlingButton(fixedClock); });
+    auto *row = new ZoneRow(zoneOf(3528.45, 2.07, 3, true, u"resistance"_s, {u"fib"_s, u"pivot"_s}), 2);
+    column->addWidget(row);
+    new FocusRing(&window);
+    window.show();
+    window.activateWindow();
+    waitFor(50);
+    for (QWidget *widget : hovered)
+        hover(widget);
+    hover(row);
+    for (FlatButton *button : pressed) {
+        button->setDown(true);
+        Q_EMIT
+        button->pressed();
+    }
+    row->setFocus(Qt::TabFocusReason);
+    waitFor(200);
+    save(window, 2, path);
+}
+
 void saveIcons(const Palette &palette, const QString &path)
 {
     const QStringList names{u"bell"_s,
@@ -188,6 +234,7 @@ void saveIcons(const Palette &palette, const QString &path)
         const int y = at / 7 * 190 + 10;
         drawIcon(painter, QRectF(x, y, 128, 128), name, palette.text);
         drawIcon(painter, QRectF(x, y + 140, 16, 16), name, palette.text);
+        drawIcon(painter, QRectF(x + 100, y + 140, 24, 24), name, palette.text);
         drawIcon(painter, QRectF(x + 30, y + 140, 20, 20), name, palette.text);
         drawIcon(painter, QRectF(x + 60, y + 140, 32, 32), name, palette.text);
         ++at;
@@ -251,6 +298,7 @@ void writeGallery(const QString &directory)
         waitFor(300);
         save(*blocks, 2, dir.filePath(u"blocks"_s + suffix));
         save(*blocks, 1, dir.filePath(u"blocks-1x"_s + suffix));
+        saveStates(dir.filePath(u"states"_s + suffix));
         HelpView help;
         help.show();
         save(help, 2, dir.filePath(u"help"_s + suffix));

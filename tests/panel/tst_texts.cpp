@@ -6,6 +6,7 @@
 #include "support/testregistry.h"
 
 #include <QAccessible>
+#include <QPainter>
 #include <QScrollArea>
 #include <QSignalSpy>
 #include <QTest>
@@ -25,6 +26,25 @@ bool hasColour(const QImage &image)
         }
     }
     return false;
+}
+
+/// Ink of a text at a scale, in square units of its own coordinates.
+double inkArea(const QString &text, double scale)
+{
+    QImage image((QSizeF(200, 20) * scale).toSize(), QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    {
+        QPainter painter(&image);
+        painter.scale(scale, scale);
+        painter.setPen(Qt::white);
+        drawTextLine(painter, {2, 2}, text, TypeRole::caption);
+    }
+    double sum = 0;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x)
+            sum += qAlpha(image.pixel(x, y)) / 255.0;
+    }
+    return sum / (scale * scale);
 }
 
 /// Lowest row of `image` that differs from its top left pixel.
@@ -48,6 +68,7 @@ class TextsTest : public QObject
 private Q_SLOTS:
     void linesHaveTheHeightOfTheirRole();
     void digitsStandOnEqualWidths();
+    void chineseIsNotEmboldened();
     void sameSizeNeedsNoNewLayout();
     void emojiAreDrawnInColour_data();
     void emojiAreDrawnInColour();
@@ -80,6 +101,16 @@ void TextsTest::digitsStandOnEqualWidths()
         for (char16_t digit = u'1'; digit <= u'9'; ++digit)
             QCOMPARE(textWidth(QString(10, QChar(digit)), role), width);
     }
+}
+
+void TextsTest::chineseIsNotEmboldened()
+{
+    // Large glyphs are always drawn from their outlines: small ones must carry as much ink for their size.
+    const QString text = u"更新 摆动 多指标确认 设提醒"_s;
+    const double outline = inkArea(text, 16);
+    for (const double scale : {1.0, 1.25, 2.0})
+        QVERIFY2(test::closeTo(inkArea(text, scale) / outline, 1, 0.03),
+                 qPrintable(QString::number(inkArea(text, scale) / outline)));
 }
 
 void TextsTest::sameSizeNeedsNoNewLayout()
