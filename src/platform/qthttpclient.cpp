@@ -93,14 +93,14 @@ public:
         , m_waiter(std::move(waiter))
         , m_reply(m_connections.get(requestFor(url, headers, client.m_limits.idle), m_host))
     {
-        connect(m_reply, &QNetworkReply::readyRead, m_reply, [this] { takeBytes(); });
+        QObject::connect(m_reply, &QNetworkReply::readyRead, m_reply, [this] { takeBytes(); });
         // Queued: whoever waits may take down the client, and with it the reply that is just signalling.
-        connect(
-            m_reply, &QNetworkReply::finished, &client, [this, owner = &client] { owner->finish(this); },
-            Qt::QueuedConnection);
+        QObject::connect(
+            m_reply, &QNetworkReply::finished, &client.m_context,
+            [this, owner = &client] { owner->finish(this); }, Qt::QueuedConnection);
         m_limit.setSingleShot(true);
         m_limit.setTimerType(Qt::PreciseTimer); // a coarse one may be half a second early
-        connect(&m_limit, &QTimer::timeout, m_reply, &QNetworkReply::abort);
+        QObject::connect(&m_limit, &QTimer::timeout, m_reply, &QNetworkReply::abort);
         m_limit.start(client.m_limits.total);
     }
     Transfer(const Transfer &) = delete;

@@ -15,9 +15,8 @@ namespace kestrune {
 /// HTTP over Qt Network. Keeps connections alive between requests and gives every request a connection of
 /// its own, however many are open. Nothing is cached, no cookies are kept, TLS is always verified,
 /// redirects are followed unless they lead from https to http.
-class QtHttpClient final : public QObject, public HttpClient
+class QtHttpClient final : public HttpClient
 {
-    Q_OBJECT
 public:
     struct Limits
     {
@@ -51,6 +50,7 @@ private:
     Limits m_limits;
     std::list<std::unique_ptr<Connections>> m_connections;
     std::list<std::unique_ptr<Transfer>> m_transfers;
+    QObject m_context; ///< receives what is queued for this client
 };
 
 } // namespace kestrune
