@@ -23,7 +23,9 @@ QCoro::Task<> sleeper(Clock *clock, std::chrono::milliseconds duration, QString 
 
 QCoro::Task<> ticker(Clock *clock, std::chrono::milliseconds period, QString name, Log *log)
 {
-    for (int i = 1; co_await clock->sleep(period); ++i) {
+    for (int i = 1;; ++i) {
+        if (!co_await clock->sleep(period))
+            co_return;
         const auto ms =
             std::chrono::duration_cast<std::chrono::milliseconds>(clock->now().time_since_epoch());
         log->append(QStringLiteral("%1%2@%3").arg(name).arg(i).arg(ms.count() % 100'000));
