@@ -1,0 +1,64 @@
+#include "panel/alertrow.h"
+
+#include "panel/iconbutton.h"
+#include "panel/iconlabel.h"
+#include "panel/panelcontext.h"
+#include "panel/textbutton.h"
+#include "panel/textlabel.h"
+
+#include <QBoxLayout>
+
+namespace kestrune {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int bellSide = 14;
+
+} // namespace
+
+AlertRow::AlertRow(QString id, QWidget *parent)
+    : QWidget(parent)
+    , m_id(std::move(id))
+    , m_bell(new IconLabel(u"bell"_s, Tone::secondary, bellSide))
+    , m_label(new TextLabel(TypeRole::caption))
+    , m_dismiss(new TextButton(u"收到"_s))
+    , m_remove(new IconButton(u"xmark.circle.fill"_s))
+{
+    auto *line = new QHBoxLayout(this);
+    line->setContentsMargins(0, 0, -4, 0); // the icon, not its hit area, ends at the margin
+    line->setSpacing(rowSpacing);
+    m_label->setWrap(true);
+    m_remove->setTip(u"删除该提醒"_s);
+    m_remove->setIconSide(14);
+    m_dismiss->hide();
+    line->addWidget(m_bell);
+    line->addWidget(m_label, 1);
+    line->addWidget(m_dismiss);
+    line->addWidget(m_remove);
+    connect(m_dismiss, &TextButton::clicked, this, &AlertRow::dismissed);
+    connect(m_remove, &IconButton::clicked, this, &AlertRow::removed);
+}
+
+void AlertRow::setAlert(const PriceAlert &alert)
+{
+    m_bell->setIconName(alert.triggered ? u"bell.fill"_s : u"bell"_s);
+    m_bell->setTone(alert.triggered ? Tone::orange : Tone::secondary);
+    const QString condition = alert.triggered ? u"已触发"_s : u"等待触发"_s;
+    if (m_bell->accessibleName() != condition)
+        m_bell->setAccessibleName(condition);
+    m_label->setText(alert.label);
+    m_dismiss->setVisible(alert.triggered);
+    if (m_dismiss->accessibleDescription() != alert.label) {
+        m_dismiss->setAccessibleDescription(alert.label);
+        m_remove->setAccessibleDescription(alert.label);
+    }
+}
+
+QList<QWidget *> AlertRow::tabStops() const
+{
+    return {m_dismiss, m_remove};
+}
+
+} // namespace kestrune

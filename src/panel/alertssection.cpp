@@ -1,0 +1,111 @@
+#include "panel/alertssection.h"
+
+#include "panel/alertrow.h"
+#include "panel/helptitle.h"
+#include "panel/iconbutton.h"
+#include "panel/inputfield.h"
+#include "panel/settingsinput.h"
+
+#include <QBoxLayout>
+
+#include <algorithm>
+
+namespace kestrune {
+
+using namespace Qt::Literals::StringLiterals;
+
+AlertsSection::AlertsSection(const PanelContext &context, QWidget *parent)
+    : QWidget(parent)
+    , m_context(context)
+    , m_title(new HelpTitle(
+          u"价格提醒"_s, TypeRole::section,
+          u"输入目标价回车，或点撑压位行右侧 🔔 设置提醒。触及后状态栏铃铛晃动、价格闪动并响铃。"_s))
+    , m_input(new InputField(u"目标价"_s))
+    , m_add(new IconButton(u"plus.circle.fill"_s))
+    , m_rowBox(new QWidget)
+{
+    const QString tip = u"添加目标价提醒：价格涨/跌触及即触发"_s;
+    m_input->setPlaceholderText(u"目标价"_s);
+    m_input->setToolTip(tip);
+    m_add->setTip(tip);
+    m_add->setTone(Tone::accent);
+    auto *entry = new QHBoxLayout;
+    entry->setContentsMargins(0, 0, -4, 0); // the icon, not its hit area, ends at the margin
+    entry->setSpacing(rowSpacing);
+    entry->addWidget(m_input, 1);
+    entry->addWidget(m_add);
+    auto *rows = new QVBoxLayout(m_rowBox);
+    rows->setContentsMargins(0, 0, 0, 0);
+    rows->setSpacing(4);
+    m_rowBox->hide();
+
+    auto *column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(blockSpacing);
+    column->addWidget(m_title);
+    column->addLayout(entry);
+    column->addWidget(m_rowBox);
+    connect(m_input, &InputField::returnPressed, this, &AlertsSection::addManualAlert);
+    connect(m_add, &IconButton::clicked, this, &AlertsSection::addManualAlert);
+}
+
+void AlertsSection::addManualAlert()
+{
+    if (const auto target = acceptedAlertPrice(m_input->text()))
+        m_context.state.addAlert(*target);
+    m_input->clear(); // in every case
+}
+
+void AlertsSection::refresh()
+{
+    const std::vector<PriceAlert> alerts = m_context.state.currentAlerts();
+    std::vector<AlertRow *> next;
+    next.reserve(alerts.size());
+    for (const PriceAlert &alert : alerts) {
+        // Stored data may hold an id twice; each record still gets a row of its own.
+        const auto found = std::ranges::find_if(m_rows, [&](AlertRow *row) {
+            return row->id() == alert.id && std::ranges::find(next, row) == next.end();
+        });
+        next.push_back(found != m_rows.end() ? *found : makeRow(alert.id));
+        next.back()->setAlert(alert);
+    }
+    if (next == m_rows)
+        return;
+    for (AlertRow *row : m_rows) {
+        if (std::ranges::find(next, row) != next.end())
+            continue;
+        const bool focused = row->isAncestorOf(row->window()->focusWidget());
+        m_rowBox->layout()->removeWidget(row);
+        row->hide();
+        row->deleteLater();
+        if (focused)
+            m_input->setFocus(Qt::OtherFocusReason);
+    }
+    auto *column = static_cast<QVBoxLayout *>(m_rowBox->layout());
+    for (std::size_t i = 0; i < next.size(); ++i) {
+        if (column->indexOf(next[i]) != int(i))
+            column->insertWidget(int(i), next[i]);
+    }
+    m_rows = std::move(next);
+    m_rowBox->setVisible(!m_rows.empty());
+    Q_EMIT
+    tabStopsChanged();
+}
+
+AlertRow *AlertsSection::makeRow(const QString &id)
+{
+    auto *row = new AlertRow(id);
+    connect(row, &AlertRow::dismissed, this, [this, id] { m_context.state.dismissAlert(id); });
+    connect(row, &AlertRow::removed, this, [this, id] { m_context.state.removeAlert(id); });
+    return row;
+}
+
+QList<QWidget *> AlertsSection::tabStops() const
+{
+    QList<QWidget *> stops{m_title->mark(), m_input, m_add};
+    for (const AlertRow *row : m_rows)
+        stops << row->tabStops();
+    return stops;
+}
+
+} // namespace kestrune

@@ -1,0 +1,151 @@
+#include "panel/disclosure.h"
+
+#include "panel/icons.h"
+#include "panel/typography.h"
+
+#include <QEvent>
+#include <QLayout>
+#include <QPainter>
+#include <QVariantAnimation>
+
+#include <cmath>
+
+namespace kestrune {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int chevronSide = 12;
+constexpr int gap = 4;
+constexpr int headerHeight = 24;
+constexpr int foldMilliseconds = 200;
+
+} // namespace
+
+DisclosureHeader::DisclosureHeader(const QString &title, QString suffix, QWidget *parent)
+    : FlatButton(parent), m_suffix(std::move(suffix))
+{
+    setText(title);
+    setCheckable(true);
+    setAccessibleName(title);
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+}
+
+QSize DisclosureHeader::sizeHint() const
+{
+    const int words = textWidth(text(), TypeRole::section) + gap + textWidth(m_suffix, TypeRole::caption);
+    return {chevronSide + gap + words, headerHeight};
+}
+
+QRectF DisclosureHeader::focusRect() const
+{
+    return QRectF(rect()).adjusted(-4, 0, 4, 0);
+}
+
+void DisclosureHeader::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    const Palette &palette = paletteOf(this);
+    const QRectF chevron(0, (height() - chevronSide) / 2.0, chevronSide, chevronSide);
+    const QColor idle = veilLevel() > 0 ? palette.text : palette.secondary;
+    drawIcon(painter, chevron, isChecked() ? u"chevron.down"_s : u"chevron.right"_s, idle);
+    painter.setPen(palette.text);
+    double x = chevronSide + gap;
+    drawTextLine(painter, QPointF(x, (height() - lineHeight(TypeRole::section)) / 2), text(),
+                 TypeRole::section);
+    if (m_suffix.isEmpty())
+        return;
+    x += textWidth(text(), TypeRole::section) + gap;
+    painter.setPen(palette.secondary);
+    drawTextLine(painter, QPointF(x, (height() - lineHeight(TypeRole::caption) + 1) / 2), m_suffix,
+                 TypeRole::caption);
+}
+
+Collapsible::Collapsible(QWidget *content, QWidget *parent)
+    : QWidget(parent), m_content(content), m_animation(new QVariantAnimation(this))
+{
+    QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+    policy.setHeightForWidth(true);
+    setSizePolicy(policy);
+    m_content->setParent(this);
+    m_content->hide();
+    m_content->installEventFilter(this);
+    m_animation->setDuration(foldMilliseconds);
+    m_animation->setEasingCurve(QEasingCurve::InOutQuad);
+    connect(m_animation, &QVariantAnimation::valueChanged, this,
+            [this](const QVariant &value) { setShare(value.toDouble()); });
+}
+
+void Collapsible::setExpanded(bool expanded)
+{
+    if (m_expanded == expanded)
+        return;
+    m_expanded = expanded;
+    m_animation->stop();
+    if (expanded)
+        m_content->show();
+    if (!isVisible()) {
+        setShare(expanded ? 1 : 0);
+        return;
+    }
+    m_animation->setStartValue(m_share);
+    m_animation->setEndValue(expanded ? 1.0 : 0.0);
+    m_animation->start();
+}
+
+QSize Collapsible::sizeHint() const
+{
+    const int width = m_content->sizeHint().width();
+    return {width, heightForWidth(width)};
+}
+
+int Collapsible::heightForWidth(int width) const
+{
+    return m_share <= 0 ? 0 : int(std::lround(fullHeight(width) * m_share));
+}
+
+bool Collapsible::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == m_content && event->type() == QEvent::LayoutRequest && m_share > 0) {
+        updateGeometry();
+        placeContent();
+    }
+    return QWidget::eventFilter(watched, event);
+}
+
+void Collapsible::resizeEvent(QResizeEvent *)
+{
+    placeContent();
+}
+
+void Collapsible::hideEvent(QHideEvent *)
+{
+    m_animation->stop();
+    setShare(m_expanded ? 1 : 0);
+}
+
+int Collapsible::fullHeight(int width) const
+{
+    const QLayout *layout = m_content->layout();
+    return layout && layout->hasHeightForWidth() ? layout->totalHeightForWidth(width)
+                                                 : m_content->sizeHint().height();
+}
+
+void Collapsible::setShare(double share)
+{
+    if (m_share == share)
+        return;
+    m_share = share;
+    if (share <= 0)
+        m_content->hide(); // out of reach for Tab and readers
+    placeContent();
+    updateGeometry();
+}
+
+void Collapsible::placeContent()
+{
+    m_content->setGeometry(0, 0, width(), fullHeight(width()));
+}
+
+} // namespace kestrune

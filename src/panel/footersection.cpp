@@ -1,0 +1,62 @@
+#include "panel/footersection.h"
+
+#include "panel/blingbutton.h"
+#include "panel/iconbutton.h"
+#include "panel/textlabel.h"
+
+#include <QBoxLayout>
+
+namespace kestrune {
+
+using namespace Qt::Literals::StringLiterals;
+
+FooterSection::FooterSection(const PanelContext &context, const QString &marketNotice, QWidget *parent)
+    : QWidget(parent)
+    , m_context(context)
+    , m_note(new TextLabel({}, TypeRole::caption, Tone::secondary))
+    , m_refresh(new IconButton(u"arrow.clockwise"_s))
+    , m_help(new IconButton(u"questionmark.circle"_s))
+    , m_web(new IconButton(u"globe"_s))
+    , m_bling(new BlingButton(context.clock))
+{
+    m_refresh->setTip(u"刷新数据"_s);
+    m_help->setTip(u"使用说明"_s);
+    m_web->setTip(u"打开网页版"_s);
+    auto *actions = new QHBoxLayout;
+    actions->setSpacing(4);
+    actions->addWidget(m_note);
+    actions->addStretch(1);
+    actions->addWidget(m_refresh);
+    actions->addWidget(m_help);
+    actions->addWidget(m_web);
+    actions->addSpacing(4);
+    actions->addWidget(m_bling);
+    auto *column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(rowSpacing);
+    if (!marketNotice.isEmpty()) {
+        auto *notice = new TextLabel(marketNotice, TypeRole::captionBold, Tone::orange);
+        notice->setElide(Qt::ElideMiddle);
+        notice->setToolTip(marketNotice);
+        column->addWidget(notice);
+    }
+    column->addLayout(actions);
+    connect(m_refresh, &IconButton::clicked, this, &FooterSection::refreshRequested);
+    connect(m_help, &IconButton::clicked, this, &FooterSection::helpRequested);
+    connect(m_web, &IconButton::clicked, this,
+            [this] { m_context.openUrl(QUrl(QStringLiteral(KESTRUNE_WEB_EDITION_URL))); });
+    connect(m_bling, &BlingButton::clicked, this, [&state = m_context.state] { state.toggleBlingMode(); });
+}
+
+void FooterSection::refresh()
+{
+    m_note->setText(m_context.state.dataSourceNote());
+    m_bling->setOn(m_context.state.blingMode());
+}
+
+QList<QWidget *> FooterSection::tabStops() const
+{
+    return {m_refresh, m_help, m_web, m_bling};
+}
+
+} // namespace kestrune

@@ -1,0 +1,173 @@
+#include "panel/headersection.h"
+
+#include "analysis/priceformat.h"
+#include "panel/iconlabel.h"
+#include "panel/panelmodel.h"
+#include "panel/pixelsparkline.h"
+#include "panel/segmentbutton.h"
+#include "panel/spinner.h"
+#include "panel/textlabel.h"
+
+#include <QBoxLayout>
+#include <QKeyEvent>
+
+#include <algorithm>
+
+namespace kestrune {
+
+namespace {
+
+constexpr int lineSpacing = 4;
+constexpr QSize sparklineSize{70, 16};
+constexpr int statusIconSide = 14;
+constexpr int timeframeSpacing = 2;
+
+QHBoxLayout *rowIn(QWidget *row, int spacing)
+{
+    auto *line = new QHBoxLayout(row);
+    line->setContentsMargins(0, 0, 0, 0);
+    line->setSpacing(spacing);
+    return line;
+}
+
+} // namespace
+
+HeaderSection::HeaderSection(const PanelContext &context, QWidget *parent)
+    : QWidget(parent), m_context(context)
+{
+    auto *column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(lineSpacing);
+    column->addWidget(makeTitleRow());
+    column->addWidget(makeChangeRow());
+    column->addWidget(makeStatusRow());
+}
+
+QWidget *HeaderSection::makeTitleRow()
+{
+    auto *row = new QWidget;
+    auto *line = rowIn(row, rowSpacing);
+    m_title = new TextLabel(TypeRole::headline);
+    m_title->setElide(Qt::ElideRight);
+    m_title->setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
+    m_sparkline = new PixelSparkline(m_context.clock);
+    m_sparkline->setFixedSize(sparklineSize);
+    m_sparkline->hide();
+    m_price = new TextLabel(TypeRole::price);
+    m_price->hide();
+    m_spinner = new Spinner;
+    m_spinner->setFixedSize(m_spinner->sizeHint());
+    m_spinner->setAccessibleName(QStringLiteral("价格加载中"));
+    row->setFixedHeight(lineHeight(TypeRole::price));
+    line->addWidget(m_title);
+    line->addWidget(m_sparkline);
+    line->addStretch(1);
+    line->addWidget(m_price);
+    line->addWidget(m_spinner);
+    return row;
+}
+
+QWidget *HeaderSection::makeChangeRow()
+{
+    auto *row = new QWidget;
+    auto *line = rowIn(row, rowSpacing);
+    m_change = new TextLabel(TypeRole::caption);
+    m_updated = new TextLabel({}, TypeRole::caption, Tone::secondary);
+    row->setFixedHeight(lineHeight(TypeRole::caption)); // empty until the first price, but there
+    line->addWidget(m_change);
+    line->addWidget(m_updated);
+    line->addStretch(1);
+    return row;
+}
+
+QWidget *HeaderSection::makeStatusRow()
+{
+    auto *row = new QWidget;
+    auto *line = rowIn(row, lineSpacing);
+    m_statusIcon = new IconLabel(m_context.state.statusSymbol(), Tone::secondary, statusIconSide);
+    m_status = new TextLabel(TypeRole::caption);
+    m_timeframeBox = new QWidget;
+    rowIn(m_timeframeBox, timeframeSpacing);
+    line->addWidget(m_statusIcon);
+    line->addWidget(m_status);
+    line->addStretch(1);
+    line->addWidget(m_timeframeBox);
+    return row;
+}
+
+void HeaderSection::refresh()
+{
+    const AppState &state = m_context.state;
+    m_title->setText(state.headerTitle());
+    m_title->setToolTip(state.headerTitle());
+    m_sparkline->setContent(state.sparkline(), state.zones());
+    m_sparkline->setVisible(!state.sparkline().empty());
+
+    const auto price = state.price();
+    if (price)
+        m_price->setText(fmtP(*price, state.decimals()));
+    m_price->setTone(changeTone(state.changePct()));
+    m_price->setVisible(price.has_value());
+    m_spinner->setVisible(!price);
+
+    const auto change = state.changePct();
+    m_change->setVisible(change.has_value());
+    if (change) {
+        m_change->setText(changeText(*change));
+        m_change->setTone(changeTone(change));
+    }
+    const auto updated = state.lastUpdated();
+    m_updated->setVisible(updated.has_value());
+    if (updated)
+        m_updated->setText(updateText(*updated));
+
+    m_statusIcon->setIconName(state.statusSymbol());
+    m_statusIcon->setTone(toneOf(state.statusColor()));
+    m_status->setText(state.statusText());
+    m_status->setTone(toneOf(state.statusColor()));
+    refreshTimeframes();
+}
+
+void HeaderSection::refreshTimeframes()
+{
+    AppState &state = m_context.state;
+    if (m_timeframes != state.timeframeOptions()) {
+        m_timeframes = state.timeframeOptions();
+        for (SegmentButton *button : std::as_const(m_timeframeButtons)) {
+            button->hide();
+            button->deleteLater();
+        }
+        m_timeframeButtons.clear();
+        for (const QString &label : std::as_const(m_timeframes)) {
+            auto *button = new SegmentButton(label);
+            button->installEventFilter(this);
+            connect(button, &SegmentButton::clicked, this, [&state, label] { state.setTimeframe(label); });
+            m_timeframeBox->layout()->addWidget(button);
+            m_timeframeButtons.append(button);
+        }
+    }
+    for (SegmentButton *button : std::as_const(m_timeframeButtons))
+        button->setChecked(button->text() == state.timeframe());
+}
+
+bool HeaderSection::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() == QEvent::KeyPress) {
+        const int key = static_cast<QKeyEvent *>(event)->key();
+        const int step = key == Qt::Key_Right ? 1 : key == Qt::Key_Left ? -1 : 0;
+        const auto at = m_timeframeButtons.indexOf(watched);
+        if (step != 0 && at >= 0) {
+            const auto to = std::clamp<qsizetype>(at + step, 0, m_timeframeButtons.size() - 1);
+            m_timeframeButtons[to]->setFocus(Qt::TabFocusReason);
+            return true;
+        }
+    }
+    return QWidget::eventFilter(watched, event);
+}
+
+QList<QWidget *> HeaderSection::tabStops() const
+{
+    return {m_timeframeButtons.begin(), m_timeframeButtons.end()};
+}
+
+} // namespace kestrune

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "panel/panelcontext.h"
+
+#include <QWidget>
+
+namespace kestrune {
+
+class IconLabel;
+class PixelSparkline;
+class SegmentButton;
+class Spinner;
+class TextLabel;
+
+/// Instrument, sparkline and price; change and update time; status and timeframes.
+class HeaderSection : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit HeaderSection(const PanelContext &context, QWidget *parent = nullptr);
+
+    void refresh();
+    [[nodiscard]] QList<QWidget *> tabStops() const;
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    [[nodiscard]] QWidget *makeTitleRow();
+    [[nodiscard]] QWidget *makeChangeRow();
+    [[nodiscard]] QWidget *makeStatusRow();
+    void refreshTimeframes();
+
+    PanelContext m_context;
+    TextLabel *m_title;
+    PixelSparkline *m_sparkline;
+    TextLabel *m_price;
+    Spinner *m_spinner;
+    TextLabel *m_change;
+    TextLabel *m_updated;
+    IconLabel *m_statusIcon;
+    TextLabel *m_status;
+    QWidget *m_timeframeBox;
+    QStringList m_timeframes;
+    QList<SegmentButton *> m_timeframeButtons;
+};
+
+} // namespace kestrune

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "panel/typography.h"
+
+#include <QWidget>
+
+namespace kestrune {
+
+class IconButton;
+class TextLabel;
+
+/// A title with a small question mark whose tooltip explains it; pressing the mark shows the tooltip at once,
+/// for those who do not hover.
+class HelpTitle : public QWidget
+{
+    Q_OBJECT
+
+public:
+    HelpTitle(const QString &title, TypeRole role, const QString &help, QWidget *parent = nullptr);
+
+    void setHelp(const QString &help);
+    [[nodiscard]] IconButton *mark() const { return m_mark; }
+
+private:
+    TextLabel *m_title;
+    IconButton *m_mark;
+};
+
+} // namespace kestrune

@@ -1,0 +1,185 @@
+#include "panel/panelmodel.h"
+
+#include "analysis/priceformat.h"
+
+#include <QDateTime>
+#include <QUrl>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+
+namespace kestrune {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr QStringView warningSign = u"⚠️";
+
+bool sameLevel(const Zone &a, const Zone &b)
+{
+    return a.mid == b.mid && a.type == b.type;
+}
+
+} // namespace
+
+std::vector<Zone> listedZones(std::span<const Zone> zones, QStringView type, double rangePct, int maxCount)
+{
+    std::vector<Zone> listed;
+    std::ranges::copy_if(zones, std::back_inserter(listed), [&](const Zone &zone) {
+        return zone.type == type && std::abs(zone.distPct) <= rangePct;
+    });
+    std::ranges::stable_sort(listed, [](const Zone &a, const Zone &b) {
+        return a.confirm != b.confirm ? a.confirm > b.confirm : std::abs(a.distPct) < std::abs(b.distPct);
+    });
+    const auto kept = std::size_t(std::max(maxCount, 0));
+    if (listed.size() > kept)
+        listed.erase(listed.begin() + std::ptrdiff_t(kept), listed.end());
+    const bool farthestFirst = type == u"resistance";
+    std::ranges::stable_sort(listed, [farthestFirst](const Zone &a, const Zone &b) {
+        return farthestFirst ? std::abs(a.distPct) > std::abs(b.distPct)
+                             : std::abs(a.distPct) < std::abs(b.distPct);
+    });
+    return listed;
+}
+
+std::vector<std::optional<std::size_t>> matchRows(std::span<const Zone> current, std::span<const Zone> next)
+{
+    std::vector<std::optional<std::size_t>> matches(next.size());
+    std::vector<bool> taken(current.size());
+    for (std::size_t i = 0; i < next.size(); ++i) {
+        for (std::size_t row = 0; row < current.size() && !matches[i]; ++row) {
+            if (!taken[row] && sameLevel(current[row], next[i])) {
+                matches[i] = row;
+                taken[row] = true;
+            }
+        }
+    }
+    for (std::size_t i = 0; i < std::min(next.size(), current.size()); ++i) {
+        if (!matches[i] && !taken[i] && current[i].type == next[i].type) {
+            matches[i] = i;
+            taken[i] = true;
+        }
+    }
+    return matches;
+}
+
+QString changeText(double changePct)
+{
+    return (changePct >= 0 ? u"▲ "_s : u"▼ "_s) + QString::asprintf("%.2f%%", changePct);
+}
+
+Tone changeTone(std::optional<double> changePct)
+{
+    return !changePct || *changePct >= 0 ? Tone::green : Tone::red;
+}
+
+QString updateText(Instant lastUpdated)
+{
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(lastUpdated).time_since_epoch().count();
+    return u"更新 "_s + QDateTime::fromSecsSinceEpoch(seconds).toString(u"HH:mm:ss"_s);
+}
+
+Tone signalTone(SignalType signal)
+{
+    if (isBull(signal))
+        return Tone::red;
+    return isBear(signal) ? Tone::green : Tone::orange;
+}
+
+Tone conclusionTone(std::span<const TimeframeSignal> snapshot)
+{
+    return snapshot.empty() ? Tone::secondary : signalTone(snapshot.back().signal);
+}
+
+QString signalTip(const TimeframeSignal &signal)
+{
+    return signal.label + u"："_s + signal.reason;
+}
+
+std::optional<PlanBannerModel> planBannerModel(const AppState &state)
+{
+    std::optional<QString> title;
+    std::optional<TradePlan> plan;
+    if (const auto &picked = state.selectedZonePrice()) {
+        const QString type = state.selectedZoneType().value_or(QString());
+        title = pickedZoneTitle(*picked, type, state.decimals());
+        plan =
+            state.planForEntry(*picked, type == u"support" ? TradeDirection::long_ : TradeDirection::short_);
+    } else {
+        plan = state.tradePlan();
+    }
+    if (!plan)
+        return std::nullopt;
+    return PlanBannerModel{std::move(title), *std::move(plan)};
+}
+
+QString pickedZoneTitle(double price, QStringView zoneType, int decimals)
+{
+    const bool support = zoneType == u"support";
+    return (support ? u"支撑 "_s : u"阻力 "_s) + fmtP(price, decimals) + u" · "_s +
+           rawValue(support ? TradeDirection::long_ : TradeDirection::short_);
+}
+
+Tone planTone(const TradePlan &plan)
+{
+    switch (plan.grade) {
+    case PlanGrade::good:
+        return plan.dir == TradeDirection::long_ ? Tone::red : Tone::green;
+    case PlanGrade::fair:
+        return Tone::orange;
+    case PlanGrade::poor:
+        return Tone::secondary;
+    }
+    Q_UNREACHABLE();
+}
+
+QString costText(double costPct)
+{
+    return u"已扣 "_s + QString::number(costPct) + u"% 手续费成本"_s;
+}
+
+std::vector<PlanLine> planLines(const TradePlan &plan)
+{
+    std::vector<PlanLine> lines;
+    if (plan.positionText)
+        lines.push_back({*plan.positionText, plan.positionText->contains(warningSign)});
+    if (plan.tip.startsWith(warningSign))
+        lines.push_back({plan.tip.mid(warningSign.size()).trimmed(), true});
+    else if (!plan.tip.isEmpty())
+        lines.push_back({plan.tip, false});
+    if (plan.sessionText)
+        lines.push_back({*plan.sessionText, true});
+    return lines;
+}
+
+std::vector<ContextRow> contextRows(const AppState &state)
+{
+    std::vector<ContextRow> rows{
+        {u"趋势"_s, state.trendText(), toneOf(state.trendColor())},
+        {u"RSI(14)"_s, state.rsiText(), toneOf(state.rsiColor())},
+        {u"MACD"_s, state.macdText(), toneOf(state.macdColor())},
+        {u"ATR(14) 止损参考"_s, state.atrText(), Tone::text},
+    };
+    if (const auto vwap = state.ctxVWAP())
+        rows.push_back({u"VWAP"_s, fmtP(*vwap, state.decimals()), Tone::text});
+    return rows;
+}
+
+QString distancesText(std::optional<double> buyDistPct, std::optional<double> sellDistPct)
+{
+    if (!buyDistPct || !sellDistPct)
+        return u"暂无撑压数据"_s;
+    return u"距买点 "_s + QString::asprintf("%.2f", *buyDistPct) + u"% · 距卖点 "_s +
+           QString::asprintf("%.2f", *sellDistPct) + u"%"_s;
+}
+
+QString marketNotice(bool demo, const std::optional<QString> &server)
+{
+    if (demo)
+        return u"演示行情"_s;
+    return server ? u"行情服务器 "_s + QUrl(*server).host() : QString();
+}
+
+} // namespace kestrune

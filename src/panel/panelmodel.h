@@ -1,0 +1,94 @@
+#pragma once
+
+#include "analysis/zone.h"
+#include "panel/palette.h"
+#include "platform/clock.h"
+#include "state/appstate.h"
+#include "state/timeframesignal.h"
+#include "state/tradeplan.h"
+
+#include <QString>
+
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace kestrune {
+
+// What the panel shows, worked out from plain values; the widgets only put it on the screen.
+
+/// The zones of one type that are listed, in the order of the list: within ±`rangePct` percent, the
+/// `maxCount` with the most confirmations (the nearer first among equals), resistances from the farthest to
+/// the nearest and all others from the nearest to the farthest.
+[[nodiscard]] std::vector<Zone> listedZones(std::span<const Zone> zones, QStringView type, double rangePct,
+                                            int maxCount);
+
+/// For every zone of `next` the index of its row in `current`: first the row of the same type and `mid`, then
+/// for the others the row at the same position, when it is free and of the same type. Absent: a row is
+/// needed.
+[[nodiscard]] std::vector<std::optional<std::size_t>> matchRows(std::span<const Zone> current,
+                                                                std::span<const Zone> next);
+
+/// "▲ 2.35%"; a fall keeps the value's own sign beside the arrow ("▼ -1.23%"), deliberately.
+[[nodiscard]] QString changeText(double changePct);
+/// Green for a rise, no change and no value, red for a fall.
+[[nodiscard]] Tone changeTone(std::optional<double> changePct);
+/// "更新 14:32:05" in local time.
+[[nodiscard]] QString updateText(Instant lastUpdated);
+
+/// Red for both bullish signals, green for both bearish ones, orange between.
+[[nodiscard]] Tone signalTone(SignalType signal);
+/// The colour of the conclusion: that of the last signal, secondary without signals.
+[[nodiscard]] Tone conclusionTone(std::span<const TimeframeSignal> snapshot);
+/// "4H：" and the reason.
+[[nodiscard]] QString signalTip(const TimeframeSignal &signal);
+
+/// What the trade-plan banner shows.
+struct PlanBannerModel
+{
+    std::optional<QString> title; ///< of the picked zone; absent for the plan at the live price
+    TradePlan plan;
+};
+
+/// The plan for the picked zone (long from a support, short from anything else), or the one for the live
+/// price; absent when that plan does not exist.
+[[nodiscard]] std::optional<PlanBannerModel> planBannerModel(const AppState &state);
+/// "支撑 1,234.5 · 做多"
+[[nodiscard]] QString pickedZoneTitle(double price, QStringView zoneType, int decimals);
+/// Colour of a plan's verdict: a good one in the colour of its direction (bullish red, bearish green), a fair
+/// one orange, a poor one secondary.
+[[nodiscard]] Tone planTone(const TradePlan &plan);
+/// "已扣 0.15% 手续费成本"
+[[nodiscard]] QString costText(double costPct);
+
+/// A line of the banner below the price lines.
+struct PlanLine
+{
+    QString text;
+    bool isWarning = false; ///< orange, behind the warning icon
+
+    [[nodiscard]] bool operator==(const PlanLine &) const = default;
+};
+/// Position, tip and session of a plan, in this order. A tip or position that speaks of a danger is a
+/// warning; the sign at a tip's start gives way to the icon.
+[[nodiscard]] std::vector<PlanLine> planLines(const TradePlan &plan);
+
+/// A reading of the market context.
+struct ContextRow
+{
+    QString label;
+    QString value;
+    Tone tone = Tone::text;
+
+    [[nodiscard]] bool operator==(const ContextRow &) const = default;
+};
+[[nodiscard]] std::vector<ContextRow> contextRows(const AppState &state);
+
+/// "距买点 1.20% · 距卖点 3.45%", or "暂无撑压数据" unless both sides have a zone.
+[[nodiscard]] QString distancesText(std::optional<double> buyDistPct, std::optional<double> sellDistPct);
+
+/// The line that keeps replayed prices from being taken for live ones: "演示行情", "行情服务器 " and the host
+/// of `server`, or nothing for the live market.
+[[nodiscard]] QString marketNotice(bool demo, const std::optional<QString> &server);
+
+} // namespace kestrune

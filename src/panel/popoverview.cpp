@@ -1,0 +1,277 @@
+#include "panel/popoverview.h"
+
+#include "panel/alertssection.h"
+#include "panel/chip.h"
+#include "panel/chiprow.h"
+#include "panel/contextsection.h"
+#include "panel/divider.h"
+#include "panel/focusring.h"
+#include "panel/footersection.h"
+#include "panel/headersection.h"
+#include "panel/helpsheet.h"
+#include "panel/scrollarea.h"
+#include "panel/settingssection.h"
+#include "panel/snapshotsection.h"
+#include "panel/toast.h"
+#include "panel/zonessection.h"
+#include "platform/async.h"
+
+#include <QBoxLayout>
+#include <QDesktopServices>
+#include <QKeyEvent>
+#include <QPainter>
+
+#include <algorithm>
+
+namespace kestrune {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int lowestHeight = 240;
+constexpr int toastGap = 8;
+
+PanelContext contextOf(AppState &state, const PopoverView::Options &options)
+{
+    return {state, [&clock = state.clock()] { return epochSeconds(clock.now()); },
+            options.openUrl ? options.openUrl : [](const QUrl &url) { QDesktopServices::openUrl(url); }};
+}
+
+} // namespace
+
+PopoverView::PopoverView(std::shared_ptr<AppState> state, Options options, QWidget *parent)
+    : QWidget(parent), m_state(std::move(state))
+{
+    const PanelContext context = contextOf(*m_state, options);
+    m_header = new HeaderSection(context);
+    m_chips = new ChipRow;
+    m_snapshot = new SnapshotSection(context);
+    m_zones = new ZonesSection(context);
+    m_marketContext = new ContextSection(context);
+    m_alerts = new AlertsSection(context);
+    m_settings = new SettingsSection(context);
+    m_footer = new FooterSection(context, options.marketNotice);
+    setWindowTitle(u"Kestrune Bar"_s);
+    setAccessibleName(u"Kestrune Bar"_s);
+    setFixedSize(panelSize);
+    setDark(true);
+
+    auto *column = new QVBoxLayout(this);
+    column->setContentsMargins(0, panelMargin, 0, panelMargin);
+    column->setSpacing(stackSpacing);
+    const auto addFixed = [column](QWidget *widget) {
+        auto *frame = new QHBoxLayout;
+        frame->setContentsMargins(panelMargin, 0, panelMargin, 0);
+        frame->addWidget(widget);
+        column->addLayout(frame);
+    };
+    auto *area = new ScrollArea;
+    area->setWidget(makeScrolledContent());
+    area->widget()->setAutoFillBackground(false);
+    addFixed(m_header);
+    addFixed(new Divider);
+    column->addWidget(area, 1);
+    addFixed(new Divider);
+    addFixed(m_footer);
+    // The area's content keeps the spacing to the dividers itself, so that a focus ring at its edge shows.
+    column->setSpacing(0);
+    column->insertSpacing(1, stackSpacing);
+    column->insertSpacing(5, stackSpacing);
+    m_toast = new Toast(this);
+    new FocusRing(this);
+    connectActions();
+}
+
+PopoverView::~PopoverView() = default;
+
+QWidget *PopoverView::makeScrolledContent()
+{
+    auto *content = new QWidget;
+    auto *column = new QVBoxLayout(content);
+    column->setContentsMargins(0, stackSpacing - 4, 0, stackSpacing);
+    column->setSpacing(stackSpacing);
+    const auto add = [column](QWidget *widget) {
+        auto *frame = new QHBoxLayout;
+        frame->setContentsMargins(panelMargin, 0, panelMargin, 0);
+        frame->addWidget(widget);
+        column->addLayout(frame);
+    };
+    add(m_chips);
+    add(new Divider);
+    add(m_snapshot);
+    add(new Divider);
+    column->addWidget(m_zones);
+    add(m_marketContext);
+    add(new Divider);
+    add(m_alerts);
+    add(new Divider);
+    add(m_settings);
+    column->addStretch(1);
+    return content;
+}
+
+void PopoverView::connectActions()
+{
+    connect(m_state.get(), &AppState::fieldWillChange, this, &PopoverView::fieldChanged);
+    connect(m_chips, &ChipRow::picked, this, &PopoverView::chooseInstrument);
+    connect(m_footer, &FooterSection::refreshRequested, this, &PopoverView::refreshAll);
+    connect(m_footer, &FooterSection::helpRequested, this, &PopoverView::showHelp);
+    const auto markStale = [this] { m_tabStopsStale = true; };
+    connect(m_zones, &ZonesSection::tabStopsChanged, this, markStale);
+    connect(m_alerts, &AlertsSection::tabStopsChanged, this, markStale);
+}
+
+// The fields that only animate the status item change several times a second and show nowhere in the panel.
+void PopoverView::fieldChanged(const PublishedField *field)
+{
+    if (field != &m_state->blingPulse && field != &m_state->pulsePhase && field != &m_state->multiPrices)
+        scheduleUpdate();
+}
+
+void PopoverView::scheduleUpdate()
+{
+    if (m_updatePending || !isVisible())
+        return; // showing brings everything up to date
+    m_updatePending = true;
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            m_updatePending = false;
+            if (isVisible())
+                updateNow();
+        },
+        Qt::QueuedConnection);
+}
+
+void PopoverView::updateNow()
+{
+    m_tabStopsStale = m_tabStopsStale || m_chips->chips().size() != std::size_t(m_state->symbolList().size());
+    m_header->refresh();
+    m_chips->setContent(m_state->symbolList(), m_state->coinSymbol());
+    m_snapshot->refresh();
+    m_zones->refresh();
+    m_marketContext->refresh();
+    m_alerts->refresh();
+    m_settings->refresh();
+    m_footer->refresh();
+    if (m_tabStopsStale)
+        orderTabStops();
+}
+
+void PopoverView::setDark(bool dark)
+{
+    setPalette(toolkitPalette(dark ? darkPalette() : lightPalette()));
+}
+
+void PopoverView::setMaximumPanelHeight(int height)
+{
+    setFixedSize(panelSize.width(), std::clamp(height, lowestHeight, panelSize.height()));
+}
+
+bool PopoverView::isHelpShown() const
+{
+    return m_help && m_help->isVisible();
+}
+
+void PopoverView::setSettingsExpanded(bool expanded)
+{
+    m_settings->setExpanded(expanded);
+}
+
+void PopoverView::showToast(const QString &message, bool isError)
+{
+    placeToast();
+    m_toast->present(message, isError);
+}
+
+// A picked zone is one of the old instrument's: its price means nothing among the new one's zones.
+void PopoverView::chooseInstrument(const QString &symbol)
+{
+    m_state->selectedZonePrice = std::nullopt;
+    m_state->selectedZoneType = std::nullopt;
+    m_state->setCoin(symbol);
+}
+
+void PopoverView::refreshAll()
+{
+    startInBackground(this, [this] { return refreshAndReport(m_state, this); });
+}
+
+QCoro::Task<> PopoverView::refreshAndReport(std::shared_ptr<AppState> state, QPointer<PopoverView> view)
+{
+    const auto held = std::move(state);
+    const RefreshOutcome outcome = co_await held->refreshAll();
+    if (view)
+        view->showToast(outcome.message, !outcome.success);
+}
+
+void PopoverView::showHelp()
+{
+    if (!m_help)
+        m_help = new HelpSheet(this);
+    m_help->openOver();
+}
+
+// Tab follows the reading order, also through rows that came later than what stands below them.
+void PopoverView::orderTabStops()
+{
+    m_tabStopsStale = false;
+    QList<QWidget *> stops = m_header->tabStops();
+    for (Chip *chip : m_chips->chips())
+        stops << chip;
+    stops << m_zones->tabStops() << m_marketContext->tabStops() << m_alerts->tabStops()
+          << m_settings->tabStops() << m_footer->tabStops();
+    for (qsizetype i = 1; i < stops.size(); ++i)
+        setTabOrder(stops[i - 1], stops[i]);
+}
+
+void PopoverView::placeToast()
+{
+    m_toast->setAnchor(QPoint(width() / 2, m_footer->y() - toastGap), width() - 2 * panelMargin);
+}
+
+void PopoverView::paintEvent(QPaintEvent *event)
+{
+    QPainter painter(this);
+    painter.fillRect(event->rect(), paletteOf(this).ground);
+}
+
+void PopoverView::showEvent(QShowEvent *event)
+{
+    QWidget::showEvent(event);
+    m_settings->fillFields();
+    updateNow();
+}
+
+void PopoverView::hideEvent(QHideEvent *event)
+{
+    QWidget::hideEvent(event);
+    if (m_help)
+        m_help->close();
+    m_toast->hide();
+}
+
+void PopoverView::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    placeToast();
+}
+
+void PopoverView::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() != Qt::Key_Escape) {
+        QWidget::keyPressEvent(event);
+        return;
+    }
+    if (isHelpShown()) {
+        m_help->close();
+        return;
+    }
+    Q_EMIT
+    closeRequested();
+    if (isWindow())
+        close();
+}
+
+} // namespace kestrune

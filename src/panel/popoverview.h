@@ -1,0 +1,96 @@
+#pragma once
+
+#include "panel/palette.h"
+#include "panel/panelcontext.h"
+
+#include <QCoroTask>
+#include <QPointer>
+#include <QWidget>
+
+#include <memory>
+
+namespace kestrune {
+
+class AlertsSection;
+class ChipRow;
+class ContextSection;
+class FooterSection;
+class HeaderSection;
+class HelpSheet;
+class SettingsSection;
+class SnapshotSection;
+class Toast;
+class ZonesSection;
+
+/// The panel under the status item: a view over the state that computes nothing. It follows the state while
+/// it shows, all changes of one turn of the event loop in one update, and rests while it is hidden.
+class PopoverView : public QWidget
+{
+    Q_OBJECT
+
+public:
+    struct Options
+    {
+        QString marketNotice; ///< of marketNotice(); empty for the live market
+        /// Shows an address in the browser; the desktop's way when not given.
+        std::function<void(const QUrl &)> openUrl;
+    };
+
+    static constexpr QSize panelSize{320, 900};
+
+    explicit PopoverView(std::shared_ptr<AppState> state, Options options = {}, QWidget *parent = nullptr);
+    ~PopoverView() override;
+
+    /// The dark or the light palette; dark at first.
+    void setDark(bool dark);
+    /// Makes the panel lower than its 900 pixels where the screen has less room; the scrolling area gives
+    /// way.
+    void setMaximumPanelHeight(int height);
+    /// Brings every widget up to the state at once, hidden or not.
+    void updateNow();
+
+    [[nodiscard]] bool isHelpShown() const;
+    void setSettingsExpanded(bool expanded);
+    void showToast(const QString &message, bool isError);
+
+    [[nodiscard]] QSize sizeHint() const override { return size(); }
+
+Q_SIGNALS:
+    /// Escape was pressed in the panel; a panel that is a window closes by itself.
+    void closeRequested();
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+    void showEvent(QShowEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+
+private:
+    [[nodiscard]] QWidget *makeScrolledContent();
+    void connectActions();
+    void fieldChanged(const PublishedField *field);
+    void scheduleUpdate();
+    void chooseInstrument(const QString &symbol);
+    void refreshAll();
+    static QCoro::Task<> refreshAndReport(std::shared_ptr<AppState> state, QPointer<PopoverView> view);
+    void showHelp();
+    void orderTabStops();
+    void placeToast();
+
+    std::shared_ptr<AppState> m_state;
+    HeaderSection *m_header;
+    ChipRow *m_chips;
+    SnapshotSection *m_snapshot;
+    ZonesSection *m_zones;
+    ContextSection *m_marketContext;
+    AlertsSection *m_alerts;
+    SettingsSection *m_settings;
+    FooterSection *m_footer;
+    Toast *m_toast;
+    QPointer<HelpSheet> m_help;
+    bool m_updatePending = false;
+    bool m_tabStopsStale = true;
+};
+
+} // namespace kestrune

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "panel/panelcontext.h"
+
+#include <QWidget>
+
+namespace kestrune {
+
+class ChoiceRow;
+class InputField;
+class TextLabel;
+
+/// Account size, risk per trade, leverage and margin mode. Stocks have neither of the last two.
+class PositionSettings : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit PositionSettings(const PanelContext &context, QWidget *parent = nullptr);
+
+    void refresh();
+    /// Takes the texts of all fields from the state.
+    void fillFields();
+    /// The leverage of a stock segment, in its field.
+    void showLeverage();
+    [[nodiscard]] QList<QWidget *> tabStops() const;
+
+private:
+    [[nodiscard]] QWidget *makeRow(QWidget *title, QWidget *control);
+    void submitAccount();
+    void submitRisk();
+    void submitLeverage();
+
+    PanelContext m_context;
+    InputField *m_account;
+    InputField *m_risk;
+    InputField *m_leverage;
+    ChoiceRow *m_marginMode;
+    QWidget *m_leverageRow;
+    QWidget *m_marginRow;
+    QWidget *m_leverageHelp = nullptr;
+    QWidget *m_marginHelp = nullptr;
+    QWidget *m_stockLeverageRow;
+    QWidget *m_stockMarginRow;
+    TextLabel *m_explanation;
+};
+
+} // namespace kestrune

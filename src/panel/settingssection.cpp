@@ -1,0 +1,208 @@
+#include "panel/settingssection.h"
+
+#include "panel/choicerow.h"
+#include "panel/disclosure.h"
+#include "panel/divider.h"
+#include "panel/inputfield.h"
+#include "panel/panelmodel.h"
+#include "panel/positionsettings.h"
+#include "panel/settingsinput.h"
+#include "panel/stepperrow.h"
+#include "panel/textlabel.h"
+#include "panel/toggleswitch.h"
+
+#include <QBoxLayout>
+
+#include <algorithm>
+
+namespace kestrune {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr QStringView thresholdHelp =
+    u"当现价距最近支撑（买点）或阻力（卖点） ≤ 该百分比时，状态栏亮起对应红/绿提醒。值越大越灵敏。";
+constexpr QStringView displayHelp =
+    u"主撑压列表只显示距现价 ±X% 内的价位，每侧最多 N 个；EMA/Vegas/VWAP 已移至「市场背景」。";
+
+QStringList marketNames()
+{
+    QStringList names;
+    for (const MarketSegment segment : allMarketSegments)
+        names.append(rawValue(segment));
+    return names;
+}
+
+} // namespace
+
+SettingsSection::SettingsSection(const PanelContext &context, QWidget *parent)
+    : QWidget(parent)
+    , m_context(context)
+    , m_header(new DisclosureHeader(u"设置"_s))
+    , m_market(new ChoiceRow(marketNames()))
+    , m_miniMode(new ToggleSwitch(u"极简模式（状态栏只显示价格数字）"_s))
+    , m_threshold(new StepperRow(u"买卖预警阈值 (%)"_s, thresholdHelp.toString()))
+    , m_distances(new TextLabel({}, TypeRole::caption, Tone::secondary))
+    , m_status(new TextLabel(TypeRole::caption))
+    , m_position(new PositionSettings(context))
+    , m_range(new StepperRow(u"显示范围 ±(%)"_s, displayHelp.toString()))
+    , m_perSide(new StepperRow(u"每侧最多(个)"_s, displayHelp.toString()))
+{
+    m_body = new Collapsible(makeContent());
+    auto *column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    column->addWidget(m_header);
+    column->addWidget(m_body);
+    connect(m_header, &DisclosureHeader::clicked, this, [this] { setExpanded(!m_body->isExpanded()); });
+    connect(m_market, &ChoiceRow::picked, this, &SettingsSection::chooseMarket);
+    connect(m_miniMode, &ToggleSwitch::clicked, this,
+            [&state = m_context.state] { state.miniMode = !state.miniMode(); });
+    connectThreshold();
+    connectDisplay();
+    fillFields();
+}
+
+QWidget *SettingsSection::makeContent()
+{
+    auto *content = new QWidget;
+    auto *column = new QVBoxLayout(content);
+    column->setContentsMargins(0, blockSpacing, 0, 0);
+    column->setSpacing(stackSpacing);
+    auto *threshold = new QVBoxLayout;
+    threshold->setSpacing(2);
+    threshold->addWidget(m_threshold);
+    m_distances->setWrap(true);
+    threshold->addWidget(m_distances);
+    threshold->addWidget(m_status);
+    auto *display = new QVBoxLayout;
+    display->setSpacing(blockSpacing);
+    display->addWidget(m_range);
+    display->addWidget(m_perSide);
+    column->addWidget(makeMarketRow());
+    column->addWidget(m_miniMode);
+    column->addWidget(new Divider);
+    column->addLayout(threshold);
+    column->addWidget(new Divider);
+    column->addWidget(m_position);
+    column->addWidget(new Divider);
+    column->addLayout(display);
+    return content;
+}
+
+QWidget *SettingsSection::makeMarketRow()
+{
+    auto *row = new QWidget;
+    auto *line = new QHBoxLayout(row);
+    line->setContentsMargins(0, 0, 0, 0);
+    line->setSpacing(rowSpacing);
+    line->addWidget(new TextLabel(u"市场"_s, TypeRole::caption));
+    line->addStretch(1);
+    line->addWidget(m_market);
+    return row;
+}
+
+void SettingsSection::connectThreshold()
+{
+    AppState &state = m_context.state;
+    connect(m_threshold, &StepperRow::stepped, this, [this, &state](int direction) {
+        applyThreshold(state.signalThreshold() + direction * thresholdStep);
+    });
+    connect(m_threshold, &StepperRow::submitted, this, [this, &state](const QString &text) {
+        if (const auto value = parseDecimal(text))
+            applyThreshold(*value);
+        else
+            m_threshold->field()->showText(thresholdFieldText(state.signalThreshold()));
+    });
+}
+
+void SettingsSection::connectDisplay()
+{
+    AppState &state = m_context.state;
+    connect(m_range, &StepperRow::stepped, this,
+            [this, &state](int direction) { applyRange(state.displayRangePct() + direction * rangeStep); });
+    connect(m_range, &StepperRow::submitted, this, [this, &state](const QString &text) {
+        if (const auto value = parseDecimal(text))
+            applyRange(*value);
+        else
+            m_range->field()->showText(rangeFieldText(state.displayRangePct()));
+    });
+    connect(m_perSide, &StepperRow::stepped, this,
+            [this, &state](int direction) { applyPerSide(state.maxPerSide() + direction * perSideStep); });
+    connect(m_perSide, &StepperRow::submitted, this, [this, &state](const QString &text) {
+        if (const auto value = parseWhole(text))
+            applyPerSide(*value);
+        else
+            m_perSide->field()->showText(perSideFieldText(state.maxPerSide()));
+    });
+}
+
+void SettingsSection::applyThreshold(double percent)
+{
+    m_context.state.signalThreshold = clampThreshold(percent);
+    m_threshold->field()->showText(thresholdFieldText(m_context.state.signalThreshold()));
+}
+
+void SettingsSection::applyRange(double percent)
+{
+    m_context.state.displayRangePct = clampRange(percent);
+    m_range->field()->showText(rangeFieldText(m_context.state.displayRangePct()));
+}
+
+void SettingsSection::applyPerSide(qint64 count)
+{
+    m_context.state.maxPerSide = clampPerSide(count);
+    m_perSide->field()->showText(perSideFieldText(m_context.state.maxPerSide()));
+}
+
+// A picked zone is one of the old instrument's: its price means nothing among the new one's zones.
+void SettingsSection::chooseMarket(qsizetype index)
+{
+    AppState &state = m_context.state;
+    state.selectedZonePrice = std::nullopt;
+    state.selectedZoneType = std::nullopt;
+    state.setMarket(allMarketSegments[std::size_t(index)]);
+    if (state.isStock()) {
+        state.leverage = 1;
+        m_position->showLeverage();
+    }
+}
+
+void SettingsSection::setExpanded(bool expanded)
+{
+    if (expanded && !m_body->isExpanded())
+        fillFields();
+    m_header->setChecked(expanded);
+    m_header->setToolTip(expanded ? u"收起设置"_s : u"展开设置"_s);
+    m_body->setExpanded(expanded);
+}
+
+void SettingsSection::fillFields()
+{
+    m_threshold->field()->showText(thresholdFieldText(m_context.state.signalThreshold()));
+    m_range->field()->showText(rangeFieldText(m_context.state.displayRangePct()));
+    m_perSide->field()->showText(perSideFieldText(m_context.state.maxPerSide()));
+    m_position->fillFields();
+}
+
+void SettingsSection::refresh()
+{
+    const AppState &state = m_context.state;
+    const auto *segment = std::ranges::find(allMarketSegments, state.market());
+    m_market->setCurrent(segment - allMarketSegments.begin());
+    m_miniMode->setChecked(state.miniMode());
+    m_distances->setText(distancesText(state.nearestBuyDistPct(), state.nearestSellDistPct()));
+    m_status->setText(state.statusText());
+    m_status->setTone(toneOf(state.statusColor()));
+    m_position->refresh();
+}
+
+QList<QWidget *> SettingsSection::tabStops() const
+{
+    QList<QWidget *> stops{m_header};
+    return stops << m_market->tabStops() << m_miniMode << m_threshold->tabStops() << m_position->tabStops()
+                 << m_range->tabStops() << m_perSide->tabStops();
+}
+
+} // namespace kestrune

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "panel/panelcontext.h"
+
+#include <QWidget>
+
+namespace kestrune {
+
+class ChoiceRow;
+class Collapsible;
+class DisclosureHeader;
+class PositionSettings;
+class StepperRow;
+class TextLabel;
+class ToggleSwitch;
+
+/// The settings, folded at first. A field shows what is set when the settings appear and after each of its
+/// own changes; what is typed in between stays until it is submitted.
+class SettingsSection : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit SettingsSection(const PanelContext &context, QWidget *parent = nullptr);
+
+    void refresh();
+    void setExpanded(bool expanded);
+    /// Takes the texts of all fields from the state.
+    void fillFields();
+    [[nodiscard]] QList<QWidget *> tabStops() const;
+
+private:
+    [[nodiscard]] QWidget *makeContent();
+    [[nodiscard]] QWidget *makeMarketRow();
+    void connectThreshold();
+    void connectDisplay();
+    void chooseMarket(qsizetype index);
+    void applyThreshold(double percent);
+    void applyRange(double percent);
+    void applyPerSide(qint64 count);
+
+    PanelContext m_context;
+    DisclosureHeader *m_header;
+    Collapsible *m_body;
+    ChoiceRow *m_market;
+    ToggleSwitch *m_miniMode;
+    StepperRow *m_threshold;
+    TextLabel *m_distances;
+    TextLabel *m_status;
+    PositionSettings *m_position;
+    StepperRow *m_range;
+    StepperRow *m_perSide;
+};
+
+} // namespace kestrune

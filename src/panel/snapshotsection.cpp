@@ -1,0 +1,106 @@
+#include "panel/snapshotsection.h"
+
+#include "panel/flowlayout.h"
+#include "panel/iconlabel.h"
+#include "panel/panelmodel.h"
+#include "panel/textlabel.h"
+
+#include <QBoxLayout>
+#include <QPainter>
+
+namespace kestrune {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int iconSide = 12;
+constexpr int itemSpacing = 10;
+constexpr int itemGap = 4;
+constexpr int dotSide = 6;
+
+/// Dot, label and verdict of one timeframe.
+class SignalItem : public QWidget
+{
+public:
+    SignalItem()
+        : m_label(new TextLabel({}, TypeRole::caption, Tone::secondary))
+        , m_verdict(new TextLabel(TypeRole::captionBold))
+    {
+        auto *line = new QHBoxLayout(this);
+        line->setContentsMargins(dotSide + itemGap, 0, 0, 0);
+        line->setSpacing(itemGap);
+        line->addWidget(m_label);
+        line->addWidget(m_verdict);
+    }
+
+    void show(const TimeframeSignal &signal)
+    {
+        m_label->setText(signal.label);
+        m_verdict->setText(rawValue(signal.signal));
+        const Tone tone = signalTone(signal.signal);
+        if (m_verdict->tone() != tone) {
+            m_verdict->setTone(tone);
+            update();
+        }
+        setToolTip(signalTip(signal));
+        setAccessibleName(signal.label + u' ' + rawValue(signal.signal));
+        setAccessibleDescription(signal.reason);
+    }
+
+protected:
+    void paintEvent(QPaintEvent *) override
+    {
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(paletteOf(this).color(m_verdict->tone()));
+        painter.drawEllipse(QRectF(0, (height() - dotSide) / 2, dotSide, dotSide));
+    }
+
+private:
+    TextLabel *m_label;
+    TextLabel *m_verdict;
+};
+
+} // namespace
+
+SnapshotSection::SnapshotSection(const PanelContext &context, QWidget *parent)
+    : QWidget(parent)
+    , m_context(context)
+    , m_conclusion(new TextLabel(TypeRole::captionBold))
+    , m_itemBox(new QWidget)
+    , m_items(new FlowLayout(m_itemBox, itemSpacing, 2))
+{
+    auto *line = new QHBoxLayout;
+    line->setSpacing(blockSpacing);
+    auto *icon = new IconLabel(u"chart.line.uptrend.xyaxis"_s, Tone::secondary, iconSide);
+    m_conclusion->setWrap(true);
+    line->addWidget(icon, 0, Qt::AlignTop);
+    line->addWidget(m_conclusion, 1);
+    auto *column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(blockSpacing);
+    column->addLayout(line);
+    column->addWidget(m_itemBox);
+    // While a new instrument loads there are no signals, but their line stays.
+    m_itemBox->setMinimumHeight(lineHeight(TypeRole::captionBold));
+}
+
+void SnapshotSection::refresh()
+{
+    const auto &snapshot = m_context.state.snapshot();
+    m_conclusion->setText(m_context.state.snapshotConclusion());
+    m_conclusion->setTone(conclusionTone(snapshot));
+    while (m_itemWidgets.size() < snapshot.size()) {
+        m_itemWidgets.push_back(new SignalItem);
+        m_items->addWidget(m_itemWidgets.back());
+    }
+    for (std::size_t i = 0; i < m_itemWidgets.size(); ++i) {
+        if (i < snapshot.size())
+            static_cast<SignalItem *>(m_itemWidgets[i])->show(snapshot[i]);
+        m_itemWidgets[i]->setVisible(i < snapshot.size());
+    }
+}
+
+} // namespace kestrune

@@ -1,0 +1,293 @@
+#include "panel/zonessection.h"
+
+#include "analysis/priceformat.h"
+#include "panel/iconbutton.h"
+#include "panel/panelmodel.h"
+#include "panel/planbanner.h"
+#include "panel/spinner.h"
+#include "panel/textbutton.h"
+#include "panel/textlabel.h"
+#include "panel/zonelist.h"
+#include "panel/zonerow.h"
+#include "platform/async.h"
+
+#include <QBoxLayout>
+#include <QKeyEvent>
+#include <QPainter>
+
+#include <algorithm>
+
+namespace kestrune {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int priceLineHeight = 28;
+constexpr int spinnerSide = 14;
+
+/// The raised ground of the price line.
+class RaisedBar : public QWidget
+{
+protected:
+    void paintEvent(QPaintEvent *) override
+    {
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(paletteOf(this).raised);
+        painter.drawRoundedRect(rect(), 6, 6);
+    }
+};
+
+QWidget *makeSpinnerWithText(Spinner *&spinner)
+{
+    auto *row = new QWidget;
+    auto *line = new QHBoxLayout(row);
+    line->setContentsMargins(0, 0, 0, 0);
+    line->setSpacing(blockSpacing);
+    spinner = new Spinner;
+    spinner->setFixedSize(spinnerSide, spinnerSide);
+    line->addWidget(spinner);
+    line->addWidget(new TextLabel(u"加载撑压位…"_s, TypeRole::caption, Tone::secondary));
+    line->addStretch(1);
+    return row;
+}
+
+/// A child column that keeps to the panel's margin.
+QVBoxLayout *marginColumn(int topMargin)
+{
+    auto *column = new QVBoxLayout;
+    column->setContentsMargins(panelMargin, topMargin, panelMargin, 0);
+    column->setSpacing(blockSpacing);
+    return column;
+}
+
+} // namespace
+
+ZonesSection::ZonesSection(const PanelContext &context, QWidget *parent)
+    : QWidget(parent)
+    , m_context(context)
+    , m_resistances(new ZoneList)
+    , m_supports(new ZoneList)
+    , m_empty(new TextButton(u"暂无撑压数据，点击刷新"_s, TextButton::Look::plain))
+    , m_error(new TextLabel({}, TypeRole::caption, Tone::secondary))
+    , m_banner(new PlanBanner)
+{
+    auto *column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(blockSpacing);
+    const auto addList = [column](ZoneList *list) {
+        auto *frame = new QVBoxLayout;
+        frame->setContentsMargins(panelMargin - ZoneRow::overhang, 0, panelMargin - ZoneRow::overhang, 0);
+        frame->addWidget(list);
+        column->addLayout(frame);
+    };
+
+    auto *above = marginColumn(0);
+    above->addWidget(new TextLabel(u"阻力"_s, TypeRole::section, Tone::red));
+    column->addLayout(above);
+    addList(m_resistances);
+
+    m_empty->setRole(TypeRole::caption);
+    m_empty->setTone(Tone::secondary);
+    m_error->setWrap(true);
+    auto *between = marginColumn(0);
+    between->addWidget(makeLoadingRow());
+    between->addWidget(m_empty, 0, Qt::AlignHCenter);
+    between->addWidget(m_error);
+    between->addWidget(makePriceLine());
+    between->addWidget(m_banner);
+    between->addWidget(new TextLabel(u"支撑"_s, TypeRole::section, Tone::green));
+    column->addLayout(between);
+    addList(m_supports);
+    column->addStretch(1); // takes what a kept height leaves over
+
+    connectList(m_resistances);
+    connectList(m_supports);
+    connect(m_empty, &TextButton::clicked, this, [&state = m_context.state] {
+        startInBackground(&state, [&state] { return state.refreshSR(); });
+    });
+    connect(m_chart, &IconButton::clicked, this, &ZonesSection::openChart);
+    connect(m_banner, &PlanBanner::closeRequested, this, &ZonesSection::clearSelection);
+    connect(m_banner, &PlanBanner::alertsRequested, this, [this] {
+        if (const auto model = planBannerModel(m_context.state))
+            m_context.state.addPlanAlerts(model->plan);
+    });
+    m_banner->hide();
+}
+
+QWidget *ZonesSection::makeLoadingRow()
+{
+    Spinner *spinner = nullptr;
+    m_loadingRow = makeSpinnerWithText(spinner);
+    spinner->setAccessibleName(u"加载中"_s);
+    m_loadingRow->setFixedHeight(TextButton(u"…"_s).sizeHint().height()); // as high as what replaces it
+    m_loadingRow->hide();
+    return m_loadingRow;
+}
+
+QWidget *ZonesSection::makePriceLine()
+{
+    auto *bar = new RaisedBar;
+    bar->setFixedHeight(priceLineHeight);
+    auto *line = new QHBoxLayout(bar);
+    line->setContentsMargins(rowSpacing, 0, 2, 0);
+    line->setSpacing(4);
+    m_price = new TextLabel(TypeRole::bodyBold);
+    Spinner *spinner = nullptr;
+    m_loadingHint = makeSpinnerWithText(spinner);
+    spinner->setAccessibleName(u"加载中"_s);
+    m_loadingHint->hide();
+    m_chart = new IconButton(u"command"_s);
+    line->addWidget(new TextLabel(u"现价"_s, TypeRole::body, Tone::secondary));
+    line->addWidget(m_price);
+    line->addStretch(1);
+    line->addWidget(m_loadingHint);
+    line->addWidget(m_chart);
+    return bar;
+}
+
+void ZonesSection::connectList(ZoneList *list)
+{
+    connect(list, &ZoneList::tapped, this, &ZonesSection::toggleSelection);
+    connect(list, &ZoneList::bellPressed, this,
+            [this](const Zone &zone) { m_context.state.toggleZoneAlert(zone); });
+    connect(list, &ZoneList::rowsChanged, this, [this, list] {
+        for (ZoneRow *row : list->rows())
+            row->installEventFilter(this); // once, however often
+        Q_EMIT
+        tabStopsChanged();
+    });
+}
+
+void ZonesSection::refresh()
+{
+    refreshRows();
+    refreshMessages();
+    refreshPriceLine();
+    refreshBanner();
+}
+
+void ZonesSection::refreshRows()
+{
+    const AppState &state = m_context.state;
+    const auto fill = [&](ZoneList *list, QStringView type) {
+        list->setZones(listedZones(state.zones(), type, state.displayRangePct(), state.maxPerSide()),
+                       state.decimals());
+        for (ZoneRow *row : list->rows()) {
+            const Zone &zone = row->zone();
+            row->setHasAlert(state.hasAlert(zone.mid));
+            row->setSelected(state.selectedZonePrice() == zone.mid && state.selectedZoneType() == zone.type);
+        }
+        list->setVisible(!list->rows().empty());
+    };
+    keepHeight(state.zones().empty());
+    fill(m_resistances, u"resistance");
+    fill(m_supports, u"support");
+}
+
+// A new instrument has no zones for a moment: the block stays as high as it was until it is filled again or
+// the load has failed, so that what stands below does not jump twice.
+void ZonesSection::keepHeight(bool empty)
+{
+    const bool loading = m_context.state.isLoading();
+    if (empty && !m_wasEmpty)
+        setMinimumHeight(height());
+    else if (!empty || (m_wasLoading && !loading))
+        setMinimumHeight(0);
+    m_wasEmpty = empty;
+    m_wasLoading = loading;
+}
+
+void ZonesSection::refreshMessages()
+{
+    const AppState &state = m_context.state;
+    const bool empty = state.zones().empty();
+    m_loadingRow->setVisible(state.isLoading() && empty);
+    m_loadingHint->setVisible(state.isLoading() && !empty);
+    m_empty->setVisible(!state.isLoading() && empty);
+    const auto &message = state.errorMessage();
+    if (message)
+        m_error->setText(*message);
+    m_error->setVisible(message.has_value());
+}
+
+void ZonesSection::refreshPriceLine()
+{
+    const AppState &state = m_context.state;
+    m_price->setText(fmtP(state.zonePrice(), state.decimals()));
+    m_chart->setTip(u"在 TradingView 打开 "_s + state.tradingViewSymbol());
+}
+
+void ZonesSection::refreshBanner()
+{
+    const auto model = planBannerModel(m_context.state);
+    if (model)
+        m_banner->setModel(*model);
+    if (m_banner->isHidden() == model.has_value()) {
+        m_banner->setVisible(model.has_value());
+        Q_EMIT
+        tabStopsChanged();
+    }
+}
+
+void ZonesSection::toggleSelection(const Zone &zone)
+{
+    AppState &state = m_context.state;
+    if (state.selectedZonePrice() == zone.mid && state.selectedZoneType() == zone.type) {
+        clearSelection();
+        return;
+    }
+    state.selectedZonePrice = zone.mid;
+    state.selectedZoneType = zone.type;
+}
+
+void ZonesSection::clearSelection()
+{
+    m_context.state.selectedZonePrice = std::nullopt;
+    m_context.state.selectedZoneType = std::nullopt;
+}
+
+void ZonesSection::openChart()
+{
+    if (const auto url = m_context.state.tradingViewURL())
+        m_context.openUrl(*url);
+}
+
+std::vector<QWidget *> ZonesSection::allRows() const
+{
+    std::vector<QWidget *> rows(m_resistances->rows().begin(), m_resistances->rows().end());
+    rows.insert(rows.end(), m_supports->rows().begin(), m_supports->rows().end());
+    return rows;
+}
+
+bool ZonesSection::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() != QEvent::KeyPress)
+        return QWidget::eventFilter(watched, event);
+    const int key = static_cast<QKeyEvent *>(event)->key();
+    const std::vector<QWidget *> rows = allRows();
+    const auto at = std::ranges::find(rows, watched);
+    if (at == rows.end() || (key != Qt::Key_Up && key != Qt::Key_Down))
+        return QWidget::eventFilter(watched, event);
+    const auto to = at - rows.begin() + (key == Qt::Key_Down ? 1 : -1);
+    if (to >= 0 && to < std::ptrdiff_t(rows.size()))
+        rows[std::size_t(to)]->setFocus(Qt::TabFocusReason);
+    return true;
+}
+
+QList<QWidget *> ZonesSection::tabStops() const
+{
+    QList<QWidget *> stops;
+    const auto addRows = [&stops](const ZoneList *list) {
+        for (ZoneRow *row : list->rows())
+            stops << row << row->bell();
+    };
+    addRows(m_resistances);
+    stops << m_empty << m_chart << m_banner->tabStops();
+    addRows(m_supports);
+    return stops;
+}
+
+} // namespace kestrune

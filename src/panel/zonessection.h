@@ -1,0 +1,62 @@
+#pragma once
+
+#include "panel/panelcontext.h"
+
+#include <QWidget>
+
+namespace kestrune {
+
+class IconButton;
+class PlanBanner;
+class Spinner;
+class TextButton;
+class TextLabel;
+class ZoneList;
+
+/// Resistances, the price line, the trade plan, supports. As wide as the panel: the rows reach beyond the
+/// margin by themselves.
+class ZonesSection : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit ZonesSection(const PanelContext &context, QWidget *parent = nullptr);
+
+    void refresh();
+    [[nodiscard]] QList<QWidget *> tabStops() const;
+
+Q_SIGNALS:
+    void tabStopsChanged();
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    [[nodiscard]] QWidget *makeLoadingRow();
+    [[nodiscard]] QWidget *makePriceLine();
+    void connectList(ZoneList *list);
+    void refreshRows();
+    void refreshMessages();
+    void refreshPriceLine();
+    void refreshBanner();
+    void keepHeight(bool empty);
+    void toggleSelection(const Zone &zone);
+    void clearSelection();
+    void openChart();
+    [[nodiscard]] std::vector<QWidget *> allRows() const;
+
+    PanelContext m_context;
+    ZoneList *m_resistances;
+    ZoneList *m_supports;
+    QWidget *m_loadingRow;  // with no rows to look at
+    QWidget *m_loadingHint; // inside the price line, so that rows do not jump at every refresh
+    TextButton *m_empty;
+    TextLabel *m_error;
+    TextLabel *m_price;
+    IconButton *m_chart;
+    PlanBanner *m_banner;
+    bool m_wasEmpty = true;
+    bool m_wasLoading = false;
+};
+
+} // namespace kestrune
