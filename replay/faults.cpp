@@ -123,7 +123,7 @@ void appendLittleEndian(QByteArray &bytes, quint32 value)
 const QByteArray &gzipBomb()
 {
     static const QByteArray bomb = [] {
-        constexpr qsizetype size = 64 * 1024 * 1024;
+        constexpr qsizetype size = 64LL * 1024 * 1024;
         // Qt's form is a length (4 bytes), a zlib head (2), the compressed data and a checksum (4).
         const QByteArray packed = qCompress(QByteArray(size, '\0'), 9);
         QByteArray gzip("\x1f\x8b\x08\0\0\0\0\0\x02\xff", 10);

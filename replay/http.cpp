@@ -14,9 +14,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr qsizetype maxHeadSize = 16 * 1024;
-constexpr qint64 readBufferSize = 64 * 1024;
-constexpr qint64 maxUnsent = 1024 * 1024;
+constexpr qsizetype maxHeadSize = 16LL * 1024;
+constexpr qint64 readBufferSize = 64LL * 1024;
+constexpr qint64 maxUnsent = 1024LL * 1024;
 constexpr int maxConnections = 256;
 constexpr auto silenceLimit = 120s;
 
@@ -138,7 +138,10 @@ public:
         connect(&m_socket, &QTcpSocket::readyRead, this, &Connection::proceed);
         connect(&m_socket, &QTcpSocket::bytesWritten, this, [this] {
             m_silence.start();
-            proceed();
+            if (m_finishing)
+                endOutput();
+            else
+                proceed();
         });
         proceed();
     }
@@ -146,6 +149,8 @@ public:
 private:
     void proceed()
     {
+        if (m_finishing)
+            m_socket.readAll();
         // A client that sends requests but reads no answers waits, and so does one whose answer is on the
         // way.
         while (!m_busy && m_socket.bytesToWrite() < maxUnsent) {
@@ -209,12 +214,19 @@ private:
             m_socket.disconnectFromHost();
             return;
         }
-        // Closing on unread input would reset the connection under the answer: read on for a moment.
+        m_finishing = true;
         m_socket.flush();
+        endOutput();
+    }
+
+    /// Closing on unread input would reset the connection under the answer: only this side's half is closed,
+    /// and input read and dropped for a moment.
+    void endOutput()
+    {
+        if (m_socket.bytesToWrite() > 0)
+            return;
         ::shutdown(static_cast<int>(m_socket.socketDescriptor()), SHUT_WR);
-        connect(&m_socket, &QTcpSocket::readyRead, this, [this] { m_socket.readAll(); });
-        m_socket.readAll();
-        QTimer::singleShot(1s, this, [this] { m_socket.disconnectFromHost(); });
+        m_silence.start(1s);
     }
 
     QTcpSocket &m_socket;
@@ -222,6 +234,7 @@ private:
     QTimer m_silence;
     QByteArray m_buffer;
     bool m_busy = false;
+    bool m_finishing = false;
 };
 
 } // namespace

@@ -106,7 +106,8 @@ double limitPrice(const Instrument &instrument, double previousClose, bool up)
     // Integers, because the half cases (1306.45 + 10 % = 1437.095) must go up on every close.
     const qint64 tenths = 10 + (up ? 1 : -1) * std::llround(dailyLimit(instrument) * 10);
     const qint64 tenThousandths = std::llround(previousClose * 1000) * tenths;
-    return static_cast<double>((tenThousandths + 50) / 100) / 100;
+    const qint64 cents = (tenThousandths + 50) / 100;
+    return static_cast<double>(cents) / 100;
 }
 
 } // namespace kestrune::replay
