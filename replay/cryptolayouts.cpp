@@ -157,6 +157,18 @@ QByteArray binanceTickerObject(const Listing &listing)
     return json.append('}');
 }
 
+bool isOneOf(const QByteArray &text, std::initializer_list<const char *> texts)
+{
+    return std::any_of(texts.begin(), texts.end(), [&text](const char *each) { return text == each; });
+}
+
+std::optional<Interval> binanceInterval(const QByteArray &text)
+{
+    const bool known = isOneOf(
+        text, {"1m", "3m", "5m", "15m", "30m", "1h", "2h", "4h", "6h", "8h", "12h", "1d", "1w", "1M"});
+    return known ? intervalFromText(text) : std::nullopt;
+}
+
 /// OKX spells hours and longer in capitals and opens its days at midnight in Hong Kong, unless "utc" follows.
 std::optional<Interval> okxInterval(QByteArray bar)
 {
@@ -165,11 +177,7 @@ std::optional<Interval> okxInterval(QByteArray bar)
         bar.chop(3);
         offset = 0;
     }
-    static constexpr const char *bars[] = {"1m", "3m", "5m",  "15m", "30m", "1H", "2H",
-                                           "4H", "6H", "12H", "1D",  "1W",  "1M"};
-    const bool known =
-        std::any_of(std::begin(bars), std::end(bars), [&bar](const char *each) { return bar == each; });
-    if (!known)
+    if (!isOneOf(bar, {"1m", "3m", "5m", "15m", "30m", "1H", "2H", "4H", "6H", "12H", "1D", "1W", "1M"}))
         return std::nullopt;
     if (bar != "1M")
         bar = bar.toLower();
@@ -241,7 +249,7 @@ Answer binanceCandles(Market &market, const Query &query)
     const auto listing = findPair(market, symbol, "USDT");
     if (!listing)
         return binanceError(R"({"code":-1121,"msg":"Invalid symbol."})");
-    const auto interval = intervalFromText(query.value("interval"));
+    const auto interval = binanceInterval(query.value("interval"));
     if (!interval)
         return binanceError(R"({"code":-1120,"msg":"Invalid interval."})");
     const auto limit = query.number("limit", 500);

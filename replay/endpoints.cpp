@@ -23,11 +23,6 @@ constexpr std::array<Description, endpointCount> descriptions = {{
 
 } // namespace
 
-const char *endpointName(Endpoint endpoint)
-{
-    return descriptions[static_cast<std::size_t>(endpoint)].name;
-}
-
 std::optional<Endpoint> endpointFromName(QByteArrayView name)
 {
     for (std::size_t i = 0; i < descriptions.size(); ++i) {

@@ -19,8 +19,7 @@ enum class Endpoint {
 };
 inline constexpr std::size_t endpointCount = 7;
 
-/// The name on the command line, for example "gate.candles".
-[[nodiscard]] const char *endpointName(Endpoint endpoint);
+/// By the name on the command line, for example "gate.candles".
 [[nodiscard]] std::optional<Endpoint> endpointFromName(QByteArrayView name);
 
 /// What a request asks for.

@@ -19,6 +19,8 @@ class ReplayMarketTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase();
+    void cleanupTestCase();
     void servesEveryInstrument();
     void writesNumbersAsEachSourceDoes();
     void givesTheRowsAskedFor();
@@ -56,10 +58,12 @@ QStringList at(const QString &clock)
     return {QStringLiteral("--clock"), clock};
 }
 
+/// The server that most tests share; nothing that it is asked changes its answers.
+std::unique_ptr<ReplayServer> shared;
+
 const ReplayServer &market()
 {
-    static const ReplayServer server(at(instant));
-    return server;
+    return *shared;
 }
 
 QByteArray gateTarget(const QByteArray &coin, const QByteArray &interval, int limit)
@@ -122,6 +126,17 @@ bool hasChinese(const QString &text)
 }
 
 } // namespace
+
+void ReplayMarketTest::initTestCase()
+{
+    shared = std::make_unique<ReplayServer>(at(instant));
+    QVERIFY(shared->port() != 0);
+}
+
+void ReplayMarketTest::cleanupTestCase()
+{
+    shared.reset();
+}
 
 void ReplayMarketTest::servesEveryInstrument()
 {
@@ -407,6 +422,8 @@ void ReplayMarketTest::refusesAsTheSourcesDo_data()
     row("Binance has only capital letters", binanceTarget("btc", "1h", 30), 400,
         R"({"code":-1121,"msg":"Invalid symbol."})");
     row("Binance has no such interval", binanceTarget("BTC", "1H", 30), 400,
+        R"({"code":-1120,"msg":"Invalid interval."})");
+    row("weeks are not written as days at Binance", binanceTarget("BTC", "7d", 30), 400,
         R"({"code":-1120,"msg":"Invalid interval."})");
     row("Binance's futures know no such symbol", "/fapi/v1/ticker/24hr?symbol=NOTACOINUSDT", 400,
         R"({"code":-1121,"msg":"Invalid symbol."})");
