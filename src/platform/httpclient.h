@@ -4,6 +4,7 @@
 #include <QCoroTask>
 #include <QUrl>
 
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -29,6 +30,12 @@ public:
     /// may be open at once and none waits for another.
     [[nodiscard]] virtual QCoro::Task<std::optional<QByteArray>> get(QUrl url,
                                                                      std::vector<HttpHeader> headers) = 0;
+
+    /// Expires with this object. A coroutine that another client's end may resume asks before it turns here.
+    [[nodiscard]] std::weak_ptr<const void> lifetime() const { return m_lifetime; }
+
+private:
+    std::shared_ptr<const void> m_lifetime = std::make_shared<char>();
 };
 
 } // namespace kestrune

@@ -19,6 +19,8 @@ std::shared_ptr<AppState> AppState::create(const Dependencies &dependencies)
 
 AppState::AppState(Private, const Dependencies &dependencies)
     : m_dependencies(dependencies)
+    , m_cryptoLifetime(dependencies.cryptoHttp.lifetime())
+    , m_stockLifetime(dependencies.stockHttp.lifetime())
     , m_marketService(dependencies.cryptoHttp, dependencies.endpoints)
     , m_stockService(dependencies.stockHttp, dependencies.clock, dependencies.endpoints)
     , coinList(pickerSymbols(MarketSegment::crypto))

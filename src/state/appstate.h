@@ -49,7 +49,8 @@ class AppState final : public ObservableObject, public std::enable_shared_from_t
     };
 
 public:
-    /// All outlive the state.
+    /// All outlive the state, but for a refresh that is still waiting when the clients go: their end
+    /// resumes it, and then it ends too.
     struct Dependencies
     {
         HttpClient &cryptoHttp;
@@ -82,6 +83,7 @@ private:
     [[nodiscard]] Stored stored(const QString &key) { return {this, key}; }
 
     Dependencies m_dependencies;
+    std::weak_ptr<const void> m_cryptoLifetime, m_stockLifetime;
     MarketService m_marketService;
     StockMarketService m_stockService;
 
@@ -220,6 +222,7 @@ private:
     static QCoro::Task<> blingLoop(Weak weak, Clock *clock, std::stop_token stop);
     static QCoro::Task<> blingPulseLoop(Weak weak, Clock *clock, std::stop_token stop);
 
+    [[nodiscard]] bool programIsEnding() const;
     [[nodiscard]] QCoro::Task<std::optional<double>> refreshStockPrice();
     [[nodiscard]] QCoro::Task<std::optional<double>> refreshCryptoPrice();
     [[nodiscard]] QCoro::Task<bool> refreshStockZones();

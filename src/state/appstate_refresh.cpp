@@ -141,10 +141,19 @@ void AppState::applyCandles(const CandleList &candles, double step)
     m_lastSRLevels = std::move(levels);
 }
 
+// The two clients end one after the other. A price request that the second one's end has cut short must not
+// lead on to the first, for the segment may have changed since it was asked.
+bool AppState::programIsEnding() const
+{
+    return m_cryptoLifetime.expired() || m_stockLifetime.expired();
+}
+
 QCoro::Task<RefreshOutcome> AppState::refreshAll()
 {
     const auto self = shared_from_this();
     co_await refreshPrice();
+    if (programIsEnding())
+        co_return RefreshOutcome{false, errorMessage().value_or(QString())};
     auto zoneRefresh = refreshSR();
     auto snapshotRefresh = refreshSnapshot();
     co_await zoneRefresh;

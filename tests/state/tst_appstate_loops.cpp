@@ -18,6 +18,7 @@ private Q_SLOTS:
     void startingAgainReplacesTheLoops();
     void theLoopsEndWithTheState();
     void aRefreshKeepsTheStateUntilItEnds();
+    void theProgramMayEndDuringAnyRefresh();
     void twoHoursCostWhatTheyShould();
 };
 
@@ -155,6 +156,28 @@ void AppStateLoopsTest::aRefreshKeepsTheStateUntilItEnds()
     other.state.reset();
     drainEvents();
     QVERIFY(other.lines().isEmpty());
+}
+
+// The clients go one after the other while refreshes of both segments wait: what resumes in the second one's
+// end must not turn to the first. The sanitizers see it if it does.
+void AppStateLoopsTest::theProgramMayEndDuringAnyRefresh()
+{
+    for (const MarketSegment before : {MarketSegment::crypto, MarketSegment::cn}) {
+        const MarketSegment after =
+            before == MarketSegment::crypto ? MarketSegment::cn : MarketSegment::crypto;
+        AppFixture app;
+        app.preferences.preset(u"ks_market"_s, rawValue(before));
+        app.preferences.preset(u"ks_coin"_s, before == MarketSegment::cn ? u"sh600519"_s : u"ETH"_s);
+        app.crypto.hold(gateTickerLine(u"ETH"_s));
+        app.stock.hold(quoteLine(u"sh600519"_s));
+        // The stocks' client ends first; what then resumes may still ask the other, which ends that too.
+        for (int i = 0; i < 4; ++i)
+            app.crypto.hold(u"/api/v4/spot/candlesticks"_s);
+        app.start();
+        app.state->setMarket(after);
+        drainEvents();
+        QVERIFY(app.crypto.openCount() == 1 && app.stock.openCount() == 1);
+    }
 }
 
 void AppStateLoopsTest::twoHoursCostWhatTheyShould()
