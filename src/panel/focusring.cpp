@@ -64,9 +64,6 @@ bool FocusRing::eventFilter(QObject *watched, QEvent *event)
             leave();
         break;
     case QEvent::MouseButtonPress:
-        if (watched == m_target)
-            leave();
-        break;
     case QEvent::Hide:
         if (watched == m_target)
             leave();

@@ -79,14 +79,14 @@ GlyphImage renderGlyph(const QRawFont &font, const GlyphKey &key, double scale)
     return result;
 }
 
-const GlyphImage &cachedGlyph(const QRawFont &font, const GlyphKey &key, double scale)
+GlyphImage cachedGlyph(const QRawFont &font, const GlyphKey &key, double scale)
 {
     static QCache<GlyphKey, GlyphImage> cache(glyphCacheLimit);
     if (const GlyphImage *found = cache.object(key))
         return *found;
-    auto *glyph = new GlyphImage(renderGlyph(font, key, scale));
-    cache.insert(key, glyph);
-    return *glyph;
+    const GlyphImage glyph = renderGlyph(font, key, scale);
+    cache.insert(key, new GlyphImage(glyph)); // the copies share the pixels
+    return glyph;
 }
 
 void drawOutlineRun(QPainter &painter, const QGlyphRun &run, const QPointF &offset)
@@ -110,7 +110,7 @@ void drawOutlineRun(QPainter &painter, const QGlyphRun &run, const QPointF &offs
         const double column = std::floor(steps / subpixelSteps);
         key.subpixel = static_cast<int>(steps - column * subpixelSteps);
         key.glyph = glyphs[i];
-        const GlyphImage &glyph = cachedGlyph(font, key, scale);
+        const GlyphImage glyph = cachedGlyph(font, key, scale);
         const QPointF corner = QPointF(column, std::round(origin.y())) + glyph.bearing;
         drawPixelForPixel(painter, fromDevice.map(corner), glyph.image);
     }

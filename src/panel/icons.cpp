@@ -67,14 +67,14 @@ QImage renderIcon(const IconKey &key)
     return image;
 }
 
-const QImage &cachedIcon(const IconKey &key)
+QImage cachedIcon(const IconKey &key)
 {
     static QCache<IconKey, QImage> cache(iconCacheLimit);
     if (const QImage *found = cache.object(key))
         return *found;
-    auto *image = new QImage(renderIcon(key));
-    cache.insert(key, image);
-    return *image;
+    const QImage image = renderIcon(key);
+    cache.insert(key, new QImage(image)); // the copies share the pixels
+    return image;
 }
 
 } // namespace

@@ -59,7 +59,7 @@ void TextButton::paintEvent(QPaintEvent *)
         x += iconSide + iconGap;
     }
     painter.setPen(color);
-    drawTextLine(painter, QPointF(x, (height() - lineHeight(m_role)) / 2), text(), m_role);
+    drawTextLine(painter, QPointF(x, (height() - lineHeight(m_role)) / 2.0), text(), m_role);
 }
 
 } // namespace kestrune

@@ -53,7 +53,7 @@ struct RoundedBox
 
 uint toCoverage(double share)
 {
-    return static_cast<uint>(std::clamp(share, 0.0, 1.0) * 255 + 0.5);
+    return static_cast<uint>(std::lround(std::clamp(share, 0.0, 1.0) * 255));
 }
 
 /// Walks the pixels that a shape reaching `reach` beyond its outline may touch. `coverageOf` maps the
