@@ -1,89 +1,122 @@
 #include "platform/proxychoice.h"
 
 #include <QHostAddress>
+#include <QRegularExpression>
 #include <QUrl>
-
-#include <algorithm>
 
 namespace kestrune {
 
-using namespace Qt::StringLiterals;
-
 namespace {
 
-QString fromEnvironment(const char *lower, const char *upper)
+using namespace std::chrono_literals;
+
+// Lower case goes first, as the other programs of the desktop have it.
+QString environment(const char *lower, const char *upper)
 {
     const QString value = qEnvironmentVariable(lower);
     return value.isEmpty() ? qEnvironmentVariable(upper) : value;
 }
 
-bool namesNone(const QList<QNetworkProxy> &proxies)
+bool isDirect(const QList<QNetworkProxy> &proxies)
 {
-    return std::ranges::all_of(proxies, [](const QNetworkProxy &proxy) {
-        return proxy.type() == QNetworkProxy::NoProxy || proxy.type() == QNetworkProxy::DefaultProxy;
-    });
+    return proxies.isEmpty() || proxies.first().type() == QNetworkProxy::NoProxy ||
+           proxies.first().type() == QNetworkProxy::DefaultProxy;
+}
+
+QList<QNetworkProxy> choose(const QNetworkProxyQuery &query)
+{
+    QList<QNetworkProxy> system = QNetworkProxyFactory::systemProxyForQuery(query);
+    if (!isDirect(system))
+        return system;
+    const QString all = environment("all_proxy", "ALL_PROXY");
+    if (!all.isEmpty() && !isExempt(environment("no_proxy", "NO_PROXY"), query.peerHostName())) {
+        const bool tunnel = query.protocolTag() != QLatin1String("http");
+        if (const auto proxy = parseProxy(all, tunnel))
+            return {*proxy};
+    }
+    return {QNetworkProxy(QNetworkProxy::NoProxy)};
 }
 
 } // namespace
 
 bool isLoopbackHost(const QString &host)
 {
-    if (host.compare("localhost"_L1, Qt::CaseInsensitive) == 0)
-        return true;
-    QHostAddress address;
-    return address.setAddress(host) && address.isLoopback();
+    QString name = host.toLower();
+    if (name.endsWith(u'.'))
+        name.chop(1);
+    return name == QLatin1String("localhost") || name.endsWith(QLatin1String(".localhost")) ||
+           QHostAddress(name).isLoopback();
 }
 
-bool isExcludedFromProxy(const QString &host, const QString &noProxy)
+std::optional<QNetworkProxy> parseProxy(const QString &value, bool tunnel)
 {
-    const auto parts = QStringView(noProxy).split(u',', Qt::SkipEmptyParts);
-    for (QStringView part : parts) {
-        part = part.trimmed();
-        if (part == u"*")
+    const QString trimmed = value.trimmed();
+    const QUrl url(trimmed.contains(QLatin1String("://")) ? trimmed : QStringLiteral("http://") + trimmed);
+    const QString scheme = url.scheme();
+    if (!url.isValid() || url.host().isEmpty())
+        return std::nullopt;
+    QNetworkProxy proxy;
+    int defaultPort = 1080;
+    if (scheme == QLatin1String("http")) {
+        proxy.setType(tunnel ? QNetworkProxy::HttpProxy : QNetworkProxy::HttpCachingProxy);
+        defaultPort = 3128;
+    } else if (scheme == QLatin1String("socks5") || scheme == QLatin1String("socks5h") ||
+               scheme == QLatin1String("socks")) {
+        proxy.setType(QNetworkProxy::Socks5Proxy);
+        if (scheme == QLatin1String("socks5")) // the "h" form leaves looking up names to the proxy
+            proxy.setCapabilities(proxy.capabilities() & ~QNetworkProxy::HostNameLookupCapability);
+    } else {
+        return std::nullopt;
+    }
+    proxy.setHostName(url.host());
+    proxy.setPort(static_cast<quint16>(url.port(defaultPort)));
+    proxy.setUser(url.userName(QUrl::FullyDecoded));
+    proxy.setPassword(url.password(QUrl::FullyDecoded));
+    return proxy;
+}
+
+bool isExempt(const QString &noProxy, const QString &host)
+{
+    static const QRegularExpression separator(QStringLiteral("[,\\s]+"));
+    static const QRegularExpression port(QStringLiteral("^([^:]+|\\[.*\\]):\\d+$"));
+    const QString name = host.toLower();
+    const QHostAddress address(name);
+    for (QString entry : noProxy.toLower().split(separator, Qt::SkipEmptyParts)) {
+        if (entry == QLatin1String("*"))
             return true;
-        if (part.startsWith(u"*."))
-            part = part.sliced(1);
-        const QStringView domain = part.startsWith(u'.') ? part.sliced(1) : part;
-        if (domain.isEmpty())
+        if (const auto match = port.match(entry); match.hasMatch())
+            entry = match.captured(1);
+        if (entry.startsWith(u'[') && entry.endsWith(u']'))
+            entry = entry.mid(1, entry.size() - 2);
+        if (!address.isNull()) {
+            if (entry.contains(u'/') ? address.isInSubnet(QHostAddress::parseSubnet(entry))
+                                     : address == QHostAddress(entry))
+                return true;
             continue;
-        const QStringView name(host);
-        if (name.compare(domain, Qt::CaseInsensitive) == 0)
-            return true;
-        if (name.endsWith(domain, Qt::CaseInsensitive) && name[name.size() - domain.size() - 1] == u'.')
+        }
+        while (entry.startsWith(u'.') || entry.startsWith(u'*'))
+            entry.remove(0, 1);
+        if (!entry.isEmpty() && (name == entry || name.endsWith(u'.' + entry)))
             return true;
     }
     return false;
 }
 
-std::optional<QNetworkProxy> proxyFromAddress(const QString &address)
-{
-    const QUrl url(address, QUrl::StrictMode);
-    if (!url.isValid() || url.host().isEmpty())
-        return std::nullopt;
-    const QString scheme = url.scheme();
-    const bool socks = scheme == u"socks5" || scheme == u"socks5h" || scheme == u"socks";
-    if (!socks && scheme != u"http")
-        return std::nullopt;
-    const int usualPort = socks ? 1080 : 80;
-    QNetworkProxy proxy(socks ? QNetworkProxy::Socks5Proxy : QNetworkProxy::HttpProxy, url.host(),
-                        quint16(url.port(usualPort)), url.userName(QUrl::FullyDecoded),
-                        url.password(QUrl::FullyDecoded));
-    return proxy;
-}
-
 QList<QNetworkProxy> ProxyChoice::queryProxy(const QNetworkProxyQuery &query)
 {
-    const QString host = query.peerHostName();
-    const QList<QNetworkProxy> none{QNetworkProxy(QNetworkProxy::NoProxy)};
-    if (isLoopbackHost(host))
-        return none;
-    const QList<QNetworkProxy> system = systemProxyForQuery(query);
-    if (!namesNone(system))
-        return system;
-    if (isExcludedFromProxy(host, fromEnvironment("no_proxy", "NO_PROXY")))
-        return none;
-    const auto named = proxyFromAddress(fromEnvironment("all_proxy", "ALL_PROXY"));
-    return named ? QList<QNetworkProxy>{*named} : none;
+    if (isLoopbackHost(query.peerHostName()))
+        return {QNetworkProxy(QNetworkProxy::NoProxy)};
+    constexpr auto keptFor = 60s;
+    constexpr qsizetype mostKept = 64; // redirects can name any number of hosts
+    const auto now = std::chrono::steady_clock::now();
+    const QString key = query.url().scheme() + QLatin1String("://") + query.url().authority();
+    if (const auto known = m_known.constFind(key); known != m_known.constEnd() && now < known->until)
+        return known->proxies;
+    if (m_known.size() >= mostKept)
+        m_known.clear();
+    const QList<QNetworkProxy> proxies = choose(query);
+    m_known.insert(key, {proxies, now + keptFor});
+    return proxies;
 }
 
 } // namespace kestrune

@@ -2,11 +2,10 @@
 
 #include "platform/proxychoice.h"
 
-#include <QHash>
+#include <QBasicTimer>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
-#include <QNetworkRequest>
-#include <QTimer>
+#include <QTimerEvent>
 
 #include <algorithm>
 #include <utility>
@@ -15,196 +14,247 @@ namespace kestrune {
 
 namespace {
 
-constexpr int connectionsPerHost = 6; // what one manager opens; a seventh request would have to wait
-constexpr int maxRedirects = 16;
-constexpr qint64 bombThreshold = 1024 * 1024; // Qt refuses implausible compression ratios beyond this size
+using namespace std::chrono_literals;
+using Steady = std::chrono::steady_clock;
 
-QNetworkRequest requestFor(const QUrl &url, const std::vector<HttpHeader> &headers,
-                           std::chrono::milliseconds idleLimit)
+constexpr int openPerPool = 6; // Qt's connections to one host
+constexpr int mostRedirects = 10;
+constexpr auto idlePoolLife = 60s;
+
+bool isHttp(const QUrl &url)
 {
-    QNetworkRequest request(url);
-    for (const HttpHeader &header : headers)
-        request.setRawHeader(header.name, header.value);
-    request.setAttribute(QNetworkRequest::Http2AllowedAttribute,
-                         false); // a stalled stream stalls nobody else
-    request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
-    request.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
-    request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
-    request.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
-    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::NoLessSafeRedirectPolicy);
-    request.setMaximumRedirectsAllowed(maxRedirects);
-    request.setDecompressedSafetyCheckThreshold(bombThreshold);
-    request.setTransferTimeout(int(idleLimit.count()));
-    return request;
+    // Qt would also read files and resources.
+    return url.isValid() && !url.host().isEmpty() &&
+           (url.scheme() == QLatin1String("https") || url.scheme() == QLatin1String("http"));
 }
 
-/// Whether a finished reply carries the whole body of an answer. Statuses of 400 and more set an error
-/// although their body is there; a damaged compression sets one of the same range at status 200.
-bool bodyCounts(const QNetworkReply &reply)
+// A 4xx or 5xx status sets an error although the transfer itself went well. A 200 with such an error had a
+// body that could not be decompressed.
+bool isComplete(const QNetworkReply &reply)
 {
     const int error = reply.error();
     if (error == QNetworkReply::NoError)
         return true;
-    const bool answered =
+    constexpr int firstBadStatus = 400;
+    const int status = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    const bool ofStatus =
         (error >= QNetworkReply::ContentAccessDenied && error <= QNetworkReply::UnknownContentError) ||
         (error >= QNetworkReply::InternalServerError && error <= QNetworkReply::UnknownServerError);
-    return answered && reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt() >= 400;
+    return status >= firstBadStatus && ofStatus;
+}
+
+QNetworkRequest makeRequest(const QUrl &url, const std::vector<HttpHeader> &headers, qint64 maxBody)
+{
+    QNetworkRequest request(url);
+    for (const HttpHeader &header : headers)
+        request.setRawHeader(header.name, header.value);
+    // With HTTP/2 all requests to a host share one connection, and one that hangs takes all along.
+    request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
+    request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
+    request.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
+    request.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
+    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::NoLessSafeRedirectPolicy);
+    request.setMaximumRedirectsAllowed(mostRedirects);
+    request.setDecompressedSafetyCheckThreshold(maxBody);
+    return request;
 }
 
 } // namespace
 
-/// One manager with the count of its open requests by host.
-class QtHttpClient::Connections
+/// One access manager, with the thread that Qt gives it.
+class QtHttpClient::Pool
 {
 public:
-    Connections() { m_manager.setProxyFactory(new ProxyChoice); }
-
-    [[nodiscard]] bool hasRoom(const QString &host) const
+    Pool()
     {
-        return !m_retired && m_open.value(host) < connectionsPerHost;
+        m_manager.setProxyFactory(new ProxyChoice); // the manager owns it
     }
-    [[nodiscard]] QNetworkReply *get(const QNetworkRequest &request, const QString &host)
+
+    [[nodiscard]] QNetworkReply *get(const QNetworkRequest &request)
     {
-        ++m_open[host];
+        ++m_open;
         return m_manager.get(request);
     }
-    void release(const QString &host)
+    void release()
     {
-        if (--m_open[host] == 0)
-            m_open.remove(host);
+        --m_open;
+        m_idleSince = Steady::now();
     }
     void retire() { m_retired = true; }
-    [[nodiscard]] bool isRetiredAndUnused() const { return m_retired && m_open.isEmpty(); }
+    [[nodiscard]] bool hasRoom() const { return !m_retired && m_open < openPerPool; }
+    [[nodiscard]] bool isIdle() const { return m_open == 0; }
+    [[nodiscard]] bool isSpent() const
+    {
+        return isIdle() && (m_retired || Steady::now() - m_idleSince > idlePoolLife);
+    }
 
 private:
     QNetworkAccessManager m_manager;
-    QHash<QString, int> m_open;
+    int m_open = 0;
     bool m_retired = false;
+    Steady::time_point m_idleSince = Steady::now();
 };
 
-/// One request under way.
-class QtHttpClient::Transfer
+/// One request under its time and size limits. Deletes itself once it has ended.
+class QtHttpClient::Transfer final : public QObject
 {
 public:
-    Transfer(QtHttpClient &client, const QUrl &url, const std::vector<HttpHeader> &headers, Waiter waiter)
-        : m_host(url.host() + u':' + QString::number(url.port()))
-        , m_maxBody(client.m_limits.maxBody)
-        , m_connections(client.connectionsFor(m_host))
-        , m_waiter(std::move(waiter))
-        , m_reply(m_connections.get(requestFor(url, headers, client.m_limits.idle), m_host))
+    Transfer(QtHttpClient &client, Pool &pool, const QNetworkRequest &request)
+        : m_client(client)
+        , m_pool(pool)
+        , m_reply(pool.get(request))
+        , m_deadline(Steady::now() + client.m_options.totalTimeout)
     {
-        QObject::connect(m_reply, &QNetworkReply::readyRead, m_reply, [this] { takeBytes(); });
-        // Queued: whoever waits may take down the client, and with it the reply that is just signalling.
-        QObject::connect(
-            m_reply, &QNetworkReply::finished, &client.m_context,
-            [this, owner = &client] { owner->finish(this); }, Qt::QueuedConnection);
-        m_limit.setSingleShot(true);
-        m_limit.setTimerType(Qt::PreciseTimer); // a coarse one may be half a second early
-        QObject::connect(&m_limit, &QTimer::timeout, m_reply, &QNetworkReply::abort);
-        m_limit.start(client.m_limits.total);
-    }
-    Transfer(const Transfer &) = delete;
-    Transfer &operator=(const Transfer &) = delete;
-    ~Transfer()
-    {
-        m_reply->disconnect();
-        if (!m_reply->isFinished())
-            m_reply->abort();
-        m_reply->deleteLater();
-        m_connections.release(m_host);
+        connect(m_reply, &QNetworkReply::finished, this, [this] { finish(); });
+        connect(m_reply, &QNetworkReply::readyRead, this, [this] { receive(); });
+        connect(m_reply, &QNetworkReply::metaDataChanged, this, [this] { onHeaders(); });
+        connect(m_reply, &QNetworkReply::encrypted, this, [this] { onProgress(); });
+        connect(m_reply, &QNetworkReply::redirected, this, [this] { onProgress(); });
+        onProgress();
+        arm();
     }
 
-    [[nodiscard]] Body result()
+    [[nodiscard]] std::shared_ptr<Completion<Body>> completion() const { return m_completion; }
+
+    /// Ends the transfer with nothing and resumes its waiter. Not from inside one of its own signals.
+    void cancel()
     {
-        takeBytes();
-        if (m_tooLarge || !bodyCounts(*m_reply))
-            return std::nullopt;
-        return std::move(m_body);
+        disconnect(m_reply, nullptr, this, nullptr);
+        m_reply->abort();
+        delete std::exchange(m_reply, nullptr);
+        m_timer.stop();
+        const auto completion = m_completion;
+        delete this;
+        completion->complete(std::nullopt);
     }
-    [[nodiscard]] Waiter waiter() const { return m_waiter; }
 
 private:
-    // Taken as they come, so that no buffer grows beyond the limit.
-    void takeBytes()
+    void timerEvent(QTimerEvent * /*event*/) override
     {
-        if (m_tooLarge)
-            return;
-        m_body += m_reply->readAll();
-        if (m_body.size() <= m_maxBody)
-            return;
-        m_tooLarge = true;
-        m_body = {};
-        m_reply->abort();
+        // Progress only moves the limit; the timer finds out when it fires.
+        if (Steady::now() < limit())
+            arm();
+        else
+            m_reply->abort(); // finishes inside this call
     }
 
-    QString m_host;
-    qint64 m_maxBody;
-    Connections &m_connections;
-    Waiter m_waiter;
+    [[nodiscard]] Steady::time_point limit() const
+    {
+        return std::min(m_deadline, m_lastProgress + m_client.m_options.idleTimeout);
+    }
+
+    void arm()
+    {
+        const auto wait = std::chrono::ceil<std::chrono::milliseconds>(limit() - Steady::now());
+        m_timer.start(static_cast<int>(std::max(wait, 0ms).count()), Qt::PreciseTimer, this);
+    }
+
+    void onProgress() { m_lastProgress = Steady::now(); }
+
+    void onHeaders()
+    {
+        onProgress();
+        const QVariant length = m_reply->header(QNetworkRequest::ContentLengthHeader);
+        if (length.isValid() && length.toLongLong() > m_client.m_options.maxBody)
+            abort();
+    }
+
+    void receive()
+    {
+        onProgress();
+        if (m_body.size() + m_reply->bytesAvailable() > m_client.m_options.maxBody)
+            abort();
+        else
+            m_body += m_reply->readAll();
+    }
+
+    void abort()
+    {
+        m_tooLarge = true;
+        if (!m_reply->isFinished())
+            m_reply->abort();
+    }
+
+    void finish()
+    {
+        if (!m_tooLarge && m_reply->bytesAvailable() > 0)
+            receive();
+        Body result;
+        if (!m_tooLarge && isComplete(*m_reply))
+            result = std::move(m_body);
+        m_timer.stop();
+        disconnect(m_reply, nullptr, this, nullptr);
+        // This runs inside a signal of the reply, and what resumes now may end the client and its managers:
+        // neither the reply nor this may go with them.
+        m_reply->setParent(nullptr);
+        m_reply->deleteLater();
+        deleteLater();
+        m_pool.release();
+        m_client.forget(this);
+        m_completion->complete(std::move(result));
+    }
+
+    QtHttpClient &m_client;
+    Pool &m_pool;
     QNetworkReply *m_reply;
-    QTimer m_limit;
+    QBasicTimer m_timer;
+    Steady::time_point m_deadline;
+    Steady::time_point m_lastProgress;
     QByteArray m_body;
     bool m_tooLarge = false;
+    std::shared_ptr<Completion<Body>> m_completion = std::make_shared<Completion<Body>>();
 };
 
-QtHttpClient::QtHttpClient() : QtHttpClient(Limits{}) {}
+QtHttpClient::QtHttpClient() : QtHttpClient(Options{}) {}
 
-QtHttpClient::QtHttpClient(const Limits &limits) : m_limits(limits) {}
+QtHttpClient::QtHttpClient(const Options &options) : m_options(options) {}
 
 QtHttpClient::~QtHttpClient()
 {
-    // Whoever waits may start the next request from inside this loop.
+    m_closing = true;
     while (!m_transfers.empty()) {
-        const Waiter waiter = m_transfers.front()->waiter();
-        m_transfers.pop_front();
-        waiter->complete(std::nullopt);
+        Transfer *transfer = m_transfers.back();
+        m_transfers.pop_back();
+        transfer->cancel();
     }
 }
 
 QCoro::Task<std::optional<QByteArray>> QtHttpClient::get(QUrl url, std::vector<HttpHeader> headers)
 {
-    const auto waiter = std::make_shared<Completion<Body>>();
-    start(url, headers, waiter);
-    co_return co_await *waiter; // the client may be gone after this
-}
-
-void QtHttpClient::start(const QUrl &url, const std::vector<HttpHeader> &headers, const Waiter &waiter)
-{
-    m_transfers.push_back(std::make_unique<Transfer>(*this, url, headers, waiter));
-}
-
-// The first one with room, so that in quiet times one manager keeps all the live connections.
-QtHttpClient::Connections &QtHttpClient::connectionsFor(const QString &host)
-{
-    const auto found =
-        std::ranges::find_if(m_connections, [&](const auto &each) { return each->hasRoom(host); });
-    if (found != m_connections.end())
-        return **found;
-    return *m_connections.emplace_back(std::make_unique<Connections>());
-}
-
-void QtHttpClient::finish(Transfer *transfer)
-{
-    const auto entry = std::ranges::find(m_transfers, transfer, &std::unique_ptr<Transfer>::get);
-    if (entry == m_transfers.end())
-        return;
-    Body body = transfer->result();
-    const Waiter waiter = transfer->waiter();
-    m_transfers.erase(entry);
-    deleteUnusedConnections();
-    waiter->complete(std::move(body)); // last: the client may be gone after this
+    if (m_closing || !isHttp(url))
+        co_return std::nullopt;
+    discardIdlePools();
+    auto *transfer = new Transfer(*this, poolWithRoom(), makeRequest(url, headers, m_options.maxBody));
+    m_transfers.push_back(transfer);
+    const auto completion = transfer->completion();
+    co_return co_await *completion;
 }
 
 void QtHttpClient::dropConnections()
 {
-    for (const auto &connections : m_connections)
-        connections->retire();
-    deleteUnusedConnections();
+    for (const auto &pool : m_pools)
+        pool->retire();
+    discardIdlePools();
 }
 
-void QtHttpClient::deleteUnusedConnections()
+QtHttpClient::Pool &QtHttpClient::poolWithRoom()
 {
-    std::erase_if(m_connections, [](const auto &connections) { return connections->isRetiredAndUnused(); });
+    const auto found =
+        std::find_if(m_pools.begin(), m_pools.end(), [](const auto &pool) { return pool->hasRoom(); });
+    if (found != m_pools.end())
+        return **found;
+    m_pools.push_back(std::make_unique<Pool>());
+    return *m_pools.back();
+}
+
+void QtHttpClient::forget(Transfer *transfer)
+{
+    std::erase(m_transfers, transfer);
+}
+
+void QtHttpClient::discardIdlePools()
+{
+    std::erase_if(m_pools, [](const auto &pool) { return pool->isSpent(); });
 }
 
 } // namespace kestrune

@@ -3,54 +3,58 @@
 #include "platform/completion.h"
 #include "platform/httpclient.h"
 
-#include <QObject>
-
 #include <chrono>
-#include <list>
 #include <memory>
 #include <vector>
 
 namespace kestrune {
 
-/// HTTP over Qt Network. Keeps connections alive between requests and gives every request a connection of
-/// its own, however many are open. Nothing is cached, no cookies are kept, TLS is always verified,
-/// redirects are followed unless they lead from https to http.
+/// GET requests over Qt Network: HTTP/1.1, TLS always verified, no cookies, no cache, at most ten redirects
+/// and none from https to http, the system's proxy or that of all_proxy.
+///
+/// Qt gives a host six connections per access manager and lets further requests wait behind them. Requests
+/// are therefore dealt out over several managers, six open ones each, the first with room first: the steady
+/// state uses one, with its kept-alive connections, and the others go when they were idle for a minute.
 class QtHttpClient final : public HttpClient
 {
 public:
-    struct Limits
+    struct Options
     {
-        std::chrono::milliseconds idle{8000};   ///< without progress
-        std::chrono::milliseconds total{10000}; ///< from start to end, trickling or not
-        qint64 maxBody = 4 * 1024 * 1024;       ///< bytes, after decompression
+        /// Time without a byte after which a request fails.
+        std::chrono::milliseconds idleTimeout = std::chrono::seconds(8);
+        /// Time after which a request fails in any case, redirects included.
+        std::chrono::milliseconds totalTimeout = std::chrono::seconds(10);
+        /// Bytes, counted after decompression; a larger body fails.
+        qint64 maxBody = qint64(4) * 1024 * 1024;
     };
 
     QtHttpClient();
-    explicit QtHttpClient(const Limits &limits);
+    explicit QtHttpClient(const Options &options);
     ~QtHttpClient() override;
 
     [[nodiscard]] QCoro::Task<std::optional<QByteArray>> get(QUrl url,
                                                              std::vector<HttpHeader> headers) override;
 
-    /// New requests open new connections: after a suspend or a change of network the old ones may be dead
-    /// without knowing it. Requests under way go on.
+    /// Lets no later request use a connection that is open now, for example after a suspend, when the
+    /// other ends may be gone. Open requests go on.
     void dropConnections();
 
+    /// Access managers in use or kept for reuse.
+    [[nodiscard]] int managerCount() const { return static_cast<int>(m_pools.size()); }
+
 private:
-    using Body = std::optional<QByteArray>;
-    using Waiter = std::shared_ptr<Completion<Body>>;
-    class Connections;
+    class Pool;
     class Transfer;
+    using Body = std::optional<QByteArray>;
 
-    void start(const QUrl &url, const std::vector<HttpHeader> &headers, const Waiter &waiter);
-    [[nodiscard]] Connections &connectionsFor(const QString &host);
-    void finish(Transfer *transfer);
-    void deleteUnusedConnections();
+    [[nodiscard]] Pool &poolWithRoom();
+    void forget(Transfer *transfer);
+    void discardIdlePools();
 
-    Limits m_limits;
-    std::list<std::unique_ptr<Connections>> m_connections;
-    std::list<std::unique_ptr<Transfer>> m_transfers;
-    QObject m_context; ///< receives what is queued for this client
+    Options m_options;
+    std::vector<std::unique_ptr<Pool>> m_pools;
+    std::vector<Transfer *> m_transfers;
+    bool m_closing = false;
 };
 
 } // namespace kestrune

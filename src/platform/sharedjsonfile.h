@@ -1,0 +1,54 @@
+#pragma once
+
+#include <QByteArray>
+#include <QJsonObject>
+#include <QString>
+
+#include <array>
+#include <cstdint>
+
+namespace kestrune {
+
+/// A file that holds one JSON object and that several running programs change entry by entry.
+///
+/// A change is merged into what the file holds at that moment, under a lock on the folder that the kernel
+/// lifts with its holder, and replaces the file in one step: after kill -9 at any moment the file is the old
+/// or the new one, complete. A file that is no JSON object of reasonable size is renamed, never overwritten.
+class SharedJsonFile
+{
+public:
+    /// Larger files count as broken, and no larger one is written.
+    static constexpr qint64 largestSize = qint64(2) * 1024 * 1024;
+
+    /// The folder need not exist; the first write creates it for its owner alone.
+    SharedJsonFile(const QString &folder, const QString &fileName);
+
+    /// What the file holds now; read again only when it has changed. A broken file is set aside, and what it
+    /// held before it broke, if this object saw that, stays.
+    [[nodiscard]] const QJsonObject &content();
+
+    /// Writes the entries over those of the file and keeps all others; writes nothing when the file holds
+    /// them already. False when they could not be written; the file is unchanged then.
+    [[nodiscard]] bool merge(const QJsonObject &entries);
+
+private:
+    // Device, inode, size and the two times that a change moves; all zero for a missing file.
+    using Stamp = std::array<std::int64_t, 7>;
+    enum class Locked { no, yes };
+    enum class State { missing, readable, broken, unusable };
+
+    [[nodiscard]] State inspect(Stamp &stamp) const;
+    void refresh(Locked locked = Locked::no);
+    [[nodiscard]] bool holds(const QJsonObject &entries);
+    [[nodiscard]] bool setAside() const;
+    [[nodiscard]] bool replaceWith(const QJsonObject &content);
+
+    QString m_folder;
+    QString m_path;
+    QJsonObject m_content;
+    Stamp m_stamp{};
+    // Something is there that can be neither read nor moved away, so that nothing may be written over it.
+    bool m_blocked = false;
+};
+
+} // namespace kestrune
