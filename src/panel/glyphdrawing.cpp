@@ -84,7 +84,7 @@ GlyphImage cachedGlyph(const QRawFont &font, const GlyphKey &key, double scale)
     static QCache<GlyphKey, GlyphImage> cache(glyphCacheLimit);
     if (const GlyphImage *found = cache.object(key))
         return *found;
-    const GlyphImage glyph = renderGlyph(font, key, scale);
+    GlyphImage glyph = renderGlyph(font, key, scale);
     cache.insert(key, new GlyphImage(glyph)); // the copies share the pixels
     return glyph;
 }
