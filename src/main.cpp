@@ -1,3 +1,4 @@
+#include "panel/panelmodel.h"
 #include "platform/demomarket.h"
 #include "platform/jsonpreferences.h"
 #include "platform/qthttpclient.h"
@@ -6,7 +7,7 @@
 #include "snapshot/commandline.h"
 #include "snapshot/snapshotmode.h"
 
-#include <QGuiApplication>
+#include <QApplication>
 
 #include <cstdio>
 #include <cstdlib>
@@ -58,9 +59,19 @@ QString settingsFolder(bool demo)
     return demo ? folder + u"/demo"_s : folder;
 }
 
-int runSnapshot(const SnapshotMode::Config &config, const AppState::Dependencies &dependencies)
+/// A snapshot run looks the same whatever display and desktop there is.
+void detachFromDesktop()
 {
-    SnapshotMode snapshot(config, dependencies);
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    for (const char *setting : {"QT_QPA_PLATFORMTHEME", "QT_SCALE_FACTOR", "QT_SCREEN_SCALE_FACTORS"})
+        qunsetenv(setting);
+    QGuiApplication::setDesktopSettingsAware(false);
+}
+
+int runSnapshot(const SnapshotMode::Config &config, const AppState::Dependencies &dependencies,
+                const QString &notice)
+{
+    SnapshotMode snapshot(config, dependencies, notice);
     QObject::connect(&snapshot, &SnapshotMode::finished, qApp, &QCoreApplication::quit);
     snapshot.run();
     return QCoreApplication::exec();
@@ -82,12 +93,13 @@ int main(int argc, char **argv)
 
     const auto config = SnapshotMode::parse(arguments);
     if (config)
-        qputenv("QT_QPA_PLATFORM", "offscreen"); // whatever display there is
+        detachFromDesktop();
     else if (!hasDisplay())
         return failWithoutDisplay();
 
     const QtMessageHandler messageHandler = qInstallMessageHandler(refuseDeadDisplay);
-    QGuiApplication application(argc, argv);
+    QApplication::setStyle(u"Fusion"_s); // the panel draws with its own palette on every desktop
+    QApplication application(argc, argv);
     qInstallMessageHandler(messageHandler);
     QCoreApplication::setApplicationName(u"kestrune-bar"_s);
     QCoreApplication::setApplicationVersion(QStringLiteral(KESTRUNE_VERSION));
@@ -109,5 +121,6 @@ int main(int argc, char **argv)
     const AppState::Dependencies dependencies{
         cryptoHttp,  stockHttp, clock,
         preferences, attention, server ? Endpoints::via(*server) : Endpoints::live()};
-    return config ? runSnapshot(*config, dependencies) : fail(u"interactive start is not built yet"_s, 1);
+    return config ? runSnapshot(*config, dependencies, marketNotice(line.demo, line.marketServer))
+                  : fail(u"interactive start is not built yet"_s, 1);
 }

@@ -27,14 +27,14 @@ AlertRow::AlertRow(QString id, QWidget *parent)
     , m_remove(new IconButton(u"xmark.circle.fill"_s))
 {
     auto *line = new QHBoxLayout(this);
-    line->setContentsMargins(0, 0, -4, 0); // the icon, not its hit area, ends at the margin
+    line->setContentsMargins(0, 0, 0, 0);
     line->setSpacing(rowSpacing);
     m_label->setWrap(true);
     m_remove->setTip(u"删除该提醒"_s);
     m_remove->setIconSide(14);
     m_dismiss->hide();
     line->addWidget(m_bell);
-    line->addWidget(m_label, 1);
+    line->addWidget(m_label, 1, Qt::AlignVCenter);
     line->addWidget(m_dismiss);
     line->addWidget(m_remove);
     connect(m_dismiss, &TextButton::clicked, this, &AlertRow::dismissed);

@@ -30,7 +30,7 @@ AlertsSection::AlertsSection(const PanelContext &context, QWidget *parent)
     m_add->setTip(tip);
     m_add->setTone(Tone::accent);
     auto *entry = new QHBoxLayout;
-    entry->setContentsMargins(0, 0, -4, 0); // the icon, not its hit area, ends at the margin
+    entry->setContentsMargins(0, 0, 0, 0);
     entry->setSpacing(rowSpacing);
     entry->addWidget(m_input, 1);
     entry->addWidget(m_add);

@@ -18,7 +18,6 @@ namespace {
 
 constexpr int chipGap = 8;
 constexpr int chipHeight = 24;
-constexpr int ringRoom = 4; // above and below, for the focus ring
 constexpr int fadeWidth = 16;
 constexpr int wheelStep = 60; // pixels of one notch
 

@@ -16,6 +16,8 @@ class ChipRow : public QWidget
     Q_OBJECT
 
 public:
+    static constexpr int ringRoom = 4; ///< above and below the chips, for the focus ring
+
     explicit ChipRow(QWidget *parent = nullptr);
 
     /// `current` is highlighted and brought into view when it or the list changes.

@@ -17,6 +17,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr int chevronSide = 12;
+constexpr int chevronInset = 3; // of the drawing inside its square
 constexpr int gap = 4;
 constexpr int headerHeight = 24;
 constexpr int foldMilliseconds = 200;
@@ -47,11 +48,11 @@ void DisclosureHeader::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
     const Palette &palette = paletteOf(this);
-    const QRectF chevron(0, (height() - chevronSide) / 2.0, chevronSide, chevronSide);
+    const QRectF chevron(-chevronInset, (height() - chevronSide) / 2.0, chevronSide, chevronSide);
     const QColor idle = veilLevel() > 0 ? palette.text : palette.secondary;
     drawIcon(painter, chevron, isChecked() ? u"chevron.down"_s : u"chevron.right"_s, idle);
     painter.setPen(palette.text);
-    double x = chevronSide + gap;
+    double x = chevronSide - chevronInset + gap;
     drawTextLine(painter, QPointF(x, (height() - lineHeight(TypeRole::section)) / 2), text(),
                  TypeRole::section);
     if (m_suffix.isEmpty())

@@ -18,6 +18,7 @@ namespace kestrune {
 namespace {
 
 constexpr int lineSpacing = 4;
+constexpr int titleSpacing = 6;
 constexpr QSize sparklineSize{70, 16};
 constexpr int statusIconSide = 14;
 constexpr int timeframeSpacing = 2;
@@ -46,7 +47,7 @@ HeaderSection::HeaderSection(const PanelContext &context, QWidget *parent)
 QWidget *HeaderSection::makeTitleRow()
 {
     auto *row = new QWidget;
-    auto *line = rowIn(row, rowSpacing);
+    auto *line = rowIn(row, titleSpacing);
     m_title = new TextLabel(TypeRole::headline);
     m_title->setElide(Qt::ElideRight);
     m_title->setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
@@ -98,8 +99,6 @@ QWidget *HeaderSection::makeStatusRow()
 void HeaderSection::refresh()
 {
     const AppState &state = m_context.state;
-    m_title->setText(state.headerTitle());
-    m_title->setToolTip(state.headerTitle());
     m_sparkline->setContent(state.sparkline(), state.zones());
     m_sparkline->setVisible(!state.sparkline().empty());
 
@@ -109,6 +108,7 @@ void HeaderSection::refresh()
     m_price->setTone(changeTone(state.changePct()));
     m_price->setVisible(price.has_value());
     m_spinner->setVisible(!price);
+    refreshTitle();
 
     const auto change = state.changePct();
     m_change->setVisible(change.has_value());
@@ -126,6 +126,20 @@ void HeaderSection::refresh()
     m_status->setText(state.statusText());
     m_status->setTone(toneOf(state.statusColor()));
     refreshTimeframes();
+}
+
+// Beside a long price the title steps down a size before it is cut.
+void HeaderSection::refreshTitle()
+{
+    const QString title = m_context.state.headerTitle();
+    int room = panelWidth - 2 * panelMargin;
+    for (const QWidget *neighbour : {static_cast<QWidget *>(m_sparkline), static_cast<QWidget *>(m_price)}) {
+        if (!neighbour->isHidden())
+            room -= neighbour->sizeHint().width() + titleSpacing;
+    }
+    m_title->setRole(textWidth(title, TypeRole::headline) <= room ? TypeRole::headline : TypeRole::section);
+    m_title->setText(title);
+    m_title->setToolTip(title);
 }
 
 void HeaderSection::refreshTimeframes()

@@ -30,6 +30,7 @@ private:
     [[nodiscard]] QWidget *makeTitleRow();
     [[nodiscard]] QWidget *makeChangeRow();
     [[nodiscard]] QWidget *makeStatusRow();
+    void refreshTitle();
     void refreshTimeframes();
 
     PanelContext m_context;

@@ -33,6 +33,12 @@ void IconButton::setIconSide(int side)
     update();
 }
 
+void IconButton::setRaised(bool raised)
+{
+    m_raised = raised;
+    update();
+}
+
 void IconButton::setTip(const QString &tip)
 {
     if (toolTip() == tip)
@@ -44,8 +50,8 @@ void IconButton::setTip(const QString &tip)
 void IconButton::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
-    paintGround(painter, rect(), focusRadius(), {});
     const Palette &palette = paletteOf(this);
+    paintGround(painter, rect(), focusRadius(), m_raised ? palette.raised : QColor());
     // A secondary icon wakes up under the pointer.
     const bool awake = m_tone == Tone::secondary && veilLevel() > 0;
     QColor color = palette.shapeColor(awake ? Tone::text : m_tone);

@@ -19,6 +19,8 @@ public:
     [[nodiscard]] Tone tone() const { return m_tone; }
     /// Side of the drawn icon; 16 at first.
     void setIconSide(int side);
+    /// A raised ground for buttons whose edges are to be seen; none at first.
+    void setRaised(bool raised);
     /// Sets tooltip and accessible name.
     void setTip(const QString &tip);
 
@@ -31,6 +33,7 @@ private:
     QString m_icon;
     Tone m_tone = Tone::secondary;
     int m_side = 16;
+    bool m_raised = false;
 };
 
 } // namespace kestrune

@@ -31,7 +31,8 @@ void IconLabel::setTone(Tone tone)
 void IconLabel::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
-    drawIcon(painter, rect(), m_icon, paletteOf(this).color(m_tone));
+    const QRectF square((width() - m_side) / 2.0, (height() - m_side) / 2.0, m_side, m_side);
+    drawIcon(painter, square, m_icon, paletteOf(this).color(m_tone));
 }
 
 } // namespace kestrune

@@ -17,7 +17,8 @@ struct PanelContext
     std::function<void(const QUrl &)> openUrl; ///< shows an address in the browser
 };
 
-/// The panel's margin on all sides, its stack spacing, and the spacings inside a block and inside a row.
+/// The panel's width, its margin, its stack spacing, and the spacings inside a block and inside a row.
+inline constexpr int panelWidth = 320;
 inline constexpr int panelMargin = 14;
 inline constexpr int stackSpacing = 12;
 inline constexpr int blockSpacing = 6;

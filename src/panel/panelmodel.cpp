@@ -16,6 +16,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr QStringView warningSign = u"⚠️";
+constexpr QStringView separator = u" · ";
 
 bool sameLevel(const Zone &a, const Zone &b)
 {
@@ -143,12 +144,19 @@ QString costText(double costPct)
 std::vector<PlanLine> planLines(const TradePlan &plan)
 {
     std::vector<PlanLine> lines;
+    const auto add = [&lines](const QString &text) {
+        const auto sign = text.indexOf(warningSign);
+        QString advice = text.left(sign < 0 ? text.size() : sign);
+        if (advice.endsWith(separator))
+            advice.chop(separator.size());
+        if (!advice.isEmpty())
+            lines.push_back({advice, false});
+        if (sign >= 0)
+            lines.push_back({text.mid(sign + warningSign.size()).trimmed(), true});
+    };
     if (plan.positionText)
-        lines.push_back({*plan.positionText, plan.positionText->contains(warningSign)});
-    if (plan.tip.startsWith(warningSign))
-        lines.push_back({plan.tip.mid(warningSign.size()).trimmed(), true});
-    else if (!plan.tip.isEmpty())
-        lines.push_back({plan.tip, false});
+        add(*plan.positionText);
+    add(plan.tip);
     if (plan.sessionText)
         lines.push_back({*plan.sessionText, true});
     return lines;

@@ -69,8 +69,8 @@ struct PlanLine
 
     [[nodiscard]] bool operator==(const PlanLine &) const = default;
 };
-/// Position, tip and session of a plan, in this order. A tip or position that speaks of a danger is a
-/// warning; the sign at a tip's start gives way to the icon.
+/// Position, tip and session of a plan, in this order. What follows a warning sign in a text is a line of its
+/// own, with the icon in the sign's place.
 [[nodiscard]] std::vector<PlanLine> planLines(const TradePlan &plan);
 
 /// A reading of the market context.

@@ -23,6 +23,7 @@ constexpr int sidePadding = 10;
 constexpr int topPadding = 8;
 constexpr int lineSpacing = 4;
 constexpr int iconSide = 12;
+constexpr int iconInset = 4; // of an icon inside its button
 
 } // namespace
 
@@ -30,7 +31,7 @@ PlanBanner::PlanBanner(QWidget *parent) : QWidget(parent)
 {
     setAccessibleName(u"开单助手"_s);
     auto *column = new QVBoxLayout(this);
-    column->setContentsMargins(edgeWidth + sidePadding, topPadding, sidePadding, topPadding);
+    column->setContentsMargins(edgeWidth + sidePadding, topPadding, sidePadding - iconInset, topPadding);
     column->setSpacing(lineSpacing);
     m_headline = new TextLabel(TypeRole::section);
     m_headline->setWrap(true);
@@ -51,14 +52,14 @@ QWidget *PlanBanner::makeTitleRow()
 {
     m_titleRow = new QWidget;
     auto *line = new QHBoxLayout(m_titleRow);
-    line->setContentsMargins(0, 0, -4, 0); // the icon, not its hit area, ends at the padding
+    line->setContentsMargins(0, 0, 0, 0); // the icon, not its hit area, ends at the padding
     line->setSpacing(rowSpacing);
     m_title = new TextLabel({}, TypeRole::captionBold, Tone::text);
     m_title->setWrap(true);
     m_close = new IconButton(u"xmark.circle.fill"_s);
     m_close->setTip(u"恢复现价开单助手"_s);
     connect(m_close, &IconButton::clicked, this, &PlanBanner::closeRequested);
-    line->addWidget(m_title, 1);
+    line->addWidget(m_title, 1, Qt::AlignVCenter);
     line->addWidget(m_close);
     m_titleRow->hide();
     return m_titleRow;
@@ -68,7 +69,7 @@ QWidget *PlanBanner::makeBottomRow()
 {
     auto *row = new QWidget;
     auto *line = new QHBoxLayout(row);
-    line->setContentsMargins(0, 0, 0, 0);
+    line->setContentsMargins(0, 0, iconInset, 0);
     line->setSpacing(rowSpacing);
     m_cost = new TextLabel({}, TypeRole::caption, Tone::secondary);
     m_setAlerts = new TextButton(u"设提醒"_s);
@@ -106,6 +107,7 @@ void PlanBanner::setLines(const std::vector<PlanLine> &lines)
         line->setContentsMargins(0, 0, 0, 0);
         line->setSpacing(lineSpacing);
         auto *icon = new IconLabel(u"exclamationmark.triangle.fill"_s, Tone::orange, iconSide);
+        icon->setFixedHeight(lineHeight(TypeRole::caption)); // beside the first line
         icon->setAccessibleName(u"警告"_s);
         auto *text = new TextLabel(TypeRole::caption);
         text->setWrap(true);

@@ -89,22 +89,23 @@ QWidget *PopoverView::makeScrolledContent()
 {
     auto *content = new QWidget;
     auto *column = new QVBoxLayout(content);
-    column->setContentsMargins(0, stackSpacing - 4, 0, stackSpacing);
+    column->setContentsMargins(0, stackSpacing - ChipRow::ringRoom, 0, stackSpacing);
     column->setSpacing(stackSpacing);
-    const auto add = [column](QWidget *widget) {
+    const auto add = [column](QWidget *widget, int rightMargin = panelMargin) {
         auto *frame = new QHBoxLayout;
-        frame->setContentsMargins(panelMargin, 0, panelMargin, 0);
+        frame->setContentsMargins(panelMargin, 0, rightMargin, 0);
         frame->addWidget(widget);
         column->addLayout(frame);
     };
     add(m_chips);
+    column->addSpacing(-ChipRow::ringRoom);
     add(new Divider);
     add(m_snapshot);
     add(new Divider);
     column->addWidget(m_zones);
     add(m_marketContext);
     add(new Divider);
-    add(m_alerts);
+    add(m_alerts, panelMargin - 4); // its icons, not their hit areas, end at the margin
     add(new Divider);
     add(m_settings);
     column->addStretch(1);

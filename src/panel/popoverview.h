@@ -36,7 +36,7 @@ public:
         std::function<void(const QUrl &)> openUrl;
     };
 
-    static constexpr QSize panelSize{320, 900};
+    static constexpr QSize panelSize{panelWidth, 900};
 
     explicit PopoverView(std::shared_ptr<AppState> state, Options options = {}, QWidget *parent = nullptr);
     ~PopoverView() override;

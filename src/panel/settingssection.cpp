@@ -163,10 +163,8 @@ void SettingsSection::chooseMarket(qsizetype index)
     state.selectedZonePrice = std::nullopt;
     state.selectedZoneType = std::nullopt;
     state.setMarket(allMarketSegments[std::size_t(index)]);
-    if (state.isStock()) {
-        state.leverage = 1;
-        m_position->showLeverage();
-    }
+    if (state.isStock())
+        m_position->showLeverage(); // set to 1 by the change of segment
 }
 
 void SettingsSection::setExpanded(bool expanded)

@@ -75,6 +75,7 @@ SnapshotSection::SnapshotSection(const PanelContext &context, QWidget *parent)
     auto *line = new QHBoxLayout;
     line->setSpacing(blockSpacing);
     auto *icon = new IconLabel(u"chart.line.uptrend.xyaxis"_s, Tone::secondary, iconSide);
+    icon->setFixedHeight(lineHeight(TypeRole::captionBold)); // beside the first line
     m_conclusion->setWrap(true);
     line->addWidget(icon, 0, Qt::AlignTop);
     line->addWidget(m_conclusion, 1);

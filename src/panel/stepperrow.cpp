@@ -58,6 +58,8 @@ IconButton *StepperRow::makeStep(const QString &icon, const QString &tip, int di
     button->setTip(tip);
     button->setAccessibleName(m_title + u' ' + tip);
     button->setAutoRepeat(true);
+    button->setRaised(true);
+    button->setIconSide(12);
     connect(button, &IconButton::clicked, this, [this, direction] {
         Q_EMIT
         stepped(direction);

@@ -38,6 +38,16 @@ QFont makeFont(const QString &latin, int pixelSize, QFont::Weight weight)
     font.setFamilies({latin, u"Noto Sans CJK SC"_s, u"Noto Color Emoji"_s});
     font.setPixelSize(pixelSize);
     font.setWeight(weight);
+    // What is not said here would be taken over from the desktop's font.
+    font.setStyle(QFont::StyleNormal);
+    font.setStretch(QFont::Unstretched);
+    font.setUnderline(false);
+    font.setOverline(false);
+    font.setStrikeOut(false);
+    font.setKerning(true);
+    font.setCapitalization(QFont::MixedCase);
+    font.setLetterSpacing(QFont::PercentageSpacing, 100);
+    font.setWordSpacing(0);
     font.setHintingPreference(QFont::PreferVerticalHinting);
     font.setStyleStrategy(QFont::StyleStrategy(QFont::PreferAntialias | QFont::NoSubpixelAntialias));
     return font;

@@ -1,7 +1,9 @@
 #include "snapshot/snapshotmode.h"
 
 #include "platform/async.h"
+#include "snapshot/pngwriter.h"
 #include "snapshot/snapshotdata.h"
+#include "snapshot/snapshotpicture.h"
 
 #include <QDir>
 #include <QPointer>
@@ -36,13 +38,19 @@ std::optional<SnapshotMode::Config> SnapshotMode::parse(const QStringList &argum
                   valueOf(arguments, u"--timeframe"_s)};
 }
 
-SnapshotMode::SnapshotMode(Config config, const AppState::Dependencies &dependencies)
-    : m_config(std::move(config)), m_clock(dependencies.clock), m_state(AppState::create(dependencies))
+SnapshotMode::SnapshotMode(Config config, const AppState::Dependencies &dependencies, QString marketNotice)
+    : m_config(std::move(config))
+    , m_marketNotice(std::move(marketNotice))
+    , m_clock(dependencies.clock)
+    , m_state(AppState::create(dependencies))
 {}
+
+SnapshotMode::~SnapshotMode() = default;
 
 void SnapshotMode::run()
 {
     applyConfig();
+    m_picture = std::make_unique<SnapshotPicture>(m_state, m_marketNotice);
     startInBackground(this, [state = m_state] { return refresh(state); });
     waitUntilReady(m_clock.now() + loadDeadline);
 }
@@ -77,30 +85,42 @@ QCoro::Task<> SnapshotMode::waitUntilReady(Instant deadline)
         if (!co_await m_clock.sleep(readinessPoll) || !self)
             co_return;
     }
-    if (!co_await m_clock.sleep(settlingTime) || !self)
+    auto settled = m_clock.sleep(settlingTime);
+    static_cast<void>(m_picture->render()); // loads fonts and lays everything out while there is time
+    if (!co_await settled || !self)
         co_return;
     capture();
     Q_EMIT
     finished();
 }
 
-void SnapshotMode::capture() const
+// Deliberate: without a picture there is no summary either, but a picture that cannot be written does not
+// keep the summary from being written.
+void SnapshotMode::capture()
 {
+    const QImage image = m_picture->render();
+    if (image.isNull())
+        return;
     QDir().mkpath(m_config.dir); // a failure shows in the writes, which are not reported either
+    writeFile(u"popover.png"_s, encodePng(image));
     writeJSON();
+}
+
+void SnapshotMode::writeFile(const QString &name, const QByteArray &bytes) const
+{
+    QSaveFile file(m_config.dir + u'/' + name);
+    file.setDirectWriteFallback(true); // a writable file in a folder that is not
+    if (file.open(QIODevice::WriteOnly)) {
+        file.write(bytes);
+        file.commit();
+    }
 }
 
 void SnapshotMode::writeJSON() const
 {
     const auto summary = snapshotSummary(*m_state, m_clock.now());
-    if (!summary)
-        return;
-    QSaveFile file(m_config.dir + u"/data.json"_s);
-    file.setDirectWriteFallback(true); // a writable file in a folder that is not
-    if (file.open(QIODevice::WriteOnly)) {
-        file.write(*summary);
-        file.commit();
-    }
+    if (summary)
+        writeFile(u"data.json"_s, *summary);
 }
 
 } // namespace kestrune

@@ -11,8 +11,10 @@
 
 namespace kestrune {
 
+class SnapshotPicture;
+
 /// The headless run: loads one instrument, waits until its data are there or a deadline passes, writes the
-/// analysis into a directory and ends. Nothing that fails on the way is reported.
+/// panel's picture and the analysis into a directory and ends. Nothing that fails on the way is reported.
 class SnapshotMode final : public QObject
 {
     Q_OBJECT
@@ -31,8 +33,9 @@ public:
     /// after the program's name; the first occurrence of each option counts, wherever it stands.
     [[nodiscard]] static std::optional<Config> parse(const QStringList &arguments);
 
-    /// Creates its own state.
-    SnapshotMode(Config config, const AppState::Dependencies &dependencies);
+    /// Creates its own state. `marketNotice` is the panel's line about prices that are not live.
+    SnapshotMode(Config config, const AppState::Dependencies &dependencies, QString marketNotice = {});
+    ~SnapshotMode() override;
 
     /// Returns at once; finished() follows when the output is written.
     void run();
@@ -47,12 +50,15 @@ private:
     [[nodiscard]] bool ready() const;
     static QCoro::Task<> refresh(std::shared_ptr<AppState> state);
     QCoro::Task<> waitUntilReady(Instant deadline);
-    void capture() const;
+    void capture();
     void writeJSON() const;
+    void writeFile(const QString &name, const QByteArray &bytes) const;
 
     Config m_config;
+    QString m_marketNotice;
     Clock &m_clock;
     std::shared_ptr<AppState> m_state;
+    std::unique_ptr<SnapshotPicture> m_picture; // absent until run()
 };
 
 } // namespace kestrune

@@ -1,0 +1,39 @@
+#include "snapshot/snapshotpicture.h"
+
+#include "panel/popoverview.h"
+
+#include <QPainter>
+
+namespace kestrune {
+
+namespace {
+
+constexpr int scale = 2;
+
+} // namespace
+
+const QColor SnapshotPicture::darkBackdrop = QColor::fromRgbF(0.11F, 0.11F, 0.12F);
+
+SnapshotPicture::SnapshotPicture(std::shared_ptr<AppState> state, const QString &marketNotice)
+    : m_panel(std::make_unique<PopoverView>(std::move(state), PopoverView::Options{marketNotice, {}}))
+{
+    m_panel->setDark(true);
+}
+
+SnapshotPicture::~SnapshotPicture() = default;
+
+QImage SnapshotPicture::render()
+{
+    m_panel->updateNow();
+    if (m_panel->size().isEmpty())
+        return {};
+    QImage image(m_panel->size() * scale, QImage::Format_ARGB32_Premultiplied);
+    if (image.isNull())
+        return {};
+    image.setDevicePixelRatio(scale);
+    image.fill(darkBackdrop);
+    m_panel->render(&image);
+    return image;
+}
+
+} // namespace kestrune

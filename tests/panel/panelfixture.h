@@ -1,0 +1,61 @@
+#pragma once
+
+#include "panel/popoverview.h"
+#include "support/appfixture.h"
+
+#include <QAbstractButton>
+#include <QTest>
+
+namespace kestrune::test {
+
+/// A panel over a state whose market never answers: the test fills the state itself.
+class PanelFixture : public AppFixture
+{
+public:
+    explicit PanelFixture(const QString &marketNotice = {});
+    ~PanelFixture();
+
+    /// Price, zones on both sides, signals, readings and a sparkline around `base`.
+    void fillMarket(double base = 3456.78);
+    /// A price tick as the refresh brings it: price, time and zones at their new distances.
+    void tick(double price);
+    /// Lets the panel follow what changed.
+    void settle() { drainEvents(); }
+
+    /// The shown button with this accessible name or text; nullptr when there is none.
+    [[nodiscard]] QAbstractButton *button(const QString &name) const;
+    void click(const QString &name);
+    /// The shown widgets of one kind, in reading order.
+    template <typename Widget>
+    [[nodiscard]] QList<Widget *> shown() const
+    {
+        QList<Widget *> found;
+        for (Widget *widget : view->findChildren<Widget *>()) {
+            if (widget->isVisible())
+                found.append(widget);
+        }
+        sortByPlace(found);
+        return found;
+    }
+    /// The texts of all shown labels, in reading order.
+    [[nodiscard]] QStringList texts() const;
+
+    QList<QUrl> opened; ///< addresses the panel wanted shown
+    std::unique_ptr<PopoverView> view;
+
+private:
+    template <typename Widget>
+    void sortByPlace(QList<Widget *> &widgets) const
+    {
+        std::stable_sort(widgets.begin(), widgets.end(), [this](const Widget *a, const Widget *b) {
+            const QPoint at = a->mapTo(view.get(), QPoint(0, 0));
+            const QPoint other = b->mapTo(view.get(), QPoint(0, 0));
+            return std::pair(at.y(), at.x()) < std::pair(other.y(), other.x());
+        });
+    }
+};
+
+/// The zones that fillMarket puts around a price: three resistances and three supports, and one "current".
+[[nodiscard]] std::vector<Zone> zonesAround(double base, double price);
+
+} // namespace kestrune::test

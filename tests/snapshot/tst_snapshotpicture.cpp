@@ -1,0 +1,140 @@
+#include "snapshot/pngwriter.h"
+#include "snapshot/snapshotpicture.h"
+#include "support/appfixture.h"
+#include "support/testregistry.h"
+
+#include <QApplication>
+#include <QBuffer>
+#include <QImageReader>
+#include <QTest>
+
+#include <cmath>
+
+using namespace kestrune;
+using namespace kestrune::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+/// Pixels of `color` in an image.
+int countOf(const QImage &image, const QColor &color)
+{
+    int count = 0;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x)
+            count += image.pixel(x, y) == color.rgb();
+    }
+    return count;
+}
+
+/// A loaded crypto instrument and its picture.
+QImage picture(double price, const QString &notice = {}, std::chrono::milliseconds later = 0ms)
+{
+    AppFixture fixture;
+    fixture.serveCrypto(price);
+    fixture.start();
+    fixture.clock.advance(later);
+    return SnapshotPicture(fixture.state, notice).render();
+}
+
+} // namespace
+
+class SnapshotPictureTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void itIsTheWholePanelAtTwiceItsSize();
+    void equalDataAndTimeGiveEqualPictures();
+    void theDesktopsSettingsDoNotShow();
+    void theMarketNoticeIsInThePicture();
+    void thePngIsReadBackExactly_data();
+    void thePngIsReadBackExactly();
+    void thePngIsEightBitRgba();
+};
+
+void SnapshotPictureTest::itIsTheWholePanelAtTwiceItsSize()
+{
+    const QImage image = picture(3000);
+    QCOMPARE(image.size(), QSize(640, 1800));
+    QCOMPARE(image.devicePixelRatio(), 2.0);
+    QCOMPARE(SnapshotPicture::darkBackdrop.rgb(), qRgb(28, 28, 31));
+    // Ground in every corner and nothing see-through, but far from empty.
+    for (const QPoint corner : {QPoint(0, 0), QPoint(639, 0), QPoint(0, 1799), QPoint(639, 1799)})
+        QCOMPARE(image.pixel(corner), SnapshotPicture::darkBackdrop.rgb());
+    const int ground = countOf(image, SnapshotPicture::darkBackdrop);
+    QVERIFY(ground > 640 * 1800 / 2 && ground < 640 * 1800 * 97 / 100);
+    // Sharp at twice the size: a single row of pixels is a divider, not two blurred ones.
+    const int y = 2 * 14;
+    QVERIFY(countOf(image.copy(0, 0, 640, y), SnapshotPicture::darkBackdrop) == 640 * y);
+}
+
+void SnapshotPictureTest::equalDataAndTimeGiveEqualPictures()
+{
+    const QImage first = picture(3000);
+    QVERIFY(first == picture(3000));
+    QVERIFY(first != picture(3001));
+    QVERIFY(first != picture(3000, {}, 300ms)); // the markers pulse with the clock
+}
+
+void SnapshotPictureTest::theDesktopsSettingsDoNotShow()
+{
+    const QImage usual = picture(3000);
+    const QFont font = QApplication::font();
+    const QPalette palette = QApplication::palette();
+    QFont other(font);
+    other.setPointSize(23);
+    other.setItalic(true);
+    QApplication::setFont(other);
+    QApplication::setPalette(QPalette(Qt::magenta, Qt::yellow));
+    const QImage strange = picture(3000);
+    QApplication::setFont(font);
+    QApplication::setPalette(palette);
+    QVERIFY(strange == usual);
+}
+
+void SnapshotPictureTest::theMarketNoticeIsInThePicture()
+{
+    const QColor orange(0xFF9F0A);
+    const QRect aboveFooter(0, 2 * (900 - 14 - 34 - 8 - 20), 640, 2 * 24);
+    QVERIFY(countOf(picture(3000).copy(aboveFooter), orange) == 0);
+    QVERIFY(countOf(picture(3000, u"演示行情"_s).copy(aboveFooter), orange) > 20);
+}
+
+void SnapshotPictureTest::thePngIsReadBackExactly_data()
+{
+    QTest::addColumn<QSize>("size");
+    QTest::newRow("a single pixel") << QSize(1, 1);
+    QTest::newRow("rows that are no multiple of anything") << QSize(37, 11);
+    QTest::newRow("more than one buffer of noise") << QSize(300, 200);
+}
+
+void SnapshotPictureTest::thePngIsReadBackExactly()
+{
+    QFETCH(QSize, size);
+    QImage image(size, QImage::Format_RGBA8888);
+    quint32 noise = 12345;
+    for (int y = 0; y < size.height(); ++y) {
+        for (int x = 0; x < size.width(); ++x) {
+            noise = noise * 1664525 + 1013904223;
+            image.setPixelColor(x, y, QColor::fromRgba(noise));
+        }
+    }
+    const QImage read = QImage::fromData(encodePng(image), "PNG");
+    QCOMPARE(read.convertToFormat(QImage::Format_RGBA8888), image);
+    QVERIFY(encodePng(QImage()).isEmpty());
+}
+
+void SnapshotPictureTest::thePngIsEightBitRgba()
+{
+    QImage image(6, 4, QImage::Format_ARGB32_Premultiplied);
+    image.setDevicePixelRatio(2);
+    image.fill(Qt::red);
+    const QByteArray png = encodePng(image);
+    QCOMPARE(png.mid(12, 4), QByteArray("IHDR"));
+    QCOMPARE(png.mid(24, 2), QByteArray("\x08\x06", 2)); // depth, colour type
+    // 144 pixels per inch: half as many points as pixels.
+    QCOMPARE(QImage::fromData(png).dotsPerMeterX(), int(std::lround(144 / 0.0254)));
+}
+
+KESTRUNE_TEST(SnapshotPictureTest)
+#include "tst_snapshotpicture.moc"
