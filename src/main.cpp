@@ -5,8 +5,14 @@
 #include "platform/systemclock.h"
 #include "snapshot/commandline.h"
 #include "snapshot/snapshotmode.h"
+#include "statusbar/desktop/appdelegate.h"
+#include "statusbar/desktop/desktopattention.h"
+#include "statusbar/desktop/singleinstance.h"
 
-#include <QGuiApplication>
+#include <QApplication>
+#include <QLabel>
+#include <QLineEdit>
+#include <QVBoxLayout>
 
 #include <cstdio>
 #include <cstdlib>
@@ -58,12 +64,52 @@ QString settingsFolder(bool demo)
     return demo ? folder + u"/demo"_s : folder;
 }
 
+/// Where Wayland and X11 are both offered, X11: only there can a window choose its place. Whoever has set a
+/// platform keeps it.
+void choosePlatform()
+{
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
+        !qEnvironmentVariableIsEmpty("DISPLAY"))
+        qputenv("QT_QPA_PLATFORM", "xcb;wayland");
+}
+
+QWidget *makePanel(AppState &state, QWidget *parent)
+{
+    auto *panel = new QWidget(parent);
+    auto *layout = new QVBoxLayout(panel);
+    auto *header = new QLabel(state.headerTitle(), panel);
+    auto *verdict = new QLabel(state.snapshotConclusion(), panel);
+    verdict->setWordWrap(true);
+    for (QWidget *widget : std::initializer_list<QWidget *>{header, verdict, new QLineEdit(panel)})
+        layout->addWidget(widget);
+    layout->addStretch();
+    state.onChange(state.snapshotConclusion, verdict,
+                   [&state, verdict] { verdict->setText(state.snapshotConclusion()); });
+    state.onChange(state.coinSymbol, header, [&state, header] { header->setText(state.headerTitle()); });
+    return panel;
+}
+
 int runSnapshot(const SnapshotMode::Config &config, const AppState::Dependencies &dependencies)
 {
     SnapshotMode snapshot(config, dependencies);
     QObject::connect(&snapshot, &SnapshotMode::finished, qApp, &QCoreApplication::quit);
     snapshot.run();
     return QCoreApplication::exec();
+}
+
+int runInteractive(const AppState::Dependencies &dependencies, SingleInstance *instance,
+                   const std::function<void()> &dropConnections, bool strip)
+{
+    AppDelegate delegate({dependencies, makePanel, dropConnections, strip}, instance);
+    delegate.applicationDidFinishLaunching();
+    return QCoreApplication::exec();
+}
+
+/// Folders that may hold our modules: beside the program, and where the installation puts them.
+QStringList moduleFolders()
+{
+    const QString program = QCoreApplication::applicationDirPath();
+    return {program, program + u"/" KESTRUNE_MODULE_PATH ""_s};
 }
 
 } // namespace
@@ -85,12 +131,25 @@ int main(int argc, char **argv)
         qputenv("QT_QPA_PLATFORM", "offscreen"); // whatever display there is
     else if (!hasDisplay())
         return failWithoutDisplay();
+    else
+        choosePlatform();
 
     const QtMessageHandler messageHandler = qInstallMessageHandler(refuseDeadDisplay);
-    QGuiApplication application(argc, argv);
+    QApplication application(argc, argv);
     qInstallMessageHandler(messageHandler);
     QCoreApplication::setApplicationName(u"kestrune-bar"_s);
     QCoreApplication::setApplicationVersion(QStringLiteral(KESTRUNE_VERSION));
+    QGuiApplication::setApplicationDisplayName(u"Kestrune Bar"_s);
+    QGuiApplication::setDesktopFileName(u"org.kestrune.bar"_s);
+    QApplication::setQuitOnLastWindowClosed(false);
+
+    // A run on another market is an instance of its own.
+    std::unique_ptr<SingleInstance> instance;
+    if (!config && !line.demo && !line.marketServer) {
+        instance = std::make_unique<SingleInstance>(QDBusConnection::sessionBus());
+        if (instance->claim() == SingleInstance::Role::second)
+            return instance->activateFirst() ? 0 : fail(u"another instance runs but does not answer"_s, 1);
+    }
 
     std::unique_ptr<DemoMarket> demo;
     if (line.demo) {
@@ -105,9 +164,19 @@ int main(int argc, char **argv)
     JsonPreferences preferences(settingsFolder(line.demo));
     QtHttpClient cryptoHttp;
     QtHttpClient stockHttp;
-    QuietAttention attention;
+    std::unique_ptr<Attention> attention;
+    if (config)
+        attention = std::make_unique<QuietAttention>();
+    else
+        attention = std::make_unique<DesktopAttention>(moduleFolders());
     const AppState::Dependencies dependencies{
-        cryptoHttp,  stockHttp, clock,
-        preferences, attention, server ? Endpoints::via(*server) : Endpoints::live()};
-    return config ? runSnapshot(*config, dependencies) : fail(u"interactive start is not built yet"_s, 1);
+        cryptoHttp,  stockHttp,  clock,
+        preferences, *attention, server ? Endpoints::via(*server) : Endpoints::live()};
+    if (config)
+        return runSnapshot(*config, dependencies);
+    const auto dropConnections = [&] {
+        cryptoHttp.dropConnections();
+        stockHttp.dropConnections();
+    };
+    return runInteractive(dependencies, instance.get(), dropConnections, line.strip);
 }
