@@ -1,14 +1,13 @@
 # shellcheck shell=bash
+# shellcheck disable=SC2034 # the lists are used by the scripts that source this file
 # Debian packages by purpose, and their installation. Sourced by the other scripts.
 
 build_packages=(g++ cmake ninja-build ccache qt6-base-dev libqt6svg6-dev qt6-multimedia-dev qcoro-qt6-dev
-    libexpected-dev libsimdjson-dev zlib1g-dev libxcb1-dev pkg-config)
+    libexpected-dev libsimdjson-dev zlib1g-dev libxcb1-dev pkg-config gzip)
 run_packages=(fonts-noto-core fonts-noto-mono fonts-noto-cjk fonts-noto-color-emoji)
-# shellcheck disable=SC2034 # used by the scripts that source this file
-test_packages=(python3 xvfb xauth dbus openssl)
-# shellcheck disable=SC2034
-check_packages=(clang-format clang-tidy shellcheck)
-# shellcheck disable=SC2034
+test_packages=(python3 python3-gi gir1.2-atspi-2.0 at-spi2-core xvfb xauth x11-utils dbus dbus-x11 openssl openbox
+    xfce4-panel xdotool imagemagick pulseaudio desktop-file-utils appstream shellcheck)
+check_packages=(clang-format clang-tidy)
 bench_packages=(libbenchmark-dev)
 
 # Installs those of the named packages that are missing, with sudo when not root.
