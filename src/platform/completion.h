@@ -1,8 +1,9 @@
 #pragma once
 
-#include <coroutine>
-#include <optional>
+#include <optional> // before <coroutine>: moc 6.4 cannot read that as the first standard header
 #include <utility>
+
+#include <coroutine>
 
 namespace kestrune {
 

@@ -1,5 +1,6 @@
 #include "platform/qthttpclient.h"
 
+#include "platform/decompression.h"
 #include "platform/proxychoice.h"
 
 #include <QBasicTimer>
@@ -8,6 +9,7 @@
 #include <QTimerEvent>
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 namespace kestrune {
@@ -20,6 +22,9 @@ using Steady = std::chrono::steady_clock;
 constexpr int openPerPool = 6; // Qt's connections to one host
 constexpr int mostRedirects = 10;
 constexpr auto idlePoolLife = 60s;
+// A server that sends header lines without end keeps Qt's thread busy, abort or not, and every later request
+// of that manager waits for ever. After so many requests without an answer the next go to a new manager.
+constexpr int mostSilences = 2;
 
 bool isHttp(const QUrl &url)
 {
@@ -28,34 +33,74 @@ bool isHttp(const QUrl &url)
            (url.scheme() == QLatin1String("https") || url.scheme() == QLatin1String("http"));
 }
 
-// A 4xx or 5xx status sets an error although the transfer itself went well. A 200 with such an error had a
-// body that could not be decompressed.
-bool isComplete(const QNetworkReply &reply)
+// A 4xx or 5xx status sets an error although the transfer itself went well: one of the content, one of the
+// server, or (400 and 418) that of an invalid operation.
+bool isErrorOfStatus(const QNetworkReply &reply)
 {
-    const int error = reply.error();
-    if (error == QNetworkReply::NoError)
-        return true;
     constexpr int firstBadStatus = 400;
-    const int status = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    const bool ofStatus =
-        (error >= QNetworkReply::ContentAccessDenied && error <= QNetworkReply::UnknownContentError) ||
-        (error >= QNetworkReply::InternalServerError && error <= QNetworkReply::UnknownServerError);
-    return status >= firstBadStatus && ofStatus;
+    const int error = reply.error();
+    return reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt() >= firstBadStatus &&
+           ((error >= QNetworkReply::ContentAccessDenied && error <= QNetworkReply::UnknownContentError) ||
+            (error >= QNetworkReply::InternalServerError && error <= QNetworkReply::UnknownServerError) ||
+            error == QNetworkReply::ProtocolInvalidOperationError);
 }
 
-QNetworkRequest makeRequest(const QUrl &url, const std::vector<HttpHeader> &headers, qint64 maxBody)
+// Whether all that was promised has come. Qt takes a connection that breaks within the body for its end in
+// some orders of events, so the length is compared here. A body in chunks carries no length: what a cut one
+// lacks shows when it is unpacked or, where it is not packed, only when it is parsed.
+bool isComplete(const QNetworkReply &reply, qint64 received)
+{
+    if (reply.error() != QNetworkReply::NoError && !isErrorOfStatus(reply))
+        return false;
+    const QByteArray length = reply.rawHeader("Content-Length").trimmed();
+    if (length.isEmpty() || reply.hasRawHeader("Transfer-Encoding"))
+        return true;
+    bool valid = false;
+    return length.toLongLong(&valid) == received && valid;
+}
+
+// The body without its content encoding; absent for a damaged one and for encodings nobody asked for.
+std::optional<QByteArray> decoded(const QNetworkReply &reply, QByteArray body, qint64 largest)
+{
+    const QByteArray encoding = reply.rawHeader("Content-Encoding").trimmed().toLower();
+    if (encoding.isEmpty() || encoding == "identity" || body.isEmpty())
+        return body;
+    if (encoding == "gzip" || encoding == "x-gzip" || encoding == "deflate")
+        return unpackGzip(body, largest);
+    return std::nullopt;
+}
+
+// Where a redirect leads; absent when the answer is none.
+std::optional<QUrl> redirectTarget(const QNetworkReply &reply)
+{
+    static constexpr std::array redirects{301, 302, 303, 307, 308};
+    const int status = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    if (reply.error() != QNetworkReply::NoError || !reply.hasRawHeader("Location") ||
+        std::find(redirects.begin(), redirects.end(), status) == redirects.end())
+        return std::nullopt;
+    return reply.url().resolved(QUrl::fromEncoded(reply.rawHeader("Location")));
+}
+
+// Neither away from http and https nor from https back to http.
+bool isSafeRedirect(const QUrl &from, const QUrl &to)
+{
+    return isHttp(to) && (to.scheme() == from.scheme() || to.scheme() == QLatin1String("https"));
+}
+
+QNetworkRequest makeRequest(const QUrl &url, const std::vector<HttpHeader> &headers)
 {
     QNetworkRequest request(url);
     for (const HttpHeader &header : headers)
         request.setRawHeader(header.name, header.value);
+    // Unpacked here: where Qt unpacks, it no longer notices that a body was cut off.
+    request.setRawHeader("Accept-Encoding", "gzip");
     // With HTTP/2 all requests to a host share one connection, and one that hangs takes all along.
     request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
     request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
     request.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
     request.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
-    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::NoLessSafeRedirectPolicy);
-    request.setMaximumRedirectsAllowed(mostRedirects);
-    request.setDecompressedSafetyCheckThreshold(maxBody);
+    // Followed here: Qt at times merges the headers of the redirect into those of the answer.
+    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
     return request;
 }
 
@@ -70,27 +115,30 @@ public:
         m_manager.setProxyFactory(new ProxyChoice); // the manager owns it
     }
 
-    [[nodiscard]] QNetworkReply *get(const QNetworkRequest &request)
-    {
-        ++m_open;
-        return m_manager.get(request);
-    }
+    [[nodiscard]] QNetworkReply *get(const QNetworkRequest &request) { return m_manager.get(request); }
+    void take() { ++m_open; }
     void release()
     {
         --m_open;
         m_idleSince = Steady::now();
     }
     void retire() { m_retired = true; }
-    [[nodiscard]] bool hasRoom() const { return !m_retired && m_open < openPerPool; }
-    [[nodiscard]] bool isIdle() const { return m_open == 0; }
+    void noteAnswer() { m_silences = 0; }
+    void noteSilence() { ++m_silences; }
+    [[nodiscard]] bool hasRoom() const
+    {
+        return !m_retired && m_open < openPerPool && m_silences < mostSilences;
+    }
+    // A mute manager is kept a while too: deleting one whose thread is busy would block for seconds.
     [[nodiscard]] bool isSpent() const
     {
-        return isIdle() && (m_retired || Steady::now() - m_idleSince > idlePoolLife);
+        return m_open == 0 && (m_retired || Steady::now() - m_idleSince > idlePoolLife);
     }
 
 private:
     QNetworkAccessManager m_manager;
     int m_open = 0;
+    int m_silences = 0; // requests in a row that ran out of time without an answer
     bool m_retired = false;
     Steady::time_point m_idleSince = Steady::now();
 };
@@ -102,15 +150,11 @@ public:
     Transfer(QtHttpClient &client, Pool &pool, const QNetworkRequest &request)
         : m_client(client)
         , m_pool(pool)
-        , m_reply(pool.get(request))
+        , m_request(request)
         , m_deadline(Steady::now() + client.m_options.totalTimeout)
     {
-        connect(m_reply, &QNetworkReply::finished, this, [this] { finish(); });
-        connect(m_reply, &QNetworkReply::readyRead, this, [this] { receive(); });
-        connect(m_reply, &QNetworkReply::metaDataChanged, this, [this] { onHeaders(); });
-        connect(m_reply, &QNetworkReply::encrypted, this, [this] { onProgress(); });
-        connect(m_reply, &QNetworkReply::redirected, this, [this] { onProgress(); });
-        onProgress();
+        m_pool.take();
+        send();
         arm();
     }
 
@@ -125,7 +169,8 @@ public:
         m_timer.stop();
         const auto completion = m_completion;
         delete this;
-        completion->complete(std::nullopt);
+        const Body nothing;
+        completion->complete(nothing);
     }
 
 private:
@@ -133,9 +178,47 @@ private:
     {
         // Progress only moves the limit; the timer finds out when it fires.
         if (Steady::now() < limit())
-            arm();
-        else
-            m_reply->abort(); // finishes inside this call
+            return arm();
+        if (!m_answered)
+            m_pool.noteSilence();
+        m_reply->abort(); // finishes inside this call
+    }
+
+    void send()
+    {
+        m_reply = m_pool.get(m_request);
+        connect(m_reply, &QNetworkReply::finished, this, [this] { finish(); });
+        connect(m_reply, &QNetworkReply::readyRead, this, [this] { receive(); });
+        connect(m_reply, &QNetworkReply::metaDataChanged, this, [this] { onHeaders(); });
+        connect(m_reply, &QNetworkReply::encrypted, this, [this] { onProgress(); });
+        onProgress();
+    }
+
+    // True when the answer only led to another request.
+    bool follow()
+    {
+        const auto target = redirectTarget(*m_reply);
+        if (!target || m_tooLarge)
+            return false;
+        if (m_redirects >= mostRedirects || !isSafeRedirect(m_reply->url(), *target)) {
+            m_refused = true;
+            return false;
+        }
+        ++m_redirects;
+        m_body.clear();
+        leaveReply();
+        m_request.setUrl(*target);
+        send();
+        return true;
+    }
+
+    // Called inside a signal of the reply, and what resumes afterwards may end the client and its managers:
+    // the reply must not go with them.
+    void leaveReply()
+    {
+        disconnect(m_reply, nullptr, this, nullptr);
+        m_reply->setParent(nullptr);
+        m_reply->deleteLater();
     }
 
     [[nodiscard]] Steady::time_point limit() const
@@ -154,6 +237,8 @@ private:
     void onHeaders()
     {
         onProgress();
+        m_answered = true;
+        m_pool.noteAnswer();
         const QVariant length = m_reply->header(QNetworkRequest::ContentLengthHeader);
         if (length.isValid() && length.toLongLong() > m_client.m_options.maxBody)
             abort();
@@ -179,16 +264,14 @@ private:
     {
         if (!m_tooLarge && m_reply->bytesAvailable() > 0)
             receive();
+        if (follow())
+            return;
         Body result;
-        if (!m_tooLarge && isComplete(*m_reply))
-            result = std::move(m_body);
+        if (!m_tooLarge && !m_refused && isComplete(*m_reply, m_body.size()))
+            result = decoded(*m_reply, std::move(m_body), m_client.m_options.maxBody);
         m_timer.stop();
-        disconnect(m_reply, nullptr, this, nullptr);
-        // This runs inside a signal of the reply, and what resumes now may end the client and its managers:
-        // neither the reply nor this may go with them.
-        m_reply->setParent(nullptr);
-        m_reply->deleteLater();
-        deleteLater();
+        leaveReply();
+        deleteLater(); // not at once, for the same reason
         m_pool.release();
         m_client.forget(this);
         m_completion->complete(std::move(result));
@@ -196,12 +279,16 @@ private:
 
     QtHttpClient &m_client;
     Pool &m_pool;
-    QNetworkReply *m_reply;
+    QNetworkRequest m_request;
+    QNetworkReply *m_reply = nullptr;
     QBasicTimer m_timer;
     Steady::time_point m_deadline;
     Steady::time_point m_lastProgress;
     QByteArray m_body;
+    bool m_answered = false;
     bool m_tooLarge = false;
+    bool m_refused = false;
+    int m_redirects = 0;
     std::shared_ptr<Completion<Body>> m_completion = std::make_shared<Completion<Body>>();
 };
 
@@ -224,7 +311,7 @@ QCoro::Task<std::optional<QByteArray>> QtHttpClient::get(QUrl url, std::vector<H
     if (m_closing || !isHttp(url))
         co_return std::nullopt;
     discardIdlePools();
-    auto *transfer = new Transfer(*this, poolWithRoom(), makeRequest(url, headers, m_options.maxBody));
+    auto *transfer = new Transfer(*this, poolWithRoom(), makeRequest(url, headers));
     m_transfers.push_back(transfer);
     const auto completion = transfer->completion();
     co_return co_await *completion;

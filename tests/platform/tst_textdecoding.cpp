@@ -3,6 +3,8 @@
 
 #include <QTest>
 
+#include <iconv.h>
+
 using namespace kestrune;
 
 class TextDecodingTest : public QObject
@@ -12,6 +14,7 @@ private Q_SLOTS:
     void decodes_data();
     void decodes();
     void longTextStaysWhole();
+    void everyTwoByteAndFourByteFormRoundTrips();
 };
 
 // Byte values after the GB 18030-2005 mapping table; 0x30 to 0x39 in second place opens a four-byte
@@ -59,6 +62,32 @@ void TextDecodingTest::longTextStaysWhole()
     const QByteArray piece = "\xB9\xF3\xD6\xDD\x95\x32\x82\x36,";
     QCOMPARE(decodeGb18030(piece.repeated(100'000)), QStringLiteral("贵州\U00020000,").repeated(100'000));
     QCOMPARE(decodeGb18030(piece.repeated(100'000) + '\x81'), QString());
+}
+
+// Against an independent encoder, the C library's, over whole ranges of characters.
+void TextDecodingTest::everyTwoByteAndFourByteFormRoundTrips()
+{
+    const iconv_t encoder = iconv_open("GB18030", "UTF-8");
+    QVERIFY(encoder != reinterpret_cast<iconv_t>(-1));
+    QString expected;
+    for (char32_t c = 0x20; c < 0x2FA1E; ++c) {
+        if (QChar::isSurrogate(c) || QChar::isNonCharacter(c) || (c >= 0xE000 && c <= 0xF8FF))
+            continue; // the private area differs between editions of the standard
+        if (c == 0x1E3F || c == 0x20087 || c == 0x20089 || c == 0x200CC || c == 0x215D7 || c == 0x2298F ||
+            c == 0x241FE || (c >= 0x9FB4 && c <= 0x9FBB) || (c >= 0xFE10 && c <= 0xFE19))
+            continue; // moved by later editions
+        expected += QChar::fromUcs4(c);
+    }
+    QByteArray utf8 = expected.toUtf8();
+    QByteArray encoded(4 * expected.size(), 0);
+    char *in = utf8.data();
+    char *out = encoded.data();
+    std::size_t inLeft = static_cast<std::size_t>(utf8.size());
+    std::size_t outLeft = static_cast<std::size_t>(encoded.size());
+    QCOMPARE(iconv(encoder, &in, &inLeft, &out, &outLeft), std::size_t(0));
+    iconv_close(encoder);
+    encoded.chop(static_cast<qsizetype>(outLeft));
+    QVERIFY(decodeGb18030(encoded) == expected);
 }
 
 KESTRUNE_TEST(TextDecodingTest)

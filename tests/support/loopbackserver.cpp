@@ -38,10 +38,10 @@ QByteArray head(const LoopbackServer::Answer &answer)
 
 QByteArray LoopbackServer::Request::header(const QByteArray &name) const
 {
-    for (const QByteArray &line : headers.split('\n')) {
-        const qsizetype colon = line.indexOf(':');
-        if (colon > 0 && line.left(colon).trimmed().compare(name, Qt::CaseInsensitive) == 0)
-            return line.mid(colon + 1).trimmed();
+    for (const QByteArray &entry : headers.split('\n')) {
+        const qsizetype colon = entry.indexOf(':');
+        if (colon > 0 && entry.left(colon).trimmed().compare(name, Qt::CaseInsensitive) == 0)
+            return entry.mid(colon + 1).trimmed();
     }
     return {};
 }
@@ -123,7 +123,7 @@ void LoopbackServer::read(QTcpSocket *socket, int connection)
     pending.remove(0, end + 4);
 
     const QByteArray target = m_requests.back().line.split(' ').value(1);
-    const auto found = m_answers.find(QString::fromLatin1(target.left(target.indexOf('?'))));
+    const auto found = m_answers.find(QString::fromLatin1(target.split('?').first()));
     Answer told;
     if (found != m_answers.end())
         told = found->second;

@@ -43,7 +43,7 @@ public:
     {
         QByteArray body;
         int status = 200;
-        std::vector<QByteArray> headers; // whole lines without the line end
+        std::vector<QByteArray> headers = {}; // whole lines without the line end
         Fault fault = Fault::none;
         std::chrono::milliseconds delay{0};     // before the first byte
         std::chrono::milliseconds interval{20}; // of a drip
@@ -88,12 +88,12 @@ private:
     void sendEndlessly(QTcpSocket *socket, const QByteArray &piece);
     static void reset(QTcpSocket *socket);
 
-    QTcpServer m_server;
     std::map<QString, Answer> m_answers;
     std::map<QTcpSocket *, QByteArray> m_pending;
     std::vector<Request> m_requests;
     int m_connections = 0;
     qint64 m_bytesSent = 0;
+    QTcpServer m_server; // goes first: its sockets still report that they close
 };
 
 } // namespace kestrune::test
