@@ -74,8 +74,11 @@ Collapsible::Collapsible(QWidget *content, QWidget *parent)
     m_content->installEventFilter(this);
     m_animation->setDuration(foldMilliseconds);
     m_animation->setEasingCurve(QEasingCurve::InOutQuad);
-    connect(m_animation, &QVariantAnimation::valueChanged, this,
-            [this](const QVariant &value) { setShare(value.toDouble()); });
+    connect(m_animation, &QVariantAnimation::valueChanged, this, [this](const QVariant &value) {
+        // New end points announce a value of their own, before the start.
+        if (m_animation->state() == QAbstractAnimation::Running)
+            setShare(value.toDouble());
+    });
 }
 
 void Collapsible::setExpanded(bool expanded)
@@ -138,7 +141,7 @@ void Collapsible::setShare(double share)
     if (m_share == share)
         return;
     m_share = share;
-    if (share <= 0)
+    if (share <= 0 && !m_expanded)
         m_content->hide(); // out of reach for Tab and readers
     placeContent();
     updateGeometry();

@@ -1,6 +1,7 @@
 #include "panel/panelmodel.h"
 
 #include "analysis/priceformat.h"
+#include "state/fixedtext.h"
 
 #include <QDateTime>
 #include <QUrl>
@@ -68,7 +69,7 @@ std::vector<std::optional<std::size_t>> matchRows(std::span<const Zone> current,
 
 QString changeText(double changePct)
 {
-    return (changePct >= 0 ? u"▲ "_s : u"▼ "_s) + QString::asprintf("%.2f%%", changePct);
+    return (changePct >= 0 ? u"▲ "_s : u"▼ "_s) + fixedText(changePct, 2) + u'%';
 }
 
 Tone changeTone(std::optional<double> changePct)
@@ -179,8 +180,7 @@ QString distancesText(std::optional<double> buyDistPct, std::optional<double> se
 {
     if (!buyDistPct || !sellDistPct)
         return u"暂无撑压数据"_s;
-    return u"距买点 "_s + QString::asprintf("%.2f", *buyDistPct) + u"% · 距卖点 "_s +
-           QString::asprintf("%.2f", *sellDistPct) + u"%"_s;
+    return u"距买点 "_s + fixedText(*buyDistPct, 2) + u"% · 距卖点 "_s + fixedText(*sellDistPct, 2) + u"%"_s;
 }
 
 QString marketNotice(bool demo, const std::optional<QString> &server)

@@ -238,11 +238,14 @@ void PopoverView::paintEvent(QPaintEvent *event)
     painter.fillRect(event->rect(), paletteOf(this).ground);
 }
 
-void PopoverView::showEvent(QShowEvent *event)
+// Brought up to date before it shows, so that nothing is seen moving to where it stood all the time.
+void PopoverView::setVisible(bool visible)
 {
-    QWidget::showEvent(event);
-    m_settings->fillFields();
-    updateNow();
+    if (visible && !isVisible()) {
+        m_settings->fillFields();
+        updateNow();
+    }
+    QWidget::setVisible(visible);
 }
 
 void PopoverView::hideEvent(QHideEvent *event)

@@ -53,6 +53,7 @@ public:
     void setSettingsExpanded(bool expanded);
     void showToast(const QString &message, bool isError);
 
+    void setVisible(bool visible) override;
     [[nodiscard]] QSize sizeHint() const override { return size(); }
 
 Q_SIGNALS:
@@ -61,7 +62,6 @@ Q_SIGNALS:
 
 protected:
     void paintEvent(QPaintEvent *event) override;
-    void showEvent(QShowEvent *event) override;
     void hideEvent(QHideEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;

@@ -1,5 +1,7 @@
 #include "panel/settingsinput.h"
 
+#include "state/fixedtext.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -44,12 +46,12 @@ int clampPerSide(qint64 count)
 
 QString thresholdFieldText(double percent)
 {
-    return QString::asprintf("%.1f", percent);
+    return fixedText(percent, 1);
 }
 
 QString rangeFieldText(double percent)
 {
-    return QString::asprintf("%.0f", percent);
+    return fixedText(percent, 0);
 }
 
 QString perSideFieldText(int count)
@@ -59,17 +61,17 @@ QString perSideFieldText(int count)
 
 QString riskFieldText(double percent)
 {
-    return QString::asprintf("%.1f", percent);
+    return fixedText(percent, 1);
 }
 
 QString leverageFieldText(double leverage)
 {
-    return QString::asprintf("%.0f", leverage);
+    return fixedText(leverage, 0);
 }
 
 QString accountFieldText(double account)
 {
-    return account > 0 ? QString::asprintf("%.0f", account) : QString();
+    return account > 0 ? fixedText(account, 0) : QString();
 }
 
 std::optional<double> acceptedRisk(const QString &text)

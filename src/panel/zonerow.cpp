@@ -6,6 +6,7 @@
 #include "panel/iconbutton.h"
 #include "panel/tag.h"
 #include "panel/typography.h"
+#include "state/fixedtext.h"
 
 #include <QAccessible>
 #include <QKeyEvent>
@@ -56,7 +57,8 @@ std::vector<TagContent> zoneTags(const Zone &zone)
 
 QString distanceText(double distPct)
 {
-    return QString::asprintf("%+.2f%%", distPct);
+    const QString digits = fixedText(distPct, 2);
+    return (digits.startsWith(u'-') ? digits : u'+' + digits) + u'%';
 }
 
 Tone distanceTone(double distPct)

@@ -48,9 +48,10 @@ private:
     void sortByPlace(QList<Widget *> &widgets) const
     {
         std::stable_sort(widgets.begin(), widgets.end(), [this](const Widget *a, const Widget *b) {
-            const QPoint at = a->mapTo(view.get(), QPoint(0, 0));
-            const QPoint other = b->mapTo(view.get(), QPoint(0, 0));
-            return std::pair(at.y(), at.x()) < std::pair(other.y(), other.x());
+            // Widgets of one row are centred on one line, give or take a pixel.
+            const QPoint at = a->mapTo(view.get(), a->rect().center());
+            const QPoint other = b->mapTo(view.get(), b->rect().center());
+            return std::pair(at.y() / 8, at.x()) < std::pair(other.y() / 8, other.x());
         });
     }
 };

@@ -1,0 +1,314 @@
+#include "panel/panelmodel.h"
+#include "panel/settingsinput.h"
+#include "support/testregistry.h"
+#include "zonebuilder.h"
+
+#include <QTest>
+
+#include <limits>
+
+using namespace kestrune;
+using namespace kestrune::test;
+
+namespace {
+
+TradePlan planOf(PlanGrade grade, TradeDirection dir)
+{
+    TradePlan plan{};
+    plan.grade = grade;
+    plan.dir = dir;
+    return plan;
+}
+
+TimeframeSignal signalOf(SignalType type)
+{
+    return {u"4H"_s, 0, type, u"均线多头"_s};
+}
+
+std::vector<double> mids(const std::vector<Zone> &zones)
+{
+    std::vector<double> result;
+    for (const Zone &zone : zones)
+        result.push_back(zone.mid);
+    return result;
+}
+
+} // namespace
+
+class PanelModelTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void listedZonesAreTheBestOnesNearThePrice();
+    void listedZonesKeepTheirOrderAmongEquals();
+    void rowsAreMatchedByLevelThenByPlace();
+    void changeKeepsItsSign_data();
+    void changeKeepsItsSign();
+    void updateTimeIsLocal();
+    void signalsAreRedForBullish_data();
+    void signalsAreRedForBullish();
+    void planColourFollowsGradeAndDirection_data();
+    void planColourFollowsGradeAndDirection();
+    void planLinesPutWarningsApart_data();
+    void planLinesPutWarningsApart();
+    void composedTexts();
+    void numbersAreRead_data();
+    void numbersAreRead();
+    void limitsHold();
+    void acceptedValues_data();
+    void acceptedValues();
+    void fieldsSpellWhatIsSet();
+};
+
+void PanelModelTest::listedZonesAreTheBestOnesNearThePrice()
+{
+    const std::vector<Zone> zones{
+        makeZone(u"resistance"_s, 101, 1, 1),  makeZone(u"resistance"_s, 102, 2, 3),
+        makeZone(u"support"_s, 99, -1, 5),     makeZone(u"resistance"_s, 104, 4, 3),
+        makeZone(u"resistance"_s, 103, 3, 2),  makeZone(u"current"_s, 100, 0, 9),
+        makeZone(u"resistance"_s, 112, 12, 1), makeZone(u"resistance"_s, 112.1, 12.01, 9),
+        makeZone(u"support"_s, 95, -5, 5),     makeZone(u"support"_s, 97, -3, 1),
+    };
+    // Of confirm 1, 3, 3, 2 the two threes, the farther of them on top.
+    QCOMPARE(mids(listedZones(zones, u"resistance", 12, 2)), (std::vector<double>{104, 102}));
+    // The range is inclusive; what lies beyond it does not count however strong it is.
+    QCOMPARE(mids(listedZones(zones, u"resistance", 12, 9)), (std::vector<double>{112, 104, 103, 102, 101}));
+    // Supports start at the price; the sign of the distance plays no part.
+    QCOMPARE(mids(listedZones(zones, u"support", 12, 9)), (std::vector<double>{99, 97, 95}));
+    QCOMPARE(mids(listedZones(zones, u"support", 12, 1)), (std::vector<double>{99}));
+    QVERIFY(listedZones(zones, u"support", 12, 0).empty());
+    QVERIFY(listedZones({}, u"support", 12, 5).empty());
+}
+
+void PanelModelTest::listedZonesKeepTheirOrderAmongEquals()
+{
+    const std::vector<Zone> zones{makeZone(u"support"_s, 1, -2, 1), makeZone(u"support"_s, 2, 2, 1),
+                                  makeZone(u"support"_s, 3, -2, 1)};
+    QCOMPARE(mids(listedZones(zones, u"support", 12, 2)), (std::vector<double>{1, 2}));
+    QCOMPARE(mids(listedZones(zones, u"support", 12, 3)), (std::vector<double>{1, 2, 3}));
+}
+
+void PanelModelTest::rowsAreMatchedByLevelThenByPlace()
+{
+    using Matches = std::vector<std::optional<std::size_t>>;
+    const auto zone = [](double mid, const char *type = "support") {
+        return makeZone(QString::fromLatin1(type), mid);
+    };
+    const std::vector<Zone> shown{zone(1), zone(2), zone(3)};
+    QCOMPARE(matchRows(shown, std::vector<Zone>{zone(1), zone(2), zone(3)}), (Matches{0, 1, 2}));
+    QCOMPARE(matchRows(shown, std::vector<Zone>{zone(3), zone(1)}), (Matches{2, 0})); // moved and gone
+    QCOMPARE(matchRows(shown, std::vector<Zone>{zone(1), zone(9), zone(3)}),
+             (Matches{0, 1, 2})); // same place
+    QCOMPARE(matchRows(shown, std::vector<Zone>{zone(9), zone(1), zone(2), zone(3)}),
+             (Matches{std::nullopt, 0, 1, 2})); // the place is taken by its own level
+    QCOMPARE(matchRows(shown, std::vector<Zone>{zone(1, "resistance")}), (Matches{std::nullopt}));
+    QCOMPARE(matchRows(std::vector<Zone>{zone(1), zone(1)}, std::vector<Zone>{zone(1), zone(1)}),
+             (Matches{0, 1})); // each row once
+}
+
+void PanelModelTest::changeKeepsItsSign_data()
+{
+    QTest::addColumn<double>("change");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("green");
+    QTest::newRow("a rise") << 2.345 << u"▲ 2.35%"_s << true; // the binary value lies above the half
+    QTest::newRow("a fall has arrow and sign") << -1.23 << u"▼ -1.23%"_s << false;
+    QTest::newRow("no change counts as a rise") << 0.0 << u"▲ 0.00%"_s << true;
+    QTest::newRow("a fall too small to show") << -0.001 << u"▼ -0.00%"_s << false;
+}
+
+void PanelModelTest::changeKeepsItsSign()
+{
+    QFETCH(double, change);
+    QFETCH(QString, text);
+    QFETCH(bool, green);
+    QCOMPARE(changeText(change), text);
+    QCOMPARE(changeTone(change), green ? Tone::green : Tone::red);
+    QCOMPARE(changeTone(std::nullopt), Tone::green);
+}
+
+void PanelModelTest::updateTimeIsLocal()
+{
+    const QByteArray zone = qgetenv("TZ");
+    qputenv("TZ", "Asia/Shanghai");
+    tzset();
+    const Instant instant{std::chrono::seconds(1767601805) + std::chrono::milliseconds(999)};
+    const QString shanghai = updateText(instant);
+    qputenv("TZ", zone);
+    tzset();
+    QCOMPARE(shanghai, u"更新 16:30:05"_s);
+}
+
+void PanelModelTest::signalsAreRedForBullish_data()
+{
+    QTest::addColumn<SignalType>("signal");
+    QTest::addColumn<Tone>("tone");
+    QTest::newRow("strong bull") << SignalType::strongBull << Tone::red;
+    QTest::newRow("bull") << SignalType::bull << Tone::red;
+    QTest::newRow("neutral") << SignalType::neutral << Tone::orange;
+    QTest::newRow("bear") << SignalType::bear << Tone::green;
+    QTest::newRow("strong bear") << SignalType::strongBear << Tone::green;
+}
+
+void PanelModelTest::signalsAreRedForBullish()
+{
+    QFETCH(SignalType, signal);
+    QFETCH(Tone, tone);
+    QCOMPARE(signalTone(signal), tone);
+    // The last signal alone decides about the conclusion.
+    const std::vector<TimeframeSignal> snapshot{signalOf(SignalType::bull), signalOf(SignalType::bear),
+                                                signalOf(signal)};
+    QCOMPARE(conclusionTone(snapshot), tone);
+    QCOMPARE(conclusionTone({}), Tone::secondary);
+}
+
+void PanelModelTest::planColourFollowsGradeAndDirection_data()
+{
+    QTest::addColumn<PlanGrade>("grade");
+    QTest::addColumn<TradeDirection>("dir");
+    QTest::addColumn<Tone>("tone");
+    QTest::newRow("a good long") << PlanGrade::good << TradeDirection::long_ << Tone::red;
+    QTest::newRow("a good short") << PlanGrade::good << TradeDirection::short_ << Tone::green;
+    QTest::newRow("a fair long") << PlanGrade::fair << TradeDirection::long_ << Tone::orange;
+    QTest::newRow("a poor short") << PlanGrade::poor << TradeDirection::short_ << Tone::secondary;
+}
+
+void PanelModelTest::planColourFollowsGradeAndDirection()
+{
+    QFETCH(PlanGrade, grade);
+    QFETCH(TradeDirection, dir);
+    QFETCH(Tone, tone);
+    QCOMPARE(planTone(planOf(grade, dir)), tone);
+}
+
+void PanelModelTest::planLinesPutWarningsApart_data()
+{
+    QTest::addColumn<QStringList>("texts"); // position, tip, session; null for none
+    QTest::addColumn<QStringList>("lines"); // warnings behind a "!"
+    QTest::newRow("a tip alone") << QStringList{{}, u"震荡市"_s, {}} << QStringList{u"震荡市"_s};
+    QTest::newRow("position, tip and session in this order")
+        << QStringList{u"建议仓位 5,000"_s, u"顺大势"_s, u"周末流动性低"_s}
+        << QStringList{u"建议仓位 5,000"_s, u"顺大势"_s, u"!周末流动性低"_s};
+    QTest::newRow("a tip that is a warning")
+        << QStringList{{}, u"⚠️ 逐仓 20x 杠杆会先被强平，建议降到 15x"_s, {}}
+        << QStringList{u"!逐仓 20x 杠杆会先被强平，建议降到 15x"_s};
+    QTest::newRow("a warning behind the position")
+        << QStringList{u"建议仓位 5,000 · 逐仓 50x 保证金 100（亏了只亏 100） · ⚠️ 杠杆偏高"_s,
+                       u"顺大势"_s,
+                       {}}
+        << QStringList{u"建议仓位 5,000 · 逐仓 50x 保证金 100（亏了只亏 100）"_s, u"!杠杆偏高"_s,
+                       u"顺大势"_s};
+}
+
+void PanelModelTest::planLinesPutWarningsApart()
+{
+    QFETCH(QStringList, texts);
+    QFETCH(QStringList, lines);
+    const auto given = [&](qsizetype i) {
+        return texts[i].isNull() ? std::nullopt : std::optional(texts[i]);
+    };
+    TradePlan plan = planOf(PlanGrade::good, TradeDirection::long_);
+    plan.positionText = given(0);
+    plan.tip = texts[1];
+    plan.sessionText = given(2);
+    QStringList shown;
+    for (const PlanLine &line : planLines(plan))
+        shown.append((line.isWarning ? u"!"_s : QString()) + line.text);
+    QCOMPARE(shown, lines);
+}
+
+void PanelModelTest::composedTexts()
+{
+    QCOMPARE(pickedZoneTitle(1234.5, u"support", 1), u"支撑 1,234.5 · 做多"_s);
+    QCOMPARE(pickedZoneTitle(0.0000123, u"resistance", 6), u"阻力 0.000012 · 做空"_s);
+    QCOMPARE(costText(0.15), u"已扣 0.15% 手续费成本"_s);
+    QCOMPARE(costText(0.3), u"已扣 0.3% 手续费成本"_s);
+    QCOMPARE(signalTip(signalOf(SignalType::bull)), u"4H：均线多头"_s);
+    QCOMPARE(distancesText(1.2, 3.449), u"距买点 1.20% · 距卖点 3.45%"_s);
+    QCOMPARE(distancesText(1.2, std::nullopt), u"暂无撑压数据"_s);
+    QCOMPARE(distancesText(std::nullopt, 1.2), u"暂无撑压数据"_s);
+    QCOMPARE(marketNotice(true, std::nullopt), u"演示行情"_s);
+    QCOMPARE(marketNotice(false, u"http://127.0.0.1:8080/prefix"_s), u"行情服务器 127.0.0.1"_s);
+    QVERIFY(marketNotice(false, std::nullopt).isEmpty());
+}
+
+void PanelModelTest::numbersAreRead_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("decimal");
+    QTest::addColumn<bool>("whole");
+    QTest::newRow("a whole number") << u"25"_s << true << true;
+    QTest::newRow("blanks around it") << u" 25 "_s << true << true;
+    QTest::newRow("a fraction") << u"2.5"_s << true << false;
+    QTest::newRow("a decimal comma") << u"2,5"_s << false << false;
+    QTest::newRow("grouping") << u"1,000"_s << false << false;
+    QTest::newRow("an exponent") << u"1e2"_s << true << false;
+    QTest::newRow("signs") << u"-3"_s << true << true;
+    QTest::newRow("another base") << u"0x10"_s << false << false;
+    QTest::newRow("words") << u"abc"_s << false << false;
+    QTest::newRow("a unit behind") << u"5%"_s << false << false;
+    QTest::newRow("nothing") << QString() << false << false;
+    QTest::newRow("infinity") << u"inf"_s << false << false;
+    QTest::newRow("not a number") << u"nan"_s << false << false;
+    QTest::newRow("beyond all doubles") << u"1e999"_s << false << false;
+    QTest::newRow("beyond all integers") << u"99999999999999999999"_s << true << false;
+}
+
+void PanelModelTest::numbersAreRead()
+{
+    QFETCH(QString, text);
+    QTEST(parseDecimal(text).has_value(), "decimal");
+    QTEST(parseWhole(text).has_value(), "whole");
+}
+
+void PanelModelTest::limitsHold()
+{
+    QCOMPARE(clampThreshold(25), 20.0);
+    QCOMPARE(clampThreshold(0.4), 0.5);
+    QCOMPARE(clampThreshold(7.3), 7.3);
+    QCOMPARE(clampRange(1), 2.0);
+    QCOMPARE(clampRange(31), 30.0);
+    QCOMPARE(clampPerSide(0), 1);
+    QCOMPARE(clampPerSide(std::numeric_limits<qint64>::max()), 10);
+}
+
+void PanelModelTest::acceptedValues_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<double>("risk");     // -1 where rejected
+    QTest::addColumn<double>("leverage"); // -1 where rejected
+    QTest::addColumn<double>("account");
+    QTest::addColumn<double>("alert"); // -1 where rejected
+    QTest::newRow("an ordinary number") << u"12"_s << 12.0 << 12.0 << 12.0 << 12.0;
+    QTest::newRow("below one") << u"0.5"_s << 0.5 << -1.0 << 0.5 << 0.5;
+    QTest::newRow("exactly one") << u"1"_s << 1.0 << 1.0 << 1.0 << 1.0;
+    QTest::newRow("more than the highest leverage") << u"200"_s << 200.0 << 125.0 << 200.0 << 200.0;
+    QTest::newRow("zero") << u"0"_s << -1.0 << -1.0 << 0.0 << -1.0;
+    QTest::newRow("negative") << u"-5"_s << -1.0 << -1.0 << -5.0 << -1.0;
+    QTest::newRow("grouped") << u"12,000"_s << -1.0 << -1.0 << 12000.0 << -1.0;
+    QTest::newRow("empty") << QString() << -1.0 << -1.0 << 0.0 << -1.0;
+    QTest::newRow("infinite") << u"inf"_s << -1.0 << -1.0 << 0.0 << -1.0;
+}
+
+void PanelModelTest::acceptedValues()
+{
+    QFETCH(QString, text);
+    QTEST(acceptedRisk(text).value_or(-1), "risk");
+    QTEST(acceptedLeverage(text).value_or(-1), "leverage");
+    QTEST(accountFromText(text), "account");
+    QTEST(acceptedAlertPrice(text).value_or(-1), "alert");
+}
+
+void PanelModelTest::fieldsSpellWhatIsSet()
+{
+    QCOMPARE(thresholdFieldText(20), u"20.0"_s);
+    QCOMPARE(rangeFieldText(12.4), u"12"_s);
+    QCOMPARE(perSideFieldText(10), u"10"_s);
+    QCOMPARE(riskFieldText(1), u"1.0"_s);
+    QCOMPARE(leverageFieldText(12.5), u"12"_s); // as printf rounds
+    QCOMPARE(accountFieldText(12000.4), u"12000"_s);
+    QVERIFY(accountFieldText(0).isEmpty() && accountFieldText(-5).isEmpty());
+}
+
+KESTRUNE_TEST(PanelModelTest)
+#include "tst_panelmodel.moc"

@@ -1,0 +1,242 @@
+#include "panel/chip.h"
+#include "panel/inputfield.h"
+#include "panel/textlabel.h"
+#include "panelfixture.h"
+#include "support/testregistry.h"
+
+using namespace kestrune;
+using namespace kestrune::test;
+
+namespace {
+
+/// A shown panel with its settings unfolded.
+class Settings : public PanelFixture
+{
+public:
+    Settings()
+    {
+        fillMarket();
+        view->show();
+        settle();
+        click(u"设置"_s);
+        QTest::qWait(250); // unfolds
+    }
+
+    [[nodiscard]] InputField *field(const QString &name) const
+    {
+        for (InputField *found : shown<InputField>()) {
+            if (found->accessibleName() == name)
+                return found;
+        }
+        return nullptr;
+    }
+    /// Types into a field, submits, and gives what it shows then.
+    QString enter(const QString &name, const QString &text)
+    {
+        InputField *input = field(name);
+        if (!input)
+            return u"no such field"_s;
+        input->selectAll();
+        QTest::keyClick(input, Qt::Key_Backspace);
+        QTest::keyClicks(input, text);
+        QTest::keyClick(input, Qt::Key_Return);
+        settle();
+        return input->text();
+    }
+};
+
+const QString threshold = u"买卖预警阈值 (%)"_s;
+const QString range = u"显示范围 ±(%)"_s;
+const QString perSide = u"每侧最多(个)"_s;
+const QString account = u"账户总额"_s;
+const QString risk = u"单笔最多亏 (%)"_s;
+const QString leverage = u"开单杠杆 (x)"_s;
+
+} // namespace
+
+class PanelSettingsTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void fieldsTakeNumbersAndSpellThemBack_data();
+    void fieldsTakeNumbersAndSpellThemBack();
+    void steppersStayWithinTheLimits_data();
+    void steppersStayWithinTheLimits();
+    void fieldsAreFilledWhenTheyAppear();
+    void theLiveDistancesFollowThePrice();
+    void segmentsChangeEverythingThatDependsOnThem();
+    void stocksHaveNoLeverageAndNoMargin();
+    void switchesAndChoicesReachTheState();
+    void theMarketContextUnfoldsAndRemembers();
+};
+
+void PanelSettingsTest::fieldsTakeNumbersAndSpellThemBack_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<QString>("shown");
+    QTest::addColumn<double>("stored");
+    QTest::newRow("a threshold above the limit") << threshold << u"25"_s << u"20.0"_s << 20.0;
+    QTest::newRow("a threshold that is no number") << threshold << u"abc"_s << u"2.5"_s << 2.5;
+    QTest::newRow("a threshold keeps its decimals inside") << threshold << u"3.26"_s << u"3.3"_s << 3.26;
+    QTest::newRow("a range below the limit") << range << u"1"_s << u"2"_s << 2.0;
+    QTest::newRow("an endless range") << range << u"inf"_s << u"12"_s << 12.0;
+    QTest::newRow("a count") << perSide << u"3"_s << u"3"_s << 3.0;
+    QTest::newRow("a fraction of a zone") << perSide << u"3.5"_s << u"5"_s << 5.0;
+    QTest::newRow("a huge count") << perSide << u"99999999999"_s << u"10"_s << 10.0;
+    QTest::newRow("an account with grouping") << account << u"12,000"_s << u"12,000"_s << 12000.0;
+    QTest::newRow("an empty account") << account << QString() << QString() << 0.0;
+    QTest::newRow("an account that is no number") << account << u"x"_s << u"x"_s << 0.0;
+    QTest::newRow("a risk without limit") << risk << u"150"_s << u"150"_s << 150.0;
+    QTest::newRow("no risk") << risk << u"0"_s << u"1.0"_s << 1.0;
+    QTest::newRow("a leverage below one") << leverage << u"0.5"_s << u"10"_s << 10.0;
+    QTest::newRow("a leverage above the limit stays as typed") << leverage << u"200"_s << u"200"_s << 125.0;
+}
+
+void PanelSettingsTest::fieldsTakeNumbersAndSpellThemBack()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, typed);
+    QFETCH(QString, shown);
+    QFETCH(double, stored);
+    Settings fixture;
+    fixture.state->accountSize = 77;
+    QCOMPARE(fixture.enter(name, typed), shown);
+    const AppState &state = *fixture.state;
+    const std::map<QString, double> values{
+        {threshold, state.signalThreshold()}, {range, state.displayRangePct()}, {perSide, state.maxPerSide()},
+        {account, state.accountSize()},       {risk, state.riskPctPerTrade()},  {leverage, state.leverage()},
+    };
+    QCOMPARE(values.at(name), stored);
+}
+
+void PanelSettingsTest::steppersStayWithinTheLimits_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("start");
+    QTest::addColumn<QString>("down");
+    QTest::addColumn<QString>("up");
+    QTest::newRow("threshold") << threshold << u"2.5"_s << u"2.0"_s << u"3.0"_s;
+    QTest::newRow("threshold at its lowest") << threshold << u"0.5"_s << u"0.5"_s << u"1.0"_s;
+    QTest::newRow("range at its lowest") << range << u"2"_s << u"2"_s << u"3"_s;
+    QTest::newRow("range at its highest") << range << u"30"_s << u"29"_s << u"30"_s;
+    QTest::newRow("count at its highest") << perSide << u"10"_s << u"9"_s << u"10"_s;
+    QTest::newRow("count at its lowest") << perSide << u"1"_s << u"1"_s << u"2"_s;
+}
+
+void PanelSettingsTest::steppersStayWithinTheLimits()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, start);
+    QFETCH(QString, down);
+    QFETCH(QString, up);
+    Settings fixture;
+    QCOMPARE(fixture.enter(name, start), start);
+    fixture.click(name + u" 减小"_s);
+    QCOMPARE(fixture.field(name)->text(), down);
+    fixture.enter(name, start);
+    fixture.field(name)->setText(u"half typed"_s); // a step counts from what is set
+    fixture.click(name + u" 增大"_s);
+    QCOMPARE(fixture.field(name)->text(), up);
+}
+
+void PanelSettingsTest::fieldsAreFilledWhenTheyAppear()
+{
+    Settings fixture;
+    QCOMPARE(fixture.field(threshold)->text(), u"2.5"_s);
+    QVERIFY(fixture.field(account)->text().isEmpty());
+    QCOMPARE(fixture.field(account)->placeholderText(), u"未设置"_s);
+    fixture.field(risk)->setText(u"half typed"_s);
+    fixture.tick(3500);
+    fixture.settle();
+    QCOMPARE(fixture.field(risk)->text(), u"half typed"_s); // a tick takes nothing away
+    fixture.state->accountSize = 5000;
+    fixture.view->hide();
+    fixture.view->show();
+    QCOMPARE(fixture.field(risk)->text(), u"1.0"_s);
+    QCOMPARE(fixture.field(account)->text(), u"5000"_s);
+    fixture.click(u"设置"_s);
+    QTest::qWait(250);
+    QVERIFY(!fixture.field(account));
+    fixture.state->accountSize = 0;
+    fixture.click(u"设置"_s);
+    QVERIFY(fixture.field(account)->text().isEmpty());
+}
+
+void PanelSettingsTest::theLiveDistancesFollowThePrice()
+{
+    Settings fixture;
+    QVERIFY(fixture.texts().contains(u"距买点 1.12% · 距卖点 2.07%"_s));
+    QCOMPARE(fixture.texts().count(u"接近支撑区 · 偏买入"_s), 2); // header and here
+    fixture.state->zones = {};
+    fixture.settle();
+    QVERIFY(fixture.texts().contains(u"暂无撑压数据"_s));
+    QCOMPARE(fixture.texts().count(u"中间区域 · 观望"_s), 2);
+}
+
+void PanelSettingsTest::segmentsChangeEverythingThatDependsOnThem()
+{
+    Settings fixture;
+    fixture.state->selectedZonePrice = 3418;
+    fixture.state->selectedZoneType = u"support"_s;
+    fixture.settle();
+    fixture.announcements.clear();
+    fixture.click(u"A股"_s);
+    QCOMPARE(fixture.announcements.mid(0, 3),
+             (QStringList{u"selectedZonePrice"_s, u"selectedZoneType"_s, u"market"_s}));
+    QCOMPARE(fixture.state->market(), MarketSegment::cn);
+    QVERIFY(!fixture.state->selectedZonePrice());
+    QCOMPARE(fixture.state->leverage(), 1.0);
+    QVERIFY(fixture.button(u"A股"_s)->isChecked() && fixture.button(u"周线"_s));
+    QCOMPARE(fixture.texts().value(0), u"600519 · A股"_s);
+    fixture.click(u"加密"_s);
+    QCOMPARE(fixture.field(leverage)->text(), u"1"_s); // switching back restores nothing
+}
+
+void PanelSettingsTest::stocksHaveNoLeverageAndNoMargin()
+{
+    Settings fixture;
+    QVERIFY(fixture.field(leverage) && fixture.button(u"全仓"_s));
+    fixture.state->market = MarketSegment::hk;
+    fixture.settle();
+    QVERIFY(!fixture.field(leverage) && !fixture.button(u"全仓"_s));
+    const QStringList texts = fixture.texts();
+    QVERIFY(texts.contains(u"股票市场不能做空，固定 1x（现货）"_s));
+    QVERIFY(texts.contains(u"股票现货无保证金模式"_s));
+    QVERIFY(texts.contains(u"股票市场固定 1x（现货）。填了账户额，开单助手按止损距离算出建议仓位。"_s));
+}
+
+void PanelSettingsTest::switchesAndChoicesReachTheState()
+{
+    Settings fixture;
+    const QString mini = u"极简模式（状态栏只显示价格数字）"_s;
+    fixture.click(mini);
+    QVERIFY(fixture.state->miniMode() && fixture.button(mini)->isChecked());
+    fixture.click(mini);
+    QVERIFY(!fixture.state->miniMode() && !fixture.button(mini)->isChecked());
+    fixture.click(u"全仓"_s);
+    QCOMPARE(fixture.state->marginMode(), MarginMode::cross);
+    QVERIFY(fixture.button(u"全仓"_s)->isChecked() && !fixture.button(u"逐仓"_s)->isChecked());
+}
+
+void PanelSettingsTest::theMarketContextUnfoldsAndRemembers()
+{
+    Settings fixture;
+    QAbstractButton *header = fixture.button(u"市场背景"_s);
+    QCOMPARE(header->toolTip(), u"展开 EMA/Vegas/RSI/MACD/ATR/VWAP 原始指标"_s);
+    QVERIFY(!fixture.texts().contains(u"RSI(14)"_s));
+    fixture.click(u"市场背景"_s);
+    QTest::qWait(250);
+    QVERIFY(fixture.state->marketContextExpanded());
+    QCOMPARE(header->toolTip(), u"收起原始指标"_s);
+    const QStringList texts = fixture.texts();
+    for (const QString &text : {u"趋势"_s, u"61.2 中性"_s, u"多头（柱为正）"_s, u"ATR(14) 止损参考"_s,
+                                fixture.state->atrText(), u"VWAP"_s, u"3,429"_s})
+        QVERIFY2(texts.contains(text), qPrintable(text));
+    fixture.state->ctxVWAP = std::nullopt;
+    fixture.settle();
+    QVERIFY(!fixture.texts().contains(u"VWAP"_s));
+}
+
+KESTRUNE_TEST(PanelSettingsTest)
+#include "tst_panelsettings.moc"
