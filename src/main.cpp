@@ -6,11 +6,16 @@
 #include "platform/systemclock.h"
 #include "snapshot/commandline.h"
 #include "snapshot/snapshotmode.h"
+#include "statusbar/desktop/appdelegate.h"
+#include "statusbar/desktop/desktopattention.h"
+#include "statusbar/desktop/singleinstance.h"
 
 #include <QApplication>
 
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
+#include <utility>
 
 namespace {
 
@@ -68,6 +73,24 @@ void detachFromDesktop()
     QGuiApplication::setDesktopSettingsAware(false);
 }
 
+/// Where Wayland and X11 are both offered, X11: only there can a window choose its place. Whoever has set a
+/// platform keeps it.
+void choosePlatform()
+{
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
+        !qEnvironmentVariableIsEmpty("DISPLAY"))
+        qputenv("QT_QPA_PLATFORM", "xcb;wayland");
+}
+
+void describeApplication()
+{
+    QCoreApplication::setApplicationName(u"kestrune-bar"_s);
+    QCoreApplication::setApplicationVersion(QStringLiteral(KESTRUNE_VERSION));
+    QGuiApplication::setApplicationDisplayName(u"Kestrune Bar"_s);
+    QGuiApplication::setDesktopFileName(u"org.kestrune.bar"_s);
+    QApplication::setQuitOnLastWindowClosed(false);
+}
+
 int runSnapshot(const SnapshotMode::Config &config, const AppState::Dependencies &dependencies,
                 const QString &notice)
 {
@@ -75,6 +98,20 @@ int runSnapshot(const SnapshotMode::Config &config, const AppState::Dependencies
     QObject::connect(&snapshot, &SnapshotMode::finished, qApp, &QCoreApplication::quit);
     snapshot.run();
     return QCoreApplication::exec();
+}
+
+int runInteractive(AppDelegate::Launch launch, SingleInstance *instance)
+{
+    AppDelegate delegate(std::move(launch), instance);
+    delegate.applicationDidFinishLaunching();
+    return QCoreApplication::exec();
+}
+
+/// Folders that may hold our modules: beside the program, and where the installation puts them.
+QStringList moduleFolders()
+{
+    const QString program = QCoreApplication::applicationDirPath();
+    return {program, program + u"/" KESTRUNE_MODULE_PATH ""_s};
 }
 
 } // namespace
@@ -96,13 +133,22 @@ int main(int argc, char **argv)
         detachFromDesktop();
     else if (!hasDisplay())
         return failWithoutDisplay();
+    else
+        choosePlatform();
 
     const QtMessageHandler messageHandler = qInstallMessageHandler(refuseDeadDisplay);
     QApplication::setStyle(u"Fusion"_s); // the panel draws with its own palette on every desktop
     QApplication application(argc, argv);
     qInstallMessageHandler(messageHandler);
-    QCoreApplication::setApplicationName(u"kestrune-bar"_s);
-    QCoreApplication::setApplicationVersion(QStringLiteral(KESTRUNE_VERSION));
+    describeApplication();
+
+    // A run on another market is an instance of its own.
+    std::unique_ptr<SingleInstance> instance;
+    if (!config && !line.demo && !line.marketServer) {
+        instance = std::make_unique<SingleInstance>(QDBusConnection::sessionBus());
+        if (instance->claim() == SingleInstance::Role::second)
+            return instance->activateFirst() ? 0 : fail(u"another instance runs but does not answer"_s, 1);
+    }
 
     std::unique_ptr<DemoMarket> demo;
     if (line.demo) {
@@ -117,10 +163,20 @@ int main(int argc, char **argv)
     JsonPreferences preferences(settingsFolder(line.demo));
     QtHttpClient cryptoHttp;
     QtHttpClient stockHttp;
-    QuietAttention attention;
+    std::unique_ptr<Attention> attention;
+    if (config)
+        attention = std::make_unique<QuietAttention>();
+    else
+        attention = std::make_unique<DesktopAttention>(moduleFolders());
     const AppState::Dependencies dependencies{
-        cryptoHttp,  stockHttp, clock,
-        preferences, attention, server ? Endpoints::via(*server) : Endpoints::live()};
-    return config ? runSnapshot(*config, dependencies, marketNotice(line.demo, line.marketServer))
-                  : fail(u"interactive start is not built yet"_s, 1);
+        cryptoHttp,  stockHttp,  clock,
+        preferences, *attention, server ? Endpoints::via(*server) : Endpoints::live()};
+    const QString notice = marketNotice(line.demo, line.marketServer);
+    if (config)
+        return runSnapshot(*config, dependencies, notice);
+    const auto dropConnections = [&] {
+        cryptoHttp.dropConnections();
+        stockHttp.dropConnections();
+    };
+    return runInteractive({dependencies, notice, dropConnections, line.strip}, instance.get());
 }

@@ -46,6 +46,8 @@ CommandLine parseCommandLine(const QStringList &arguments)
             line.version = true;
         } else if (argument == u"--demo") {
             line.demo = true;
+        } else if (argument == u"--strip") {
+            line.strip = true;
         } else if (argument == u"--market-server" && last) {
             if (!line.marketServer)
                 line.error = u"--market-server wants an address"_s;
@@ -72,6 +74,7 @@ Live price, support and resistance in the status bar: crypto perpetuals, China A
   --timeframe LABEL     1H, 4H, 日线, 周线 or 月线 (with --snapshot)
   --demo                use a simulated market instead of live data; settings are kept apart
   --market-server URL   send every market request to this address instead of the public ones
+  --strip               show the price in a small window of its own, not in the desktop's bar
   --help                print this text
   --version             print the version
 )"_s;

@@ -306,6 +306,16 @@ StatusPicture makeBlingStatusBarImage(const std::vector<BlingItem> &items, int p
     return finished(renderBling(items, pulse, pictureScale));
 }
 
+QColor statusDotColor(const StatusContent &content)
+{
+    return dotColor(content);
+}
+
+QColor statusTextColor(const StatusContent &content)
+{
+    return textColor(content);
+}
+
 QString blingLabel(const BlingItem &item)
 {
     QString label = item.symbol;

@@ -57,6 +57,10 @@ struct StatusPicture
 /// A row of neon signs that breathe out of step; no items stand for the eight great coins without prices.
 [[nodiscard]] StatusPicture makeBlingStatusBarImage(const std::vector<BlingItem> &items, int pulse);
 
+/// The colours of the dot and of the text.
+[[nodiscard]] QColor statusDotColor(const StatusContent &content);
+[[nodiscard]] QColor statusTextColor(const StatusContent &content);
+
 /// Label of a neon sign, for example "BTC ▲67,250" or "DOGE --".
 [[nodiscard]] QString blingLabel(const BlingItem &item);
 

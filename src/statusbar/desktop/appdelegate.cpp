@@ -1,0 +1,109 @@
+#include "statusbar/desktop/appdelegate.h"
+
+#include "panel/approot.h"
+#include "panel/popoverview.h"
+#include "platform/async.h"
+#include "statusbar/desktop/desktoptheme.h"
+#include "statusbar/desktop/quitsignals.h"
+#include "statusbar/desktop/singleinstance.h"
+#include "statusbar/desktop/statusitemchooser.h"
+#include "statusbar/desktop/wakewatch.h"
+#include "statusbar/editactions.h"
+
+#include <QApplication>
+#include <QSessionManager>
+
+#include <utility>
+
+namespace kestrune {
+
+namespace {
+
+QCoro::Task<> refresh(std::shared_ptr<AppState> state)
+{
+    co_await state->refreshAll(); // what it reports shows in the state
+}
+
+PanelContent makePanel(const std::shared_ptr<AppState> &state, const QString &marketNotice, QWidget *parent)
+{
+    auto *view = new PopoverView(state, {.marketNotice = marketNotice, .openUrl = {}}, parent);
+    QObject::connect(view, &PopoverView::closeRequested, parent, &QWidget::close);
+    return {view, [view](bool dark) { view->setDark(dark); },
+            [view](int height) { view->setMaximumPanelHeight(height); }};
+}
+
+} // namespace
+
+AppDelegate::AppDelegate(Launch launch, SingleInstance *instance)
+    : m_launch(std::move(launch))
+    , m_instance(instance)
+    , m_autostart(Autostart::defaultFolder(), QCoreApplication::applicationFilePath())
+{}
+
+AppDelegate::~AppDelegate() = default;
+
+void AppDelegate::applicationDidFinishLaunching()
+{
+    installAccessibleRoot();
+    const QDBusConnection bus = QDBusConnection::sessionBus();
+    m_theme = std::make_unique<DesktopTheme>(bus);
+    m_item = std::make_unique<StatusItemChooser>(bus, m_launch.dependencies.preferences, m_menu.entries(),
+                                                 StatusItemChooser::Options{.stripForced = m_launch.strip});
+    m_theme->setBar([item = m_item.get()] { return item->barTextColor(); });
+    m_state = AppState::create(m_launch.dependencies);
+    m_controller = std::make_unique<StatusBarController>(
+        m_state, *m_item, *m_theme,
+        [notice = m_launch.marketNotice](const std::shared_ptr<AppState> &state, QWidget *parent) {
+            return makePanel(state, notice, parent);
+        });
+    addApplicationActions(&m_controller->popover(), this, [] { QCoreApplication::quit(); });
+    m_keyFallbackMonitor = std::make_unique<EditKeyFallback>(nullptr);
+    connectMenu();
+    watchTheSystem();
+    if (m_instance)
+        connect(m_instance, &SingleInstance::activated, this, &AppDelegate::showPanel);
+}
+
+void AppDelegate::connectMenu()
+{
+    const auto updateAutostart = [this] { m_menu.setAutostart(m_autostart.isOn()); };
+    updateAutostart();
+    connect(&m_menu, &StatusMenu::aboutToShow, this, updateAutostart);
+    connect(m_item.get(), &StatusItemChooser::menuAboutToShow, this, updateAutostart);
+    connect(m_item.get(), &StatusItem::contextMenuRequested, &m_menu, &StatusMenu::popup);
+    connect(&m_menu, &StatusMenu::showRequested, this, &AppDelegate::showPanel);
+    connect(&m_menu, &StatusMenu::refreshRequested, this, &AppDelegate::refreshNow);
+    connect(&m_menu, &StatusMenu::autostartToggled, this, [this, updateAutostart](bool on) {
+        m_autostart.set(on);
+        updateAutostart(); // shows what really is on the disk
+    });
+    connect(&m_menu, &StatusMenu::quitRequested, this, [] { QCoreApplication::quit(); });
+}
+
+void AppDelegate::watchTheSystem()
+{
+    m_quitSignals = std::make_unique<QuitSignals>();
+    connect(m_quitSignals.get(), &QuitSignals::received, this, [] { QCoreApplication::quit(); });
+    // Settings are on the disk already; the session must not start us again beside the autostart entry.
+    connect(
+        qGuiApp, &QGuiApplication::commitDataRequest, this,
+        [](QSessionManager &manager) { manager.setRestartHint(QSessionManager::RestartNever); },
+        Qt::DirectConnection);
+    m_wakeWatch = std::make_unique<WakeWatch>(QDBusConnection::systemBus());
+    connect(m_wakeWatch.get(), &WakeWatch::awake, this, [this] {
+        m_launch.dropConnections(); // the old ones hang in a network that is gone
+        refreshNow();
+    });
+}
+
+void AppDelegate::showPanel()
+{
+    m_controller->showPopover();
+}
+
+void AppDelegate::refreshNow()
+{
+    startInBackground(m_state.get(), [state = m_state] { return refresh(state); });
+}
+
+} // namespace kestrune

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "state/appstate.h"
+#include "statusbar/desktop/autostart.h"
+#include "statusbar/statusbarcontroller.h"
+#include "statusbar/statusmenu.h"
+
+#include <QDBusConnection>
+
+#include <functional>
+#include <memory>
+
+namespace kestrune {
+
+class DesktopTheme;
+class EditKeyFallback;
+class QuitSignals;
+class SingleInstance;
+class StatusItemChooser;
+class WakeWatch;
+
+/// Starts and holds the interactive application.
+class AppDelegate : public QObject
+{
+    Q_OBJECT
+public:
+    struct Launch
+    {
+        AppState::Dependencies dependencies;
+        QString marketNotice;                  ///< the panel's line about prices that are not live
+        std::function<void()> dropConnections; ///< of the HTTP clients, after a sleep
+        bool strip = false;                    ///< asked for on the command line
+    };
+
+    /// `instance` is absent for runs that are instances of their own; it outlives the delegate.
+    AppDelegate(Launch launch, SingleInstance *instance);
+    ~AppDelegate() override;
+
+    void applicationDidFinishLaunching();
+
+private:
+    void connectMenu();
+    void watchTheSystem();
+    void showPanel();
+    void refreshNow();
+
+    Launch m_launch;
+    SingleInstance *m_instance;
+    Autostart m_autostart;
+    StatusMenu m_menu;
+    std::shared_ptr<AppState> m_state;
+    std::unique_ptr<DesktopTheme> m_theme;
+    std::unique_ptr<StatusItemChooser> m_item;
+    std::unique_ptr<StatusBarController> m_controller;
+    std::unique_ptr<EditKeyFallback> m_keyFallbackMonitor;
+    std::unique_ptr<QuitSignals> m_quitSignals;
+    std::unique_ptr<WakeWatch> m_wakeWatch;
+};
+
+} // namespace kestrune

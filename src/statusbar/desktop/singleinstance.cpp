@@ -1,0 +1,82 @@
+#include "statusbar/desktop/singleinstance.h"
+
+#include "statusbar/desktop/activation.h"
+
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+
+namespace kestrune {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString busName = u"org.kestrune.bar"_s;
+const QString objectPath = u"/org/kestrune/bar"_s;
+const QString applicationInterface = u"org.freedesktop.Application"_s;
+constexpr int answerLimitMs = 5000;
+
+/// What the starter gave this process so that the window it leads to may take the focus.
+QVariantMap platformDataOfThisStart()
+{
+    QVariantMap data;
+    if (const QString token = qEnvironmentVariable("XDG_ACTIVATION_TOKEN"); !token.isEmpty())
+        data.insert(u"activation-token"_s, token);
+    if (const QString id = qEnvironmentVariable("DESKTOP_STARTUP_ID"); !id.isEmpty())
+        data.insert(u"desktop-startup-id"_s, id);
+    return data;
+}
+
+} // namespace
+
+SingleInstance::SingleInstance(const QDBusConnection &connection) : m_connection(connection) {}
+
+SingleInstance::~SingleInstance()
+{
+    if (!m_first)
+        return;
+    m_connection.unregisterService(busName);
+    m_connection.unregisterObject(objectPath);
+}
+
+SingleInstance::Role SingleInstance::claim()
+{
+    if (!m_connection.isConnected() || !m_connection.interface())
+        return Role::alone;
+    // The object first: whoever sees the name may call at once.
+    m_connection.registerObject(objectPath, this, QDBusConnection::ExportScriptableSlots);
+    const auto reply = m_connection.interface()->registerService(
+        busName, QDBusConnectionInterface::DontQueueService, QDBusConnectionInterface::DontAllowReplacement);
+    m_first = reply.isValid() && reply.value() == QDBusConnectionInterface::ServiceRegistered;
+    if (m_first)
+        return Role::first;
+    m_connection.unregisterObject(objectPath);
+    // A bus that refuses the name for another reason must not keep the program from starting.
+    return m_connection.interface()->isServiceRegistered(busName) ? Role::second : Role::alone;
+}
+
+bool SingleInstance::activateFirst() const
+{
+    QDBusMessage call =
+        QDBusMessage::createMethodCall(busName, objectPath, applicationInterface, u"Activate"_s);
+    call << platformDataOfThisStart();
+    return m_connection.call(call, QDBus::Block, answerLimitMs).type() == QDBusMessage::ReplyMessage;
+}
+
+void SingleInstance::Activate(const QVariantMap &platformData)
+{
+    useActivationToken(platformData.value(u"activation-token"_s).toString());
+    QMetaObject::invokeMethod(this, &SingleInstance::activated, Qt::QueuedConnection);
+}
+
+void SingleInstance::Open(const QStringList &, const QVariantMap &platformData)
+{
+    Activate(platformData); // there is nothing that could be opened but the panel
+}
+
+void SingleInstance::ActivateAction(const QString &, const QVariantList &, const QVariantMap &platformData)
+{
+    Activate(platformData);
+}
+
+} // namespace kestrune

@@ -1,0 +1,168 @@
+#include "statusbar/desktop/statusitemchooser.h"
+
+#include "statusbar/desktop/notifieritem.h"
+#include "statusbar/desktop/stripitem.h"
+#include "statusbar/desktop/xembeditem.h"
+
+using namespace std::chrono_literals;
+
+namespace kestrune {
+
+namespace {
+
+constexpr auto restartWait = 1s; // a bar that is restarted comes back within that
+
+} // namespace
+
+StatusItemChooser::StatusItemChooser(const QDBusConnection &connection, Preferences &preferences,
+                                     const QList<QAction *> &menu, const Options &options)
+    : m_connection(connection)
+    , m_preferences(preferences)
+    , m_menu(menu)
+    , m_options(options)
+    , m_notifierWatch(connection)
+{
+    connect(&m_trayWatch, &TrayWatch::ownerChanged, this, &StatusItemChooser::trayChanged);
+    connect(&m_notifierWatch, &NotifierWatch::changed, this, &StatusItemChooser::hostsChanged);
+    m_wait.setSingleShot(true);
+    connect(&m_wait, &QTimer::timeout, this, [this] {
+        m_waited = true;
+        choose();
+    });
+    m_wait.start(m_options.hostWait);
+}
+
+StatusItemChooser::~StatusItemChooser() = default;
+
+DesktopFacts StatusItemChooser::facts() const
+{
+    return {.stripForced = m_options.stripForced,
+            .tray = m_trayWatch.owner() != XCB_WINDOW_NONE && !m_squeezed,
+            .notifier = m_notifierWatch.host(),
+            .waited = m_waited,
+            .bling = m_content && m_content->bling};
+}
+
+void StatusItemChooser::trayChanged()
+{
+    m_squeezed = false; // another tray, another chance
+    m_tray.reset();     // its window went with the old one
+    m_presentation.tray = false;
+    hostsChanged();
+    Q_EMIT
+    barTextColorChanged();
+}
+
+void StatusItemChooser::hostsChanged()
+{
+    if (m_waited && !m_wait.isActive() && !m_presentation.strip) {
+        m_waited = false;
+        m_wait.start(restartWait);
+    }
+    choose();
+}
+
+void StatusItemChooser::show(const StatusItemContent &content)
+{
+    const bool chooseAgain = !m_content || m_content->bling != content.bling;
+    m_content = content;
+    if (chooseAgain)
+        choose();
+    for (StatusItem *item :
+         std::initializer_list<StatusItem *>{m_tray.get(), m_notifier.get(), m_strip.get()}) {
+        if (item)
+            item->show(content);
+    }
+}
+
+void StatusItemChooser::choose()
+{
+    if (m_content) // nothing to show before the first picture
+        apply(choosePresentation(facts()));
+}
+
+void StatusItemChooser::apply(const Presentation &next)
+{
+    m_presentation = next;
+    showTray(next.tray);
+    showNotifier(next.notifier);
+    showStrip(next.strip);
+}
+
+void StatusItemChooser::showTray(bool wanted)
+{
+    if (wanted == (m_tray != nullptr))
+        return;
+    if (!wanted) {
+        m_tray.reset();
+        return;
+    }
+    m_tray = std::make_unique<XEmbedItem>(m_trayWatch);
+    forward(*m_tray);
+    connect(
+        m_tray.get(), &XEmbedItem::squeezed, this,
+        [this] {
+            m_squeezed = true;
+            choose();
+        },
+        Qt::QueuedConnection); // the item goes away in there
+    m_tray->show(*m_content);
+    Q_EMIT
+    barTextColorChanged();
+}
+
+void StatusItemChooser::showNotifier(bool wanted)
+{
+    if (!wanted) {
+        m_notifier.reset();
+        return;
+    }
+    const NotifierHost host = *m_notifierWatch.host();
+    if (m_notifier) {
+        if (m_registeredWith != m_notifierWatch.generation())
+            m_notifier->registerWith(host);
+    } else {
+        m_notifier = std::make_unique<NotifierItem>(m_connection, host, m_menu);
+        forward(*m_notifier);
+        connect(m_notifier.get(), &NotifierItem::menuAboutToShow, this, &StatusItemChooser::menuAboutToShow);
+        m_notifier->show(*m_content);
+    }
+    m_registeredWith = m_notifierWatch.generation();
+}
+
+void StatusItemChooser::showStrip(bool wanted)
+{
+    if (wanted == (m_strip != nullptr))
+        return;
+    if (!wanted) {
+        m_strip.reset();
+        return;
+    }
+    m_strip = std::make_unique<StripItem>(m_preferences);
+    forward(*m_strip);
+    m_strip->show(*m_content);
+}
+
+void StatusItemChooser::forward(StatusItem &item)
+{
+    connect(&item, &StatusItem::activated, this, &StatusItem::activated);
+    connect(&item, &StatusItem::contextMenuRequested, this, &StatusItem::contextMenuRequested);
+    connect(&item, &StatusItem::barTextColorChanged, this, &StatusItem::barTextColorChanged);
+}
+
+std::optional<QRect> StatusItemChooser::place() const
+{
+    // The strip is what one looks at where a dot stands beside it.
+    if (m_strip)
+        return m_strip->place();
+    if (m_tray)
+        return m_tray->place();
+    return m_notifier ? m_notifier->place() : std::nullopt;
+}
+
+std::optional<QColor> StatusItemChooser::barTextColor() const
+{
+    return m_tray ? m_tray->barTextColor() : std::nullopt;
+}
+
+} // namespace kestrune

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QDBusConnection>
+#include <QObject>
+
+namespace kestrune {
+
+/// Tells when what is shown may be old for a reason that no loop knows: the machine slept, or the network
+/// came back.
+class WakeWatch : public QObject
+{
+    Q_OBJECT
+public:
+    explicit WakeWatch(const QDBusConnection &systemBus);
+
+Q_SIGNALS:
+    void awake();
+
+private Q_SLOTS:
+    void prepareForSleep(bool begins);
+
+private:
+    void watchNetwork();
+
+    bool m_reachable = true;
+};
+
+} // namespace kestrune

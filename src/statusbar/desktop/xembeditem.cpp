@@ -1,0 +1,138 @@
+#include "statusbar/desktop/xembeditem.h"
+
+#include "statusbar/desktop/screens.h"
+#include "statusbar/desktop/xcbreply.h"
+#include "statusbar/panelplacement.h"
+
+#include <cmath>
+
+using namespace std::chrono_literals;
+
+namespace kestrune {
+
+namespace {
+
+constexpr auto dockLimit = 2s;   // a tray that has not taken the window by then never will
+constexpr auto resizeLimit = 1s; // a tray lays itself out again within that
+constexpr uint32_t requestDock = 0;
+constexpr uint32_t embedVersion = 0;
+constexpr uint32_t embedMapped = 1;
+
+} // namespace
+
+XEmbedItem::XEmbedItem(TrayWatch &watch)
+    : m_watch(watch)
+    , m_widget(std::make_unique<ItemWidget>(Qt::FramelessWindowHint | Qt::X11BypassWindowManagerHint,
+                                            ItemWidget::Ground::transparent))
+{
+    m_check.setSingleShot(true);
+    connect(&m_check, &QTimer::timeout, this, &XEmbedItem::checkSize);
+    connect(&m_watch, &TrayWatch::reparented, this, &XEmbedItem::reparented);
+    connect(&m_watch, &TrayWatch::textColorChanged, this, &StatusItem::barTextColorChanged);
+    connect(m_widget.get(), &ItemWidget::resizeWanted, this, &XEmbedItem::applySize);
+    connect(m_widget.get(), &ItemWidget::clicked, this, [this] {
+        Q_EMIT
+        activated(place().value_or(QRect(QCursor::pos(), QSize(1, 1))));
+    });
+    connect(m_widget.get(), &ItemWidget::menuRequested, this, &StatusItem::contextMenuRequested);
+}
+
+XEmbedItem::~XEmbedItem() = default;
+
+void XEmbedItem::show(const StatusItemContent &content)
+{
+    m_widget->setContent(content);
+    if (m_window == XCB_WINDOW_NONE)
+        dock(); // with the first picture, so that the tray sees the right width from the start
+}
+
+void XEmbedItem::dock()
+{
+    m_widget->setFixedSize(m_widget->sizeHint());
+    m_window = static_cast<xcb_window_t>(m_widget->winId());
+    setMapped(false); // the toolkit maps it, once it is in its place
+    xcb_client_message_event_t request{};
+    request.response_type = XCB_CLIENT_MESSAGE;
+    request.format = 32;
+    request.window = m_watch.owner();
+    request.type = m_watch.atoms().opcode;
+    request.data.data32[0] = XCB_CURRENT_TIME;
+    request.data.data32[1] = requestDock;
+    request.data.data32[2] = m_window;
+    xcb_connection_t *connection = m_watch.connection();
+    const auto cookie = xcb_send_event_checked(connection, 0, m_watch.owner(), XCB_EVENT_MASK_NO_EVENT,
+                                               reinterpret_cast<const char *>(&request));
+    const XcbReply<xcb_generic_error_t> error(xcb_request_check(connection, cookie));
+    m_check.start(dockLimit);
+}
+
+void XEmbedItem::setMapped(bool mapped)
+{
+    const uint32_t info[]{embedVersion, mapped ? embedMapped : 0};
+    const xcb_atom_t atom = m_watch.atoms().embedInfo;
+    xcb_change_property(m_watch.connection(), XCB_PROP_MODE_REPLACE, m_window, atom, atom, 32, 2, info);
+    xcb_flush(m_watch.connection());
+}
+
+void XEmbedItem::reparented(quint32 window, quint32 parent)
+{
+    if (window != m_window || m_window == XCB_WINDOW_NONE)
+        return;
+    if (parent == m_watch.root()) {
+        // Thrown out, or the tray ends; its end is reported by the watch.
+        m_widget->hide();
+        if (m_docked)
+            m_check.start(resizeLimit);
+        m_docked = false;
+        return;
+    }
+    if (m_docked)
+        return;
+    m_docked = true;
+    m_widget->show();
+    setMapped(true);
+    m_check.start(resizeLimit);
+}
+
+void XEmbedItem::applySize()
+{
+    if (m_window == XCB_WINDOW_NONE)
+        return;
+    m_widget->setFixedSize(m_widget->sizeHint());
+    if (m_docked)
+        m_check.start(resizeLimit);
+}
+
+void XEmbedItem::checkSize()
+{
+    if (!m_docked) {
+        Q_EMIT
+        squeezed();
+        return;
+    }
+    xcb_connection_t *connection = m_watch.connection();
+    const XcbReply<xcb_get_geometry_reply_t> geometry(
+        xcb_get_geometry_reply(connection, xcb_get_geometry(connection, m_window), nullptr));
+    if (!geometry)
+        return;
+    // The toolkit rounds; a tray that squeezes takes far more than a pixel.
+    const double wanted = std::floor(m_widget->sizeHint().width() * m_widget->devicePixelRatioF()) - 1;
+    if (geometry->width < wanted)
+        Q_EMIT
+    squeezed();
+}
+
+std::optional<QRect> XEmbedItem::place() const
+{
+    if (!m_docked)
+        return std::nullopt;
+    // Inside a tray the toolkit's own idea of the position is wrong.
+    xcb_connection_t *connection = m_watch.connection();
+    const XcbReply<xcb_translate_coordinates_reply_t> position(xcb_translate_coordinates_reply(
+        connection, xcb_translate_coordinates(connection, m_window, m_watch.root(), 0, 0), nullptr));
+    if (!position)
+        return std::nullopt;
+    return QRect(toLogical(QPoint(position->dst_x, position->dst_y), screenShapes()), m_widget->size());
+}
+
+} // namespace kestrune

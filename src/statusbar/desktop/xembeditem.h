@@ -1,0 +1,44 @@
+#pragma once
+
+#include "statusbar/desktop/itemwidget.h"
+#include "statusbar/desktop/traywatch.h"
+#include "statusbar/statusitem.h"
+
+#include <QTimer>
+
+#include <memory>
+
+namespace kestrune {
+
+/// The item as a window in the X11 system tray, as wide as its picture.
+class XEmbedItem final : public StatusItem
+{
+    Q_OBJECT
+public:
+    /// Asks the watched tray to take the item; the tray must exist.
+    explicit XEmbedItem(TrayWatch &watch);
+    ~XEmbedItem() override;
+
+    void show(const StatusItemContent &content) override;
+    [[nodiscard]] std::optional<QRect> place() const override;
+    [[nodiscard]] std::optional<QColor> barTextColor() const override { return m_watch.textColor(); }
+
+Q_SIGNALS:
+    /// The tray does not take the window, or makes it too narrow to be read.
+    void squeezed();
+
+private:
+    void dock();
+    void setMapped(bool mapped);
+    void reparented(quint32 window, quint32 parent);
+    void applySize();
+    void checkSize();
+
+    TrayWatch &m_watch;
+    std::unique_ptr<ItemWidget> m_widget;
+    xcb_window_t m_window = XCB_WINDOW_NONE;
+    bool m_docked = false;
+    QTimer m_check; ///< runs once after docking and after each change of the width
+};
+
+} // namespace kestrune

@@ -1,0 +1,78 @@
+#include "statusbar/panelplacement.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+
+namespace kestrune {
+
+namespace {
+
+constexpr int leastHeight = 480; // below this the panel rather covers its item
+constexpr int edgeDepth = 64;    // a bar is not thicker
+// A host may tell a corner of a wide item instead of the pointer's place.
+constexpr int hostSlackX = 480;
+constexpr int hostSlackY = 64;
+
+QRect nativeRect(const ScreenShape &screen)
+{
+    return {screen.logical.topLeft(),
+            QSize(static_cast<int>(std::lround(screen.logical.width() * screen.scale)),
+                  static_cast<int>(std::lround(screen.logical.height() * screen.scale)))};
+}
+
+bool nearEdge(const QPoint &point, const QRect &screen)
+{
+    return screen.contains(point) &&
+           !screen.adjusted(edgeDepth, edgeDepth, -edgeDepth, -edgeDepth).contains(point);
+}
+
+} // namespace
+
+QPoint toLogical(const QPoint &native, std::span<const ScreenShape> screens)
+{
+    for (const ScreenShape &screen : screens) {
+        if (!nativeRect(screen).contains(native))
+            continue;
+        const QPointF inside(native - screen.logical.topLeft());
+        return screen.logical.topLeft() + (inside / screen.scale).toPoint();
+    }
+    return native;
+}
+
+QRect placePanel(const QRect &item, const QSize &wanted, const QRect &available)
+{
+    const int anchor = std::min(item.width(), anchorWidth);
+    const int middle = item.x() + item.width() - anchor / 2;
+    const int end = available.y() + available.height(); // first line below the free area
+    const int roomBelow = end - std::max(item.y() + item.height(), available.y());
+    const int roomAbove = std::min(item.y(), end) - available.y();
+    const int enough = std::min(wanted.height(), leastHeight);
+    const bool below = roomBelow >= enough || roomBelow >= roomAbove;
+    const int room = std::max(below ? roomBelow : roomAbove, std::min(available.height(), enough));
+    const int height = std::min({wanted.height(), room, available.height()});
+    const int width = std::min(wanted.width(), available.width());
+    const int x = std::clamp(middle - width / 2, available.x(), available.x() + available.width() - width);
+    const int y =
+        std::clamp(below ? item.y() + item.height() : item.y() - height, available.y(), end - height);
+    return {x, y, width, height};
+}
+
+std::optional<QRect> anchorOfClick(const QPoint &told, const QPoint &pointer,
+                                   std::span<const ScreenShape> screens)
+{
+    const bool atEdge = std::any_of(screens.begin(), screens.end(), [&](const ScreenShape &screen) {
+        return nearEdge(told, screen.logical);
+    });
+    const QPoint off = told - pointer;
+    if (!atEdge || std::abs(off.x()) > hostSlackX || std::abs(off.y()) > hostSlackY)
+        return std::nullopt;
+    return QRect(told, QSize(1, 1));
+}
+
+QRect cornerAnchor(const QRect &available)
+{
+    return {available.x() + available.width() - 1, available.y(), 1, 0};
+}
+
+} // namespace kestrune

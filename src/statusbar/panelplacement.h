@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QPoint>
+#include <QRect>
+#include <QSize>
+
+#include <optional>
+#include <span>
+
+namespace kestrune {
+
+inline constexpr int anchorWidth =
+    340; ///< the panel hangs under at most this much of the item, its right end
+
+/// A screen as the window system counts it and as the toolkit does: the logical rectangle has the same top
+/// left corner and a size divided by the scale factor.
+struct ScreenShape
+{
+    QRect logical;
+    double scale = 1;
+};
+
+/// A position in the window system's pixels as a logical one, on the screen that holds it.
+[[nodiscard]] QPoint toLogical(const QPoint &native, std::span<const ScreenShape> screens);
+
+/// Where a panel of `wanted` size opens for an item at `item`: centred under the item's right end, above it
+/// when the item sits at the lower edge, inside `available`, and never taller than there is room.
+[[nodiscard]] QRect placePanel(const QRect &item, const QSize &wanted, const QRect &available);
+
+/// The place of an item whose host only tells where the click was: that point when it can be trusted, that is
+/// when it lies at an edge of one of the screens and the pointer is near it. Hosts are known to tell
+/// coordinates inside their own window.
+[[nodiscard]] std::optional<QRect> anchorOfClick(const QPoint &told, const QPoint &pointer,
+                                                 std::span<const ScreenShape> screens);
+
+/// Where a lost panel belongs: the top right end of the free area.
+[[nodiscard]] QRect cornerAnchor(const QRect &available);
+
+} // namespace kestrune

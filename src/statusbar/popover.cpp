@@ -1,0 +1,125 @@
+#include "statusbar/popover.h"
+
+#include "statusbar/panelplacement.h"
+
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QScreen>
+#include <QVBoxLayout>
+#include <QWindow>
+
+#include <utility>
+
+using namespace std::chrono_literals;
+
+namespace kestrune {
+
+namespace {
+
+constexpr QSize panelSize(320, 900);
+constexpr auto sameClick = 300ms;
+
+Qt::WindowFlags popoverFlags()
+{
+    // A popup without a parent window is refused there; it closes when the program becomes inactive.
+    if (QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
+        return Qt::Window | Qt::FramelessWindowHint;
+    return Qt::Popup | Qt::FramelessWindowHint;
+}
+
+const QScreen *screenOf(const QRect &item)
+{
+    if (const QScreen *screen = QGuiApplication::screenAt(item.center()))
+        return screen;
+    return QGuiApplication::primaryScreen();
+}
+
+} // namespace
+
+Popover::Popover(ContentFactory makeContent)
+    : QWidget(nullptr, popoverFlags()), m_makeContent(std::move(makeContent))
+{
+    setWindowTitle(QGuiApplication::applicationDisplayName());
+    connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, &Popover::applicationStateChanged);
+}
+
+void Popover::setDark(bool dark)
+{
+    m_dark = dark;
+    if (m_content)
+        m_content->setDark(dark);
+}
+
+void Popover::makeContent()
+{
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins({});
+    m_content = m_makeContent(this);
+    m_content->setDark(m_dark);
+    layout->addWidget(m_content->widget);
+}
+
+void Popover::openAt(const QRect &item)
+{
+    const QScreen *screen = screenOf(item);
+    if (!screen)
+        return;
+    if (!m_content)
+        makeContent();
+    const QRect place = placePanel(item, panelSize, screen->availableGeometry());
+    m_content->setMaximumHeight(place.height());
+    setFixedSize(place.size());
+    move(place.topLeft());
+    show();
+    raise();
+    QMetaObject::invokeMethod(
+        this, [this] { activateWindow(); }, Qt::QueuedConnection);
+}
+
+bool Popover::hasJustClosed() const
+{
+    return m_sinceClosed.isValid() && !m_sinceClosed.hasExpired(sameClick.count());
+}
+
+void Popover::mousePressEvent(QMouseEvent *event)
+{
+    // A press outside closes; a left one is not passed on to our own item, which would open the panel again.
+    if (event->button() == Qt::LeftButton && !rect().contains(event->position().toPoint()))
+        setAttribute(Qt::WA_NoMouseReplay);
+    QWidget::mousePressEvent(event);
+}
+
+void Popover::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_Escape)
+        close();
+    else
+        QWidget::keyPressEvent(event);
+}
+
+void Popover::showEvent(QShowEvent *event)
+{
+    m_wasActive = QGuiApplication::applicationState() == Qt::ApplicationActive;
+    QWidget::showEvent(event);
+}
+
+void Popover::hideEvent(QHideEvent *event)
+{
+    m_sinceClosed.start();
+    QWidget::hideEvent(event);
+}
+
+void Popover::applicationStateChanged(Qt::ApplicationState state)
+{
+    if (!isVisible())
+        return;
+    // Opening may pass through inactive, so only the loss of what was there counts. Own menus and dialogs
+    // keep the program active.
+    if (state == Qt::ApplicationActive)
+        m_wasActive = true;
+    else if (m_wasActive)
+        close();
+}
+
+} // namespace kestrune

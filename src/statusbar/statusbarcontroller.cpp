@@ -1,0 +1,173 @@
+#include "statusbar/statusbarcontroller.h"
+
+#include "analysis/priceformat.h"
+#include "statusbar/panelplacement.h"
+
+#include <QGuiApplication>
+#include <QScreen>
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+
+using namespace std::chrono_literals;
+
+namespace kestrune {
+
+namespace {
+
+constexpr auto appearancePoll = 2s;
+
+std::vector<BlingItem> signsOf(const AppState &state)
+{
+    std::vector<BlingItem> signs;
+    signs.reserve(state.multiPrices().size());
+    std::transform(state.multiPrices().begin(), state.multiPrices().end(), std::back_inserter(signs),
+                   [](const SymbolPrice &entry) {
+                       return BlingItem{entry.symbol, entry.price, entry.change};
+                   });
+    return signs;
+}
+
+/// "ETH  3,456.78  +1.25%"
+QString titleOf(const AppState &state)
+{
+    QString title = state.displayName();
+    if (state.price())
+        title += u"  "_s + fmtP(*state.price(), state.decimals());
+    if (const auto change = state.changePct(); change && std::isfinite(*change))
+        title += u"  "_s + QString::asprintf("%+.2f%%", *change);
+    return title;
+}
+
+bool isDarkDesktop(const ThemeSource &theme)
+{
+    // The bar's own colours are no witness for windows.
+    return theme.prefersDark().value_or(theme.paletteIsDark());
+}
+
+} // namespace
+
+StatusBarController::StatusBarController(std::shared_ptr<AppState> state, StatusItem &statusItem,
+                                         ThemeSource &theme, const PanelFactory &makePanel)
+    : m_state(std::move(state))
+    , m_statusItem(statusItem)
+    , m_theme(theme)
+    , m_popover([shared = m_state, makePanel](QWidget *parent) { return makePanel(shared, parent); })
+{
+    m_lastDarkAppearance = isDarkMenuBar(m_theme);
+    applyPalette();
+    redraw();
+    connect(&m_statusItem, &StatusItem::activated, this, &StatusBarController::togglePopover);
+    subscribe();
+}
+
+StatusBarController::~StatusBarController() = default;
+
+StatusItemContent StatusBarController::content() const
+{
+    StatusItemContent content;
+    content.bling = m_state->blingMode();
+    content.status.text = m_state->menuTitle();
+    content.status.signal = m_state->barSignal();
+    content.status.align = VAlign::center;
+    content.status.alertActive = m_state->alertActive();
+    // Only whether it is even shows; without an alert nothing of it does.
+    content.status.pulse = content.status.alertActive ? m_state->pulsePhase() & 1 : 0;
+    content.status.dark = isDarkMenuBar(m_theme);
+    if (content.bling) {
+        content.signs = signsOf(*m_state);
+        content.blingPulse = m_state->blingPulse();
+    }
+    content.title = titleOf(*m_state);
+    content.detail = m_state->statusText();
+    return content;
+}
+
+void StatusBarController::subscribe()
+{
+    const auto redrawAtChange = [this](const PublishedField &field) {
+        m_state->onChange(field, this, [this] { redraw(); });
+    };
+    // Every change of any of these redraws, nothing is folded together.
+    redrawAtChange(m_state->blingMode);
+    redrawAtChange(m_state->blingPulse);
+    redrawAtChange(m_state->pulsePhase);
+    redrawAtChange(m_state->price);
+    redrawAtChange(m_state->zones);
+    redrawAtChange(m_state->alerts);
+    redrawAtChange(m_state->multiPrices);
+    m_state->onChange(m_state->blingMode, this, [this] { m_popover.close(); });
+
+    connect(&m_theme, &ThemeSource::changed, this, &StatusBarController::themeChanged, Qt::QueuedConnection);
+    connect(&m_statusItem, &StatusItem::barTextColorChanged, this, &StatusBarController::themeChanged,
+            Qt::QueuedConnection);
+    connect(&m_theme, &ThemeSource::announcesChanged, this, &StatusBarController::updatePolling);
+    connect(&m_appearanceTimer, &QTimer::timeout, this, &StatusBarController::pollAppearance);
+    m_appearanceTimer.setInterval(appearancePoll);
+    updatePolling();
+}
+
+void StatusBarController::redraw()
+{
+    StatusItemContent now = content();
+    if (m_shown && sameContent(*m_shown, now))
+        return;
+    m_statusItem.show(now);
+    m_shown = std::move(now);
+}
+
+void StatusBarController::themeChanged()
+{
+    applyPalette();
+    redraw();
+}
+
+void StatusBarController::pollAppearance()
+{
+    const bool dark = isDarkMenuBar(m_theme);
+    if (dark == m_lastDarkAppearance)
+        return;
+    m_lastDarkAppearance = dark;
+    themeChanged();
+}
+
+void StatusBarController::updatePolling()
+{
+    if (m_theme.announces())
+        m_appearanceTimer.stop();
+    else if (!m_appearanceTimer.isActive())
+        m_appearanceTimer.start();
+}
+
+void StatusBarController::applyPalette()
+{
+    m_popover.setDark(isDarkDesktop(m_theme));
+}
+
+void StatusBarController::togglePopover(const QRect &anchor)
+{
+    if (m_popover.isVisible())
+        m_popover.close();
+    else if (m_popover.hasJustClosed())
+        return;
+    else if (anchor.isValid())
+        showPopover(anchor);
+    else
+        showPopover();
+}
+
+void StatusBarController::showPopover()
+{
+    if (const auto place = m_statusItem.place())
+        showPopover(*place);
+    else if (const QScreen *screen = QGuiApplication::primaryScreen())
+        showPopover(cornerAnchor(screen->availableGeometry()));
+}
+
+void StatusBarController::showPopover(const QRect &anchor)
+{
+    m_popover.openAt(anchor);
+}
+
+} // namespace kestrune
