@@ -86,7 +86,6 @@ void describeApplication()
 {
     QCoreApplication::setApplicationName(u"kestrune-bar"_s);
     QCoreApplication::setApplicationVersion(QStringLiteral(KESTRUNE_VERSION));
-    QGuiApplication::setApplicationDisplayName(u"Kestrune Bar"_s);
     QGuiApplication::setDesktopFileName(u"org.kestrune.bar"_s);
     QApplication::setQuitOnLastWindowClosed(false);
 }

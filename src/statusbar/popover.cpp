@@ -40,7 +40,7 @@ const QScreen *screenOf(const QRect &item)
 Popover::Popover(ContentFactory makeContent)
     : QWidget(nullptr, popoverFlags()), m_makeContent(std::move(makeContent))
 {
-    setWindowTitle(QGuiApplication::applicationDisplayName());
+    setWindowTitle(QStringLiteral("Kestrune Bar"));
     connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, &Popover::applicationStateChanged);
 }
 
