@@ -1,5 +1,4 @@
 #include "panel/panelmodel.h"
-#include "panel/popoverview.h"
 #include "platform/demomarket.h"
 #include "platform/jsonpreferences.h"
 #include "platform/qthttpclient.h"
@@ -15,6 +14,8 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
+#include <utility>
 
 namespace {
 
@@ -63,6 +64,15 @@ QString settingsFolder(bool demo)
     return demo ? folder + u"/demo"_s : folder;
 }
 
+/// A snapshot run looks the same whatever display and desktop there is.
+void detachFromDesktop()
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    for (const char *setting : {"QT_QPA_PLATFORMTHEME", "QT_SCALE_FACTOR", "QT_SCREEN_SCALE_FACTORS"})
+        qunsetenv(setting);
+    QGuiApplication::setDesktopSettingsAware(false);
+}
+
 /// Where Wayland and X11 are both offered, X11: only there can a window choose its place. Whoever has set a
 /// platform keeps it.
 void choosePlatform()
@@ -72,13 +82,12 @@ void choosePlatform()
         qputenv("QT_QPA_PLATFORM", "xcb;wayland");
 }
 
-/// A snapshot run looks the same whatever display and desktop there is.
-void detachFromDesktop()
+void describeApplication()
 {
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    for (const char *setting : {"QT_QPA_PLATFORMTHEME", "QT_SCALE_FACTOR", "QT_SCREEN_SCALE_FACTORS"})
-        qunsetenv(setting);
-    QGuiApplication::setDesktopSettingsAware(false);
+    QCoreApplication::setApplicationName(u"kestrune-bar"_s);
+    QCoreApplication::setApplicationVersion(QStringLiteral(KESTRUNE_VERSION));
+    QGuiApplication::setDesktopFileName(u"org.kestrune.bar"_s);
+    QApplication::setQuitOnLastWindowClosed(false);
 }
 
 int runSnapshot(const SnapshotMode::Config &config, const AppState::Dependencies &dependencies,
@@ -90,13 +99,9 @@ int runSnapshot(const SnapshotMode::Config &config, const AppState::Dependencies
     return QCoreApplication::exec();
 }
 
-int runInteractive(const AppState::Dependencies &dependencies, SingleInstance *instance,
-                   const std::function<void()> &dropConnections, bool strip, const QString &notice)
+int runInteractive(AppDelegate::Launch launch, SingleInstance *instance)
 {
-    const auto makePanel = [notice](AppState &state, QWidget *parent) -> QWidget * {
-        return new PopoverView(state.shared_from_this(), {.marketNotice = notice, .openUrl = {}}, parent);
-    };
-    AppDelegate delegate({dependencies, makePanel, dropConnections, strip}, instance);
+    AppDelegate delegate(std::move(launch), instance);
     delegate.applicationDidFinishLaunching();
     return QCoreApplication::exec();
 }
@@ -134,11 +139,7 @@ int main(int argc, char **argv)
     QApplication::setStyle(u"Fusion"_s); // the panel draws with its own palette on every desktop
     QApplication application(argc, argv);
     qInstallMessageHandler(messageHandler);
-    QCoreApplication::setApplicationName(u"kestrune-bar"_s);
-    QCoreApplication::setApplicationVersion(QStringLiteral(KESTRUNE_VERSION));
-    QGuiApplication::setApplicationDisplayName(u"Kestrune Bar"_s);
-    QGuiApplication::setDesktopFileName(u"org.kestrune.bar"_s);
-    QApplication::setQuitOnLastWindowClosed(false);
+    describeApplication();
 
     // A run on another market is an instance of its own.
     std::unique_ptr<SingleInstance> instance;
@@ -176,5 +177,5 @@ int main(int argc, char **argv)
         cryptoHttp.dropConnections();
         stockHttp.dropConnections();
     };
-    return runInteractive(dependencies, instance.get(), dropConnections, line.strip, notice);
+    return runInteractive({dependencies, notice, dropConnections, line.strip}, instance.get());
 }

@@ -40,22 +40,35 @@ const QScreen *screenOf(const QRect &item)
 Popover::Popover(ContentFactory makeContent)
     : QWidget(nullptr, popoverFlags()), m_makeContent(std::move(makeContent))
 {
-    setWindowTitle(QGuiApplication::applicationDisplayName());
+    setWindowTitle(QStringLiteral("Kestrune Bar"));
     connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, &Popover::applicationStateChanged);
+}
+
+void Popover::setDark(bool dark)
+{
+    m_dark = dark;
+    if (m_content)
+        m_content->setDark(dark);
+}
+
+void Popover::makeContent()
+{
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins({});
+    m_content = m_makeContent(this);
+    m_content->setDark(m_dark);
+    layout->addWidget(m_content->widget);
 }
 
 void Popover::openAt(const QRect &item)
 {
-    if (!m_content) {
-        auto *layout = new QVBoxLayout(this);
-        layout->setContentsMargins({});
-        m_content = m_makeContent(this);
-        layout->addWidget(m_content);
-    }
     const QScreen *screen = screenOf(item);
     if (!screen)
         return;
+    if (!m_content)
+        makeContent();
     const QRect place = placePanel(item, panelSize, screen->availableGeometry());
+    m_content->setMaximumHeight(place.height());
     setFixedSize(place.size());
     move(place.topLeft());
     show();

@@ -1,13 +1,20 @@
 #pragma once
 
 #include <QElapsedTimer>
-#include <QPalette>
-#include <QPointer>
 #include <QWidget>
 
 #include <functional>
+#include <optional>
 
 namespace kestrune {
+
+/// What the popover shows, and how it is told of its surroundings.
+struct PanelContent
+{
+    QWidget *widget = nullptr;
+    std::function<void(bool)> setDark;
+    std::function<void(int)> setMaximumHeight; ///< the free room in pixels
+};
 
 /// The window that holds the panel: opens under the status item, closes by a click elsewhere, by Escape and
 /// when another program takes over.
@@ -15,11 +22,12 @@ class Popover : public QWidget
 {
     Q_OBJECT
 public:
-    using ContentFactory = std::function<QWidget *(QWidget *parent)>;
+    using ContentFactory = std::function<PanelContent(QWidget *parent)>;
 
     /// The content is made at the first opening.
     explicit Popover(ContentFactory makeContent);
 
+    void setDark(bool dark);
     /// Opens under `item` (global, logical) on the item's screen.
     void openAt(const QRect &item);
     /// A click on the item closes the open panel before the item hears of it; that click must not open it
@@ -33,10 +41,12 @@ protected:
     void showEvent(QShowEvent *event) override;
 
 private:
+    void makeContent();
     void applicationStateChanged(Qt::ApplicationState state);
 
     ContentFactory m_makeContent;
-    QPointer<QWidget> m_content;
+    std::optional<PanelContent> m_content;
+    bool m_dark = false;
     QElapsedTimer m_sinceClosed;
     bool m_wasActive = false; ///< the program has been active since the panel opened
 };

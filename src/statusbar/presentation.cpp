@@ -10,7 +10,7 @@ namespace {
 
 struct KnownHost
 {
-    const char *mark; ///< part of the file name of the program or of one of its arguments
+    const char *mark; ///< how the program's file name, or that of what it was started with, begins
     NotifierHost host;
 };
 
@@ -34,7 +34,7 @@ NotifierHost notifierHostOf(const QByteArray &commandLine)
     for (const QByteArray &argument : arguments) {
         for (const KnownHost &known : knownHosts) {
             // /usr/lib/mate-panel/notification-area-applet: folders do not count.
-            if (argument.mid(argument.lastIndexOf('/') + 1).contains(known.mark))
+            if (argument.mid(argument.lastIndexOf('/') + 1).startsWith(known.mark))
                 return known.host;
         }
     }

@@ -20,10 +20,10 @@ enum class NotifierHost {
 /// What the desktop offers right now.
 struct DesktopFacts
 {
-    bool stripForced = false;             ///< asked for on the command line
-    bool tray = false;                    ///< an X11 tray takes windows and has not been found squeezing ours
-    std::optional<NotifierHost> notifier; ///< absent without a host
-    bool waited = false;                  ///< hosts that start late have had their time
+    bool stripForced = false; ///< asked for on the command line
+    bool tray = false;        ///< an X11 tray takes windows and has not been found squeezing ours
+    std::optional<NotifierHost> notifier = std::nullopt; ///< absent without a host
+    bool waited = false;                                 ///< hosts that start late have had their time
     bool bling = false;
 };
 

@@ -1,7 +1,6 @@
 #include "statusbar/statusbarcontroller.h"
 
 #include "analysis/priceformat.h"
-#include "panel/palette.h"
 #include "statusbar/panelplacement.h"
 
 #include <QGuiApplication>
@@ -54,7 +53,7 @@ StatusBarController::StatusBarController(std::shared_ptr<AppState> state, Status
     : m_state(std::move(state))
     , m_statusItem(statusItem)
     , m_theme(theme)
-    , m_popover([shared = m_state, makePanel](QWidget *parent) { return makePanel(*shared, parent); })
+    , m_popover([shared = m_state, makePanel](QWidget *parent) { return makePanel(shared, parent); })
 {
     m_lastDarkAppearance = isDarkMenuBar(m_theme);
     applyPalette();
@@ -143,15 +142,19 @@ void StatusBarController::updatePolling()
 
 void StatusBarController::applyPalette()
 {
-    m_popover.setPalette(toolkitPalette(isDarkDesktop(m_theme) ? darkPalette() : lightPalette()));
+    m_popover.setDark(isDarkDesktop(m_theme));
 }
 
 void StatusBarController::togglePopover(const QRect &anchor)
 {
     if (m_popover.isVisible())
         m_popover.close();
-    else if (!m_popover.hasJustClosed())
+    else if (m_popover.hasJustClosed())
+        return;
+    else if (anchor.isValid())
         showPopover(anchor);
+    else
+        showPopover();
 }
 
 void StatusBarController::showPopover()

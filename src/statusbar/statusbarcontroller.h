@@ -14,7 +14,7 @@
 namespace kestrune {
 
 /// Makes the panel over the state.
-using PanelFactory = std::function<QWidget *(AppState &state, QWidget *parent)>;
+using PanelFactory = std::function<PanelContent(const std::shared_ptr<AppState> &state, QWidget *parent)>;
 
 /// Keeps the status item's picture in step with the state and opens the panel under it.
 class StatusBarController : public QObject
@@ -30,7 +30,8 @@ public:
     [[nodiscard]] StatusPicture renderImage() const { return pictureOf(content()); }
     [[nodiscard]] Popover &popover() { return m_popover; }
 
-    /// The item's click: closes the open panel, else opens it under `anchor`.
+    /// The item's click: closes the open panel, else opens it under `anchor`, or under the item where the
+    /// host gave no place.
     void togglePopover(const QRect &anchor);
     /// Opens the panel under the item, wherever that is now.
     void showPopover();

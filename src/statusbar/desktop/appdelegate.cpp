@@ -1,5 +1,7 @@
 #include "statusbar/desktop/appdelegate.h"
 
+#include "panel/approot.h"
+#include "panel/popoverview.h"
 #include "platform/async.h"
 #include "statusbar/desktop/desktoptheme.h"
 #include "statusbar/desktop/quitsignals.h"
@@ -22,6 +24,14 @@ QCoro::Task<> refresh(std::shared_ptr<AppState> state)
     co_await state->refreshAll(); // what it reports shows in the state
 }
 
+PanelContent makePanel(const std::shared_ptr<AppState> &state, const QString &marketNotice, QWidget *parent)
+{
+    auto *view = new PopoverView(state, {.marketNotice = marketNotice, .openUrl = {}}, parent);
+    QObject::connect(view, &PopoverView::closeRequested, parent, &QWidget::close);
+    return {view, [view](bool dark) { view->setDark(dark); },
+            [view](int height) { view->setMaximumPanelHeight(height); }};
+}
+
 } // namespace
 
 AppDelegate::AppDelegate(Launch launch, SingleInstance *instance)
@@ -34,13 +44,18 @@ AppDelegate::~AppDelegate() = default;
 
 void AppDelegate::applicationDidFinishLaunching()
 {
+    installAccessibleRoot();
     const QDBusConnection bus = QDBusConnection::sessionBus();
     m_theme = std::make_unique<DesktopTheme>(bus);
     m_item = std::make_unique<StatusItemChooser>(bus, m_launch.dependencies.preferences, m_menu.entries(),
                                                  StatusItemChooser::Options{.stripForced = m_launch.strip});
     m_theme->setBar([item = m_item.get()] { return item->barTextColor(); });
     m_state = AppState::create(m_launch.dependencies);
-    m_controller = std::make_unique<StatusBarController>(m_state, *m_item, *m_theme, m_launch.makePanel);
+    m_controller = std::make_unique<StatusBarController>(
+        m_state, *m_item, *m_theme,
+        [notice = m_launch.marketNotice](const std::shared_ptr<AppState> &state, QWidget *parent) {
+            return makePanel(state, notice, parent);
+        });
     addApplicationActions(&m_controller->popover(), this, [] { QCoreApplication::quit(); });
     m_keyFallbackMonitor = std::make_unique<EditKeyFallback>(nullptr);
     connectMenu();

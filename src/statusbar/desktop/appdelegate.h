@@ -27,7 +27,7 @@ public:
     struct Launch
     {
         AppState::Dependencies dependencies;
-        PanelFactory makePanel;
+        QString marketNotice;                  ///< the panel's line about prices that are not live
         std::function<void()> dropConnections; ///< of the HTTP clients, after a sleep
         bool strip = false;                    ///< asked for on the command line
     };

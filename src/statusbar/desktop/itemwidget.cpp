@@ -23,7 +23,7 @@ ItemWidget::ItemWidget(Qt::WindowFlags flags, Ground ground) : QWidget(nullptr, 
         setAttribute(Qt::WA_TranslucentBackground);
     else
         setAttribute(Qt::WA_OpaquePaintEvent);
-    setWindowTitle(QGuiApplication::applicationDisplayName());
+    setWindowTitle(QStringLiteral("Kestrune Bar"));
 }
 
 void ItemWidget::setContent(const StatusItemContent &content)

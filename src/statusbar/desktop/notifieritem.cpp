@@ -1,5 +1,6 @@
 #include "statusbar/desktop/notifieritem.h"
 
+#include "statusbar/desktop/activation.h"
 #include "statusbar/desktop/notifiertypes.h"
 #include "statusbar/desktop/screens.h"
 #include "statusbar/pixelshapes.h"
@@ -183,10 +184,10 @@ void NotifierItem::show(const StatusItemContent &content)
         if (content.status.alertActive)
             announce(u"NewAttentionIcon"_s);
     }
-    if (before.title != content.title)
+    if (before.title != content.title || before.detail != content.detail) {
         announce(u"NewTitle"_s);
-    if (before.title != content.title || before.detail != content.detail)
         announce(u"NewToolTip"_s);
+    }
     const bool showsLabel = m_host == NotifierHost::label || m_host == NotifierHost::shell;
     if (showsLabel && before.status.text != content.status.text)
         announce(u"XAyatanaNewLabel"_s, {content.status.text, content.status.text});
@@ -268,7 +269,7 @@ bool NotifierItem::call(const QString &member, const QVariantList &arguments, co
         return true;
     }
     if (member == "ProvideXdgActivationToken"_L1 && signature == "s"_L1) {
-        qputenv("XDG_ACTIVATION_TOKEN", arguments[0].toString().toUtf8()); // the toolkit takes it from there
+        useActivationToken(arguments[0].toString());
         return true;
     }
     return (member == "SecondaryActivate"_L1 && position) || (member == "Scroll"_L1 && signature == "is"_L1);

@@ -1,5 +1,7 @@
 #include "statusbar/desktop/singleinstance.h"
 
+#include "statusbar/desktop/activation.h"
+
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 
@@ -63,9 +65,7 @@ bool SingleInstance::activateFirst() const
 
 void SingleInstance::Activate(const QVariantMap &platformData)
 {
-    if (const QByteArray token = platformData.value(u"activation-token"_s).toString().toUtf8();
-        !token.isEmpty())
-        qputenv("XDG_ACTIVATION_TOKEN", token); // the toolkit takes it from there
+    useActivationToken(platformData.value(u"activation-token"_s).toString());
     QMetaObject::invokeMethod(this, &SingleInstance::activated, Qt::QueuedConnection);
 }
 

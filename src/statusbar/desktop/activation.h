@@ -1,0 +1,11 @@
+#pragma once
+
+#include <QString>
+
+namespace kestrune {
+
+/// Keeps the permission that another program gave for our next window to take the focus. Only Wayland asks
+/// for one; there the toolkit takes it from the environment and removes it.
+void useActivationToken(const QString &token);
+
+} // namespace kestrune

@@ -1,0 +1,47 @@
+#include "statusbar/privatebus.h"
+
+#include "support/eventloop.h"
+
+#include <QDBusMessage>
+#include <QDBusPendingCall>
+#include <QDBusPendingReply>
+
+namespace kestrune::test {
+
+using namespace Qt::StringLiterals;
+
+PrivateBus::PrivateBus()
+{
+    m_daemon.setStandardErrorFile(QProcess::nullDevice());
+    m_daemon.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address=1"_s});
+    if (m_daemon.waitForStarted() && m_daemon.waitForReadyRead())
+        m_address = QString::fromLatin1(m_daemon.readLine()).trimmed();
+}
+
+PrivateBus::~PrivateBus()
+{
+    for (const QString &name : m_names)
+        QDBusConnection::disconnectFromBus(name);
+    m_daemon.terminate();
+    m_daemon.waitForFinished();
+}
+
+QDBusConnection PrivateBus::connection(const QString &name)
+{
+    if (!m_names.contains(name))
+        m_names.append(name);
+    return QDBusConnection::connectToBus(m_address, name);
+}
+
+QDBusMessage PrivateBus::call(const QDBusConnection &from, const QString &service, const QString &path,
+                              const QString &interface, const QString &member, const QVariantList &arguments)
+{
+    QDBusMessage message = QDBusMessage::createMethodCall(service, path, interface, member);
+    message.setArguments(arguments);
+    const QDBusPendingCall pending = from.asyncCall(message, 3000);
+    if (!waitFor([&] { return pending.isFinished(); }))
+        return {};
+    return pending.reply();
+}
+
+} // namespace kestrune::test

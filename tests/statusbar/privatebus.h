@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QDBusConnection>
+#include <QProcess>
+#include <QStringList>
+
+namespace kestrune::test {
+
+/// A message bus of the test's own. Connections to it are apart from each other like those of processes, but
+/// live on one thread: never block on a call to an object of the test.
+class PrivateBus
+{
+public:
+    PrivateBus();
+    ~PrivateBus();
+
+    [[nodiscard]] bool isRunning() const { return !m_address.isEmpty(); }
+    [[nodiscard]] QDBusConnection connection(const QString &name);
+
+    /// Calls and lets the event loop run until the answer is there.
+    [[nodiscard]] static QDBusMessage call(const QDBusConnection &from, const QString &service,
+                                           const QString &path, const QString &interface,
+                                           const QString &member, const QVariantList &arguments = {});
+
+private:
+    QProcess m_daemon;
+    QString m_address;
+    QStringList m_names;
+};
+
+} // namespace kestrune::test
