@@ -19,7 +19,6 @@
 #include <QBoxLayout>
 #include <QDesktopServices>
 #include <QKeyEvent>
-#include <QPainter>
 
 #include <algorithm>
 
@@ -55,6 +54,7 @@ PopoverView::PopoverView(std::shared_ptr<AppState> state, Options options, QWidg
     setWindowTitle(u"Kestrune Bar"_s);
     setAccessibleName(u"Kestrune Bar"_s);
     setFixedSize(panelSize);
+    setAutoFillBackground(true); // inside another window too
     setDark(true);
 
     auto *column = new QVBoxLayout(this);
@@ -230,12 +230,6 @@ void PopoverView::orderTabStops()
 void PopoverView::placeToast()
 {
     m_toast->setAnchor(QPoint(width() / 2, m_footer->y() - toastGap), width() - 2 * panelMargin);
-}
-
-void PopoverView::paintEvent(QPaintEvent *event)
-{
-    QPainter painter(this);
-    painter.fillRect(event->rect(), paletteOf(this).ground);
 }
 
 // Brought up to date before it shows, so that nothing is seen moving to where it stood all the time.

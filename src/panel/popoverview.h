@@ -61,7 +61,6 @@ Q_SIGNALS:
     void closeRequested();
 
 protected:
-    void paintEvent(QPaintEvent *event) override;
     void hideEvent(QHideEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
