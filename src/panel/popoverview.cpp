@@ -66,12 +66,12 @@ PopoverView::PopoverView(std::shared_ptr<AppState> state, Options options, QWidg
         frame->addWidget(widget);
         column->addLayout(frame);
     };
-    auto *area = new ScrollArea;
-    area->setWidget(makeScrolledContent());
-    area->widget()->setAutoFillBackground(false);
+    m_area = new ScrollArea;
+    m_area->setWidget(makeScrolledContent());
+    m_area->widget()->setAutoFillBackground(false);
     addFixed(m_header);
     addFixed(new Divider);
-    column->addWidget(area, 1);
+    column->addWidget(m_area, 1);
     addFixed(new Divider);
     addFixed(m_footer);
     // The area's content keeps the spacing to the dividers itself, so that a focus ring at its edge shows.
@@ -240,6 +240,8 @@ void PopoverView::setVisible(bool visible)
         updateNow();
     }
     QWidget::setVisible(visible);
+    if (visible)
+        m_area->settleContent();
 }
 
 void PopoverView::hideEvent(QHideEvent *event)

@@ -17,6 +17,7 @@ class ContextSection;
 class FooterSection;
 class HeaderSection;
 class HelpSheet;
+class ScrollArea;
 class SettingsSection;
 class SnapshotSection;
 class Toast;
@@ -84,6 +85,7 @@ private:
     ZonesSection *m_zones;
     ContextSection *m_marketContext;
     AlertsSection *m_alerts;
+    ScrollArea *m_area;
     SettingsSection *m_settings;
     FooterSection *m_footer;
     Toast *m_toast;
