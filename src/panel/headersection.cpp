@@ -159,6 +159,7 @@ void HeaderSection::refreshTimeframes()
             button->installEventFilter(this);
             connect(button, &SegmentButton::clicked, this, [&state, label] { state.setTimeframe(label); });
             m_timeframeBox->layout()->addWidget(button);
+            button->show(); // the layout itself would only do so on a later turn
             m_timeframeButtons.append(button);
         }
     }

@@ -9,6 +9,7 @@
 #include "panel/footersection.h"
 #include "panel/headersection.h"
 #include "panel/helpsheet.h"
+#include "panel/layoutsettling.h"
 #include "panel/scrollarea.h"
 #include "panel/settingssection.h"
 #include "panel/snapshotsection.h"
@@ -66,12 +67,12 @@ PopoverView::PopoverView(std::shared_ptr<AppState> state, Options options, QWidg
         frame->addWidget(widget);
         column->addLayout(frame);
     };
-    m_area = new ScrollArea;
-    m_area->setWidget(makeScrolledContent());
-    m_area->widget()->setAutoFillBackground(false);
+    auto *area = new ScrollArea;
+    area->setWidget(makeScrolledContent());
+    area->widget()->setAutoFillBackground(false);
     addFixed(m_header);
     addFixed(new Divider);
-    column->addWidget(m_area, 1);
+    column->addWidget(area, 1);
     addFixed(new Divider);
     addFixed(m_footer);
     // The area's content keeps the spacing to the dividers itself, so that a focus ring at its edge shows.
@@ -232,16 +233,14 @@ void PopoverView::placeToast()
     m_toast->setAnchor(QPoint(width() / 2, m_footer->y() - toastGap), width() - 2 * panelMargin);
 }
 
-// Brought up to date before it shows, so that nothing is seen moving to where it stood all the time.
-void PopoverView::setVisible(bool visible)
+// Before anything is painted, so that nothing is seen moving to where it stood all the time.
+void PopoverView::showEvent(QShowEvent *event)
 {
-    if (visible && !isVisible()) {
-        m_settings->fillFields();
-        updateNow();
-    }
-    QWidget::setVisible(visible);
-    if (visible)
-        m_area->settleContent();
+    QWidget::showEvent(event);
+    m_settings->fillFields();
+    updateNow();
+    m_marketContext->finishFolding();
+    settleLayouts(*this);
 }
 
 void PopoverView::hideEvent(QHideEvent *event)
@@ -272,6 +271,8 @@ void PopoverView::keyPressEvent(QKeyEvent *event)
     closeRequested();
     if (isWindow())
         close();
+    else
+        event->ignore(); // for the window around the panel
 }
 
 } // namespace kestrune

@@ -17,7 +17,6 @@ class ContextSection;
 class FooterSection;
 class HeaderSection;
 class HelpSheet;
-class ScrollArea;
 class SettingsSection;
 class SnapshotSection;
 class Toast;
@@ -54,14 +53,14 @@ public:
     void setSettingsExpanded(bool expanded);
     void showToast(const QString &message, bool isError);
 
-    void setVisible(bool visible) override;
     [[nodiscard]] QSize sizeHint() const override { return size(); }
 
 Q_SIGNALS:
-    /// Escape was pressed in the panel; a panel that is a window closes by itself.
+    /// Escape was pressed in the panel. One that is a window closes by itself; else its window gets the key.
     void closeRequested();
 
 protected:
+    void showEvent(QShowEvent *event) override;
     void hideEvent(QHideEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
@@ -85,7 +84,6 @@ private:
     ZonesSection *m_zones;
     ContextSection *m_marketContext;
     AlertsSection *m_alerts;
-    ScrollArea *m_area;
     SettingsSection *m_settings;
     FooterSection *m_footer;
     Toast *m_toast;

@@ -2,9 +2,6 @@
 
 #include "panel/palette.h"
 
-#include <QCoreApplication>
-#include <QEvent>
-#include <QLayout>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QScrollBar>
@@ -99,18 +96,6 @@ private:
     double m_grip = -1; // where the mouse holds the handle; negative when it does not
 };
 
-/// Forgets the size hints that layouts keep, from the inside out.
-void renewHints(QWidget &widget)
-{
-    for (QObject *child : widget.children()) {
-        if (child->isWidgetType())
-            renewHints(*static_cast<QWidget *>(child));
-    }
-    if (widget.layout())
-        widget.layout()->invalidate();
-    widget.updateGeometry();
-}
-
 } // namespace
 
 ScrollArea::ScrollArea(QWidget *parent) : QScrollArea(parent)
@@ -124,17 +109,6 @@ ScrollArea::ScrollArea(QWidget *parent) : QScrollArea(parent)
     setFocusPolicy(Qt::NoFocus);
     viewport()->setAutoFillBackground(false);
     m_handle = new ScrollHandle(*verticalScrollBar(), this);
-}
-
-void ScrollArea::settleContent()
-{
-    if (!widget())
-        return;
-    renewHints(*widget());
-    QEvent request(QEvent::LayoutRequest);
-    QCoreApplication::sendEvent(this, &request); // sizes the content by its height for width
-    if (QLayout *layout = widget()->layout())
-        layout->activate();
 }
 
 void ScrollArea::resizeEvent(QResizeEvent *event)

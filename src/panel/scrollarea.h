@@ -13,10 +13,6 @@ class ScrollArea : public QScrollArea
 public:
     explicit ScrollArea(QWidget *parent = nullptr);
 
-    /// Gives the content its final height at once. By themselves layouts hand their changes up one level per
-    /// turn of the event loop, which a first picture would show half done.
-    void settleContent();
-
 protected:
     void resizeEvent(QResizeEvent *event) override;
 
