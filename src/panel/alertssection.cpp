@@ -85,6 +85,7 @@ void AlertsSection::refresh()
     for (std::size_t i = 0; i < next.size(); ++i) {
         if (column->indexOf(next[i]) != int(i))
             column->insertWidget(int(i), next[i]);
+        next[i]->show();
     }
     m_rows = std::move(next);
     m_rowBox->setVisible(!m_rows.empty());

@@ -64,6 +64,11 @@ void ContextSection::refresh()
     m_body->setExpanded(open);
 }
 
+void ContextSection::finishFolding()
+{
+    m_body->finish();
+}
+
 QList<QWidget *> ContextSection::tabStops() const
 {
     return {m_header};

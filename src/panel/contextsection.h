@@ -21,6 +21,8 @@ public:
     explicit ContextSection(const PanelContext &context, QWidget *parent = nullptr);
 
     void refresh();
+    /// Ends a fold that is under way.
+    void finishFolding();
     [[nodiscard]] QList<QWidget *> tabStops() const;
 
 private:

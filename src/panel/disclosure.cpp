@@ -125,6 +125,11 @@ void Collapsible::resizeEvent(QResizeEvent *)
 
 void Collapsible::hideEvent(QHideEvent *)
 {
+    finish();
+}
+
+void Collapsible::finish()
+{
     m_animation->stop();
     setShare(m_expanded ? 1 : 0);
 }

@@ -40,6 +40,8 @@ public:
 
     void setExpanded(bool expanded);
     [[nodiscard]] bool isExpanded() const { return m_expanded; }
+    /// Goes to where the fold under way would end.
+    void finish();
 
     [[nodiscard]] QSize sizeHint() const override;
     [[nodiscard]] QSize minimumSizeHint() const override { return {0, 0}; }

@@ -51,7 +51,8 @@ bool FocusRing::eventFilter(QObject *watched, QEvent *event)
 {
     switch (event->type()) {
     case QEvent::FocusIn:
-        if (auto *widget = qobject_cast<QWidget *>(watched); widget && widget->window() == m_window) {
+        if (auto *widget = qobject_cast<QWidget *>(watched);
+            widget && m_window && m_window->isAncestorOf(widget)) {
             const auto reason = static_cast<QFocusEvent *>(event)->reason();
             if (byKeyboard(reason))
                 moveTo(widget);

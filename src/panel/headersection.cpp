@@ -132,12 +132,14 @@ void HeaderSection::refresh()
 void HeaderSection::refreshTitle()
 {
     const QString title = m_context.state.headerTitle();
+    if (title != m_title->text())
+        m_titleWidth = textWidth(title, TypeRole::headline);
     int room = panelWidth - 2 * panelMargin;
     for (const QWidget *neighbour : {static_cast<QWidget *>(m_sparkline), static_cast<QWidget *>(m_price)}) {
         if (!neighbour->isHidden())
             room -= neighbour->sizeHint().width() + titleSpacing;
     }
-    m_title->setRole(textWidth(title, TypeRole::headline) <= room ? TypeRole::headline : TypeRole::section);
+    m_title->setRole(m_titleWidth <= room ? TypeRole::headline : TypeRole::section);
     m_title->setText(title);
     m_title->setToolTip(title);
 }
@@ -157,6 +159,7 @@ void HeaderSection::refreshTimeframes()
             button->installEventFilter(this);
             connect(button, &SegmentButton::clicked, this, [&state, label] { state.setTimeframe(label); });
             m_timeframeBox->layout()->addWidget(button);
+            button->show(); // the layout itself would only do so on a later turn
             m_timeframeButtons.append(button);
         }
     }

@@ -35,6 +35,7 @@ private:
 
     PanelContext m_context;
     TextLabel *m_title;
+    int m_titleWidth = 0; // at its full size
     PixelSparkline *m_sparkline;
     TextLabel *m_price;
     Spinner *m_spinner;

@@ -9,6 +9,7 @@
 #include "panel/footersection.h"
 #include "panel/headersection.h"
 #include "panel/helpsheet.h"
+#include "panel/layoutsettling.h"
 #include "panel/scrollarea.h"
 #include "panel/settingssection.h"
 #include "panel/snapshotsection.h"
@@ -19,7 +20,6 @@
 #include <QBoxLayout>
 #include <QDesktopServices>
 #include <QKeyEvent>
-#include <QPainter>
 
 #include <algorithm>
 
@@ -55,6 +55,7 @@ PopoverView::PopoverView(std::shared_ptr<AppState> state, Options options, QWidg
     setWindowTitle(u"Kestrune Bar"_s);
     setAccessibleName(u"Kestrune Bar"_s);
     setFixedSize(panelSize);
+    setAutoFillBackground(true); // inside another window too
     setDark(true);
 
     auto *column = new QVBoxLayout(this);
@@ -232,20 +233,14 @@ void PopoverView::placeToast()
     m_toast->setAnchor(QPoint(width() / 2, m_footer->y() - toastGap), width() - 2 * panelMargin);
 }
 
-void PopoverView::paintEvent(QPaintEvent *event)
+// Before anything is painted, so that nothing is seen moving to where it stood all the time.
+void PopoverView::showEvent(QShowEvent *event)
 {
-    QPainter painter(this);
-    painter.fillRect(event->rect(), paletteOf(this).ground);
-}
-
-// Brought up to date before it shows, so that nothing is seen moving to where it stood all the time.
-void PopoverView::setVisible(bool visible)
-{
-    if (visible && !isVisible()) {
-        m_settings->fillFields();
-        updateNow();
-    }
-    QWidget::setVisible(visible);
+    QWidget::showEvent(event);
+    m_settings->fillFields();
+    updateNow();
+    m_marketContext->finishFolding();
+    settleLayouts(*this);
 }
 
 void PopoverView::hideEvent(QHideEvent *event)
@@ -276,6 +271,8 @@ void PopoverView::keyPressEvent(QKeyEvent *event)
     closeRequested();
     if (isWindow())
         close();
+    else
+        event->ignore(); // for the window around the panel
 }
 
 } // namespace kestrune

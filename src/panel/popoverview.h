@@ -53,15 +53,14 @@ public:
     void setSettingsExpanded(bool expanded);
     void showToast(const QString &message, bool isError);
 
-    void setVisible(bool visible) override;
     [[nodiscard]] QSize sizeHint() const override { return size(); }
 
 Q_SIGNALS:
-    /// Escape was pressed in the panel; a panel that is a window closes by itself.
+    /// Escape was pressed in the panel. One that is a window closes by itself; else its window gets the key.
     void closeRequested();
 
 protected:
-    void paintEvent(QPaintEvent *event) override;
+    void showEvent(QShowEvent *event) override;
     void hideEvent(QHideEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;

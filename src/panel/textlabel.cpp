@@ -11,9 +11,16 @@
 
 namespace kestrune {
 
+namespace {
+
+constexpr int endless = std::numeric_limits<int>::max();
+
+} // namespace
+
 TextLabel::TextLabel(TypeRole role, QWidget *parent) : QWidget(parent), m_role(role)
 {
     installPanelAccessibility();
+    takeText({});
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
 }
 
@@ -21,6 +28,7 @@ TextLabel::TextLabel(const QString &text, TypeRole role, Tone tone, QWidget *par
 {
     m_text = text;
     m_tone = tone;
+    takeText(text);
     setAccessibleName(text);
 }
 
@@ -75,9 +83,7 @@ void TextLabel::setElide(Qt::TextElideMode mode)
 
 int TextLabel::lineCount() const
 {
-    QTextLayout layout;
-    prepare(layout, m_text);
-    return layOut(layout, m_wrap ? width() : std::numeric_limits<int>::max());
+    return linesFor(m_wrap ? width() : endless);
 }
 
 QSize TextLabel::sizeHint() const
@@ -97,9 +103,7 @@ int TextLabel::heightForWidth(int width) const
 {
     if (!m_wrap)
         return lineHeight(m_role);
-    QTextLayout layout;
-    prepare(layout, m_text);
-    return layOut(layout, width) * lineHeight(m_role);
+    return linesFor(width) * lineHeight(m_role);
 }
 
 void TextLabel::paintEvent(QPaintEvent *)
@@ -108,14 +112,14 @@ void TextLabel::paintEvent(QPaintEvent *)
         return;
     QPainter painter(this);
     painter.setPen(paletteOf(this).color(m_tone));
-    if (!m_laidOut) {
-        QString shown = m_text;
-        if (m_elide != Qt::ElideNone && naturalSize().width() > width())
-            shown = QFontMetricsF(fontFor(m_role)).elidedText(shown, m_elide, width());
-        prepare(m_layout, shown);
-        layOut(m_layout, m_wrap ? width() : std::numeric_limits<int>::max());
-        m_laidOut = true;
+    if (m_elide != Qt::ElideNone && naturalSize().width() > width()) {
+        const QString cut = QFontMetricsF(fontFor(m_role)).elidedText(m_text, m_elide, width());
+        if (m_layout.text() != cut)
+            takeText(cut);
+    } else if (m_layout.text() != m_text) {
+        takeText(m_text);
     }
+    linesFor(m_wrap ? width() : endless);
     for (int i = 0; i < m_layout.lineCount(); ++i) {
         const QTextLine line = m_layout.lineAt(i);
         const double slack = width() - line.naturalTextWidth();
@@ -126,58 +130,61 @@ void TextLabel::paintEvent(QPaintEvent *)
     }
 }
 
-void TextLabel::resizeEvent(QResizeEvent *)
-{
-    if (m_wrap || m_elide != Qt::ElideNone)
-        m_laidOut = false;
-}
-
+// A fresh text of the old size needs no new layout of the panel: that is the common price tick.
 void TextLabel::changed()
 {
     const QSize before = m_natural;
+    const int linesBefore = m_wrap ? linesFor(width()) : 1;
     m_natural = {};
-    m_laidOut = false;
-    // A fresh text of the old size needs no new layout of the panel: that is the common price tick.
-    if (m_wrap || !before.isValid() || naturalSize() != before)
+    takeText(m_text);
+    const bool sameSize =
+        m_wrap ? linesFor(width()) == linesBefore : before.isValid() && naturalSize() == before;
+    if (!sameSize)
         updateGeometry();
     update();
 }
 
-void TextLabel::prepare(QTextLayout &layout, const QString &text) const
+void TextLabel::takeText(const QString &text) const
 {
-    layout.clearLayout();
-    layout.setFont(fontFor(m_role));
-    layout.setText(text);
-    layout.setFormats({});
-    layout.setCacheEnabled(true);
+    m_layout.clearLayout();
+    m_layout.setFont(fontFor(m_role));
+    m_layout.setText(text);
+    m_layout.setFormats({});
+    m_layout.setCacheEnabled(true);
     QTextOption option;
     option.setWrapMode(m_wrap ? QTextOption::WrapAtWordBoundaryOrAnywhere : QTextOption::NoWrap);
-    layout.setTextOption(option);
-    useColourEmoji(layout);
+    m_layout.setTextOption(option);
+    useColourEmoji(m_layout);
+    m_layoutWidth = -1;
 }
 
-int TextLabel::layOut(QTextLayout &layout, double width) const
+// Shaping is the costly part and done once per text; lines are broken anew for every width.
+int TextLabel::linesFor(int width) const
 {
-    int count = 0;
-    layout.beginLayout();
-    for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
+    if (m_layoutWidth == width)
+        return m_lines;
+    m_lines = 0;
+    m_layout.beginLayout();
+    for (QTextLine line = m_layout.createLine(); line.isValid(); line = m_layout.createLine()) {
         line.setLineWidth(width);
         // A fallback family has a taller line; every baseline stands where the role says.
-        const double baseline = count * lineHeight(m_role) + baselineInLine(m_role);
+        const double baseline = m_lines * lineHeight(m_role) + baselineInLine(m_role);
         line.setPosition(QPointF(0, baseline - line.ascent()));
-        ++count;
+        ++m_lines;
     }
-    layout.endLayout();
-    return std::max(count, 1);
+    m_layout.endLayout();
+    m_lines = std::max(m_lines, 1);
+    m_layoutWidth = width;
+    return m_lines;
 }
 
 QSize TextLabel::naturalSize() const
 {
     if (!m_natural.isValid()) {
-        QTextLayout layout;
-        prepare(layout, m_text);
-        layOut(layout, std::numeric_limits<int>::max());
-        m_natural = {static_cast<int>(std::ceil(layout.maximumWidth())), lineHeight(m_role)};
+        if (m_layout.text() != m_text)
+            takeText(m_text);
+        linesFor(endless);
+        m_natural = {static_cast<int>(std::ceil(m_layout.maximumWidth())), lineHeight(m_role)};
     }
     return m_natural;
 }

@@ -40,13 +40,12 @@ public:
 
 protected:
     void paintEvent(QPaintEvent *event) override;
-    void resizeEvent(QResizeEvent *event) override;
 
 private:
     void changed();
-    /// Breaks the lines for `width` and gives their number.
-    int layOut(QTextLayout &layout, double width) const;
-    void prepare(QTextLayout &layout, const QString &text) const;
+    void takeText(const QString &text) const;
+    /// Breaks the taken text for `width` and gives the number of its lines.
+    int linesFor(int width) const;
     [[nodiscard]] QSize naturalSize() const;
 
     QString m_text;
@@ -55,8 +54,9 @@ private:
     Qt::Alignment m_alignment = Qt::AlignLeading;
     Qt::TextElideMode m_elide = Qt::ElideNone;
     bool m_wrap = false;
-    QTextLayout m_layout; // as painted
-    bool m_laidOut = false;
+    mutable QTextLayout m_layout;   // of the text, or of what is left of it after cutting
+    mutable int m_layoutWidth = -1; // the lines are broken for
+    mutable int m_lines = 1;
     mutable QSize m_natural; // of one line; invalid when not known
 };
 

@@ -2,7 +2,7 @@
 
 #include "panel/popoverview.h"
 
-#include <QPainter>
+#include <QScopeGuard>
 
 namespace kestrune {
 
@@ -18,13 +18,17 @@ SnapshotPicture::SnapshotPicture(std::shared_ptr<AppState> state, const QString 
     : m_panel(std::make_unique<PopoverView>(std::move(state), PopoverView::Options{marketNotice, {}}))
 {
     m_panel->setDark(true);
+    m_panel->setAttribute(Qt::WA_DontShowOnScreen);
 }
 
 SnapshotPicture::~SnapshotPicture() = default;
 
 QImage SnapshotPicture::render()
 {
-    m_panel->updateNow();
+    // Only what shows is laid out to the end (the scrolled content above all). No event loop runs meanwhile,
+    // so that nothing that turns or pulses moves.
+    m_panel->show();
+    const auto hideAgain = qScopeGuard([this] { m_panel->hide(); });
     if (m_panel->size().isEmpty())
         return {};
     QImage image(m_panel->size() * scale, QImage::Format_ARGB32_Premultiplied);

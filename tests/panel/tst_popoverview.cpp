@@ -2,6 +2,7 @@
 #include "panel/alertrow.h"
 #include "panel/blingbutton.h"
 #include "panel/chip.h"
+#include "panel/focusring.h"
 #include "panel/helpsheet.h"
 #include "panel/helpview.h"
 #include "panel/iconbutton.h"
@@ -20,6 +21,7 @@
 #include <QAccessible>
 #include <QScrollArea>
 #include <QScrollBar>
+#include <QVBoxLayout>
 
 #include <algorithm>
 
@@ -103,6 +105,7 @@ private Q_SLOTS:
     void theRefreshReportsInAToast();
     void helpOpensOverThePanel();
     void escapeClosesHelpThenThePanel();
+    void itWorksInsideAnotherWindow();
     void tabFollowsTheReadingOrder();
     void arrowsMoveAlongRowsAndTimeframes();
     void nothingIsCutAtAnyPrice_data();
@@ -500,6 +503,40 @@ void PopoverViewTest::escapeClosesHelpThenThePanel()
     QTest::keyClick(fixture.field(u"目标价"_s), Qt::Key_Escape); // from inside a field too
     QCOMPARE(requests, 1);
     QVERIFY(!fixture.view->isVisible());
+}
+
+// The program shows the panel inside the window of its popover.
+void PopoverViewTest::itWorksInsideAnotherWindow()
+{
+    QWidget window;
+    PanelFixture fixture;
+    fixture.fillMarket();
+    auto *layout = new QVBoxLayout(&window);
+    layout->setContentsMargins({});
+    layout->addWidget(fixture.view.get());
+    fixture.state->marketContextExpanded = true;
+    fixture.tick(3500);
+    window.show();
+    QVERIFY(fixture.texts().contains(u"3,500"_s));
+    QVERIFY(fixture.texts().contains(u"RSI(14)"_s)); // unfolded at once
+    const QImage first = window.grab().toImage();
+    fixture.settle();
+    QVERIFY(window.grab().toImage() == first); // nothing was still moving
+
+    ZoneRow *row = fixture.shown<ZoneRow>()[3];
+    row->setFocus(Qt::TabFocusReason);
+    QVERIFY(fixture.view->findChild<FocusRing *>()->target());
+    QTest::keyClick(row, Qt::Key_Escape);
+    QVERIFY(fixture.view->isVisible()); // the window's affair
+
+    auto *sparkline = fixture.view->findChild<PixelSparkline *>();
+    QVERIFY(sparkline->isPulsing());
+    window.hide();
+    QVERIFY(!sparkline->isPulsing());
+    fixture.tick(3600);
+    fixture.settle();
+    window.show();
+    QVERIFY(fixture.texts().contains(u"3,600"_s));
 }
 
 void PopoverViewTest::tabFollowsTheReadingOrder()

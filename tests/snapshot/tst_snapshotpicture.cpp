@@ -1,3 +1,4 @@
+#include "panel/popoverview.h"
 #include "snapshot/pngwriter.h"
 #include "snapshot/snapshotpicture.h"
 #include "support/appfixture.h"
@@ -44,6 +45,7 @@ class SnapshotPictureTest : public QObject
     Q_OBJECT
 private Q_SLOTS:
     void itIsTheWholePanelAtTwiceItsSize();
+    void itIsTheVeryPanelThatAScreenShows();
     void equalDataAndTimeGiveEqualPictures();
     void theDesktopsSettingsDoNotShow();
     void theMarketNoticeIsInThePicture();
@@ -66,6 +68,27 @@ void SnapshotPictureTest::itIsTheWholePanelAtTwiceItsSize()
     // Sharp at twice the size: a single row of pixels is a divider, not two blurred ones.
     const int y = 2 * 14;
     QVERIFY(countOf(image.copy(0, 0, 640, y), SnapshotPicture::darkBackdrop) == 640 * y);
+}
+
+void SnapshotPictureTest::itIsTheVeryPanelThatAScreenShows()
+{
+    AppFixture fixture;
+    fixture.serveCrypto(3000);
+    fixture.preferences.preset(u"ks_account_size"_s, 12000.0); // more lines in the banner
+    fixture.start();
+    PopoverView view(fixture.state);
+    view.show();
+    drainEvents();
+    QImage screen(view.size() * 2, QImage::Format_ARGB32_Premultiplied);
+    screen.setDevicePixelRatio(2);
+    view.render(&screen);
+    SnapshotPicture picture(fixture.state, {});
+    QVERIFY(picture.render() == screen);
+    fixture.state->snapshot = {};
+    fixture.state->price = std::nullopt; // a spinner stands where it starts
+    const QImage spinning = picture.render();
+    QTest::qWait(150);
+    QVERIFY(picture.render() == spinning);
 }
 
 void SnapshotPictureTest::equalDataAndTimeGiveEqualPictures()
