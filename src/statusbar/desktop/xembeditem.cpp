@@ -14,6 +14,7 @@ namespace {
 
 constexpr auto dockLimit = 2s;   // a tray that has not taken the window by then never will
 constexpr auto resizeLimit = 1s; // a tray lays itself out again within that
+constexpr int leastHeight = 16;  // below this the text is cut
 constexpr uint32_t requestDock = 0;
 constexpr uint32_t embedVersion = 0;
 constexpr uint32_t embedMapped = 1;
@@ -98,7 +99,7 @@ void XEmbedItem::applySize()
 {
     if (m_window == XCB_WINDOW_NONE)
         return;
-    m_widget->setFixedSize(m_widget->sizeHint());
+    m_widget->setFixedSize(QSize(m_widget->sizeHint().width(), m_height));
     if (m_docked)
         m_check.start(resizeLimit);
 }
@@ -116,10 +117,18 @@ void XEmbedItem::checkSize()
     if (!geometry)
         return;
     // The toolkit rounds; a tray that squeezes takes far more than a pixel.
-    const double wanted = std::floor(m_widget->sizeHint().width() * m_widget->devicePixelRatioF()) - 1;
-    if (geometry->width < wanted)
+    const double scale = m_widget->devicePixelRatioF();
+    if (geometry->width >= std::floor(m_widget->sizeHint().width() * scale) - 1)
+        return;
+    // A tray lower than the item may make it narrower in proportion; asked for at its own height it does not.
+    const int granted = static_cast<int>(geometry->height / scale);
+    if (granted >= m_height || granted < leastHeight) {
         Q_EMIT
-    squeezed();
+        squeezed();
+        return;
+    }
+    m_height = granted;
+    applySize();
 }
 
 std::optional<QRect> XEmbedItem::place() const

@@ -38,6 +38,7 @@ private:
     std::unique_ptr<ItemWidget> m_widget;
     xcb_window_t m_window = XCB_WINDOW_NONE;
     bool m_docked = false;
+    int m_height = static_cast<int>(statusHeight); ///< logical; less in a lower tray
     QTimer m_check; ///< runs once after docking and after each change of the width
 };
 

@@ -1,0 +1,225 @@
+"""What the session tests need of a desktop: processes, windows, the pointer, pixels, the settings file."""
+import contextlib
+import json
+import os
+import pathlib
+import re
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+
+SKIPPED = 77
+TITLE = "Kestrune Bar"
+
+
+class Failure(Exception):
+    pass
+
+
+def expect(condition, what):
+    if not condition:
+        raise Failure(what)
+
+
+def missing(tools):
+    return [tool for tool in tools if not shutil.which(tool)]
+
+
+def python_with(namespace, version):
+    """An interpreter that can load the introspected library: this one, else the system's."""
+    code = f"import gi; gi.require_version('{namespace}', '{version}')"
+    for interpreter in (sys.executable, "/usr/bin/python3"):
+        if shutil.which(interpreter) and subprocess.run([interpreter, "-c", code], capture_output=True,
+                                                        check=False).returncode == 0:
+            return interpreter
+    return None
+
+
+def output(*command):
+    return subprocess.run(command, capture_output=True, text=True, timeout=20, check=False).stdout
+
+
+def wait_for(condition, what, limit=10.0):
+    """The first true value of the condition."""
+    end = time.monotonic() + limit
+    while True:
+        value = condition()
+        if value:
+            return value
+        if time.monotonic() > end:
+            raise Failure(f"waited {limit} s in vain: {what}")
+        time.sleep(0.1)
+
+
+class Window:
+    def __init__(self, line):
+        match = re.match(r'\s*(0x[0-9a-f]+) .*?(\d+)x(\d+)\+-?\d+\+-?\d+\s+\+(-?\d+)\+(-?\d+)$', line)
+        self.id = match.group(1)
+        self.width, self.height, self.x, self.y = (int(text) for text in match.groups()[1:])
+
+    @property
+    def right(self):
+        return self.x + self.width
+
+    @property
+    def bottom(self):
+        return self.y + self.height
+
+    def is_viewable(self):
+        return "IsViewable" in output("xwininfo", "-id", self.id)
+
+    def __repr__(self):
+        return f"{self.width}x{self.height}+{self.x}+{self.y}"
+
+
+def windows():
+    """The program's visible windows."""
+    lines = output("xwininfo", "-root", "-tree").splitlines()
+    found = [Window(line) for line in lines if f'"{TITLE}"' in line]
+    return [window for window in found if window.is_viewable()]
+
+
+def item():
+    """The status item, in a tray or as a strip."""
+    return next((window for window in windows() if window.height <= 64), None)
+
+
+def panel():
+    return next((window for window in windows() if window.width == 320 and window.height > 300), None)
+
+
+def pixels(x, y, width, height):
+    """The screen's pixels of a rectangle, as bytes of red, green and blue."""
+    shot = subprocess.run(["import", "-silent", "-window", "root", "-crop", f"{width}x{height}+{x}+{y}", "-depth",
+                           "8", "rgb:-"], capture_output=True, timeout=20, check=True)
+    return shot.stdout
+
+
+def click(x, y, button=1):
+    subprocess.run(["xdotool", "mousemove", str(x), str(y)], timeout=10, check=True)
+    time.sleep(0.2)
+    subprocess.run(["xdotool", "click", str(button)], timeout=10, check=True)
+
+
+def drag(x, y, to_x, to_y):
+    steps = [("mousemove", x, y), ("mousedown", 1), ("mousemove", (x + to_x) // 2, (y + to_y) // 2),
+             ("mousemove", to_x, to_y), ("mouseup", 1)]
+    for step in steps:
+        subprocess.run(["xdotool", *(str(part) for part in step)], timeout=10, check=True)
+        time.sleep(0.1)
+
+
+def keys(*names):
+    subprocess.run(["xdotool", "key", "--delay", "40", *names], timeout=10, check=True)
+
+
+class Session:
+    """Processes and folders of one run; everything that was started ends with it."""
+
+    def __init__(self, bin_dir):
+        self.bin = pathlib.Path(bin_dir).resolve()
+        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="kestrune-session-"))
+        self.running = []
+        self.environment = dict(os.environ, HOME=str(self.folder), QT_QPA_PLATFORM="xcb", LC_ALL="C.UTF-8",
+                                TZ="UTC", no_proxy="", NO_PROXY="")
+        for name in ("http_proxy", "https_proxy", "all_proxy", "HTTP_PROXY", "HTTPS_PROXY", "ALL_PROXY"):
+            self.environment[name] = "http://127.0.0.1:1"  # nothing but the loopback can be reached
+        for name in ("WAYLAND_DISPLAY", "QT_SCALE_FACTOR"):
+            self.environment.pop(name, None)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        for process in reversed(self.running):
+            self.end(process)
+        shutil.rmtree(self.folder, ignore_errors=True)
+
+    def start(self, *command, log=None, **variables):
+        environment = dict(self.environment, **variables)
+        target = open(self.folder / log, "wb") if log else subprocess.DEVNULL
+        process = subprocess.Popen(command, env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                                   stderr=target, cwd=self.folder)
+        self.running.append(process)
+        return process
+
+    def end(self, process, number=signal.SIGTERM):
+        if process in self.running:
+            self.running.remove(process)
+        with contextlib.suppress(ProcessLookupError):
+            process.send_signal(number)
+        try:
+            return process.wait(10)
+        except subprocess.TimeoutExpired:
+            process.kill()
+            process.wait()
+            raise Failure("a process did not end when asked to") from None
+
+    # The program
+
+    @property
+    def config(self):
+        return pathlib.Path(self.environment["XDG_CONFIG_HOME"])
+
+    def settings_file(self, demo=True):
+        return self.config / "kestrune-bar" / ("demo" if demo else "") / "preferences.json"
+
+    def settings(self, demo=True):
+        file = self.settings_file(demo)
+        return json.loads(file.read_text(encoding="utf-8")) if file.exists() else {}
+
+    def preset(self, demo=True, **values):
+        """Settings as an earlier run left them; no hint of the first start."""
+        file = self.settings_file(demo)
+        file.parent.mkdir(parents=True, exist_ok=True)
+        file.write_text(json.dumps({"ks_has_launched_v2": True, **values}), encoding="utf-8")
+
+    def start_bar(self, *arguments, log="bar.err", **variables):
+        return self.start(str(self.bin / "kestrune-bar"), *arguments, log=log, **variables)
+
+    def quit_bar(self, bar, log="bar.err"):
+        """Ends the program as a session does; nothing may be left of it."""
+        children = output("pgrep", "-P", str(bar.pid)).split()
+        status = self.end(bar)
+        expect(status == 0, f"the program ended with {status}")
+        wait_for(lambda: not any(pathlib.Path("/proc", child).exists() for child in children),
+                 "the program's own processes end with it", 3)
+        expect(not windows(), f"windows are left: {windows()}")
+        words = (self.folder / log).read_text(encoding="utf-8", errors="replace")
+        expect(words == "", f"standard error is not empty:\n{words}")
+
+    # The desktop
+
+    def start_window_manager(self):
+        self.start("openbox")
+        wait_for(lambda: "window id" in output("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"), "a window manager")
+
+    def start_tray(self):
+        if shutil.which("xfce4-panel"):
+            tray = self.start("xfce4-panel", "--disable-wm-check")
+        else:
+            tray = self.start("trayer", "--edge", "top", "--align", "right", "--widthtype", "request", "--height", "26")
+        return tray
+
+
+def inside_session(arguments):
+    """Runs this script again in a display and on a bus of its own."""
+    script = pathlib.Path(sys.argv[0]).resolve()
+    home = tempfile.mkdtemp(prefix="kestrune-home-")
+    runtime = pathlib.Path(home, "run")
+    runtime.mkdir(mode=0o700)
+    config = pathlib.Path(home, "config")
+    shutil.copytree(script.parent / "config", config)
+    environment = dict(os.environ, XDG_CONFIG_HOME=str(config), XDG_RUNTIME_DIR=str(runtime), NO_AT_BRIDGE="1",
+                       XDG_CURRENT_DESKTOP="XFCE", QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1",
+                       PYTHONDONTWRITEBYTECODE="1")
+    try:
+        # The bus gets the environment too: the settings daemon that it starts must find our folders.
+        return subprocess.run(["xvfb-run", "-a", "-s", "-screen 0 1280x1000x24", "dbus-run-session", "--",
+                               sys.executable, str(script), "--inside", *arguments],
+                              env=environment, stderr=subprocess.STDOUT, check=False).returncode
+    finally:
+        shutil.rmtree(home, ignore_errors=True)
