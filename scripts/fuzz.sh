@@ -8,7 +8,7 @@ cd "$root"
 
 # The short form takes some 20 seconds of two cores.
 seconds=${1:-600}
-[ "$seconds" = --short ] && seconds=3
+[ "$seconds" = --short ] && seconds=2
 case $seconds in
 '' | *[!0-9]*)
     echo "usage: fuzz.sh [seconds per target | --short]" >&2
