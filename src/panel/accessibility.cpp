@@ -1,6 +1,7 @@
 #include "panel/accessibility.h"
 
 #include "panel/divider.h"
+#include "panel/flatbutton.h"
 #include "panel/focusring.h"
 #include "panel/helpview.h"
 #include "panel/pixelsparkline.h"
@@ -47,6 +48,56 @@ private:
     [[nodiscard]] ZoneRow *row() const { return static_cast<ZoneRow *>(widget()); }
 };
 
+/// The toolkit's own interface would switch a checkable button without a click, so that only its look
+/// changed.
+class AccessibleFlatButton : public QAccessibleWidget
+{
+public:
+    explicit AccessibleFlatButton(FlatButton *button) : QAccessibleWidget(button, button->accessibleRole()) {}
+
+    [[nodiscard]] QString text(QAccessible::Text kind) const override
+    {
+        const QString own = QAccessibleWidget::text(kind);
+        return kind == QAccessible::Name && own.isEmpty() ? button()->text() : own;
+    }
+
+    [[nodiscard]] QAccessible::State state() const override
+    {
+        QAccessible::State state = QAccessibleWidget::state();
+        state.pressed = button()->isDown();
+        if (button()->isCheckable() && role() == QAccessible::Button) {
+            state.expandable = true;
+            state.expanded = button()->isChecked();
+            state.collapsed = !button()->isChecked();
+        } else {
+            state.checkable = button()->isCheckable();
+            state.checked = button()->isChecked();
+        }
+        return state;
+    }
+
+    [[nodiscard]] QStringList actionNames() const override
+    {
+        return QStringList{action()} + QAccessibleWidget::actionNames();
+    }
+
+    void doAction(const QString &name) override
+    {
+        if (name == toggleAction() || name == pressAction())
+            button()->click();
+        else
+            QAccessibleWidget::doAction(name);
+    }
+
+private:
+    [[nodiscard]] FlatButton *button() const { return static_cast<FlatButton *>(widget()); }
+    [[nodiscard]] QString action() const
+    {
+        return role() == QAccessible::CheckBox || role() == QAccessible::RadioButton ? toggleAction()
+                                                                                     : pressAction();
+    }
+};
+
 QAccessibleInterface *makeInterface(const QString &, QObject *object)
 {
     auto *widget = qobject_cast<QWidget *>(object);
@@ -54,6 +105,8 @@ QAccessibleInterface *makeInterface(const QString &, QObject *object)
         return nullptr;
     if (auto *row = qobject_cast<ZoneRow *>(widget))
         return new AccessibleZoneRow(row);
+    if (auto *button = qobject_cast<FlatButton *>(widget))
+        return new AccessibleFlatButton(button);
     if (qobject_cast<TextLabel *>(widget) || qobject_cast<Tag *>(widget))
         return new QAccessibleWidget(widget, QAccessible::StaticText);
     if (qobject_cast<Divider *>(widget))

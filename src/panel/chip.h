@@ -14,6 +14,7 @@ public:
     explicit Chip(const QString &text, QWidget *parent = nullptr);
 
     [[nodiscard]] double focusRadius() const override { return height() / 2.0; }
+    [[nodiscard]] QAccessible::Role accessibleRole() const override { return QAccessible::RadioButton; }
     [[nodiscard]] QSize sizeHint() const override;
     [[nodiscard]] QSize minimumSizeHint() const override { return sizeHint(); }
 

@@ -17,6 +17,7 @@ class DisclosureHeader : public FlatButton
 public:
     explicit DisclosureHeader(const QString &title, QString suffix = {}, QWidget *parent = nullptr);
 
+    [[nodiscard]] QAccessible::Role accessibleRole() const override { return QAccessible::Button; }
     [[nodiscard]] QSize sizeHint() const override;
     [[nodiscard]] QSize minimumSizeHint() const override { return sizeHint(); }
     [[nodiscard]] QRectF focusRect() const override;

@@ -1,5 +1,7 @@
 #include "panel/flatbutton.h"
 
+#include "panel/accessibility.h"
+
 #include <QKeyEvent>
 #include <QPainter>
 
@@ -7,6 +9,7 @@ namespace kestrune {
 
 FlatButton::FlatButton(QWidget *parent) : QAbstractButton(parent), m_fade(*this)
 {
+    installPanelAccessibility();
     setFocusPolicy(Qt::TabFocus);
     connect(this, &QAbstractButton::pressed, this, [this] { m_fade.setPressed(true); });
     connect(this, &QAbstractButton::released, this, [this] { m_fade.setPressed(false); });

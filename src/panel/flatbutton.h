@@ -5,6 +5,7 @@
 #include "panel/palette.h"
 
 #include <QAbstractButton>
+#include <QAccessible>
 
 namespace kestrune {
 
@@ -17,6 +18,12 @@ class FlatButton : public QAbstractButton, public FocusShape
 public:
     explicit FlatButton(QWidget *parent = nullptr);
 
+    /// What readers call it: a check box when checkable, else a button. A checkable one that calls itself a
+    /// button is one that folds something.
+    [[nodiscard]] virtual QAccessible::Role accessibleRole() const
+    {
+        return isCheckable() ? QAccessible::CheckBox : QAccessible::Button;
+    }
     [[nodiscard]] QRectF focusRect() const override { return rect(); }
     [[nodiscard]] double focusRadius() const override { return 4; }
 

@@ -12,6 +12,7 @@ class SegmentButton : public FlatButton
 public:
     explicit SegmentButton(const QString &text, QWidget *parent = nullptr);
 
+    [[nodiscard]] QAccessible::Role accessibleRole() const override { return QAccessible::RadioButton; }
     [[nodiscard]] QSize sizeHint() const override;
     [[nodiscard]] QSize minimumSizeHint() const override { return sizeHint(); }
 

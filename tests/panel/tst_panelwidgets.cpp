@@ -51,6 +51,7 @@ private Q_SLOTS:
     void arrowsBringChipsIntoView();
     void theCurrentChipIsBroughtIntoView();
     void foldingTakesTheHeightAndTheFocusAway();
+    void readersPressLikeTheMouse();
     void popupsAreAmongTheApplicationsChildren();
 };
 
@@ -148,6 +149,24 @@ void PanelWidgetsTest::foldingTakesTheHeightAndTheFocusAway()
     window.hide();
     body->setExpanded(true); // unseen: at once
     QCOMPARE(body->heightForWidth(300), content->sizeHint().height());
+}
+
+void PanelWidgetsTest::readersPressLikeTheMouse()
+{
+    Row shown;
+    QSignalSpy picked(&shown.row, &ChipRow::picked);
+    auto *chip = QAccessible::queryAccessibleInterface(shown.chip(1));
+    QCOMPARE(chip->role(), QAccessible::RadioButton);
+    QCOMPARE(chip->text(QAccessible::Name), u"BTC"_s);
+    chip->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
+    QCOMPARE(picked.size(), 1);
+    QVERIFY(!chip->state().checked); // the owner decides what it shows
+    QVERIFY(QAccessible::queryAccessibleInterface(shown.chip(0))->state().checked);
+
+    DisclosureHeader header(u"设置"_s);
+    header.setChecked(true);
+    const auto state = QAccessible::queryAccessibleInterface(&header)->state();
+    QVERIFY(state.expandable && state.expanded && !state.checkable);
 }
 
 void PanelWidgetsTest::popupsAreAmongTheApplicationsChildren()
