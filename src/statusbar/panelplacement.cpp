@@ -10,6 +10,7 @@ namespace {
 
 constexpr int leastHeight = 480; // below this the panel rather covers its item
 constexpr int edgeDepth = 64;    // a bar is not thicker
+constexpr int unseenBar = 32;
 // A host may tell a corner of a wide item instead of the pointer's place.
 constexpr int hostSlackX = 480;
 constexpr int hostSlackY = 64;
@@ -70,9 +71,9 @@ std::optional<QRect> anchorOfClick(const QPoint &told, const QPoint &pointer,
     return QRect(told, QSize(1, 1));
 }
 
-QRect cornerAnchor(const QRect &available)
+QRect cornerAnchor(const QRect &available, const QRect &screen)
 {
-    return {available.x() + available.width() - 1, available.y(), 1, 0};
+    return {available.x() + available.width() - 1, available.y(), 1, available == screen ? unseenBar : 0};
 }
 
 } // namespace kestrune

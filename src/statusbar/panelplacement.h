@@ -33,7 +33,8 @@ struct ScreenShape
 [[nodiscard]] std::optional<QRect> anchorOfClick(const QPoint &told, const QPoint &pointer,
                                                  std::span<const ScreenShape> screens);
 
-/// Where a lost panel belongs: the top right end of the free area.
-[[nodiscard]] QRect cornerAnchor(const QRect &available);
+/// Stands for an item that nobody can place: the top right end of the free area. Where the whole screen
+/// counts as free, as under XWayland, room is left for a bar that cannot be seen from here.
+[[nodiscard]] QRect cornerAnchor(const QRect &available, const QRect &screen);
 
 } // namespace kestrune

@@ -162,7 +162,7 @@ void StatusBarController::showPopover()
     if (const auto place = m_statusItem.place())
         showPopover(*place);
     else if (const QScreen *screen = QGuiApplication::primaryScreen())
-        showPopover(cornerAnchor(screen->availableGeometry()));
+        showPopover(cornerAnchor(screen->availableGeometry(), screen->geometry()));
 }
 
 void StatusBarController::showPopover(const QRect &anchor)

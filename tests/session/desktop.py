@@ -180,6 +180,13 @@ class Session:
     def start_bar(self, *arguments, log="bar.err", **variables):
         return self.start(str(self.bin / "kestrune-bar"), *arguments, log=log, **variables)
 
+    def start_market(self, speed):
+        """A simulated market whose time runs faster; gives its address."""
+        market = subprocess.Popen([str(self.bin / "kestrune-replay"), "--speed", str(speed)],
+                                  stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+        self.running.append(market)
+        return market.stdout.readline().split()[-1]
+
     def quit_bar(self, bar, log="bar.err"):
         """Ends the program as a session does; nothing may be left of it."""
         children = output("pgrep", "-P", str(bar.pid)).split()

@@ -49,12 +49,16 @@ def strip():
     return window if window and not is_tray_item(window) else None
 
 
+def configure_panel(key, kind, value):
+    desktop.output("xfconf-query", "-c", "xfce4-panel", "-p", key, "-n", "-t", kind, "-s", str(value))
+
+
 def tray(session):
     """In the tray at full width, redrawn with the price; back and forth when the tray ends and returns."""
     session.start_window_manager()
     bar_host = session.start_tray()
-    session.preset(**SIMULATED)
-    bar = session.start_bar("--demo")
+    session.preset(demo=False, **SIMULATED)
+    bar = session.start_bar("--market-server", session.start_market(600))
     window = wait_for(tray_item, "the item docks", 15)
     wait_for(lambda: tray_item() and tray_item().width > 80, "the item shows its text at full width")
     window = tray_item()
@@ -114,7 +118,9 @@ def scaled(session):
     widths = {}
     for scale, bar_height in (("1", 26), ("1.25", 26), ("1.5", 40), ("2", 52)):
         factor = float(scale)
-        desktop.output("xfconf-query", "-c", "xfce4-panel", "-p", "/panels/panel-1/size", "-s", str(bar_height))
+        configure_panel("/panels/panel-1/size", "int", bar_height)
+        if factor >= 2:  # as a panel does that follows the scale itself
+            configure_panel("/plugins/plugin-2/icon-size", "int", 44)
         bar = session.start_bar("--demo", QT_SCALE_FACTOR=scale)
         wait_for(tray_item, f"the item docks at scale {scale}", 15)
         time.sleep(3)  # as long as item and tray may take to agree
@@ -125,12 +131,25 @@ def scaled(session):
         click(window.x + window.width // 2, window.y + window.height // 2)
         opened = wait_for(lambda wanted=round(320 * factor): next((w for w in windows() if w.width == wanted), None),
                           f"the panel opens at scale {scale}")
-        expect(abs(opened.y - window.bottom) <= 8, f"panel {opened} does not hang under item {window}")
-        # A fractional scale rounds places and sizes apart.
-        expect(opened.right <= 1281 and opened.bottom <= 1001, f"panel {opened} leaves the screen")
+        expect(abs(opened.y - window.bottom) <= 16, f"panel {opened} does not hang under item {window}")
+        # Scaled, places and sizes are rounded apart.
+        expect(opened.right <= 1280 + factor and opened.bottom <= 1000 + factor, f"panel {opened} leaves the screen")
         keys("Escape")
         wait_for(lambda: len(windows()) == 1, "Escape closes the panel")
         session.quit_bar(bar)
+
+
+def squeezed(session):
+    """A tray that makes everything square is left again for the strip."""
+    session.start_window_manager()
+    session.start_tray()
+    configure_panel("/plugins/plugin-2/square-icons", "bool", "true")
+    session.preset(**SIMULATED)
+    bar = session.start_bar("--demo")
+    wait_for(strip, "the strip shows in the end", 15)
+    time.sleep(2)
+    expect(strip() and strip().width > 80, f"the strip stays and shows the text: {windows()}")
+    session.quit_bar(bar)
 
 
 def waits_for_host(session):
@@ -224,6 +243,7 @@ def typing(session):
 SCENARIOS = {
     "tray": (tray, ["openbox"], lambda: shutil.which("xfce4-panel") or shutil.which("trayer")),
     "scaled": (scaled, ["openbox", "xfce4-panel", "xfconf-query"], None),
+    "squeezed": (squeezed, ["openbox", "xfce4-panel", "xfconf-query"], None),
     "strip": (strip_alone, ["openbox"], None),
     "wait": (waits_for_host, [], None),
     "instance": (one_instance, ["openbox"], None),

@@ -2,6 +2,7 @@
 
 #include "statusbar/desktop/notifiertypes.h"
 #include "statusbar/desktop/notifierwatch.h"
+#include "statusbar/fakewatcher.h"
 #include "statusbar/privatebus.h"
 #include "statusbar/statusmenu.h"
 #include "support/eventloop.h"
@@ -22,7 +23,6 @@ namespace {
 const QString itemInterface = u"org.kde.StatusNotifierItem"_s;
 const QString itemPath = u"/StatusNotifierItem"_s;
 const QString menuInterface = u"com.canonical.dbusmenu"_s;
-const QString watcherName = u"org.kde.StatusNotifierWatcher"_s;
 
 StatusItemContent contentOf(const QString &text, BarSignal signal = BarSignal::neutral)
 {
@@ -43,54 +43,6 @@ StatusItemContent alertContent(int pulse)
 }
 
 } // namespace
-
-/// Stands for a desktop's bar: takes registrations and counts the items' signals.
-class FakeWatcher : public QObject
-{
-    Q_OBJECT
-    Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierWatcher")
-    Q_PROPERTY(bool IsStatusNotifierHostRegistered READ hasHost)
-
-public:
-    explicit FakeWatcher(const QDBusConnection &connection) : m_connection(connection)
-    {
-        m_connection.registerObject(u"/StatusNotifierWatcher"_s, this,
-                                    QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllProperties |
-                                        QDBusConnection::ExportAllSignals);
-        m_connection.connect({}, itemPath, itemInterface, {}, this, SLOT(heard(QDBusMessage)));
-        m_connection.connect({}, {}, menuInterface, u"LayoutUpdated"_s, this, SLOT(heard(QDBusMessage)));
-    }
-    ~FakeWatcher() override { stop(); }
-    void start() { m_connection.registerService(watcherName); }
-    void stop() { m_connection.unregisterService(watcherName); }
-    [[nodiscard]] bool hasHost() const { return host; }
-    void setHost(bool there)
-    {
-        host = there;
-        if (there)
-            Q_EMIT
-        StatusNotifierHostRegistered();
-        else Q_EMIT
-        StatusNotifierHostUnregistered();
-    }
-
-    QStringList items;
-    QStringList heardSignals;
-    bool host = true;
-
-public Q_SLOTS:
-    void RegisterStatusNotifierItem(const QString &service) { items.append(service); }
-
-Q_SIGNALS:
-    void StatusNotifierHostRegistered();
-    void StatusNotifierHostUnregistered();
-
-private Q_SLOTS:
-    void heard(const QDBusMessage &message) { heardSignals.append(message.member()); }
-
-private:
-    QDBusConnection m_connection;
-};
 
 namespace {
 

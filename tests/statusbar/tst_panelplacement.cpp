@@ -59,7 +59,10 @@ void TestPanelPlacement::opensAtTheItem_data()
         << QRect(0, 0, 50, 26) << QRect(0, 26, 240, 294) << QRect(0, 26, 240, 294);
     QTest::newRow("a point is an item too") << QRect(640, 13, 1, 1) << screen << QRect(481, 27, 320, 900);
     QTest::newRow("the corner of the free area")
-        << cornerAnchor(screen) << screen << QRect(960, 27, 320, 900);
+        << cornerAnchor(screen, QRect(0, 0, 1280, 1000)) << screen << QRect(960, 27, 320, 900);
+    QTest::newRow("below a bar that cannot be seen")
+        << cornerAnchor(QRect(0, 0, 1280, 1000), QRect(0, 0, 1280, 1000)) << QRect(0, 0, 1280, 1000)
+        << QRect(960, 32, 320, 900);
 }
 
 void TestPanelPlacement::opensAtTheItem()

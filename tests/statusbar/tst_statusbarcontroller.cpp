@@ -174,7 +174,7 @@ void TestStatusBarController::opensAtTheItemWhenTheHostTellsNothing()
     bar.popover().close();
     bar.item.where.reset();
     bar.controller->showPopover();
-    QCOMPARE(bar.popover().geometry().topRight(), bar.popover().screen()->availableGeometry().topRight());
+    QCOMPARE(bar.popover().geometry().right(), bar.popover().screen()->availableGeometry().right());
 }
 
 void TestStatusBarController::closesByEscapeAndByAClickElsewhere()

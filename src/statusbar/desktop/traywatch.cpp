@@ -27,9 +27,9 @@ std::pair<int, xcb_window_t> defaultScreen(xcb_connection_t *connection)
 TrayWatch::TrayWatch()
 {
     const auto *x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    if (!x11)
-        return;
-    m_connection = x11->connection();
+    m_connection = x11 ? x11->connection() : nullptr;
+    if (!m_connection)
+        return; // other platforms may have the interface and nothing behind it
     const auto [number, root] = defaultScreen(m_connection);
     m_root = root;
     m_atoms.selection = atom("_NET_SYSTEM_TRAY_S" + QByteArray::number(number));

@@ -5,6 +5,7 @@
 #include "statusbar/panelplacement.h"
 
 #include <cmath>
+#include <limits>
 
 using namespace std::chrono_literals;
 
@@ -14,7 +15,7 @@ namespace {
 
 constexpr auto dockLimit = 2s;   // a tray that has not taken the window by then never will
 constexpr auto resizeLimit = 1s; // a tray lays itself out again within that
-constexpr int leastHeight = 16;  // below this the text is cut
+constexpr int leastHeight = 14;  // the letters themselves; below this they are cut
 constexpr uint32_t requestDock = 0;
 constexpr uint32_t embedVersion = 0;
 constexpr uint32_t embedMapped = 1;
@@ -104,6 +105,25 @@ void XEmbedItem::applySize()
         m_check.start(resizeLimit);
 }
 
+std::optional<QSize> XEmbedItem::visibleSize() const
+{
+    // The window may be wider than the place that the tray gives it: its parent tells.
+    xcb_connection_t *connection = m_watch.connection();
+    const XcbReply<xcb_query_tree_reply_t> tree(
+        xcb_query_tree_reply(connection, xcb_query_tree(connection, m_window), nullptr));
+    if (!tree)
+        return std::nullopt;
+    QSize size(std::numeric_limits<int>::max(), std::numeric_limits<int>::max());
+    for (const xcb_window_t window : {m_window, tree->parent}) {
+        const XcbReply<xcb_get_geometry_reply_t> geometry(
+            xcb_get_geometry_reply(connection, xcb_get_geometry(connection, window), nullptr));
+        if (!geometry)
+            return std::nullopt;
+        size = size.boundedTo(QSize(geometry->width, geometry->height));
+    }
+    return size;
+}
+
 void XEmbedItem::checkSize()
 {
     if (!m_docked) {
@@ -111,17 +131,15 @@ void XEmbedItem::checkSize()
         squeezed();
         return;
     }
-    xcb_connection_t *connection = m_watch.connection();
-    const XcbReply<xcb_get_geometry_reply_t> geometry(
-        xcb_get_geometry_reply(connection, xcb_get_geometry(connection, m_window), nullptr));
-    if (!geometry)
+    const auto size = visibleSize();
+    if (!size)
         return;
     // The toolkit rounds; a tray that squeezes takes far more than a pixel.
     const double scale = m_widget->devicePixelRatioF();
-    if (geometry->width >= std::floor(m_widget->sizeHint().width() * scale) - 1)
+    if (size->width() >= std::floor(m_widget->sizeHint().width() * scale) - 1)
         return;
     // A tray lower than the item may make it narrower in proportion; asked for at its own height it does not.
-    const int granted = static_cast<int>(geometry->height / scale);
+    const int granted = static_cast<int>(size->height() / scale);
     if (granted >= m_height || granted < leastHeight) {
         Q_EMIT
         squeezed();

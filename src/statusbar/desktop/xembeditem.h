@@ -33,6 +33,8 @@ private:
     void reparented(quint32 window, quint32 parent);
     void applySize();
     void checkSize();
+    /// What of the window can be seen, in the window system's pixels.
+    [[nodiscard]] std::optional<QSize> visibleSize() const;
 
     TrayWatch &m_watch;
     std::unique_ptr<ItemWidget> m_widget;
