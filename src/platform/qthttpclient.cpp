@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <array>
+#include <numeric>
 #include <utility>
 
 namespace kestrune {
@@ -22,6 +23,9 @@ using Steady = std::chrono::steady_clock;
 constexpr int openPerPool = 6; // Qt's connections to one host
 constexpr int mostRedirects = 10;
 constexpr auto idlePoolLife = 60s;
+// All open requests together may hold so many bodies of the largest size. A dozen at once are usual, and a
+// server that floods them all must not fill the memory; sound answers are a hundredth of that size.
+constexpr qint64 bodiesInHand = 2;
 // A server that sends header lines without end keeps Qt's thread busy, abort or not, and every later request
 // of that manager waits for ever. After so many requests without an answer the next go to a new manager.
 constexpr int mostSilences = 2;
@@ -159,6 +163,7 @@ public:
     }
 
     [[nodiscard]] std::shared_ptr<Completion<Body>> completion() const { return m_completion; }
+    [[nodiscard]] qint64 bytesInHand() const { return m_body.size(); }
 
     /// Ends the transfer with nothing and resumes its waiter. Not from inside one of its own signals.
     void cancel()
@@ -247,15 +252,19 @@ private:
     void receive()
     {
         onProgress();
-        if (m_body.size() + m_reply->bytesAvailable() > m_client.m_options.maxBody)
+        const qint64 more = m_reply->bytesAvailable();
+        if (m_body.size() + more > m_client.m_options.maxBody || m_client.bytesInHand() + more > mostInHand())
             abort();
         else
             m_body += m_reply->readAll();
     }
 
+    [[nodiscard]] qint64 mostInHand() const { return bodiesInHand * m_client.m_options.maxBody; }
+
     void abort()
     {
         m_tooLarge = true;
+        m_body = {}; // the end may be a while coming
         if (!m_reply->isFinished())
             m_reply->abort();
     }
@@ -322,6 +331,13 @@ void QtHttpClient::dropConnections()
     for (const auto &pool : m_pools)
         pool->retire();
     discardIdlePools();
+}
+
+qint64 QtHttpClient::bytesInHand() const
+{
+    return std::accumulate(
+        m_transfers.begin(), m_transfers.end(), qint64{0},
+        [](qint64 sum, const Transfer *transfer) { return sum + transfer->bytesInHand(); });
 }
 
 QtHttpClient::Pool &QtHttpClient::poolWithRoom()

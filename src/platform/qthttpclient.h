@@ -24,7 +24,8 @@ public:
         std::chrono::milliseconds idleTimeout = std::chrono::seconds(8);
         /// Time after which a request fails in any case, redirects included.
         std::chrono::milliseconds totalTimeout = std::chrono::seconds(10);
-        /// Bytes, counted after decompression; a larger body fails.
+        /// Bytes, counted after decompression; a larger body fails. So does one of several at once that
+        /// together exceed twice as much.
         qint64 maxBody = qint64(4) * 1024 * 1024;
     };
 
@@ -50,6 +51,7 @@ private:
     [[nodiscard]] Pool &poolWithRoom();
     void forget(Transfer *transfer);
     void discardIdlePools();
+    [[nodiscard]] qint64 bytesInHand() const;
 
     Options m_options;
     std::vector<std::unique_ptr<Pool>> m_pools;

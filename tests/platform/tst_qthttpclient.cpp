@@ -8,6 +8,7 @@
 #include <QTcpServer>
 #include <QTest>
 
+#include <algorithm>
 #include <memory>
 
 using namespace kestrune;
@@ -92,6 +93,7 @@ private Q_SLOTS:
     void bodiesAreLimited_data();
     void bodiesAreLimited();
     void aHugeBodyTakesNoMemory();
+    void manyLargeBodiesTakeNoMemory();
     void redirectsAreFollowedWithCare();
     void otherSchemesAreRefused();
     void stalledRequestsHoldNobodyUp();
@@ -271,6 +273,27 @@ void QtHttpClientTest::aHugeBodyTakesNoMemory()
     QVERIFY2(timer.elapsed() < 600, "it ended at the size limit, not at the time limit");
     QVERIFY2(server.bytesSent() < 16 * 1024 * 1024, qPrintable(QString::number(server.bytesSent())));
     QVERIFY2(peakKiB() - before < 32 * 1024, qPrintable(QString::number(peakKiB() - before)));
+}
+
+void QtHttpClientTest::manyLargeBodiesTakeNoMemory()
+{
+    LoopbackServer server;
+    QtHttpClient::Options options; // the real times: nothing ends by itself here
+    options.maxBody = 1024 * 1024;
+    QtHttpClient client(options);
+    server.serve(QStringLiteral("/large"), faulty(Fault::stallInBody, QByteArray(960 * 1024, 'x')));
+    server.serve(QStringLiteral("/quick"), Answer{.body = "quick"});
+    std::vector<std::shared_ptr<Result>> large;
+    for (int i = 0; i < 6; ++i)
+        large.push_back(start(client, server.url(QStringLiteral("/large"))));
+    // Each holds 480 KiB by and by, and there is room for 2 MiB: four stay.
+    const auto ended = [&] {
+        return std::ranges::count_if(large, [](const auto &each) { return each->done; });
+    };
+    QVERIFY(waitFor([&] { return ended() == 2; }));
+    QCOMPARE(ask(client, server.url(QStringLiteral("/quick"))), QByteArray("quick"));
+    QTest::qWait(50);
+    QCOMPARE(ended(), 2);
 }
 
 void QtHttpClientTest::redirectsAreFollowedWithCare()
