@@ -224,8 +224,15 @@ void PopoverView::orderTabStops()
         stops << chip;
     stops << m_zones->tabStops() << m_marketContext->tabStops() << m_alerts->tabStops()
           << m_settings->tabStops() << m_footer->tabStops();
-    for (qsizetype i = 1; i < stops.size(); ++i)
-        setTabOrder(stops[i - 1], stops[i]);
+    // The panel is the chain's beginning; the toolkit only accepts it as such while it takes the focus
+    // itself.
+    setFocusPolicy(Qt::TabFocus);
+    QWidget *before = this;
+    for (QWidget *stop : std::as_const(stops)) {
+        setTabOrder(before, stop);
+        before = stop;
+    }
+    setFocusPolicy(Qt::NoFocus);
 }
 
 void PopoverView::placeToast()

@@ -107,6 +107,7 @@ private Q_SLOTS:
     void escapeClosesHelpThenThePanel();
     void itWorksInsideAnotherWindow();
     void tabFollowsTheReadingOrder();
+    void tabBeginsAtTheFirstButton();
     void arrowsMoveAlongRowsAndTimeframes();
     void nothingIsCutAtAnyPrice_data();
     void nothingIsCutAtAnyPrice();
@@ -575,6 +576,19 @@ void PopoverViewTest::tabFollowsTheReadingOrder()
         QVERIFY2(inside || below || beside, qPrintable(u"%1 after %2"_s.arg(order[i]->accessibleName(),
                                                                             order[i - 1]->accessibleName())));
     }
+}
+
+void PopoverViewTest::tabBeginsAtTheFirstButton()
+{
+    Shown fixture;
+    fixture.view->setSettingsExpanded(true);
+    fixture.view->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(fixture.view.get()));
+    // The toolkit itself gives the focus of a new window to the first stop.
+    QCOMPARE(fixture.view->focusWidget(), fixture.button(u"1H"_s));
+    QVERIFY(!fixture.view->findChild<FocusRing *>()->target()); // not by the keyboard
+    QTest::keyClick(fixture.view->focusWidget(), Qt::Key_Backtab, Qt::ShiftModifier);
+    QCOMPARE(fixture.view->focusWidget(), fixture.button(u"赚翻了：状态栏多标的霓虹灯效"_s));
 }
 
 void PopoverViewTest::arrowsMoveAlongRowsAndTimeframes()
