@@ -41,10 +41,10 @@ void tell(const char *what, int number)
         state->accountSize = ++account;
         tell("account", account);
         state->marginMode = account % 2 == 0 ? MarginMode::cross : MarginMode::isolated;
+        if (state->alerts().size() >= mostAlerts)
+            state->removeAlert(state->alerts().front().id);
         state->addAlert(++alert);
         tell("alert", alert);
-        while (state->alerts().size() > mostAlerts)
-            state->removeAlert(state->alerts().front().id);
     }
 }
 

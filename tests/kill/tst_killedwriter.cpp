@@ -17,8 +17,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// The writer keeps twelve; one more is there between adding and removing, and two where it was killed then.
-constexpr std::size_t mostAlerts = 14;
+/// The writer keeps no more.
+constexpr std::size_t mostAlerts = 12;
 
 class Writer : public QProcess
 {
