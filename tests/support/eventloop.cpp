@@ -1,7 +1,7 @@
 #include "support/eventloop.h"
 
-#include <QCoreApplication>
 #include <QAbstractEventDispatcher>
+#include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QEvent>
 #include <QTimer>
