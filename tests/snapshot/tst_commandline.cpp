@@ -28,6 +28,8 @@ QString spelled(const CommandLine &line)
         parts.append(u"version"_s);
     if (line.demo)
         parts.append(u"demo"_s);
+    if (line.strip)
+        parts.append(u"strip"_s);
     if (line.marketServer)
         parts.append(*line.marketServer);
     if (line.error)
@@ -89,6 +91,7 @@ void CommandLineTest::otherOptions_data()
     row("help and version", u"--version x --help"_s, u"help version"_s);
     row("help as a directory is no help", u"--snapshot --help"_s, {});
     row("demo as a symbol is no demo", u"--symbol --demo"_s, {});
+    row("the strip in a demo", u"--strip --demo"_s, u"demo strip"_s);
     row("an option after a value counts again", u"--symbol BTC --demo"_s, u"demo"_s);
     row("an option at the end takes no value", u"--demo --symbol"_s, u"demo"_s);
     row("a server", u"--market-server http://127.0.0.1:8080"_s, u"http://127.0.0.1:8080"_s);

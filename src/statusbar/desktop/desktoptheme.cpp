@@ -72,9 +72,10 @@ void DesktopTheme::portalGone()
 
 void DesktopTheme::setAnnounces(bool announces)
 {
-    if (std::exchange(m_portalAnswers, announces) != announces)
+    if (std::exchange(m_portalAnswers, announces) != announces) {
         Q_EMIT
-    announcesChanged();
+        announcesChanged();
+    }
 }
 
 void DesktopTheme::setScheme(uint scheme)
@@ -82,9 +83,10 @@ void DesktopTheme::setScheme(uint scheme)
     std::optional<bool> dark;
     if (scheme == 1 || scheme == 2) // dark, light; anything else is no preference
         dark = scheme == 1;
-    if (std::exchange(m_prefersDark, dark) != dark)
+    if (std::exchange(m_prefersDark, dark) != dark) {
         Q_EMIT
-    changed();
+        changed();
+    }
 }
 
 void DesktopTheme::settingChanged(const QString &group, const QString &key, const QDBusVariant &value)

@@ -20,9 +20,10 @@ WakeWatch::WakeWatch(const QDBusConnection &systemBus)
 
 void WakeWatch::prepareForSleep(bool begins)
 {
-    if (!begins)
+    if (!begins) {
         Q_EMIT
-    awake();
+        awake();
+    }
 }
 
 void WakeWatch::watchNetwork()
@@ -40,9 +41,10 @@ void WakeWatch::watchNetwork()
     connect(network, &QNetworkInformation::reachabilityChanged, this,
             [this, isReachable](QNetworkInformation::Reachability reachability) {
                 const bool reachable = isReachable(reachability);
-                if (!std::exchange(m_reachable, reachable) && reachable)
+                if (!std::exchange(m_reachable, reachable) && reachable) {
                     Q_EMIT
-                awake();
+                    awake();
+                }
             });
 }
 
