@@ -1,10 +1,12 @@
 #!/usr/bin/env python3
 """Writes the first inputs of every fuzz target, one folder each, from the tests' own answers and made-up data."""
+import gzip
 import json
 import pathlib
 import random
 import struct
 import sys
+import zlib
 
 DATA = pathlib.Path(__file__).resolve().parent.parent / "tests" / "data"
 OKX_ERROR = b'{"code":"51001","msg":"Instrument ID does not exist","data":[]}'
@@ -15,7 +17,9 @@ def market() -> dict[str, list[bytes]]:
     gate, binance, okx = read("gate/candlesticks.in.json"), read("binance/klines.in.json"), read("okx/candles.in.json")
     stock, quotes = read("tencent/sh600519-day.in.json"), read("tencent/quotes.gb18030.txt")
     plain_days = stock.replace(b"qfqday", b"day")
+    bomb = gzip.compress(bytes(1 << 20), mtime=0)
     return {
+        "packed-body": [gzip.compress(gate, mtime=0), zlib.compress(quotes), bomb, gzip.compress(b"", mtime=0), b""],
         "gate-candles": [gate, b"[]", b'{"label":"INVALID_CURRENCY","message":"x"}', gate.replace(b'"', b"")],
         "binance-candles": [binance, b'{"code":-1121,"msg":"Invalid symbol."}', binance.replace(b'"', b"")],
         "okx-candles": [okx, OKX_ERROR],

@@ -1,6 +1,7 @@
 #include "fuzztarget.h"
 #include "market/candleparsers.h"
 #include "market/stockparsers.h"
+#include "platform/decompression.h"
 #include "platform/textdecoding.h"
 
 #include <algorithm>
@@ -88,7 +89,20 @@ void stockCandles(const QByteArray &body)
     }
 }
 
-constexpr std::array<Target, 7> targets{{{"gate-candles", gate},
+void packedBody(const QByteArray &bytes)
+{
+    constexpr qsizetype largest = 100'000;
+    const auto content = unpackGzip(bytes, largest);
+    KESTRUNE_REQUIRE(!content || content->size() <= largest);
+    // The limit only decides whether there is a content, not which.
+    if (content && !content->isEmpty()) {
+        KESTRUNE_REQUIRE(unpackGzip(bytes, content->size()) == content);
+        KESTRUNE_REQUIRE(!unpackGzip(bytes, content->size() - 1));
+    }
+}
+
+constexpr std::array<Target, 8> targets{{{"packed-body", packedBody},
+                                         {"gate-candles", gate},
                                          {"binance-candles", binance},
                                          {"okx-candles", okx},
                                          {"gate-ticker", gateTicker},
