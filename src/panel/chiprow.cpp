@@ -150,7 +150,7 @@ bool ChipRow::filterKey(Chip *chip, int key)
 {
     const auto at = std::ranges::find(m_chips, chip) - m_chips.begin();
     const auto last = std::ptrdiff_t(m_chips.size()) - 1;
-    std::ptrdiff_t to = at;
+    std::ptrdiff_t to = 0;
     switch (key) {
     case Qt::Key_Left:
         to = std::max<std::ptrdiff_t>(at - 1, 0);
@@ -159,7 +159,6 @@ bool ChipRow::filterKey(Chip *chip, int key)
         to = std::min(at + 1, last);
         break;
     case Qt::Key_Home:
-        to = 0;
         break;
     case Qt::Key_End:
         to = last;

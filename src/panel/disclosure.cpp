@@ -53,14 +53,14 @@ void DisclosureHeader::paintEvent(QPaintEvent *)
     drawIcon(painter, chevron, isChecked() ? u"chevron.down"_s : u"chevron.right"_s, idle);
     painter.setPen(palette.text);
     double x = chevronSide - chevronInset + gap;
-    drawTextLine(painter, QPointF(x, (height() - lineHeight(TypeRole::section)) / 2), text(),
-                 TypeRole::section);
+    const int sectionTop = (height() - lineHeight(TypeRole::section)) / 2; // whole pixels keep the text sharp
+    drawTextLine(painter, QPointF(x, sectionTop), text(), TypeRole::section);
     if (m_suffix.isEmpty())
         return;
     x += textWidth(text(), TypeRole::section) + gap;
     painter.setPen(palette.secondary);
-    drawTextLine(painter, QPointF(x, (height() - lineHeight(TypeRole::caption) + 1) / 2), m_suffix,
-                 TypeRole::caption);
+    const int captionTop = (height() - lineHeight(TypeRole::caption) + 1) / 2;
+    drawTextLine(painter, QPointF(x, captionTop), m_suffix, TypeRole::caption);
 }
 
 Collapsible::Collapsible(QWidget *content, QWidget *parent)
