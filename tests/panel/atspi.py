@@ -49,12 +49,15 @@ def walk(node):
 
 
 def application():
-    for _ in range(60):
+    for _ in range(120):
         desktop = Atspi.get_desktop(0)
+        desktop.clear_cache()  # else an answer from before the program came is kept
         for index in range(desktop.get_child_count()):
             node = desktop.get_child_at_index(index)
-            if node and node.get_name() == "panelwindow" and node.get_child_count() > 0:
-                return node
+            if node and node.get_name() == "panelwindow":
+                node.clear_cache()
+                if node.get_child_count() > 0:
+                    return node
         time.sleep(0.25)
     sys.exit("the program is not on the accessibility bus, or its popup is not listed")
 
@@ -93,6 +96,7 @@ def press(root, name):
 
 
 def main():
+    Atspi.get_desktop(0)  # the bus and its registry are there before the program looks for them
     with open("panelwindow.log", "w+", encoding="utf-8") as log:
         program = subprocess.Popen([sys.argv[1]], stdout=log, stderr=subprocess.STDOUT)
         faults = []

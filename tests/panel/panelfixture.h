@@ -1,9 +1,14 @@
 #pragma once
 
+#include "panel/inputfield.h"
+#include "panel/planbanner.h"
 #include "panel/popoverview.h"
+#include "panel/zonerow.h"
 #include "support/appfixture.h"
 
 #include <QAbstractButton>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QTest>
 
 namespace kestrune::test {
@@ -53,6 +58,49 @@ private:
             const QPoint other = b->mapTo(view.get(), b->rect().center());
             return std::pair(at.y() / 8, at.x()) < std::pair(other.y() / 8, other.x());
         });
+    }
+};
+
+/// A shown panel with a filled market.
+class Shown : public PanelFixture
+{
+public:
+    explicit Shown(const QString &notice = {}) : PanelFixture(notice)
+    {
+        fillMarket();
+        view->show();
+        settle();
+        announcements.clear();
+    }
+
+    [[nodiscard]] QList<ZoneRow *> rows() const { return shown<ZoneRow>(); }
+    [[nodiscard]] QScrollBar *scrollBar() const
+    {
+        return view->findChild<QScrollArea *>()->verticalScrollBar();
+    }
+    [[nodiscard]] PlanBanner *banner() const { return shown<PlanBanner>().value(0); }
+    [[nodiscard]] InputField *field(const QString &name) const
+    {
+        for (InputField *found : shown<InputField>()) {
+            if (found->accessibleName() == name)
+                return found;
+        }
+        return nullptr;
+    }
+    void enterAlert(const QString &text)
+    {
+        InputField *input = field(u"目标价"_s);
+        input->setFocus();
+        QTest::keyClicks(input, text);
+        QTest::keyClick(input, Qt::Key_Return);
+        settle();
+    }
+    [[nodiscard]] QStringList rowPrices() const
+    {
+        QStringList prices;
+        for (const ZoneRow *row : rows())
+            prices.append(row->priceText());
+        return prices;
     }
 };
 
