@@ -102,7 +102,7 @@ void packedBody(const QByteArray &bytes)
     }
     // The other way round: what was packed comes back, whole or not at all.
     if (bytes.isEmpty())
-        return; // Qt packs nothing into nothing
+        return;                                           // Qt packs nothing into nothing
     const QByteArray packed = qCompress(bytes).sliced(4); // behind Qt's own length
     KESTRUNE_REQUIRE(unpackGzip(packed, largest) == bytes);
     const auto shorter = static_cast<std::uint8_t>(bytes.front()) % packed.size();
