@@ -48,7 +48,8 @@ def settings() -> dict[str, list[bytes]]:
     return {
         "alerts": [alerts.encode(), b"[]", b"{}", b"null"],
         "preferences": [json.dumps(stored, indent=4, ensure_ascii=False).encode(), b"", b"{}", b"[1]", b"\x00" * 40,
-                        json.dumps({"ks_alerts": {"base64": "/wA="}}).encode()],
+                        json.dumps({"ks_alerts": {"base64": "/wA="}, "ks_per_side": 3e9}).encode(),
+                        json.dumps({"ks_per_side": -2147483649, "ks_threshold": 1e308}).encode()],
         "command-line": ["\0".join(line).encode() for line in lines],
         "setting-inputs": [text.encode() for text in texts],
     }

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdint>
 
 namespace kestrune::fuzz {
 
@@ -99,6 +100,13 @@ void packedBody(const QByteArray &bytes)
         KESTRUNE_REQUIRE(unpackGzip(bytes, content->size()) == content);
         KESTRUNE_REQUIRE(!unpackGzip(bytes, content->size() - 1));
     }
+    // The other way round: what was packed comes back, whole or not at all.
+    if (bytes.isEmpty())
+        return;                                           // Qt packs nothing into nothing
+    const QByteArray packed = qCompress(bytes).sliced(4); // behind Qt's own length
+    KESTRUNE_REQUIRE(unpackGzip(packed, largest) == bytes);
+    const auto shorter = static_cast<std::uint8_t>(bytes.front()) % packed.size();
+    KESTRUNE_REQUIRE(!unpackGzip(packed.first(shorter), largest));
 }
 
 constexpr std::array<Target, 8> targets{{{"packed-body", packedBody},

@@ -9,7 +9,7 @@ std::atomic<std::size_t> allocations{0};
 
 } // namespace
 
-#if defined(__GLIBC__) && !defined(__SANITIZE_ADDRESS__)
+#if defined(__GLIBC__) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 #define KESTRUNE_COUNTS_ALLOCATIONS
 
 // glibc lets a program bring its own malloc; these hand on to the one underneath. Counting here, and not in
