@@ -7,6 +7,7 @@
 
 #include <QAccessible>
 #include <QApplication>
+#include <QElapsedTimer>
 #include <QSignalSpy>
 #include <QTest>
 #include <QVBoxLayout>
@@ -137,15 +138,19 @@ void PanelWidgetsTest::foldingTakesTheHeightAndTheFocusAway()
     window.show();
     QCOMPARE(body->height(), 0);
     QVERIFY(!text->isVisible());
+    QElapsedTimer sinceClick;
+    sinceClick.start();
     body->setExpanded(true);
     QTest::qWait(60);
     const int growing = body->height();
+    const bool onItsWay = sinceClick.elapsed() < 150; // on a busy machine it may be over by now
     QTRY_COMPARE(body->height(), content->sizeHint().height());
-    QVERIFY(growing < body->height()); // it grows, it does not jump
+    if (onItsWay)
+        QVERIFY(growing < body->height()); // it grows, it does not jump
     QVERIFY(text->isVisible());
     body->setExpanded(false);
     QTRY_COMPARE(body->height(), 0);
-    QVERIFY(!text->isVisible());
+    QTRY_VERIFY(!text->isVisible()); // the last pixels round to nothing before it is over
     window.hide();
     body->setExpanded(true); // unseen: at once
     QCOMPARE(body->heightForWidth(300), content->sizeHint().height());
