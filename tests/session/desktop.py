@@ -202,7 +202,8 @@ class Session:
 
     def start_window_manager(self):
         self.start("openbox")
-        wait_for(lambda: "window id" in output("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"), "a window manager")
+        wait_for(lambda: "window id" in output("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"), "a window manager",
+                 30)
 
     def start_tray(self):
         if shutil.which("xfce4-panel"):
@@ -210,6 +211,24 @@ class Session:
         else:
             tray = self.start("trayer", "--edge", "top", "--align", "right", "--widthtype", "request", "--height", "26")
         return tray
+
+
+@contextlib.contextmanager
+def display():
+    """The name of a display of our own. The server picks a free number itself: looking for one first would race
+    with other sessions that start at the same moment."""
+    reader, writer = os.pipe()
+    server = subprocess.Popen(["Xvfb", "-displayfd", str(writer), "-screen", "0", "1280x1000x24", "-nolisten", "tcp"],
+                              pass_fds=[writer], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    os.close(writer)
+    try:
+        with os.fdopen(reader) as pipe:
+            number = pipe.readline().strip()
+        expect(number, "the X server did not start")
+        yield f":{number}"
+    finally:
+        server.terminate()
+        server.wait(10)
 
 
 def inside_session(arguments):
@@ -224,9 +243,10 @@ def inside_session(arguments):
                        XDG_CURRENT_DESKTOP="XFCE", QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1",
                        PYTHONDONTWRITEBYTECODE="1")
     try:
-        # The bus gets the environment too: the settings daemon that it starts must find our folders.
-        return subprocess.run(["xvfb-run", "-a", "-s", "-screen 0 1280x1000x24", "dbus-run-session", "--",
-                               sys.executable, str(script), "--inside", *arguments],
-                              env=environment, stderr=subprocess.STDOUT, check=False).returncode
+        with display() as name:
+            # The bus gets the environment too: the settings daemon that it starts must find our folders.
+            return subprocess.run(["dbus-run-session", "--", sys.executable, str(script), "--inside", *arguments],
+                                  env=dict(environment, DISPLAY=name), stderr=subprocess.STDOUT,
+                                  check=False).returncode
     finally:
         shutil.rmtree(home, ignore_errors=True)
