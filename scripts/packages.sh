@@ -2,7 +2,7 @@
 # shellcheck disable=SC2034 # the lists are used by the scripts that source this file
 # Debian packages by purpose, and their installation. Sourced by the other scripts.
 
-build_packages=(g++ cmake ninja-build ccache qt6-base-dev libqt6svg6-dev qt6-multimedia-dev qcoro-qt6-dev
+build_packages=(g++ cmake ninja-build ccache qt6-base-dev qt6-svg-dev qt6-multimedia-dev qcoro-qt6-dev
     libexpected-dev libsimdjson-dev zlib1g-dev libxcb1-dev pkg-config gzip)
 run_packages=(fonts-noto-core fonts-noto-mono fonts-noto-cjk fonts-noto-color-emoji)
 test_packages=(python3 python3-gi gir1.2-atspi-2.0 at-spi2-core xvfb xauth x11-utils dbus dbus-x11 openssl openbox
@@ -23,7 +23,7 @@ install_missing() {
     fi
     local as_root=()
     [ "$(id -u)" -eq 0 ] || as_root=(sudo)
-    echo "Installing ${missing[*]}"
+    echo "Installing ${missing[*]}" >&2
     "${as_root[@]}" apt-get update -qq
     "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
         apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
