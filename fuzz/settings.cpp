@@ -2,6 +2,7 @@
 #include "panel/settingsinput.h"
 #include "platform/jsonpreferences.h"
 #include "snapshot/commandline.h"
+#include "snapshot/snapshotmode.h"
 #include "state/pricealert.h"
 
 #include <QDir>
@@ -93,6 +94,12 @@ void commandLine(const QByteArray &bytes)
     KESTRUNE_REQUIRE(!line.marketServer || line.marketServer->startsWith(u"http", Qt::CaseInsensitive));
     KESTRUNE_REQUIRE(!line.marketServer || !line.marketServer->endsWith(u'/'));
     KESTRUNE_REQUIRE(!line.demo || !line.marketServer || line.error);
+
+    const auto snapshot = SnapshotMode::parse(arguments);
+    const qsizetype option = arguments.indexOf(u"--snapshot"_s);
+    KESTRUNE_REQUIRE(snapshot.has_value() == (option >= 0 && option + 1 < arguments.size()));
+    KESTRUNE_REQUIRE(!snapshot || snapshot->dir == arguments[option + 1]);
+    KESTRUNE_REQUIRE(!snapshot || !snapshot->symbol || arguments.contains(*snapshot->symbol));
 }
 
 void settingInputs(const QByteArray &bytes)

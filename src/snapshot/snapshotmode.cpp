@@ -19,24 +19,7 @@ constexpr auto loadDeadline = 30s;
 constexpr auto readinessPoll = 500ms;
 constexpr auto settlingTime = 1000ms; // between readiness and output, for what is still arriving
 
-std::optional<QString> valueOf(const QStringList &arguments, const QString &option)
-{
-    const qsizetype index = arguments.indexOf(option);
-    if (index < 0 || index + 1 == arguments.size())
-        return std::nullopt;
-    return arguments[index + 1];
-}
-
 } // namespace
-
-std::optional<SnapshotMode::Config> SnapshotMode::parse(const QStringList &arguments)
-{
-    auto dir = valueOf(arguments, u"--snapshot"_s);
-    if (!dir)
-        return std::nullopt;
-    return Config{std::move(*dir), valueOf(arguments, u"--symbol"_s), valueOf(arguments, u"--market"_s),
-                  valueOf(arguments, u"--timeframe"_s)};
-}
 
 SnapshotMode::SnapshotMode(Config config, const AppState::Dependencies &dependencies, QString marketNotice)
     : m_config(std::move(config))
