@@ -11,6 +11,7 @@
 #include "statusbar/desktop/singleinstance.h"
 
 #include <QApplication>
+#include <QPointer>
 
 #include <cstdio>
 #include <cstdlib>
@@ -99,10 +100,15 @@ int runSnapshot(const SnapshotMode::Config &config, const AppState::Dependencies
     return QCoreApplication::exec();
 }
 
-int runInteractive(AppDelegate::Launch launch, SingleInstance *instance)
+int runInteractive(AppDelegate::Launch launch, SingleInstance *instance, JsonPreferences &preferences)
 {
     AppDelegate delegate(std::move(launch), instance);
     delegate.applicationDidFinishLaunching();
+    // Later: the write that fails is a step of something that has to come to its end first.
+    preferences.onFirstWriteFailure([target = QPointer(&delegate)] {
+        if (target)
+            QMetaObject::invokeMethod(target.get(), &AppDelegate::settingsNotSaved, Qt::QueuedConnection);
+    });
     return QCoreApplication::exec();
 }
 
@@ -177,5 +183,5 @@ int main(int argc, char **argv)
         cryptoHttp.dropConnections();
         stockHttp.dropConnections();
     };
-    return runInteractive({dependencies, notice, dropConnections, line.strip}, instance.get());
+    return runInteractive({dependencies, notice, dropConnections, line.strip}, instance.get(), preferences);
 }

@@ -51,6 +51,12 @@ void TextButton::paintEvent(QPaintEvent *)
     QPainter painter(this);
     const Palette &palette = paletteOf(this);
     paintGround(painter, rect(), focusRadius(), m_look == Look::raised ? palette.raised : QColor());
+    if (m_look == Look::raised) { // the ground alone is lost on a ground of nearly the same colour
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(QPen(blended(palette.hairline, palette.ground), 1));
+        painter.setBrush(Qt::NoBrush);
+        painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), focusRadius(), focusRadius());
+    }
     const QColor color = palette.color(m_tone);
     double x = sideMargin;
     if (!m_icon.isEmpty()) {

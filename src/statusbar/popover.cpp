@@ -51,6 +51,14 @@ void Popover::setDark(bool dark)
         m_content->setDark(dark);
 }
 
+void Popover::showError(const QString &message)
+{
+    if (isVisible())
+        m_content->showError(message);
+    else
+        m_waitingError = message;
+}
+
 void Popover::makeContent()
 {
     auto *layout = new QVBoxLayout(this);
@@ -73,6 +81,8 @@ void Popover::openAt(const QRect &item)
     move(place.topLeft());
     show();
     raise();
+    if (!m_waitingError.isEmpty())
+        m_content->showError(std::exchange(m_waitingError, {}));
     QMetaObject::invokeMethod(
         this, [this] { activateWindow(); }, Qt::QueuedConnection);
 }

@@ -13,7 +13,8 @@ struct PanelContent
 {
     QWidget *widget = nullptr;
     std::function<void(bool)> setDark;
-    std::function<void(int)> setMaximumHeight; ///< the free room in pixels
+    std::function<void(int)> setMaximumHeight;      ///< the free room in pixels
+    std::function<void(const QString &)> showError; ///< a message that leaves by itself
 };
 
 /// The window that holds the panel: opens under the status item, closes by a click elsewhere, by Escape and
@@ -28,6 +29,8 @@ public:
     explicit Popover(ContentFactory makeContent);
 
     void setDark(bool dark);
+    /// Shows the message in the open panel, or as soon as it opens next.
+    void showError(const QString &message);
     /// Opens under `item` (global, logical) on the item's screen.
     void openAt(const QRect &item);
     /// A click on the item closes the open panel before the item hears of it; that click must not open it
@@ -47,6 +50,7 @@ private:
     ContentFactory m_makeContent;
     std::optional<PanelContent> m_content;
     bool m_dark = false;
+    QString m_waitingError; ///< for the next opening
     QElapsedTimer m_sinceClosed;
     bool m_wasActive = false; ///< the program has been active since the panel opened
 };

@@ -10,6 +10,7 @@
 
 using namespace kestrune;
 using namespace kestrune::test;
+using namespace Qt::Literals::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace {
@@ -22,6 +23,7 @@ struct Bar
     FakeTheme theme;
     std::vector<bool> panelDark;
     int panelHeight = 0;
+    QStringList errors;
     std::unique_ptr<StatusBarController> controller;
 
     explicit Bar(double price = 3000)
@@ -32,7 +34,8 @@ struct Bar
             app.state, item, theme, [this](const std::shared_ptr<AppState> &, QWidget *parent) {
                 auto *field = new QLineEdit(parent);
                 return PanelContent{field, [this](bool dark) { panelDark.push_back(dark); },
-                                    [this](int height) { panelHeight = height; }};
+                                    [this](int height) { panelHeight = height; },
+                                    [this](const QString &message) { errors.append(message); }};
             });
     }
     [[nodiscard]] Popover &popover() { return controller->popover(); }
@@ -55,6 +58,7 @@ private Q_SLOTS:
     void opensAndClosesByClick();
     void opensAtTheItemWhenTheHostTellsNothing();
     void closesByEscapeAndByAClickElsewhere();
+    void showsAnErrorWhenThePanelOpensNext();
 };
 
 void TestStatusBarController::showsTheStateAtOnce()
@@ -188,6 +192,20 @@ void TestStatusBarController::closesByEscapeAndByAClickElsewhere()
     QVERIFY(bar.popover().isVisible());
     QTest::mouseClick(&bar.popover(), Qt::LeftButton, {}, QPoint(-20, 40));
     QVERIFY(!bar.popover().isVisible());
+}
+
+void TestStatusBarController::showsAnErrorWhenThePanelOpensNext()
+{
+    Bar bar;
+    bar.popover().showError(u"first"_s);
+    QCOMPARE(bar.errors, QStringList());
+    bar.controller->showPopover();
+    QCOMPARE(bar.errors, QStringList{u"first"_s});
+    bar.popover().showError(u"second"_s);
+    QCOMPARE(bar.errors, (QStringList{u"first"_s, u"second"_s}));
+    bar.popover().close();
+    bar.controller->showPopover();
+    QCOMPARE(bar.errors.size(), 2);
 }
 
 KESTRUNE_TEST(TestStatusBarController)

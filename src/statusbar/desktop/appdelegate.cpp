@@ -17,6 +17,8 @@
 
 namespace kestrune {
 
+using namespace Qt::Literals::StringLiterals;
+
 namespace {
 
 QCoro::Task<> refresh(std::shared_ptr<AppState> state)
@@ -29,7 +31,8 @@ PanelContent makePanel(const std::shared_ptr<AppState> &state, const QString &ma
     auto *view = new PopoverView(state, {.marketNotice = marketNotice, .openUrl = {}}, parent);
     QObject::connect(view, &PopoverView::closeRequested, parent, &QWidget::close);
     return {view, [view](bool dark) { view->setDark(dark); },
-            [view](int height) { view->setMaximumPanelHeight(height); }};
+            [view](int height) { view->setMaximumPanelHeight(height); },
+            [view](const QString &message) { view->showToast(message, true); }};
 }
 
 } // namespace
@@ -62,6 +65,11 @@ void AppDelegate::applicationDidFinishLaunching()
     watchTheSystem();
     if (m_instance)
         connect(m_instance, &SingleInstance::activated, this, &AppDelegate::showPanel);
+}
+
+void AppDelegate::settingsNotSaved()
+{
+    m_controller->popover().showError(u"设置无法保存"_s);
 }
 
 void AppDelegate::connectMenu()

@@ -37,6 +37,8 @@ public:
     ~AppDelegate() override;
 
     void applicationDidFinishLaunching();
+    /// Tells the user in the panel that what is set is lost with this run.
+    void settingsNotSaved();
 
 private:
     void connectMenu();
