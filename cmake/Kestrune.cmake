@@ -28,6 +28,9 @@ if(KESTRUNE_SANITIZE)
     if(KESTRUNE_SANITIZE MATCHES "undefined")
         add_compile_options(-fno-sanitize-recover=undefined)
     endif()
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+        add_compile_options(-Wno-maybe-uninitialized) # false alarms in what the sanitizers insert
+    endif()
     if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
         # What clang 14 writes before each function for this check, its coroutines cannot be assembled with.
         add_compile_options(-fno-sanitize=function -fno-sanitize-recover=all)

@@ -15,6 +15,8 @@ public:
     ~PrivateBus();
 
     [[nodiscard]] bool isRunning() const { return !m_address.isEmpty(); }
+    /// What DBUS_SESSION_BUS_ADDRESS wants; empty when the bus does not run.
+    [[nodiscard]] QString address() const { return m_address; }
     [[nodiscard]] QDBusConnection connection(const QString &name);
 
     /// Calls and lets the event loop run until the answer is there.

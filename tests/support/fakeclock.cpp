@@ -26,6 +26,14 @@ void FakeClock::advance(std::chrono::milliseconds duration)
     drainEvents();
 }
 
+std::optional<std::chrono::nanoseconds> FakeClock::untilNextWake() const
+{
+    const auto next = m_sleepers.earliest();
+    if (!next)
+        return std::nullopt;
+    return std::max(*next - m_elapsed, std::chrono::nanoseconds(0));
+}
+
 void FakeClock::passTo(std::chrono::nanoseconds elapsed)
 {
     m_now += std::chrono::duration_cast<Instant::duration>(elapsed - m_elapsed);

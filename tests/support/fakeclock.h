@@ -19,6 +19,9 @@ public:
     /// events before the first, between two and after the last.
     void advance(std::chrono::milliseconds duration);
 
+    /// Until the next sleeper wakes; absent when nobody sleeps.
+    [[nodiscard]] std::optional<std::chrono::nanoseconds> untilNextWake() const;
+
     /// Sets the wall clock, as a user or a time server would, also backwards. Sleepers do not notice.
     void setNow(Instant instant) { m_now = instant; }
 

@@ -37,6 +37,9 @@ public:
     ~AppDelegate() override;
 
     void applicationDidFinishLaunching();
+    /// Present once launched.
+    [[nodiscard]] AppState &state() const { return *m_state; }
+    [[nodiscard]] StatusBarController &controller() const { return *m_controller; }
     /// Tells the user in the panel that what is set is lost with this run.
     void settingsNotSaved();
 
