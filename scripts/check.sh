@@ -24,7 +24,7 @@ units() { git ls-files 'src/*.cpp' 'replay/*.cpp'; }
 check_style() { tools/check-style.sh; }
 check_layers() { python3 tools/check-layers.py; }
 check_format() { git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run --Werror; }
-check_shell() { shellcheck -x scripts/*.sh tools/*.sh .ci/run; }
+check_shell() { shellcheck -x scripts/*.sh tools/*.sh tests/*/*.sh .ci/run; }
 check_cppcheck() {
     cppcheck --enable=warning,performance,portability --inline-suppr --suppressions-list=tools/cppcheck.supp \
         --std=c++20 --language=c++ --library=qt -D'Q_OBJECT=' -Isrc -Ireplay -Itests -Ifuzz \

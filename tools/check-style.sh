@@ -14,9 +14,9 @@ hits=$(tr '\n' '\0' <<<"$texts" | xargs -0 grep -lI $'\r' 2>/dev/null); [ -n "$h
 hits=$(grep -E '\.(cpp|h|py|sh|cmake)$' <<<"$files" | tr '\n' '\0' | xargs -0 grep -nI $'\t'); [ -n "$hits" ] && fault "tabs:" "$hits"
 hits=$(tr '\n' '\0' <<<"$texts" | xargs -0 grep -nIE '[[:space:]]+$'); [ -n "$hits" ] && fault "trailing blanks:" "$hits"
 hits=$(grep -E '\.(cpp|h)$' <<<"$files" | tr '\n' '\0' | xargs -0 grep -nE '\b(TODO|FIXME|XXX)\b'); [ -n "$hits" ] && fault "unfinished:" "$hits"
-# Own code starts no threads; whatever waits does so on the event loop.
+# Own code starts no threads; whatever waits does so on the event loop. QThread may name the current thread and pause.
 hits=$(grep -E '^(src|replay)/.*\.(cpp|h)$' <<<"$files" | tr '\n' '\0' |
-    xargs -0 grep -nE 'std::(jthread|thread|async)\b|QThread::create|QThreadPool|QtConcurrent|pthread_create'); [ -n "$hits" ] && fault "threads:" "$hits"
+    xargs -0 grep -nE 'std::(jthread|thread|async)\b|<(thread|future)>|\bQThread\b[^:>]|QThread::create|QThreadPool|QRunnable|QtConcurrent|moveToThread|pthread_create'); [ -n "$hits" ] && fault "threads:" "$hits"
 hits=$(grep -E '^src/.*\.(cpp|h)$' <<<"$files" | tr '\n' '\0' |
     xargs -0 grep -nE 'QCoro::waitFor|QEventLoop|processEvents|\bsleep_for\b'); [ -n "$hits" ] && fault "blocking waits:" "$hits"
 hits=$(grep -E '\.(cpp|h)$' <<<"$files" | tr '\n' '\0' | xargs -0 grep -nE '#include <(QtCore|QtGui|QtWidgets|QtNetwork)>'); [ -n "$hits" ] && fault "aggregate includes:" "$hits"

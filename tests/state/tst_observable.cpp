@@ -2,8 +2,11 @@
 #include "support/eventloop.h"
 #include "support/testregistry.h"
 
+#include <QProcess>
 #include <QStringList>
 #include <QTest>
+
+#include <thread>
 
 using namespace kestrune;
 using namespace kestrune::test;
@@ -27,6 +30,7 @@ private Q_SLOTS:
     void everyAssignmentIsAnnouncedBeforeItHappens();
     void reactionsReadTheStoredValueAndNothingIsFolded();
     void aReactionEndsWithItsContext();
+    void aWriteFromAnotherThreadStopsTheProgram();
 };
 
 void ObservableTest::everyAssignmentIsAnnouncedBeforeItHappens()
@@ -71,6 +75,30 @@ void ObservableTest::aReactionEndsWithItsContext()
     pair.left = 4;
     drainEvents();
     QCOMPARE(reactions, 0);
+}
+
+void ObservableTest::aWriteFromAnotherThreadStopsTheProgram()
+{
+#ifdef QT_NO_DEBUG
+    QSKIP("assertions are for debug builds");
+#endif
+    constexpr const char *inside = "KESTRUNE_WRITES_ELSEWHERE";
+    if (qEnvironmentVariableIsSet(inside)) {
+        Pair pair;
+        std::thread([&pair] { pair.left = 3; }).join();
+        return; // reached only without the assertion, and the run ends as passed
+    }
+    QProcess child;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QString::fromLatin1(inside), u"1"_s);
+    child.setProcessEnvironment(environment);
+    child.setProcessChannelMode(QProcess::MergedChannels);
+    child.start(QCoreApplication::applicationFilePath(),
+                {u"--class"_s, u"ObservableTest"_s, QString::fromLatin1(QTest::currentTestFunction())});
+    QVERIFY(child.waitForFinished());
+    const QByteArray said = child.readAll();
+    QVERIFY2(child.exitStatus() == QProcess::CrashExit, said.constData());
+    QVERIFY2(said.contains("written outside its own thread"), said.constData());
 }
 
 KESTRUNE_TEST(ObservableTest)
