@@ -156,7 +156,8 @@ Inventory WholeBar::inventory()
     found.threads = entries(u"/proc/self/task"_s);
     found.files = entries(u"/proc/self/fd"_s);
     found.sleepers = m_clock.sleeperCount();
-    found.bytesInUse = static_cast<qint64>(mallinfo2().uordblks);
+    const auto heap = mallinfo2();
+    found.bytesInUse = static_cast<qint64>(heap.uordblks + heap.hblkhd);
     return found;
 }
 
