@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Fuzzes every parser of outside bytes and the analysis: fuzz.sh [seconds per target, default 600 | --short].
+# Fuzzes every parser of outside bytes and the analysis: fuzz.sh [seconds per target, default 600 | --short] [target...].
 # Prints one line per target; ends with 1 when something was found, with 77 where clang is not installed.
 # KESTRUNE_FUZZ_JOBS sets how many targets run at once (default: one per core).
 set -euo pipefail
@@ -9,9 +9,10 @@ cd "$root"
 # The short form takes some 20 seconds of two cores.
 seconds=${1:-600}
 [ "$seconds" = --short ] && seconds=2
+shift || true
 case $seconds in
 '' | *[!0-9]*)
-    echo "usage: fuzz.sh [seconds per target | --short]" >&2
+    echo "usage: fuzz.sh [seconds per target | --short] [target...]" >&2
     exit 2
     ;;
 esac
@@ -51,7 +52,9 @@ fuzz_one() {
 export -f fuzz_one
 export seconds scratch
 
-if build/fuzz/bin/kestrune-fuzz --targets | xargs -P "$jobs" -I{} nice bash -c 'fuzz_one {} || exit 1'; then
+targets=("$@")
+[ $# -gt 0 ] || mapfile -t targets < <(build/fuzz/bin/kestrune-fuzz --targets)
+if printf '%s\n' "${targets[@]}" | xargs -P "$jobs" -I{} nice bash -c 'fuzz_one {} || exit 1'; then
     echo "fuzz: nothing found"
 else
     echo "fuzz: findings above"
