@@ -58,6 +58,18 @@ QByteArray gateBody()
     return '[' + rows.join(',') + ']';
 }
 
+QByteArray okxBody()
+{
+    QByteArrayList rows;
+    for (int i = cryptoRows; i > 0; --i) { // newest first
+        const QByteArray time = QByteArray::number(1'788'000'000'000LL + i * 3'600'000LL);
+        const Bar b = bar(i, 1);
+        rows << "[\"" + time + "\",\"" + b.o + "\",\"" + b.h + "\",\"" + b.l + "\",\"" + b.c + "\",\"" + b.v +
+                    "\",\"1581.97730455\",\"101246547.12\",\"1\"]";
+    }
+    return R"({"code":"0","msg":"","data":[)" + rows.join(',') + "]}";
+}
+
 QByteArray stockBody()
 {
     QByteArrayList rows;
@@ -80,6 +92,31 @@ CandleList plainBinance(const QByteArray &body)
     return candles;
 }
 
+CandleList plainGate(const QByteArray &body)
+{
+    CandleList candles;
+    for (const QJsonValue &value : QJsonDocument::fromJson(body).array()) {
+        const QJsonArray row = value.toArray();
+        const auto number = [&](int i) { return row[i].toString().toDouble(); };
+        candles.push_back(
+            {row[0].toString().toLongLong() * 1000, number(5), number(3), number(4), number(2), number(6)});
+    }
+    return candles;
+}
+
+CandleList plainOkx(const QByteArray &body)
+{
+    CandleList candles;
+    const QJsonArray rows = QJsonDocument::fromJson(body)["data"_L1].toArray();
+    for (qsizetype i = rows.size() - 1; i >= 0; --i) {
+        const QJsonArray row = rows[i].toArray();
+        const auto number = [&](int column) { return row[column].toString().toDouble(); };
+        candles.push_back(
+            {row[0].toString().toLongLong(), number(1), number(2), number(3), number(4), number(5)});
+    }
+    return candles;
+}
+
 CandleList plainStock(const QByteArray &body)
 {
     const QTimeZone zone("Asia/Shanghai");
@@ -95,44 +132,40 @@ CandleList plainStock(const QByteArray &body)
     return candles;
 }
 
-void binanceCandles(benchmark::State &state)
+std::size_t rowsOf(const CandleList &candles)
 {
-    const QByteArray body = binanceBody();
-    for (auto _ : state)
-        benchmark::DoNotOptimize(parseBinanceCandles(body));
+    return candles.size();
 }
-BENCHMARK(binanceCandles)->Unit(benchmark::kMicrosecond);
 
-void binanceCandlesPlain(benchmark::State &state)
+std::size_t rowsOf(const auto &candlesOrNone)
 {
-    const QByteArray body = binanceBody();
-    for (auto _ : state)
-        benchmark::DoNotOptimize(plainBinance(body));
+    return candlesOrNone ? candlesOrNone->size() : 0;
 }
-BENCHMARK(binanceCandlesPlain)->Unit(benchmark::kMicrosecond);
 
-void gateCandles(benchmark::State &state)
+/// Parses again and again. Every row must arrive, or the time would be that of a refusal.
+void parse(benchmark::State &state, const QByteArray &body, std::size_t rows, auto parser)
 {
-    const QByteArray body = gateBody();
+    if (rowsOf(parser(body)) != rows)
+        state.SkipWithError("rows are missing");
     for (auto _ : state)
-        benchmark::DoNotOptimize(parseGateCandles(body));
+        benchmark::DoNotOptimize(parser(body));
 }
-BENCHMARK(gateCandles)->Unit(benchmark::kMicrosecond);
 
-void stockCandles(benchmark::State &state)
+Result<CandleList> stockDays(const QByteArray &body)
 {
-    const QByteArray body = stockBody();
-    for (auto _ : state)
-        benchmark::DoNotOptimize(parseStockCandles(body, u"sh600519"_s, u"day"_s));
+    return parseStockCandles(body, u"sh600519"_s, u"day"_s);
 }
-BENCHMARK(stockCandles)->Unit(benchmark::kMicrosecond);
 
-void stockCandlesPlain(benchmark::State &state)
-{
-    const QByteArray body = stockBody();
-    for (auto _ : state)
-        benchmark::DoNotOptimize(plainStock(body));
-}
-BENCHMARK(stockCandlesPlain)->Unit(benchmark::kMicrosecond);
+#define KESTRUNE_PARSE(name, body, rows, parser)                                                             \
+    BENCHMARK_CAPTURE(parse, name, body, rows, parser)->Unit(benchmark::kMicrosecond)
+KESTRUNE_PARSE(binance, binanceBody(), cryptoRows, parseBinanceCandles);
+KESTRUNE_PARSE(binancePlain, binanceBody(), cryptoRows, plainBinance);
+KESTRUNE_PARSE(gate, gateBody(), cryptoRows, parseGateCandles);
+KESTRUNE_PARSE(gatePlain, gateBody(), cryptoRows, plainGate);
+KESTRUNE_PARSE(okx, okxBody(), cryptoRows, parseOkxCandles);
+KESTRUNE_PARSE(okxPlain, okxBody(), cryptoRows, plainOkx);
+KESTRUNE_PARSE(stock, stockBody(), stockRows, stockDays);
+KESTRUNE_PARSE(stockPlain, stockBody(), stockRows, plainStock);
+#undef KESTRUNE_PARSE
 
 } // namespace

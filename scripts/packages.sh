@@ -8,7 +8,7 @@ run_packages=(fonts-noto-core fonts-noto-mono fonts-noto-cjk fonts-noto-color-em
 test_packages=(python3 python3-gi gir1.2-atspi-2.0 at-spi2-core xvfb xauth x11-utils dbus dbus-x11 openssl openbox
     xfce4-panel xfconf xdotool xclip procps imagemagick pulseaudio desktop-file-utils appstream shellcheck)
 check_packages=(clang clang-format clang-tidy cppcheck)
-bench_packages=(libbenchmark-dev)
+bench_packages=(libbenchmark-dev python3 python3-gi xvfb dbus dbus-x11 x11-utils openbox xfce4-panel xfconf procps)
 
 # Installs those of the named packages that are missing, with sudo when not root.
 install_missing() {

@@ -218,7 +218,8 @@ def display():
     """The name of a display of our own. The server picks a free number itself: looking for one first would race
     with other sessions that start at the same moment."""
     reader, writer = os.pipe()
-    server = subprocess.Popen(["Xvfb", "-displayfd", str(writer), "-screen", "0", "1280x1000x24", "-nolisten", "tcp"],
+    server = subprocess.Popen(["Xvfb", "-displayfd", str(writer), "-screen", "0", "1280x1000x24", "-nolisten", "tcp",
+                               "-noreset"],
                               pass_fds=[writer], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     os.close(writer)
     try:
@@ -238,7 +239,7 @@ def inside_session(arguments):
     runtime = pathlib.Path(home, "run")
     runtime.mkdir(mode=0o700)
     config = pathlib.Path(home, "config")
-    shutil.copytree(script.parent / "config", config)
+    shutil.copytree(pathlib.Path(__file__).resolve().parent / "config", config)
     environment = dict(os.environ, XDG_CONFIG_HOME=str(config), XDG_RUNTIME_DIR=str(runtime), NO_AT_BRIDGE="1",
                        XDG_CURRENT_DESKTOP="XFCE", QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1",
                        PYTHONDONTWRITEBYTECODE="1")
