@@ -100,7 +100,7 @@ void collectSwings(const double *values, std::size_t count, SwingPrices &found, 
     if (count <= 2 * swingReach)
         return;
     // Swing points of one kind are at least four bars apart; one more place takes the last rejected value.
-    found.resize(static_cast<qsizetype>(count / (swingReach + 1) + 2));
+    found.resize(static_cast<qsizetype>(count / (swingReach + 1)) + 2);
     double *const out = found.data();
     qint64 kept = 0;
     const std::size_t candidates = count - 2 * swingReach;
