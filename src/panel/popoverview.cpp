@@ -40,7 +40,7 @@ PanelContext contextOf(AppState &state, const PopoverView::Options &options)
 
 } // namespace
 
-PopoverView::PopoverView(std::shared_ptr<AppState> state, Options options, QWidget *parent)
+PopoverView::PopoverView(std::shared_ptr<AppState> state, const Options &options, QWidget *parent)
     : QWidget(parent), m_state(std::move(state))
 {
     const PanelContext context = contextOf(*m_state, options);

@@ -55,7 +55,8 @@ protected:
         painter.setRenderHint(QPainter::Antialiasing);
         painter.setPen(Qt::NoPen);
         painter.setBrush(paletteOf(this).color(m_verdict->tone()));
-        painter.drawEllipse(QRectF(0, (height() - dotSide) / 2, dotSide, dotSide));
+        const int top = (height() - dotSide) / 2; // a whole pixel
+        painter.drawEllipse(QRectF(0, top, dotSide, dotSide));
     }
 
 private:

@@ -31,8 +31,8 @@ void ToggleSwitch::paintEvent(QPaintEvent *)
     QPainter painter(this);
     const Palette &palette = paletteOf(this);
     painter.setPen(palette.text);
-    drawTextLine(painter, QPointF(0, (height() - lineHeight(TypeRole::caption)) / 2), text(),
-                 TypeRole::caption);
+    const int top = (height() - lineHeight(TypeRole::caption)) / 2; // a whole pixel
+    drawTextLine(painter, QPointF(0, top), text(), TypeRole::caption);
     const QRectF track(width() - trackWidth, (height() - trackHeight) / 2.0, trackWidth, trackHeight);
     const double radius = trackHeight / 2.0;
     painter.setRenderHint(QPainter::Antialiasing);

@@ -21,7 +21,7 @@ std::optional<QByteArray> unpackGzip(const QByteArray &packed, qsizetype largest
     while (state == Z_OK) {
         // One byte beyond the limit shows that there is more.
         const qsizetype done = content.size();
-        const qsizetype room = std::clamp<qsizetype>(4 * packed.size(), 16 * 1024, 256 * 1024);
+        const qsizetype room = std::clamp(4 * packed.size(), qsizetype(16) * 1024, qsizetype(256) * 1024);
         const qsizetype size = std::min(done + room, largest + 1);
         if (size == done)
             break;

@@ -114,7 +114,7 @@ QList<QNetworkProxy> ProxyChoice::queryProxy(const QNetworkProxyQuery &query)
         return known->proxies;
     if (m_known.size() >= mostKept)
         m_known.clear();
-    const QList<QNetworkProxy> proxies = choose(query);
+    QList<QNetworkProxy> proxies = choose(query);
     m_known.insert(key, {proxies, now + keptFor});
     return proxies;
 }

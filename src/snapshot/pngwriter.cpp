@@ -15,7 +15,7 @@ namespace {
 
 constexpr int bytesPerPixel = 4;
 constexpr double pixelsPerMetre = 72 / 0.0254;
-constexpr qsizetype bufferSize = 64 * 1024;
+constexpr qsizetype bufferSize = qsizetype(64) * 1024;
 constexpr Bytef filterUp = 2; // each row as its difference to the one above: flat grounds become zeros
 
 QByteArray bigEndian(quint32 value)

@@ -9,7 +9,7 @@ namespace kestrune {
 
 std::shared_ptr<AppState> AppState::create(const Dependencies &dependencies)
 {
-    const auto state = std::make_shared<AppState>(Private{}, dependencies);
+    auto state = std::make_shared<AppState>(Private{}, dependencies);
     state->restore();
     state->startTimers();
     state->runInBackground(&AppState::refreshEverything);

@@ -169,7 +169,7 @@ public:
 
     [[nodiscard]] std::vector<PriceAlert> currentAlerts() const;
     [[nodiscard]] bool alertActive() const; ///< some alert of the instrument is triggered
-    [[nodiscard]] bool hasAlert(double price) const;
+    [[nodiscard]] bool hasAlert(double target) const;
     [[nodiscard]] const QStringList &blingSymbols() const;
 
     // Refreshes. Overlapping ones are applied in order of arrival and never compared with the selection.
