@@ -12,14 +12,19 @@
 
 #include <QApplication>
 #include <QSessionManager>
+#include <QTimer>
 
 #include <utility>
 
 namespace kestrune {
 
 using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
+
+// Its libraries take as long to load as a tenth of the whole start; the first picture does not wait for them.
+constexpr auto wakeWatchDelay = 1s;
 
 QCoro::Task<> refresh(std::shared_ptr<AppState> state)
 {
@@ -97,6 +102,11 @@ void AppDelegate::watchTheSystem()
         qGuiApp, &QGuiApplication::commitDataRequest, this,
         [](QSessionManager &manager) { manager.setRestartHint(QSessionManager::RestartNever); },
         Qt::DirectConnection);
+    QTimer::singleShot(wakeWatchDelay, this, &AppDelegate::watchForWakeUps);
+}
+
+void AppDelegate::watchForWakeUps()
+{
     m_wakeWatch = std::make_unique<WakeWatch>(QDBusConnection::systemBus());
     connect(m_wakeWatch.get(), &WakeWatch::awake, this, [this] {
         m_launch.dropConnections(); // the old ones hang in a network that is gone

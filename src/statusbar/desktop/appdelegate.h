@@ -46,6 +46,7 @@ public:
 private:
     void connectMenu();
     void watchTheSystem();
+    void watchForWakeUps();
     void showPanel();
     void refreshNow();
 
