@@ -54,11 +54,29 @@ def wait_for(condition, what, limit=10.0):
         time.sleep(0.1)
 
 
+def wait_until_it_stays(look, what, limit=10.0, still=1.0):
+    """The first true value that does not change for a while: what desktops lay out in several steps."""
+    end = time.monotonic() + limit
+    last, since = None, 0.0
+    while True:
+        now = look()
+        if not now or repr(now) != repr(last):
+            last, since = now, time.monotonic()
+        elif time.monotonic() - since >= still:
+            return now
+        if time.monotonic() > end:
+            raise Failure(f"waited {limit} s in vain: {what}")
+        time.sleep(0.1)
+
+
 class Window:
+    """A line of the window tree; the indentation tells how many windows lie between this one and the root."""
+
     def __init__(self, line):
-        match = re.match(r'\s*(0x[0-9a-f]+) .*?(\d+)x(\d+)\+-?\d+\+-?\d+\s+\+(-?\d+)\+(-?\d+)$', line)
-        self.id = match.group(1)
-        self.width, self.height, self.x, self.y = (int(text) for text in match.groups()[1:])
+        match = re.match(r'(\s*)(0x[0-9a-f]+) .*?(\d+)x(\d+)\+-?\d+\+-?\d+\s+\+(-?\d+)\+(-?\d+)$', line)
+        self.depth = (len(match.group(1)) - 5) // 3
+        self.id = match.group(2)
+        self.width, self.height, self.x, self.y = (int(text) for text in match.groups()[2:])
 
     @property
     def right(self):
@@ -82,9 +100,13 @@ def windows():
     return [window for window in found if window.is_viewable()]
 
 
+def items():
+    """The status item's windows, in a tray or as a strip."""
+    return [window for window in windows() if window.height <= 64]
+
+
 def item():
-    """The status item, in a tray or as a strip."""
-    return next((window for window in windows() if window.height <= 64), None)
+    return next(iter(items()), None)
 
 
 def panel():
@@ -96,6 +118,13 @@ def pixels(x, y, width, height):
     shot = subprocess.run(["import", "-silent", "-window", "root", "-crop", f"{width}x{height}+{x}+{y}", "-depth",
                            "8", "rgb:-"], capture_output=True, timeout=20, check=True)
     return shot.stdout
+
+
+def picture(window):
+    """A window's own pixels, wherever it stands."""
+    shot = subprocess.run(["import", "-silent", "-window", window.id, "-depth", "8", "rgb:-"], capture_output=True,
+                          timeout=20, check=False)
+    return shot.stdout  # nothing of a window that has just gone
 
 
 def click(x, y, button=1):
@@ -158,6 +187,18 @@ class Session:
             process.wait()
             raise Failure("a process did not end when asked to") from None
 
+    def keep_evidence(self, folder):
+        """What can be seen after a failure: the screen, its windows, the processes, what the programs said."""
+        shutil.rmtree(folder, ignore_errors=True)
+        folder.mkdir(parents=True)
+        with contextlib.suppress(subprocess.SubprocessError):
+            output("import", "-silent", "-window", "root", str(folder / "screen.png"))
+            (folder / "windows.txt").write_text(output("xwininfo", "-root", "-tree"), encoding="utf-8")
+            (folder / "processes.txt").write_text(output("ps", "-eo", "pid,ppid,stat,etime,time,args"),
+                                                  encoding="utf-8")
+        for file in (*self.folder.glob("*.err"), *self.config.glob("kestrune-bar/**/*.json")):
+            shutil.copy(file, folder)
+
     # The program
 
     @property
@@ -205,6 +246,12 @@ class Session:
         wait_for(lambda: "window id" in output("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"), "a window manager",
                  30)
 
+    def wait_for_name(self, name, limit=20):
+        """Waits until somebody owns a name on the session bus."""
+        wait_for(lambda: "boolean true" in output("dbus-send", "--session", "--print-reply", "--dest=org.freedesktop.DBus",
+                                                  "/org/freedesktop/DBus", "org.freedesktop.DBus.NameHasOwner",
+                                                  f"string:{name}"), f"{name} is on the bus", limit)
+
     def start_tray(self):
         if shutil.which("xfce4-panel"):
             tray = self.start("xfce4-panel", "--disable-wm-check")
@@ -218,7 +265,10 @@ def display():
     """The name of a display of our own. The server picks a free number itself: looking for one first would race
     with other sessions that start at the same moment."""
     reader, writer = os.pipe()
-    server = subprocess.Popen(["Xvfb", "-displayfd", str(writer), "-screen", "0", "1280x1000x24", "-nolisten", "tcp"],
+    # Without -noreset the server starts afresh whenever its last client leaves: a tool that looked at it while the
+    # window manager was just connecting took the window manager's connection along.
+    server = subprocess.Popen(["Xvfb", "-displayfd", str(writer), "-screen", "0", "1280x1000x24", "-nolisten", "tcp",
+                               "-noreset"],
                               pass_fds=[writer], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     os.close(writer)
     try:
