@@ -13,6 +13,8 @@ import time
 
 SKIPPED = 77
 TITLE = "Kestrune Bar"
+FOLDER = pathlib.Path(__file__).resolve().parent
+SIMULATED = {"ks_coin": "DOGE"}  # four decimals: every tick changes the text
 
 
 class Failure(Exception):
@@ -36,6 +38,14 @@ def python_with(namespace, version):
                                                         check=False).returncode == 0:
             return interpreter
     return None
+
+
+def has_accessibility():
+    return python_with("Atspi", "2.0")
+
+
+def has_bus_bindings():
+    return python_with("Gio", "2.0")
 
 
 def output(*command):
@@ -113,6 +123,27 @@ def panel():
     return next((window for window in windows() if window.width == 320 and window.height > 300), None)
 
 
+def is_tray_item(window):
+    return window.depth >= 2 and window.y < 60  # a window manager's frame is one level
+
+
+def tray_item():
+    window = item()
+    return window if window and is_tray_item(window) else None
+
+
+def strip():
+    window = item()
+    return window if window and not is_tray_item(window) else None
+
+
+def menu():
+    """The item's context menu; like every menu it bears the program's name only."""
+    lines = output("xwininfo", "-root", "-tree").splitlines()
+    found = [Window(line) for line in lines if '"kestrune-bar": ' in line]
+    return next((window for window in found if window.width > 50 and window.is_viewable()), None)
+
+
 def pixels(x, y, width, height):
     """The screen's pixels of a rectangle, as bytes of red, green and blue."""
     shot = subprocess.run(["import", "-silent", "-window", "root", "-crop", f"{width}x{height}+{x}+{y}", "-depth",
@@ -127,9 +158,13 @@ def picture(window):
     return shot.stdout  # nothing of a window that has just gone
 
 
-def click(x, y, button=1):
+def move_pointer(x, y):
     subprocess.run(["xdotool", "mousemove", str(x), str(y)], timeout=10, check=True)
     time.sleep(0.2)
+
+
+def click(x, y, button=1):
+    move_pointer(x, y)
     subprocess.run(["xdotool", "click", str(button)], timeout=10, check=True)
 
 
@@ -141,8 +176,39 @@ def drag(x, y, to_x, to_y):
         time.sleep(0.1)
 
 
+def chord(code):
+    """A key by its place on the keyboard, with Control: its letter depends on the layout."""
+    subprocess.run(["xdotool", "keydown", "Control_L", "key", str(code), "keyup", "Control_L"], timeout=10, check=True)
+    time.sleep(0.1)
+
+
 def keys(*names):
     subprocess.run(["xdotool", "key", "--delay", "40", *names], timeout=10, check=True)
+
+
+def open_by_strip():
+    """Clicks the strip once it stands still: it is as wide as its text."""
+    window = wait_until_it_stays(strip, "the strip shows", 12)
+    click(window.x + 10, window.y + 10)
+
+
+def accessible(interpreter, name, action):
+    """Asks something of a named control of the program over the accessibility bus."""
+    return output(interpreter, str(FOLDER / "field.py"), "kestrune-bar", name, action).strip()
+
+
+class Bar:
+    """A bar that shows status notifier items, and can be asked what it sees."""
+
+    def __init__(self, process):
+        self.process = process
+
+    def ask(self, *request):
+        self.process.stdin.write(json.dumps(request) + "\n")
+        self.process.stdin.flush()
+        line = self.process.stdout.readline()
+        expect(line, f"the bar did not survive {request}")
+        return json.loads(line)
 
 
 class Session:
@@ -221,23 +287,40 @@ class Session:
     def start_bar(self, *arguments, log="bar.err", **variables):
         return self.start(str(self.bin / "kestrune-bar"), *arguments, log=log, **variables)
 
-    def start_market(self, speed):
-        """A simulated market whose time runs faster; gives its address."""
-        market = subprocess.Popen([str(self.bin / "kestrune-replay"), "--speed", str(speed)],
-                                  stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
-        self.running.append(market)
-        return market.stdout.readline().split()[-1]
+    def start_market(self, *arguments):
+        """A simulated market; gives its address."""
+        return self.start_talking(str(self.bin / "kestrune-replay"), *arguments).stdout.readline().split()[-1]
 
-    def quit_bar(self, bar, log="bar.err"):
-        """Ends the program as a session does; nothing may be left of it."""
+    def start_talking(self, *command):
+        process = subprocess.Popen(command, env=self.environment, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                   stderr=subprocess.DEVNULL, text=True, cwd=self.folder)
+        self.running.append(process)
+        return process
+
+    def start_bar_of(self, kind):
+        """A bar for status notifier items that is taken for one of this kind."""
+        program = self.folder / kind
+        if not program.exists():
+            program.symlink_to(FOLDER / "watcher.py")
+        process = self.start_talking(has_bus_bindings(), str(program))
+        self.wait_for_name("org.kde.StatusNotifierWatcher")
+        return Bar(process)
+
+    def quit_bar(self, bar, log="bar.err", by=None, allowed=""):
+        """Ends the program, by a signal or as told; nothing may be left of it, nor said but what is allowed."""
         children = output("pgrep", "-P", str(bar.pid)).split()
+        if by:
+            by()
+            with contextlib.suppress(subprocess.TimeoutExpired):
+                bar.wait(10)
+            expect(bar.poll() is not None, "the program did not end when told to")
         status = self.end(bar)
         expect(status == 0, f"the program ended with {status}")
         wait_for(lambda: not any(pathlib.Path("/proc", child).exists() for child in children),
                  "the program's own processes end with it", 3)
         expect(not windows(), f"windows are left: {windows()}")
         words = (self.folder / log).read_text(encoding="utf-8", errors="replace")
-        expect(words == "", f"standard error is not empty:\n{words}")
+        expect(re.fullmatch(allowed, words), f"on standard error is:\n{words}")
 
     # The desktop
 
@@ -246,11 +329,12 @@ class Session:
         wait_for(lambda: "window id" in output("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"), "a window manager",
                  30)
 
-    def wait_for_name(self, name, limit=20):
-        """Waits until somebody owns a name on the session bus."""
-        wait_for(lambda: "boolean true" in output("dbus-send", "--session", "--print-reply", "--dest=org.freedesktop.DBus",
-                                                  "/org/freedesktop/DBus", "org.freedesktop.DBus.NameHasOwner",
-                                                  f"string:{name}"), f"{name} is on the bus", limit)
+    def wait_for_name(self, name, limit=20, bus=None):
+        """Waits until somebody owns a name on the session bus, or another one."""
+        question = ["dbus-send", f"--bus={bus}" if bus else "--session", "--print-reply",
+                    "--dest=org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus.NameHasOwner",
+                    f"string:{name}"]
+        wait_for(lambda: "boolean true" in output(*question), f"{name} is on the bus", limit)
 
     def start_tray(self):
         if shutil.which("xfce4-panel"):

@@ -1,0 +1,167 @@
+"""How the item shows in the bars and trays that there are, and without any."""
+import time
+
+import desktop
+from desktop import (SIMULATED, click, drag, expect, items, keys, panel, picture, strip, tray_item, wait_for,
+                     wait_until_it_stays, windows)
+
+def configure_panel(key, kind, value):
+    desktop.output("xfconf-query", "-c", "xfce4-panel", "-p", key, "-n", "-t", kind, "-s", str(value))
+
+
+def tray(session):
+    """In the tray at full width, redrawn with the price; back and forth when the tray ends and returns."""
+    session.start_window_manager()
+    bar_host = session.start_tray()
+    session.preset(demo=False, **SIMULATED)
+    bar = session.start_bar("--market-server", session.start_market("--speed", "600"))
+    window = wait_until_it_stays(tray_item, "the item docks", 20)
+    expect(window.width > 80, f"the item shows its text at full width, not {window}")
+
+    def shown():
+        return (window := tray_item()) and picture(window)
+
+    before = shown()
+    wait_for(lambda: shown() not in (before, None, b""), "a tick redraws the item", 20)
+
+    window = wait_until_it_stays(tray_item, "the item is there")
+    click(window.x + window.width // 2, window.y + window.height // 2)
+    opened = wait_for(panel, "a click opens the panel")
+    expect(window.bottom - 4 <= opened.y <= window.bottom + 8, f"panel {opened} does not hang under item {window}")
+    expect(opened.right <= 1280 and opened.bottom <= 1000, f"panel {opened} leaves the screen")
+    click(window.x + window.width // 2, window.y + window.height // 2)
+    wait_for(lambda: not panel(), "a second click closes the panel")
+    time.sleep(1)
+    expect(not panel(), "the closing click opened the panel again")
+    click(window.x + window.width // 2, window.y + window.height // 2)
+    wait_for(panel, "a third click opens it")
+    click(100, 700)
+    wait_for(lambda: not panel(), "a click on the bare desktop closes the panel")
+
+    session.end(bar_host)
+    wait_for(strip, "without a tray the strip shows", 8)
+    session.start_tray()
+    wait_until_it_stays(tray_item, "with the tray back the item is in it again", 20)
+    expect(len(items()) == 1, f"the strip is gone: {items()}")
+    session.quit_bar(bar)
+
+
+def scaled(session):
+    """At other scale factors item and panel stay together and on the screen, in bars low and high."""
+    session.start_window_manager()
+    session.start_tray()
+    session.preset(**SIMULATED)
+    widths = {}
+    for scale, bar_height in (("1", 26), ("1.25", 26), ("1.5", 40), ("2", 52)):
+        factor = float(scale)
+        configure_panel("/panels/panel-1/size", "int", bar_height)
+        if factor >= 2:  # as a panel does that follows the scale itself
+            configure_panel("/plugins/plugin-2/icon-size", "int", 44)
+        bar = session.start_bar("--demo", QT_SCALE_FACTOR=scale)
+        wait_for(tray_item, f"the item docks at scale {scale}", 15)
+        time.sleep(3)  # as long as item and tray may take to agree
+        window = tray_item()
+        expect(window, f"the tray lost the item at scale {scale}")
+        widths[factor] = window.width
+        expect(abs(window.width - widths[1] * factor) <= 0.1 * window.width, f"widths by scale: {widths}")
+        click(window.x + window.width // 2, window.y + window.height // 2)
+        opened = wait_for(lambda wanted=round(320 * factor): next((w for w in windows() if w.width == wanted), None),
+                          f"the panel opens at scale {scale}")
+        expect(abs(opened.y - window.bottom) <= 16, f"panel {opened} does not hang under item {window}")
+        # Scaled, places and sizes are rounded apart.
+        expect(opened.right <= 1280 + factor and opened.bottom <= 1000 + factor, f"panel {opened} leaves the screen")
+        keys("Escape")
+        wait_for(lambda: len(windows()) == 1, "Escape closes the panel")
+        session.quit_bar(bar)
+
+
+def squeezed(session):
+    """A tray that makes everything square is left again for the strip."""
+    session.start_window_manager()
+    session.start_tray()
+    configure_panel("/plugins/plugin-2/square-icons", "bool", "true")
+    session.preset(**SIMULATED)
+    bar = session.start_bar("--demo")
+    # It may come and go before: while the tray is still on its way.
+    window = wait_until_it_stays(strip, "the strip shows in the end and stays", 25, still=2)
+    expect(window.width > 80, f"the strip shows the text: {window}")
+    session.quit_bar(bar)
+
+
+def strip_alone(session):
+    """The strip stands at the top right, can be moved, remembers its place and opens the panel."""
+    session.start_window_manager()
+    session.preset(**SIMULATED)
+    bar = session.start_bar("--demo", "--strip")
+    first = wait_until_it_stays(strip, "the strip shows", 12)
+    expect(first.right == 1272 and first.y == 0, f"the strip is at {first}")
+    drag(first.x + 20, first.y + 10, 700, 400)
+    moved = wait_for(lambda: strip() if strip().y > 300 else None, "the strip follows the pointer")
+    expect(not panel(), "dragging opened the panel")
+    wait_for(lambda: session.settings().get("ks_strip_pos"), "the place is stored")
+    session.quit_bar(bar)
+    bar = session.start_bar("--demo", "--strip")
+    again = wait_until_it_stays(strip, "the strip shows again", 12)
+    expect(abs(again.right - moved.right) <= 1 and again.y == moved.y, f"left at {moved}, found at {again}")
+    click(again.x + 20, again.y + 10)
+    opened = wait_for(panel, "a click opens the panel")
+    expect(opened.y == again.bottom or opened.bottom == again.y, f"panel {opened} is not at strip {again}")
+    keys("Escape")
+    wait_for(lambda: not panel(), "Escape closes the panel")
+    session.quit_bar(bar)
+
+
+def waits_for_host(session):
+    """At log-in the strip gives hosts five seconds."""
+    session.preset(**SIMULATED)
+    started = time.monotonic()
+    bar = session.start_bar("--demo")
+    wait_for(strip, "the strip shows in the end", 12)
+    waited = time.monotonic() - started
+    expect(waited >= 4.9, f"the strip shows after {waited:.1f} s already")
+    session.quit_bar(bar)
+
+
+def notifier(session):
+    """As a status notifier item: known to every bar that comes, wide or a dot, with menu and texts."""
+    session.start_window_manager()
+    session.preset(demo=False, **SIMULATED)
+    wide = session.start_bar_of("waybar")
+    bar = session.start_bar("--market-server", session.start_market("--speed", "600"))
+    wait_for(lambda: len(wide.ask("items")) == 1, "the item registers", 15)
+    wait_for(lambda: wide.ask("property", "IconPixmap")[0][0] > 160, "the wide picture holds the text", 15)
+    pictures = wide.ask("property", "IconPixmap")
+    expect(len(pictures) == 1 and pictures[0][1] == 44 and len(pictures[0][2]) == pictures[0][0] * 176,
+           "one wide picture is offered")
+    title, tip = wide.ask("property", "Title"), wide.ask("property", "ToolTip")
+    expect(title.startswith("DOGE  ") and " · " in title, f"the title tells name, price and verdict: {title}")
+    expect(tip[2] and tip[3] and title == f"{tip[2]} · {tip[3]}", f"so does the tool tip: {tip}")
+    wide.ask("news")
+    time.sleep(5.5)  # one tick at least
+    seen = [entry[1] for entry in wide.ask("news") if entry[0] == "NewIcon"]
+    expect(seen and all(one != other for one, other in zip(seen, seen[1:])), "a tick tells a new picture, and only then")
+
+    desktop.move_pointer(1100, 4)
+    wide.ask("click", 1100, 2)
+    opened = wait_until_it_stays(panel, "a click of the bar opens the panel")
+    expect(opened.x < 1100 < opened.right and opened.y < 40, f"panel {opened} does not hang under the click")
+    keys("Escape")
+    wait_for(lambda: not panel(), "Escape closes the panel")
+    entries = {properties.get("label"): number for number, properties in wide.ask("menu")}
+    wide.ask("choose", entries["显示面板"])
+    wait_for(panel, "the menu opens the panel")
+    keys("Escape")
+    wait_for(lambda: not panel(), "Escape closes the panel")
+
+    expect(not items(), f"beside the wide picture nothing else shows: {items()}")
+    session.end(wide.process)
+    wait_for(strip, "without a bar the strip shows", 8)
+    dot = session.start_bar_of("some-other-bar")
+    wait_for(lambda: len(dot.ask("items")) == 1, "the item registers with the new bar")
+    expect([pixmap[:2] for pixmap in dot.ask("property", "IconPixmap")] == [[22, 22], [44, 44]], "a dot in two sizes")
+    expect(wait_until_it_stays(strip, "the strip stays beside a dot"), "the strip is there")
+    session.end(dot.process)
+    wide = session.start_bar_of("waybar")
+    wait_for(lambda: len(wide.ask("items")) == 1, "the item registers with the third bar")
+    wait_for(lambda: not items(), "the strip is gone again")
+    session.quit_bar(bar, by=lambda: wide.ask("choose", entries["退出 Kestrune Bar"]))
