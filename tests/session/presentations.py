@@ -1,4 +1,6 @@
 """How the item shows in the bars and trays that there are, and without any."""
+import os
+import signal
 import time
 
 import desktop
@@ -75,15 +77,28 @@ def scaled(session):
         session.quit_bar(bar)
 
 
+def stop_tray(bar_host, number):
+    """Halts the process that takes items into the tray, or lets it go on."""
+    for process in (bar_host.pid, *(int(text) for text in desktop.output("pgrep", "-P", str(bar_host.pid)).split())):
+        os.kill(process, number)
+
+
 def squeezed(session):
-    """A tray that makes everything square is left again for the strip."""
+    """A tray too busy to answer is waited for beside a strip; one that makes everything square is left for it."""
     session.start_window_manager()
-    session.start_tray()
-    configure_panel("/plugins/plugin-2/square-icons", "bool", "true")
+    bar_host = session.start_tray()
+    session.wait_for_name("org.kde.StatusNotifierWatcher")  # the tray for windows is there by then
     session.preset(**SIMULATED)
-    bar = session.start_bar("--demo")
-    # It may come and go before: while the tray is still on its way.
-    window = wait_until_it_stays(strip, "the strip shows in the end and stays", 25, still=2)
+    stop_tray(bar_host, signal.SIGSTOP)
+    try:
+        bar = session.start_bar("--demo")
+        wait_until_it_stays(strip, "beside a tray that does not answer the strip shows", 20)
+    finally:
+        stop_tray(bar_host, signal.SIGCONT)
+    wait_until_it_stays(tray_item, "it answers in the end", 20)
+    expect(len(items()) == 1, f"the strip is gone then: {items()}")
+    configure_panel("/plugins/plugin-2/square-icons", "bool", "true")
+    window = wait_until_it_stays(strip, "squeezed, the item becomes a strip", 20)
     expect(window.width > 80, f"the strip shows the text: {window}")
     session.quit_bar(bar)
 

@@ -4,6 +4,8 @@
 #include "statusbar/desktop/stripitem.h"
 #include "statusbar/desktop/xembeditem.h"
 
+#include <utility>
+
 using namespace std::chrono_literals;
 
 namespace kestrune {
@@ -38,6 +40,7 @@ DesktopFacts StatusItemChooser::facts() const
 {
     return {.stripForced = m_options.stripForced,
             .tray = m_trayWatch.owner() != XCB_WINDOW_NONE && !m_squeezed,
+            .trayIsLate = m_unanswered,
             .notifier = m_notifierWatch.host(),
             .waited = m_waited,
             .bling = m_content && m_content->bling};
@@ -46,7 +49,8 @@ DesktopFacts StatusItemChooser::facts() const
 void StatusItemChooser::trayChanged()
 {
     m_squeezed = false; // another tray, another chance
-    m_tray.reset();     // its window went with the old one
+    m_unanswered = false;
+    m_tray.reset(); // its window went with the old one
     m_presentation.tray = false;
     hostsChanged();
     Q_EMIT
@@ -106,6 +110,12 @@ void StatusItemChooser::showTray(bool wanted)
             choose();
         },
         Qt::QueuedConnection); // the item goes away in there
+    const auto setUnanswered = [this](bool unanswered) {
+        if (std::exchange(m_unanswered, unanswered) != unanswered)
+            choose();
+    };
+    connect(m_tray.get(), &XEmbedItem::unanswered, this, [setUnanswered] { setUnanswered(true); });
+    connect(m_tray.get(), &XEmbedItem::docked, this, [setUnanswered] { setUnanswered(false); });
     m_tray->show(*m_content);
     Q_EMIT
     barTextColorChanged();

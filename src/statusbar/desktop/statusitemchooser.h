@@ -66,7 +66,8 @@ private:
     NotifierWatch m_notifierWatch;
     QTimer m_wait; ///< for a host that is not there yet, or not there any more
     bool m_waited = false;
-    bool m_squeezed = false; ///< by the tray that is there now
+    bool m_squeezed = false;   ///< by the tray that is there now
+    bool m_unanswered = false; ///< so far, by that tray
     int m_registeredWith = 0;
     std::optional<StatusItemContent> m_content;
     Presentation m_presentation;
