@@ -1,4 +1,4 @@
-"""A door in front of a market: passes requests on and remembers which ones came."""
+"""A door in front of a market: passes requests on, remembers which ones came, and can hold the market still."""
 import http.server
 import threading
 import urllib.error
@@ -9,6 +9,8 @@ class Gate:
     def __init__(self, market):
         self.market = market
         self.paths = []
+        self.still = False  # the last answers are given again
+        self.answers = {}
         gate = self
 
         class Handler(http.server.BaseHTTPRequestHandler):
@@ -34,6 +36,11 @@ class Gate:
         return f"http://127.0.0.1:{self.server.server_port}"
 
     def passed_on(self, path):
+        if not self.still or path not in self.answers:
+            self.answers[path] = self.answer_of_market(path)
+        return self.answers[path]
+
+    def answer_of_market(self, path):
         opener = urllib.request.build_opener(urllib.request.ProxyHandler({}))
         try:
             with opener.open(self.market + path, timeout=10) as reply:

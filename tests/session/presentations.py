@@ -6,6 +6,7 @@ import time
 import desktop
 from desktop import (SIMULATED, click, drag, expect, items, keys, panel, picture, strip, tray_item, wait_for,
                      wait_until_it_stays, windows)
+from gate import Gate
 
 def configure_panel(key, kind, value):
     desktop.output("xfconf-query", "-c", "xfce4-panel", "-p", key, "-n", "-t", kind, "-s", str(value))
@@ -137,46 +138,66 @@ def waits_for_host(session):
     session.quit_bar(bar)
 
 
+def shows_in(bar_host, gate):
+    """The item in a bar that keeps wide pictures: its texts, and a signal for what has changed only."""
+    wait_for(lambda: len(bar_host.ask("items")) == 1, "the item registers", 15)
+    wait_for(lambda: bar_host.ask("property", "IconPixmap")[0][0] > 160, "the wide picture holds the text", 15)
+    pictures = bar_host.ask("property", "IconPixmap")
+    expect(len(pictures) == 1 and pictures[0][1] == 44 and len(pictures[0][2]) == pictures[0][0] * 176,
+           "one wide picture is offered")
+    title, tip = bar_host.ask("property", "Title"), bar_host.ask("property", "ToolTip")
+    expect(title.startswith("DOGE  ") and " · " in title, f"the title tells name, price and verdict: {title}")
+    expect(tip[2] and tip[3] and title == f"{tip[2]} · {tip[3]}", f"so does the tool tip: {tip}")
+
+    gate.still = True
+    time.sleep(1)  # what was under way arrives
+    bar_host.ask("news")
+    before = len(gate.paths)
+    wait_for(lambda: len(gate.paths) > before, "a tick", 12)
+    time.sleep(0.5)
+    news = bar_host.ask("news")
+    expect(news == [], f"a tick that changes nothing tells the bar {news}")
+    gate.still = False
+    told = set()
+    wait_for(lambda: told.update(name for name, *_ in bar_host.ask("news")) or
+             told >= {"NewIcon", "NewTitle", "NewToolTip"}, "a new price is told", 12)
+
+
+def opens_from(bar_host, entries):
+    """The panel opens by a click that the bar passes on, and from the menu that the bar draws."""
+    desktop.move_pointer(1100, 4)
+    bar_host.ask("click", 1100, 2)
+    opened = wait_until_it_stays(panel, "a click of the bar opens the panel")
+    expect(opened.x < 1100 < opened.right and opened.y < 40, f"panel {opened} does not hang under the click")
+    keys("Escape")
+    wait_for(lambda: not panel(), "Escape closes the panel")
+    bar_host.ask("choose", entries["显示面板"])
+    wait_for(panel, "the menu opens the panel")
+    keys("Escape")
+    wait_for(lambda: not panel(), "Escape closes the panel")
+
+
 def notifier(session):
     """As a status notifier item: known to every bar that comes, wide or a dot, with menu and texts."""
     session.start_window_manager()
     session.preset(demo=False, **SIMULATED)
     wide = session.start_bar_of("waybar")
-    bar = session.start_bar("--market-server", session.start_market("--speed", "600"))
-    wait_for(lambda: len(wide.ask("items")) == 1, "the item registers", 15)
-    wait_for(lambda: wide.ask("property", "IconPixmap")[0][0] > 160, "the wide picture holds the text", 15)
-    pictures = wide.ask("property", "IconPixmap")
-    expect(len(pictures) == 1 and pictures[0][1] == 44 and len(pictures[0][2]) == pictures[0][0] * 176,
-           "one wide picture is offered")
-    title, tip = wide.ask("property", "Title"), wide.ask("property", "ToolTip")
-    expect(title.startswith("DOGE  ") and " · " in title, f"the title tells name, price and verdict: {title}")
-    expect(tip[2] and tip[3] and title == f"{tip[2]} · {tip[3]}", f"so does the tool tip: {tip}")
-    wide.ask("news")
-    time.sleep(5.5)  # one tick at least
-    seen = [entry[1] for entry in wide.ask("news") if entry[0] == "NewIcon"]
-    expect(seen and all(one != other for one, other in zip(seen, seen[1:])), "a tick tells a new picture, and only then")
+    with Gate(session.start_market("--speed", "600")) as gate:
+        bar = session.start_bar("--market-server", gate.address)
+        shows_in(wide, gate)
+        entries = {properties.get("label"): number for number, properties in wide.ask("menu")}
+        opens_from(wide, entries)
+        expect(not items(), f"beside the wide picture nothing else shows: {items()}")
 
-    desktop.move_pointer(1100, 4)
-    wide.ask("click", 1100, 2)
-    opened = wait_until_it_stays(panel, "a click of the bar opens the panel")
-    expect(opened.x < 1100 < opened.right and opened.y < 40, f"panel {opened} does not hang under the click")
-    keys("Escape")
-    wait_for(lambda: not panel(), "Escape closes the panel")
-    entries = {properties.get("label"): number for number, properties in wide.ask("menu")}
-    wide.ask("choose", entries["显示面板"])
-    wait_for(panel, "the menu opens the panel")
-    keys("Escape")
-    wait_for(lambda: not panel(), "Escape closes the panel")
-
-    expect(not items(), f"beside the wide picture nothing else shows: {items()}")
-    session.end(wide.process)
-    wait_for(strip, "without a bar the strip shows", 8)
-    dot = session.start_bar_of("some-other-bar")
-    wait_for(lambda: len(dot.ask("items")) == 1, "the item registers with the new bar")
-    expect([pixmap[:2] for pixmap in dot.ask("property", "IconPixmap")] == [[22, 22], [44, 44]], "a dot in two sizes")
-    expect(wait_until_it_stays(strip, "the strip stays beside a dot"), "the strip is there")
-    session.end(dot.process)
-    wide = session.start_bar_of("waybar")
-    wait_for(lambda: len(wide.ask("items")) == 1, "the item registers with the third bar")
-    wait_for(lambda: not items(), "the strip is gone again")
-    session.quit_bar(bar, by=lambda: wide.ask("choose", entries["退出 Kestrune Bar"]))
+        session.end(wide.process)
+        wait_for(strip, "without a bar the strip shows", 8)
+        dot = session.start_bar_of("some-other-bar")
+        wait_for(lambda: len(dot.ask("items")) == 1, "the item registers with the new bar")
+        sizes = [pixmap[:2] for pixmap in dot.ask("property", "IconPixmap")]
+        expect(sizes == [[22, 22], [44, 44]], f"it is a dot in two sizes, not {sizes}")
+        wait_until_it_stays(strip, "the strip stays beside a dot")
+        session.end(dot.process)
+        wide = session.start_bar_of("waybar")
+        wait_for(lambda: len(wide.ask("items")) == 1, "the item registers with the third bar")
+        wait_for(lambda: not items(), "the strip is gone again")
+        session.quit_bar(bar, by=lambda: wide.ask("choose", entries["退出 Kestrune Bar"]))

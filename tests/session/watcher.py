@@ -8,9 +8,8 @@ input and answers each with a line of JSON:
 ["click", X, Y]      a left click on it, told to be at this place
 ["menu"]             its menu's entries, numbers and properties
 ["choose", NUMBER]   an entry of it is clicked
-["news"]             signals since the last time; a NewIcon with a digest of the picture that it announced
+["news"]             names and arguments of its signals since the last time
 """
-import hashlib
 import json
 import sys
 
@@ -47,8 +46,6 @@ class Watcher:
 
     def heard(self, _connection, _sender, _path, _interface, signal, arguments):
         self.news.append([signal, *arguments.unpack()])
-        if signal == "NewIcon":  # what it announces must be fetched now
-            self.news[-1].append(hashlib.sha256(json.dumps(self.property("IconPixmap")).encode()).hexdigest())
 
     def remote(self, path, interface, method, arguments):
         reply = self.connection.call_sync(self.items[-1], path, interface, method, arguments, None,
