@@ -145,6 +145,9 @@ def shows_in(bar_host, gate):
     pictures = bar_host.ask("property", "IconPixmap")
     expect(len(pictures) == 1 and pictures[0][1] == 44 and len(pictures[0][2]) == pictures[0][0] * 176,
            "one wide picture is offered")
+    _, _, argb = pictures[0]
+    brightest = max(max(argb[i + 1:i + 4]) for i in range(0, len(argb), 4) if argb[i] == 255)
+    expect(brightest > 204, "the text is made for a dark bar, as no portal asks for a light one")
     title, tip = bar_host.ask("property", "Title"), bar_host.ask("property", "ToolTip")
     expect(title.startswith("DOGE  ") and " · " in title, f"the title tells name, price and verdict: {title}")
     expect(tip[2] and tip[3] and title == f"{tip[2]} · {tip[3]}", f"so does the tool tip: {tip}")

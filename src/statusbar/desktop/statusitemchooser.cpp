@@ -53,8 +53,6 @@ void StatusItemChooser::trayChanged()
     m_tray.reset(); // its window went with the old one
     m_presentation.tray = false;
     hostsChanged();
-    Q_EMIT
-    barTextColorChanged();
 }
 
 void StatusItemChooser::hostsChanged()
@@ -91,6 +89,11 @@ void StatusItemChooser::apply(const Presentation &next)
     showTray(next.tray);
     showNotifier(next.notifier);
     showStrip(next.strip);
+    const std::pair bar(barTextColor(), barIsUsuallyDark());
+    if (std::exchange(m_bar, bar) != bar) {
+        Q_EMIT
+        barTextColorChanged();
+    }
 }
 
 void StatusItemChooser::showTray(bool wanted)
@@ -117,8 +120,6 @@ void StatusItemChooser::showTray(bool wanted)
     connect(m_tray.get(), &XEmbedItem::unanswered, this, [setUnanswered] { setUnanswered(true); });
     connect(m_tray.get(), &XEmbedItem::docked, this, [setUnanswered] { setUnanswered(false); });
     m_tray->show(*m_content);
-    Q_EMIT
-    barTextColorChanged();
 }
 
 void StatusItemChooser::showNotifier(bool wanted)
@@ -168,6 +169,12 @@ std::optional<QRect> StatusItemChooser::place() const
     if (m_tray)
         return m_tray->place();
     return m_notifier ? m_notifier->place() : std::nullopt;
+}
+
+bool StatusItemChooser::barIsUsuallyDark() const
+{
+    // Both kinds of host that keep wide pictures come dark.
+    return m_notifier && m_notifierWatch.host() == NotifierHost::wide;
 }
 
 std::optional<QColor> StatusItemChooser::barTextColor() const

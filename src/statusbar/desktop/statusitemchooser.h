@@ -11,6 +11,7 @@
 
 #include <chrono>
 #include <memory>
+#include <utility>
 
 class QAction;
 
@@ -41,6 +42,7 @@ public:
     void show(const StatusItemContent &content) override;
     [[nodiscard]] std::optional<QRect> place() const override;
     [[nodiscard]] std::optional<QColor> barTextColor() const override;
+    [[nodiscard]] bool barIsUsuallyDark() const override;
 
     [[nodiscard]] const Presentation &presentation() const { return m_presentation; }
 
@@ -71,6 +73,7 @@ private:
     int m_registeredWith = 0;
     std::optional<StatusItemContent> m_content;
     Presentation m_presentation;
+    std::pair<std::optional<QColor>, bool> m_bar; ///< what was last told of its colours
     std::unique_ptr<XEmbedItem> m_tray;
     std::unique_ptr<NotifierItem> m_notifier;
     std::unique_ptr<StripItem> m_strip;
