@@ -89,7 +89,7 @@ def opened_pictures(folder):
     wait_for(lambda: not menu(), "the menu closes")
     click(window.x + 20, window.y + 10)
     wait_until_it_stays(panel, "the panel opens", still=2)
-    shot(folder / "opened.png", WIDTH, 640)
+    shot(folder / "opened.png", WIDTH, 400)
     keys("Escape")
     wait_for(lambda: not panel(), "the panel closes")
 
