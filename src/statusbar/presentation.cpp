@@ -49,8 +49,15 @@ Presentation choosePresentation(const DesktopFacts &facts)
     const bool shell = facts.notifier == NotifierHost::shell;
     if (keepsPicture)
         return {.notifier = true};
-    if (facts.tray && !shell)
-        return {.tray = true};
+    if (facts.tray && !shell) {
+        if (!facts.trayIsLate)
+            return {.tray = true};
+        DesktopFacts otherwise = facts;
+        otherwise.tray = false;
+        Presentation presentation = choosePresentation(otherwise);
+        presentation.tray = true; // it goes on waiting there
+        return presentation;
+    }
     if (!facts.notifier)
         return {.strip = facts.waited};
     // The neon signs are a picture that neither a dot nor a label can stand for.

@@ -22,12 +22,14 @@ struct DesktopFacts
 {
     bool stripForced = false; ///< asked for on the command line
     bool tray = false;        ///< an X11 tray takes windows and has not been found squeezing ours
+    bool trayIsLate = false;  ///< has not taken it for so long that something else is to show meanwhile
     std::optional<NotifierHost> notifier = std::nullopt; ///< absent without a host
     bool waited = false;                                 ///< hosts that start late have had their time
     bool bling = false;
 };
 
-/// Which presentations are up. The strip may stand beside a notifier item whose host shows a dot only.
+/// Which presentations are up. The strip may stand beside a notifier item whose host shows a dot only, and
+/// beside an item that still waits to be let into a tray.
 struct Presentation
 {
     bool tray = false;

@@ -46,12 +46,14 @@ public:
     [[nodiscard]] virtual std::optional<QRect> place() const = 0;
     /// The colour in which the bar that holds the item writes; nothing when it is not known.
     [[nodiscard]] virtual std::optional<QColor> barTextColor() const { return std::nullopt; }
+    /// Whether bars like the one that shows the item's picture are dark unless somebody asks for light ones.
+    [[nodiscard]] virtual bool barIsUsuallyDark() const { return false; }
 
 Q_SIGNALS:
     /// Clicked; `anchor` is the item's place, or just a point of it.
     void activated(const QRect &anchor);
     void contextMenuRequested(const QPoint &position);
-    void barTextColorChanged();
+    void barTextColorChanged(); ///< or whether it is usually dark
 };
 
 } // namespace kestrune

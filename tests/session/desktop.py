@@ -13,6 +13,8 @@ import time
 
 SKIPPED = 77
 TITLE = "Kestrune Bar"
+FOLDER = pathlib.Path(__file__).resolve().parent
+SIMULATED = {"ks_coin": "DOGE"}  # four decimals: every tick changes the text
 
 
 class Failure(Exception):
@@ -38,6 +40,14 @@ def python_with(namespace, version):
     return None
 
 
+def has_accessibility():
+    return python_with("Atspi", "2.0")
+
+
+def has_bus_bindings():
+    return python_with("Gio", "2.0")
+
+
 def output(*command):
     return subprocess.run(command, capture_output=True, text=True, timeout=20, check=False).stdout
 
@@ -54,11 +64,29 @@ def wait_for(condition, what, limit=10.0):
         time.sleep(0.1)
 
 
+def wait_until_it_stays(look, what, limit=10.0, still=1.0):
+    """The first true value that does not change for a while: what desktops lay out in several steps."""
+    end = time.monotonic() + limit
+    last, since = None, 0.0
+    while True:
+        now = look()
+        if not now or repr(now) != repr(last):
+            last, since = now, time.monotonic()
+        elif time.monotonic() - since >= still:
+            return now
+        if time.monotonic() > end:
+            raise Failure(f"waited {limit} s in vain: {what}")
+        time.sleep(0.1)
+
+
 class Window:
+    """A line of the window tree; the indentation tells how many windows lie between this one and the root."""
+
     def __init__(self, line):
-        match = re.match(r'\s*(0x[0-9a-f]+) .*?(\d+)x(\d+)\+-?\d+\+-?\d+\s+\+(-?\d+)\+(-?\d+)$', line)
-        self.id = match.group(1)
-        self.width, self.height, self.x, self.y = (int(text) for text in match.groups()[1:])
+        match = re.match(r'(\s*)(0x[0-9a-f]+) .*?(\d+)x(\d+)\+-?\d+\+-?\d+\s+\+(-?\d+)\+(-?\d+)$', line)
+        self.depth = (len(match.group(1)) - 5) // 3
+        self.id = match.group(2)
+        self.width, self.height, self.x, self.y = (int(text) for text in match.groups()[2:])
 
     @property
     def right(self):
@@ -82,13 +110,38 @@ def windows():
     return [window for window in found if window.is_viewable()]
 
 
+def items():
+    """The status item's windows, in a tray or as a strip."""
+    return [window for window in windows() if window.height <= 64]
+
+
 def item():
-    """The status item, in a tray or as a strip."""
-    return next((window for window in windows() if window.height <= 64), None)
+    return next(iter(items()), None)
 
 
 def panel():
     return next((window for window in windows() if window.width == 320 and window.height > 300), None)
+
+
+def is_tray_item(window):
+    return window.depth >= 2 and window.y < 60  # a window manager's frame is one level
+
+
+def tray_item():
+    window = item()
+    return window if window and is_tray_item(window) else None
+
+
+def strip():
+    window = item()
+    return window if window and not is_tray_item(window) else None
+
+
+def menu():
+    """The item's context menu; like every menu it bears the program's name only."""
+    lines = output("xwininfo", "-root", "-tree").splitlines()
+    found = [Window(line) for line in lines if '"kestrune-bar": ' in line]
+    return next((window for window in found if window.width > 50 and window.is_viewable()), None)
 
 
 def pixels(x, y, width, height):
@@ -98,9 +151,20 @@ def pixels(x, y, width, height):
     return shot.stdout
 
 
-def click(x, y, button=1):
+def picture(window):
+    """A window's own pixels, wherever it stands."""
+    shot = subprocess.run(["import", "-silent", "-window", window.id, "-depth", "8", "rgb:-"], capture_output=True,
+                          timeout=20, check=False)
+    return shot.stdout  # nothing of a window that has just gone
+
+
+def move_pointer(x, y):
     subprocess.run(["xdotool", "mousemove", str(x), str(y)], timeout=10, check=True)
     time.sleep(0.2)
+
+
+def click(x, y, button=1):
+    move_pointer(x, y)
     subprocess.run(["xdotool", "click", str(button)], timeout=10, check=True)
 
 
@@ -112,8 +176,39 @@ def drag(x, y, to_x, to_y):
         time.sleep(0.1)
 
 
+def chord(code):
+    """A key by its place on the keyboard, with Control: its letter depends on the layout."""
+    subprocess.run(["xdotool", "keydown", "Control_L", "key", str(code), "keyup", "Control_L"], timeout=10, check=True)
+    time.sleep(0.1)
+
+
 def keys(*names):
     subprocess.run(["xdotool", "key", "--delay", "40", *names], timeout=10, check=True)
+
+
+def open_by_strip():
+    """Clicks the strip once it stands still: it is as wide as its text."""
+    window = wait_until_it_stays(strip, "the strip shows", 12)
+    click(window.x + 10, window.y + 10)
+
+
+def accessible(interpreter, name, action):
+    """Asks something of a named control of the program over the accessibility bus."""
+    return output(interpreter, str(FOLDER / "field.py"), "kestrune-bar", name, action).strip()
+
+
+class Bar:
+    """A bar that shows status notifier items, and can be asked what it sees."""
+
+    def __init__(self, process):
+        self.process = process
+
+    def ask(self, *request):
+        self.process.stdin.write(json.dumps(request) + "\n")
+        self.process.stdin.flush()
+        line = self.process.stdout.readline()
+        expect(line, f"the bar did not survive {request}")
+        return json.loads(line)
 
 
 class Session:
@@ -158,6 +253,18 @@ class Session:
             process.wait()
             raise Failure("a process did not end when asked to") from None
 
+    def keep_evidence(self, folder):
+        """What can be seen after a failure: the screen, its windows, the processes, what the programs said."""
+        shutil.rmtree(folder, ignore_errors=True)
+        folder.mkdir(parents=True)
+        with contextlib.suppress(subprocess.SubprocessError):
+            output("import", "-silent", "-window", "root", str(folder / "screen.png"))
+            (folder / "windows.txt").write_text(output("xwininfo", "-root", "-tree"), encoding="utf-8")
+            (folder / "processes.txt").write_text(output("ps", "-eo", "pid,ppid,stat,etime,time,args"),
+                                                  encoding="utf-8")
+        for file in (*self.folder.glob("*.err"), *self.config.glob("kestrune-bar/**/*.json")):
+            shutil.copy(file, folder)
+
     # The program
 
     @property
@@ -180,23 +287,40 @@ class Session:
     def start_bar(self, *arguments, log="bar.err", **variables):
         return self.start(str(self.bin / "kestrune-bar"), *arguments, log=log, **variables)
 
-    def start_market(self, speed):
-        """A simulated market whose time runs faster; gives its address."""
-        market = subprocess.Popen([str(self.bin / "kestrune-replay"), "--speed", str(speed)],
-                                  stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
-        self.running.append(market)
-        return market.stdout.readline().split()[-1]
+    def start_market(self, *arguments):
+        """A simulated market; gives its address."""
+        return self.start_talking(str(self.bin / "kestrune-replay"), *arguments).stdout.readline().split()[-1]
 
-    def quit_bar(self, bar, log="bar.err"):
-        """Ends the program as a session does; nothing may be left of it."""
+    def start_talking(self, *command):
+        process = subprocess.Popen(command, env=self.environment, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                   stderr=subprocess.DEVNULL, text=True, cwd=self.folder)
+        self.running.append(process)
+        return process
+
+    def start_bar_of(self, kind):
+        """A bar for status notifier items that is taken for one of this kind."""
+        program = self.folder / kind
+        if not program.exists():
+            program.symlink_to(FOLDER / "watcher.py")
+        process = self.start_talking(has_bus_bindings(), str(program))
+        self.wait_for_name("org.kde.StatusNotifierWatcher")
+        return Bar(process)
+
+    def quit_bar(self, bar, log="bar.err", by=None, allowed=""):
+        """Ends the program, by a signal or as told; nothing may be left of it, nor said but what is allowed."""
         children = output("pgrep", "-P", str(bar.pid)).split()
+        if by:
+            by()
+            with contextlib.suppress(subprocess.TimeoutExpired):
+                bar.wait(10)
+            expect(bar.poll() is not None, "the program did not end when told to")
         status = self.end(bar)
         expect(status == 0, f"the program ended with {status}")
         wait_for(lambda: not any(pathlib.Path("/proc", child).exists() for child in children),
                  "the program's own processes end with it", 3)
         expect(not windows(), f"windows are left: {windows()}")
         words = (self.folder / log).read_text(encoding="utf-8", errors="replace")
-        expect(words == "", f"standard error is not empty:\n{words}")
+        expect(re.fullmatch(allowed, words), f"on standard error is:\n{words}")
 
     # The desktop
 
@@ -204,6 +328,13 @@ class Session:
         self.start("openbox")
         wait_for(lambda: "window id" in output("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"), "a window manager",
                  30)
+
+    def wait_for_name(self, name, limit=20, bus=None):
+        """Waits until somebody owns a name on the session bus, or another one."""
+        question = ["dbus-send", f"--bus={bus}" if bus else "--session", "--print-reply",
+                    "--dest=org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus.NameHasOwner",
+                    f"string:{name}"]
+        wait_for(lambda: "boolean true" in output(*question), f"{name} is on the bus", limit)
 
     def start_tray(self):
         if shutil.which("xfce4-panel"):
@@ -218,6 +349,8 @@ def display():
     """The name of a display of our own. The server picks a free number itself: looking for one first would race
     with other sessions that start at the same moment."""
     reader, writer = os.pipe()
+    # Without -noreset the server starts afresh whenever its last client leaves: a tool that looked at it while the
+    # window manager was just connecting took the window manager's connection along.
     server = subprocess.Popen(["Xvfb", "-displayfd", str(writer), "-screen", "0", "1280x1000x24", "-nolisten", "tcp",
                                "-noreset"],
                               pass_fds=[writer], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)

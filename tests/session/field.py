@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Reads a text field of a program over the accessibility bus, or gives it the focus.
+"""Reads a text field of a program over the accessibility bus or gives it the focus, or presses a button.
 
-Usage: field.py APPLICATION NAME text|focus
+Usage: field.py APPLICATION NAME text|focus|press
 """
 import sys
 import warnings
@@ -11,6 +11,9 @@ import gi
 gi.require_version("Atspi", "2.0")
 warnings.simplefilter("ignore")
 from gi.repository import Atspi  # noqa: E402  pylint: disable=wrong-import-position
+
+
+ROLES = {False: (Atspi.Role.TEXT, Atspi.Role.ENTRY), True: (Atspi.Role.PUSH_BUTTON,)}
 
 
 def nodes(node):
@@ -29,9 +32,11 @@ def main():
         if not program or program.get_name() != application:
             continue
         for node in nodes(program):
-            if node.get_name() != name or node.get_role() not in (Atspi.Role.TEXT, Atspi.Role.ENTRY):
+            if node.get_name() != name or node.get_role() not in ROLES[action == "press"]:
                 continue
-            if action == "focus":
+            if action == "press":
+                print("pressed" if Atspi.Action.do_action(node.get_action_iface(), 0) else "refused")
+            elif action == "focus":
                 print("focused" if Atspi.Component.grab_focus(node.get_component_iface()) else "refused")
             else:
                 print(Atspi.Text.get_text(node.get_text_iface(), 0, -1))

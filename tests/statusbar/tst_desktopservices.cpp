@@ -131,9 +131,19 @@ void TestDesktopServices::barColourIsPassedOn()
     PrivateBus bus;
     DesktopTheme theme(bus.connection(u"ours"_s));
     QVERIFY(!theme.trayTextColor());
-    theme.setBar([] { return std::optional(QColor(Qt::white)); });
+    const auto yes = [] { return true; };
+    theme.setBar([] { return std::optional(QColor(Qt::white)); }, yes);
     QVERIFY(isDarkMenuBar(theme));
-    theme.setBar([] { return std::optional(QColor(Qt::black)); });
+    theme.setBar([] { return std::optional(QColor(Qt::black)); }, yes);
+    QVERIFY(!isDarkMenuBar(theme));
+
+    // A bar that does not tell is what bars like it usually are, unless the desktop is asked to be light.
+    theme.setBar([] { return std::optional<QColor>(); }, yes);
+    QVERIFY(isDarkMenuBar(theme));
+    FakePortal portal(bus.connection(u"portal"_s));
+    portal.scheme = 2;
+    portal.start();
+    QVERIFY(waitFor([&] { return theme.prefersDark() == std::optional(false); }));
     QVERIFY(!isDarkMenuBar(theme));
 }
 

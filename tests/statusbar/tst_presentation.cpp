@@ -46,6 +46,11 @@ void TestPresentation::picksByWhatTheDesktopShows_data()
     row("a tray is taken at once", {.tray = true}, "tray");
     row("a tray needs no strip later", {.tray = true, .waited = true}, "tray");
     row("neon signs fit into a tray", {.tray = true, .waited = true, .bling = true}, "tray");
+    row("a tray that does not answer gets a strip beside it",
+        {.tray = true, .trayIsLate = true, .waited = true}, "tray+strip");
+    row("a tray that does not answer has the time of all hosts", {.tray = true, .trayIsLate = true}, "tray");
+    row("a tray that does not answer does not keep a label away",
+        {.tray = true, .trayIsLate = true, .notifier = label}, "tray+notifier");
     row("a host of wide pictures is preferred to a tray beside it", {.tray = true, .notifier = wide},
         "notifier");
     row("a host of wide pictures shows neon signs", {.notifier = wide, .waited = true, .bling = true},

@@ -57,7 +57,8 @@ void AppDelegate::applicationDidFinishLaunching()
     m_theme = std::make_unique<DesktopTheme>(bus);
     m_item = std::make_unique<StatusItemChooser>(bus, m_launch.dependencies.preferences, m_menu.entries(),
                                                  StatusItemChooser::Options{.stripForced = m_launch.strip});
-    m_theme->setBar([item = m_item.get()] { return item->barTextColor(); });
+    m_theme->setBar([item = m_item.get()] { return item->barTextColor(); },
+                    [item = m_item.get()] { return item->barIsUsuallyDark(); });
     m_state = AppState::create(m_launch.dependencies);
     m_controller = std::make_unique<StatusBarController>(
         m_state, *m_item, *m_theme,

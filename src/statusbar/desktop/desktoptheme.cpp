@@ -97,7 +97,12 @@ void DesktopTheme::settingChanged(const QString &group, const QString &key, cons
 
 std::optional<QColor> DesktopTheme::trayTextColor() const
 {
-    return m_barTextColor ? m_barTextColor() : std::nullopt;
+    if (const auto color = m_barTextColor ? m_barTextColor() : std::nullopt)
+        return color;
+    // Black on a bar that is dark as they come could not be read; who has chosen light desktops gets that.
+    if (!m_prefersDark && m_barIsUsuallyDark && m_barIsUsuallyDark())
+        return QColor(Qt::white);
+    return std::nullopt;
 }
 
 bool DesktopTheme::paletteIsDark() const

@@ -18,10 +18,12 @@ class DesktopTheme final : public ThemeSource
 public:
     explicit DesktopTheme(const QDBusConnection &connection);
 
-    /// Who knows the colour of the bar's texts.
-    void setBar(std::function<std::optional<QColor>()> barTextColor)
+    /// Who knows the colour of the bar's texts, and whether bars like it are dark when nobody has a
+    /// preference.
+    void setBar(std::function<std::optional<QColor>()> textColor, std::function<bool()> isUsuallyDark)
     {
-        m_barTextColor = std::move(barTextColor);
+        m_barTextColor = std::move(textColor);
+        m_barIsUsuallyDark = std::move(isUsuallyDark);
     }
 
     [[nodiscard]] std::optional<QColor> trayTextColor() const override;
@@ -41,6 +43,7 @@ private:
     QDBusConnection m_connection;
     QDBusServiceWatcher m_watcher;
     std::function<std::optional<QColor>()> m_barTextColor;
+    std::function<bool()> m_barIsUsuallyDark;
     std::optional<bool> m_prefersDark;
     bool m_portalAnswers = false;
 };

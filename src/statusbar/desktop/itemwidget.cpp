@@ -63,6 +63,13 @@ void ItemWidget::paintEvent(QPaintEvent *)
     paintContent(painter, QPointF(left, (area.height() - statusHeight) / 2), m_content);
 }
 
+void ItemWidget::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    Q_EMIT
+    resized();
+}
+
 void ItemWidget::mousePressEvent(QMouseEvent *event)
 {
     m_pressed = event->button() == Qt::LeftButton;

@@ -21,6 +21,7 @@ public:
 
 Q_SIGNALS:
     void resizeWanted(); ///< the picture has got another width
+    void resized();      ///< by us, or by what holds the window
     void clicked();
     void menuRequested(const QPoint &position);
     void dragged(const QPoint &distance); ///< since the press
@@ -28,6 +29,7 @@ Q_SIGNALS:
 
 protected:
     void paintEvent(QPaintEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
     void mousePressEvent(QMouseEvent *event) override;
     void mouseMoveEvent(QMouseEvent *event) override;
     void mouseReleaseEvent(QMouseEvent *event) override;

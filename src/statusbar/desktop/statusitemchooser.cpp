@@ -4,6 +4,8 @@
 #include "statusbar/desktop/stripitem.h"
 #include "statusbar/desktop/xembeditem.h"
 
+#include <utility>
+
 using namespace std::chrono_literals;
 
 namespace kestrune {
@@ -38,6 +40,7 @@ DesktopFacts StatusItemChooser::facts() const
 {
     return {.stripForced = m_options.stripForced,
             .tray = m_trayWatch.owner() != XCB_WINDOW_NONE && !m_squeezed,
+            .trayIsLate = m_unanswered,
             .notifier = m_notifierWatch.host(),
             .waited = m_waited,
             .bling = m_content && m_content->bling};
@@ -46,11 +49,10 @@ DesktopFacts StatusItemChooser::facts() const
 void StatusItemChooser::trayChanged()
 {
     m_squeezed = false; // another tray, another chance
-    m_tray.reset();     // its window went with the old one
+    m_unanswered = false;
+    m_tray.reset(); // its window went with the old one
     m_presentation.tray = false;
     hostsChanged();
-    Q_EMIT
-    barTextColorChanged();
 }
 
 void StatusItemChooser::hostsChanged()
@@ -87,6 +89,11 @@ void StatusItemChooser::apply(const Presentation &next)
     showTray(next.tray);
     showNotifier(next.notifier);
     showStrip(next.strip);
+    const std::pair bar(barTextColor(), barIsUsuallyDark());
+    if (std::exchange(m_bar, bar) != bar) {
+        Q_EMIT
+        barTextColorChanged();
+    }
 }
 
 void StatusItemChooser::showTray(bool wanted)
@@ -106,9 +113,13 @@ void StatusItemChooser::showTray(bool wanted)
             choose();
         },
         Qt::QueuedConnection); // the item goes away in there
+    const auto setUnanswered = [this](bool unanswered) {
+        if (std::exchange(m_unanswered, unanswered) != unanswered)
+            choose();
+    };
+    connect(m_tray.get(), &XEmbedItem::unanswered, this, [setUnanswered] { setUnanswered(true); });
+    connect(m_tray.get(), &XEmbedItem::docked, this, [setUnanswered] { setUnanswered(false); });
     m_tray->show(*m_content);
-    Q_EMIT
-    barTextColorChanged();
 }
 
 void StatusItemChooser::showNotifier(bool wanted)
@@ -158,6 +169,12 @@ std::optional<QRect> StatusItemChooser::place() const
     if (m_tray)
         return m_tray->place();
     return m_notifier ? m_notifier->place() : std::nullopt;
+}
+
+bool StatusItemChooser::barIsUsuallyDark() const
+{
+    // Both kinds of host that keep wide pictures come dark.
+    return m_notifier && m_notifierWatch.host() == NotifierHost::wide;
 }
 
 std::optional<QColor> StatusItemChooser::barTextColor() const

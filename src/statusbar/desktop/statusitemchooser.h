@@ -11,6 +11,7 @@
 
 #include <chrono>
 #include <memory>
+#include <utility>
 
 class QAction;
 
@@ -41,6 +42,7 @@ public:
     void show(const StatusItemContent &content) override;
     [[nodiscard]] std::optional<QRect> place() const override;
     [[nodiscard]] std::optional<QColor> barTextColor() const override;
+    [[nodiscard]] bool barIsUsuallyDark() const override;
 
     [[nodiscard]] const Presentation &presentation() const { return m_presentation; }
 
@@ -66,10 +68,12 @@ private:
     NotifierWatch m_notifierWatch;
     QTimer m_wait; ///< for a host that is not there yet, or not there any more
     bool m_waited = false;
-    bool m_squeezed = false; ///< by the tray that is there now
+    bool m_squeezed = false;   ///< by the tray that is there now
+    bool m_unanswered = false; ///< so far, by that tray
     int m_registeredWith = 0;
     std::optional<StatusItemContent> m_content;
     Presentation m_presentation;
+    std::pair<std::optional<QColor>, bool> m_bar; ///< what was last told of its colours
     std::unique_ptr<XEmbedItem> m_tray;
     std::unique_ptr<NotifierItem> m_notifier;
     std::unique_ptr<StripItem> m_strip;

@@ -91,6 +91,8 @@ StripItem::StripItem(Preferences &preferences)
 {
     m_widget->setAttribute(Qt::WA_ShowWithoutActivating);
     connect(m_widget.get(), &ItemWidget::resizeWanted, this, &StripItem::putInPlace);
+    // Later: the window goes and comes again in there.
+    connect(m_widget.get(), &ItemWidget::resized, this, &StripItem::watchSize, Qt::QueuedConnection);
     connect(m_widget.get(), &ItemWidget::clicked, this, [this] {
         Q_EMIT
         activated(m_widget->frameGeometry());
@@ -135,6 +137,18 @@ void StripItem::putInPlace()
     const auto stored = m_preferences.text(placeKey);
     const QPoint corner = stripCorner(stored ? parsePlace(*stored) : std::nullopt, size, availableAreas());
     m_widget->move(corner.x() - size.width(), corner.y());
+}
+
+void StripItem::watchSize()
+{
+    // Tiling window managers give floating windows a least size and a frame. None of them touches this kind.
+    const bool foreign = m_widget->isVisible() && m_widget->height() != m_widget->sizeHint().height();
+    if (!foreign || isWayland() || m_widget->windowFlags().testFlag(Qt::X11BypassWindowManagerHint))
+        return;
+    m_widget->setWindowFlag(Qt::X11BypassWindowManagerHint); // hides it
+    m_widget->resize(m_widget->sizeHint());
+    putInPlace();
+    m_widget->show();
 }
 
 void StripItem::beginOrContinueDrag(const QPoint &distance)

@@ -29,6 +29,7 @@ public:
 
 private:
     void putInPlace();
+    void watchSize();
     void beginOrContinueDrag(const QPoint &distance);
     void endDrag();
 

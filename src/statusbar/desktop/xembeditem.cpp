@@ -13,7 +13,7 @@ namespace kestrune {
 
 namespace {
 
-constexpr auto dockLimit = 2s;   // a tray that has not taken the window by then never will
+constexpr auto dockLimit = 2s;   // longer than that nobody should miss the price
 constexpr auto resizeLimit = 1s; // a tray lays itself out again within that
 constexpr int leastHeight = 14;  // the letters themselves; below this they are cut
 constexpr uint32_t requestDock = 0;
@@ -32,6 +32,7 @@ XEmbedItem::XEmbedItem(TrayWatch &watch)
     connect(&m_watch, &TrayWatch::reparented, this, &XEmbedItem::reparented);
     connect(&m_watch, &TrayWatch::textColorChanged, this, &StatusItem::barTextColorChanged);
     connect(m_widget.get(), &ItemWidget::resizeWanted, this, &XEmbedItem::applySize);
+    connect(m_widget.get(), &ItemWidget::resized, this, &XEmbedItem::checkSizeLater);
     connect(m_widget.get(), &ItemWidget::clicked, this, [this] {
         Q_EMIT
         activated(place().value_or(QRect(QCursor::pos(), QSize(1, 1))));
@@ -91,9 +92,12 @@ void XEmbedItem::reparented(quint32 window, quint32 parent)
     if (m_docked)
         return;
     m_docked = true;
+    m_wasDocked = true;
     m_widget->show();
     setMapped(true);
-    m_check.start(resizeLimit);
+    checkSizeLater();
+    Q_EMIT
+    docked();
 }
 
 void XEmbedItem::applySize()
@@ -101,6 +105,11 @@ void XEmbedItem::applySize()
     if (m_window == XCB_WINDOW_NONE)
         return;
     m_widget->setFixedSize(QSize(m_widget->sizeHint().width(), m_height));
+    checkSizeLater();
+}
+
+void XEmbedItem::checkSizeLater()
+{
     if (m_docked)
         m_check.start(resizeLimit);
 }
@@ -127,8 +136,13 @@ std::optional<QSize> XEmbedItem::visibleSize() const
 void XEmbedItem::checkSize()
 {
     if (!m_docked) {
-        Q_EMIT
-        squeezed();
+        if (m_wasDocked) {
+            Q_EMIT
+            squeezed();
+        } else {
+            Q_EMIT
+            unanswered();
+        }
         return;
     }
     const auto size = visibleSize();

@@ -24,14 +24,18 @@ public:
     [[nodiscard]] std::optional<QColor> barTextColor() const override { return m_watch.textColor(); }
 
 Q_SIGNALS:
-    /// The tray does not take the window, or makes it too narrow to be read.
+    /// The tray makes the window too narrow to be read, or throws it out.
     void squeezed();
+    /// The tray has not taken the window for a while; it may be busy, as at log-in, and still do so.
+    void unanswered();
+    void docked();
 
 private:
     void dock();
     void setMapped(bool mapped);
     void reparented(quint32 window, quint32 parent);
     void applySize();
+    void checkSizeLater();
     void checkSize();
     /// What of the window can be seen, in the window system's pixels.
     [[nodiscard]] std::optional<QSize> visibleSize() const;
@@ -40,8 +44,9 @@ private:
     std::unique_ptr<ItemWidget> m_widget;
     xcb_window_t m_window = XCB_WINDOW_NONE;
     bool m_docked = false;
+    bool m_wasDocked = false;
     int m_height = static_cast<int>(statusHeight); ///< logical; less in a lower tray
-    QTimer m_check; ///< runs once after docking and after each change of the width
+    QTimer m_check; ///< runs once after docking and after each change of the size
 };
 
 } // namespace kestrune

@@ -1,0 +1,168 @@
+#!/usr/bin/env python3
+"""Makes the documentation's pictures of the item in real bars.
+
+Usage: pictures.py TARGET_FOLDER BIN_DIR. Says what it could not make, and why.
+"""
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+import time
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
+import desktop  # noqa: E402  pylint: disable=wrong-import-position
+from desktop import (  # noqa: E402  pylint: disable=wrong-import-position
+    Failure, Session, click, item, keys, menu, output, panel, strip, tray_item, wait_for, wait_until_it_stays)
+
+WALLPAPER = "#4a6a86"
+WIDTH = 480  # of the crops, from the right edge of the screen
+MARKET_TIME = ("--clock", "2026-03-03T10:20:30Z")
+NOBODY = 65534
+
+SWAY = """output HEADLESS-1 resolution 1280x200 position 0 0 scale 1
+output * bg {wallpaper} solid_color
+default_border none
+exec {script}
+"""
+WAYBAR = """{{ "layer": "top", "position": "top", "height": 28, "modules-right": ["tray", "clock"],
+  "tray": {{ "icon-size": 22, "spacing": 6 }} }}"""
+WAYBAR_STYLE = """* { font-family: "Noto Sans"; font-size: 13px; }
+window#waybar { background: #303030; color: #fff; } #clock { padding: 0 10px; }"""
+INSIDE_SWAY = """#!/bin/sh
+waybar -c {folder}/waybar.json -s {folder}/style.css >/dev/null 2>&1 &
+sleep 3
+{bin_dir}/kestrune-bar --market-server {market} >/dev/null 2>&1 &
+sleep 5
+grim {folder}/screen.png
+kill $!
+swaymsg exit
+"""
+
+
+def shot(target, width, height):
+    """The screen's right upper corner."""
+    subprocess.run(["import", "-silent", "-window", "root", "-crop", f"{width}x{height}+{1280 - width}+0", "+repage",
+                    "-strip", str(target)], timeout=20, check=True)
+
+
+def stack(target, *parts):
+    subprocess.run(["convert", *(str(part) for part in parts), "-append", "-strip", str(target)], timeout=20,
+                   check=True)
+
+
+def set_dark(session, dark):
+    """The panel says once, at its start, in which colour it writes."""
+    desktop.output("xfconf-query", "-c", "xfce4-panel", "-p", "/panels/dark-mode", "-n", "-t", "bool", "-s",
+                   str(dark).lower())
+    tray = session.start_tray()
+    session.wait_for_name("org.kde.StatusNotifierWatcher")
+    return tray
+
+
+def tray_pictures(session, folder, market):
+    """The item in a dark panel and a light one, the eight neon signs, its menu, and the panel under it."""
+    parts = {}
+    for name, dark, neon in (("light", False, False), ("dark", True, False), ("neon", True, True)):
+        tray = set_dark(session, dark)
+        session.preset(demo=False, ks_bling=neon)
+        bar = session.start_bar("--market-server", market, log=f"{name}.err")
+        wait_until_it_stays(tray_item, f"the item docks in the {name} panel", 20, still=2)
+        time.sleep(6 if neon else 1)  # the signs' prices come one after the other
+        parts[name] = session.folder / f"{name}.png"
+        shot(parts[name], 720, 26)
+        if name == "dark":
+            opened_pictures(folder)
+        session.quit_bar(bar, log=f"{name}.err")
+        session.end(tray)
+        wait_for(lambda: not item(), "the tray is gone")
+    stack(folder / "tray.png", parts["dark"], parts["light"], parts["neon"])
+
+
+def opened_pictures(folder):
+    window = tray_item()
+    click(window.x + 20, window.y + 10, 3)
+    wait_until_it_stays(menu, "the menu opens", still=0.5)
+    shot(folder / "menu.png", WIDTH, 150)
+    keys("Escape")
+    wait_for(lambda: not menu(), "the menu closes")
+    click(window.x + 20, window.y + 10)
+    wait_until_it_stays(panel, "the panel opens", still=2)
+    shot(folder / "opened.png", WIDTH, 400)
+    keys("Escape")
+    wait_for(lambda: not panel(), "the panel closes")
+
+
+def strip_picture(session, folder, market):
+    session.preset(demo=False)
+    bar = session.start_bar("--strip", "--market-server", market, log="strip.err")
+    wait_until_it_stays(strip, "the strip shows", 12, still=2)
+    shot(folder / "strip.png", WIDTH, 60)
+    session.quit_bar(bar, log="strip.err")
+
+
+def waybar_picture(bin_dir, folder):
+    """Through sway without a screen, which does not run as root."""
+    lacking = desktop.missing(["sway", "waybar", "grim", "swaymsg", "setpriv"])
+    if lacking:
+        print(f"waybar.png is not made: {', '.join(lacking)} not installed")
+        return
+    home = pathlib.Path(tempfile.mkdtemp(prefix="kestrune-sway-"))
+    market = subprocess.Popen([f"{bin_dir}/kestrune-replay", *MARKET_TIME], stdout=subprocess.PIPE, text=True)
+    try:
+        values = {"folder": home, "bin_dir": bin_dir, "wallpaper": WALLPAPER, "script": home / "inside.sh",
+                  "market": market.stdout.readline().split()[-1]}
+        for name, text in (("sway.conf", SWAY.format(**values)), ("waybar.json", WAYBAR.format()),
+                           ("style.css", WAYBAR_STYLE), ("inside.sh", INSIDE_SWAY.format(**values))):
+            (home / name).write_text(text, encoding="utf-8")
+        (home / "inside.sh").chmod(0o755)
+        environment = dict(os.environ, HOME=str(home), XDG_RUNTIME_DIR=str(home), XDG_CONFIG_HOME=str(home),
+                           WLR_BACKENDS="headless", WLR_RENDERER="pixman", WLR_LIBINPUT_NO_DEVICES="1",
+                           XDG_CURRENT_DESKTOP="sway", LC_ALL="C.UTF-8", no_proxy="127.0.0.1")
+        for name in ("DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM", "DBUS_SESSION_BUS_ADDRESS"):
+            environment.pop(name, None)
+        as_somebody = []
+        if os.geteuid() == 0:
+            as_somebody = ["setpriv", f"--reuid={NOBODY}", f"--regid={NOBODY}", "--clear-groups"]
+            for file in (home, *home.iterdir()):
+                os.chown(file, NOBODY, NOBODY)
+        subprocess.run([*as_somebody, "dbus-run-session", "--", "sway", "-c", str(home / "sway.conf")],
+                       env=environment, timeout=60, check=False, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        screen = home / "screen.png"
+        if not screen.exists():
+            print("waybar.png is not made: sway did not start")
+            return
+        subprocess.run(["convert", str(screen), "-gravity", "NorthEast", "-crop", f"{WIDTH}x28+0+0", "+repage",
+                        "-strip", str(folder / "waybar.png")], timeout=20, check=True)
+    finally:
+        market.terminate()
+        market.wait()
+        shutil.rmtree(home, ignore_errors=True)
+
+
+def main():
+    inside = sys.argv[1] == "--inside"
+    folder, bin_dir = (pathlib.Path(text).resolve() for text in sys.argv[-2:])
+    if not inside:
+        waybar_picture(bin_dir, folder)
+        lacking = desktop.missing(["Xvfb", "openbox", "xfce4-panel", "xfconf-query", "xsetroot", "import", "convert"])
+        if lacking:
+            print(f"The other pictures are not made: {', '.join(lacking)} not installed")
+            return 1
+        return desktop.inside_session([str(folder), str(bin_dir)])
+    try:
+        with Session(bin_dir) as session:
+            session.start_window_manager()
+            output("xsetroot", "-solid", WALLPAPER)
+            market = session.start_market(*MARKET_TIME)
+            strip_picture(session, folder, market)
+            tray_pictures(session, folder, market)
+    except (Failure, subprocess.SubprocessError) as failure:
+        print(f"The remaining pictures are not made: {failure}")
+        return 1
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,34 @@
+// A race for the thread sanitizer to find: after another program was started, and called from Qt's event
+// loop.
+
+#include <QCoreApplication>
+#include <QProcess>
+#include <QTimer>
+
+#include <thread>
+
+namespace {
+
+int shared = 0;
+
+void writeTogether()
+{
+    ++shared;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QCoreApplication application(argc, argv);
+    std::thread waiting([] { std::this_thread::sleep_for(std::chrono::milliseconds(200)); });
+    QProcess::execute(QStringLiteral("true"));
+    waiting.join();
+    QTimer::singleShot(0, &application, [] {
+        std::thread other(writeTogether);
+        writeTogether();
+        other.join();
+        QCoreApplication::quit();
+    });
+    return QCoreApplication::exec();
+}
