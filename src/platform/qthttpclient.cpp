@@ -26,6 +26,9 @@ constexpr auto idlePoolLife = 60s;
 // All open requests together may hold so many bodies of the largest size. A dozen at once are usual, and a
 // server that floods them all must not fill the memory; sound answers are a hundredth of that size.
 constexpr qint64 bodiesInHand = 2;
+// What Qt's thread receives ahead of the main one: a busy machine would otherwise let it pile up without bound.
+// Sound answers fit.
+constexpr qint64 readAhead = qint64{256} * 1024;
 // A server that sends header lines without end keeps Qt's thread busy, abort or not, and every later request
 // of that manager waits for ever. After so many requests without an answer the next go to a new manager.
 constexpr int mostSilences = 2;
@@ -192,6 +195,7 @@ private:
     void send()
     {
         m_reply = m_pool.get(m_request);
+        m_reply->setReadBufferSize(readAhead);
         connect(m_reply, &QNetworkReply::finished, this, [this] { finish(); });
         connect(m_reply, &QNetworkReply::readyRead, this, [this] { receive(); });
         connect(m_reply, &QNetworkReply::metaDataChanged, this, [this] { onHeaders(); });

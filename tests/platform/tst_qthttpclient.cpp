@@ -1,4 +1,5 @@
 #include "platform/qthttpclient.h"
+#include "replay/replayserver.h"
 #include "support/eventloop.h"
 #include "support/loopbackserver.h"
 #include "support/testregistry.h"
@@ -13,6 +14,7 @@
 
 using namespace kestrune;
 using namespace kestrune::test;
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace {
@@ -66,16 +68,26 @@ Answer faulty(Fault fault, const QByteArray &body = QByteArray(2000, 'x'))
     return answer;
 }
 
-qint64 peakKiB()
+qint64 statusKiB(const char *field)
 {
     QFile status(QStringLiteral("/proc/self/status"));
     if (!status.open(QIODevice::ReadOnly))
         return -1;
     for (const QByteArray &line : status.readAll().split('\n')) {
-        if (line.startsWith("VmHWM:"))
+        if (line.startsWith(field))
             return line.simplified().split(' ').value(1).toLongLong();
     }
     return -1;
+}
+
+qint64 peakKiB()
+{
+    return statusKiB("VmHWM:");
+}
+
+qint64 residentKiB()
+{
+    return statusKiB("VmRSS:");
 }
 
 } // namespace
@@ -94,6 +106,7 @@ private Q_SLOTS:
     void bodiesAreLimited();
     void aHugeBodyTakesNoMemory();
     void manyLargeBodiesTakeNoMemory();
+    void aBodyThatNobodyReadsTakesNoMemory();
     void redirectsAreFollowedWithCare();
     void otherSchemesAreRefused();
     void stalledRequestsHoldNobodyUp();
@@ -294,6 +307,35 @@ void QtHttpClientTest::manyLargeBodiesTakeNoMemory()
     QCOMPARE(ask(client, server.url(QStringLiteral("/quick"))), QByteArray("quick"));
     QTest::qWait(50);
     QCOMPARE(ended(), 2);
+}
+
+void QtHttpClientTest::aBodyThatNobodyReadsTakesNoMemory()
+{
+    // A busy machine: the main thread comes to nothing while Qt's thread receives.
+    ReplayServer flooding({u"--fault"_s, u"all=flood"_s});
+    QtHttpClient client;
+    const QUrl url(QString::fromLatin1(flooding.address().trimmed()) + u"/q=sh600519"_s);
+    const auto result = start(client, url);
+    drainEvents();
+    const qint64 before = residentKiB();
+    QTest::qSleep(1500);
+    const qint64 grown = residentKiB() - before;
+    QVERIFY2(grown < 8 * 1024, qPrintable(u"%1 KiB"_s.arg(grown)));
+    QVERIFY(waitFor([&] { return result->done; }));
+    QVERIFY(!result->body);
+
+    // Nothing is lost by it, although the connection ends long before the last piece is read.
+    QtHttpClient::Options options;
+    options.maxBody = qint64{64} * 1024 * 1024;
+    QtHttpClient patient(options);
+    const auto whole = start(patient, url);
+    drainEvents();
+    QTest::qSleep(300);
+    QVERIFY(waitFor([&] { return whole->done; }));
+    QVERIFY(whole->body && whole->body->startsWith("v_sh600519="));
+    constexpr qsizetype flood = qsizetype{50} * 1024 * 1024;
+    const qsizetype more = whole->body->size() - flood;
+    QVERIFY2(more > 0 && more < 4096, qPrintable(QString::number(more)));
 }
 
 void QtHttpClientTest::redirectsAreFollowedWithCare()
