@@ -10,7 +10,14 @@
 #include <QTest>
 
 #include <algorithm>
+#include <array>
 #include <memory>
+#include <utility>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 using namespace kestrune;
 using namespace kestrune::test;
@@ -90,6 +97,74 @@ qint64 residentKiB()
     return statusKiB("VmRSS:");
 }
 
+/// A server before whose door one connection may stand; while one does, others cannot even be set up.
+class NarrowDoor
+{
+public:
+    NarrowDoor()
+    {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof address;
+        ::bind(m_listener, reinterpret_cast<sockaddr *>(&address), size);
+        ::listen(m_listener, 0);
+        ::getsockname(m_listener, reinterpret_cast<sockaddr *>(&m_address), &size);
+    }
+    NarrowDoor(const NarrowDoor &) = delete;
+    NarrowDoor &operator=(const NarrowDoor &) = delete;
+    ~NarrowDoor()
+    {
+        for (const int socket : {m_listener, m_blocker, m_visitor})
+            ::close(socket);
+    }
+
+    [[nodiscard]] int port() const { return ntohs(m_address.sin_port); }
+    void block()
+    {
+        m_blocker = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        ::connect(m_blocker, reinterpret_cast<const sockaddr *>(&m_address), sizeof m_address);
+    }
+    void unblock() const { ::close(accept()); }
+    /// Lets the next one in where nobody is; whether the one inside has asked this.
+    [[nodiscard]] bool hears(const QByteArray &start)
+    {
+        if (m_visitor < 0)
+            m_visitor = accept();
+        std::array<char, 4096> bytes{};
+        const ssize_t count = ::recv(m_visitor, bytes.data(), bytes.size(), 0);
+        if (count > 0)
+            m_heard.append(bytes.data(), count);
+        return m_heard.startsWith(start);
+    }
+    void answer(const QByteArray &body)
+    {
+        const QByteArray bytes =
+            "HTTP/1.1 200 OK\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" + body;
+        ::send(m_visitor, bytes.constData(), std::size_t(bytes.size()), MSG_NOSIGNAL);
+        m_heard.clear();
+    }
+    void reset()
+    {
+        const linger atOnce{1, 0};
+        ::setsockopt(m_visitor, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+        ::close(std::exchange(m_visitor, -1));
+        m_heard.clear();
+    }
+
+private:
+    [[nodiscard]] int accept() const
+    {
+        return ::accept4(m_listener, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
+    }
+
+    int m_listener = ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    int m_blocker = -1;
+    int m_visitor = -1;
+    QByteArray m_heard;
+    sockaddr_in m_address{};
+};
+
 } // namespace
 
 class QtHttpClientTest : public QObject
@@ -112,6 +187,7 @@ private Q_SLOTS:
     void stalledRequestsHoldNobodyUp();
     void theSteadyStateUsesOneConnection();
     void survivesClosedKeptConnections();
+    void aBrokenConnectionTakesNoOtherRequestAlong();
     void droppedConnectionsAreNotUsedAgain();
     void goingAwayEndsOpenRequests();
     void aWaiterMayEndTheClient();
@@ -411,6 +487,32 @@ void QtHttpClientTest::survivesClosedKeptConnections()
     server.serve(QStringLiteral("/last"), Answer{.body = "last", .close = true});
     QCOMPARE(ask(client, server.url(QStringLiteral("/last"))), QByteArray("last"));
     QCOMPARE(ask(client, server.url(QStringLiteral("/p"))), QByteArray("p"));
+}
+
+void QtHttpClientTest::aBrokenConnectionTakesNoOtherRequestAlong()
+{
+    NarrowDoor door;
+    QtHttpClient client;
+    const QString base = u"http://127.0.0.1:%1/"_s.arg(door.port());
+    const auto broken = start(client, QUrl(base + u"broken"_s));
+    QVERIFY(waitFor([&] { return door.hears("GET /broken "); }));
+    door.block();
+    const auto sound = start(client, QUrl(base + u"sound"_s)); // waits for a connection of its own
+    QTest::qWait(100);
+    door.unblock();
+    // Qt itself asks again what was cut off unanswered, and gives up soon.
+    QVERIFY(waitFor([&] {
+        if (door.hears("GET /broken "))
+            door.reset();
+        return broken->done;
+    }));
+    QVERIFY(!broken->body);
+    QVERIFY(waitFor([&] {
+        if (door.hears("GET /sound "))
+            door.answer("ok");
+        return sound->done;
+    }));
+    QCOMPARE(sound->body, std::optional(QByteArray("ok")));
 }
 
 void QtHttpClientTest::droppedConnectionsAreNotUsedAgain()
