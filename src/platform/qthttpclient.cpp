@@ -22,10 +22,14 @@ using Steady = std::chrono::steady_clock;
 
 constexpr int openPerPool = 6; // Qt's connections to one host
 constexpr int mostRedirects = 10;
+constexpr int mostResends = 3;
 constexpr auto idlePoolLife = 60s;
 // All open requests together may hold so many bodies of the largest size. A dozen at once are usual, and a
 // server that floods them all must not fill the memory; sound answers are a hundredth of that size.
 constexpr qint64 bodiesInHand = 2;
+// What Qt's thread receives ahead of the main one: a busy machine would otherwise let it pile up without
+// bound. Sound answers fit.
+constexpr qint64 readAhead = qint64{256} * 1024;
 // A server that sends header lines without end keeps Qt's thread busy, abort or not, and every later request
 // of that manager waits for ever. After so many requests without an answer the next go to a new manager.
 constexpr int mostSilences = 2;
@@ -192,11 +196,27 @@ private:
     void send()
     {
         m_reply = m_pool.get(m_request);
+        m_reply->setReadBufferSize(readAhead);
         connect(m_reply, &QNetworkReply::finished, this, [this] { finish(); });
         connect(m_reply, &QNetworkReply::readyRead, this, [this] { receive(); });
         connect(m_reply, &QNetworkReply::metaDataChanged, this, [this] { onHeaders(); });
         connect(m_reply, &QNetworkReply::encrypted, this, [this] { onProgress(); });
+        connect(m_reply, &QNetworkReply::requestSent, this, [this] { m_sent = true; });
+        m_sent = false;
         onProgress();
+    }
+
+    // Where a connection breaks, Qt fails along with it every request to that host that still waits for one.
+    // Those never went out, so they are sent again; what did go out has failed.
+    bool sendAgain()
+    {
+        if (m_sent || m_reply->error() != QNetworkReply::RemoteHostClosedError || m_resends >= mostResends ||
+            Steady::now() >= m_deadline)
+            return false;
+        ++m_resends;
+        leaveReply();
+        send();
+        return true;
     }
 
     // True when the answer only led to another request.
@@ -273,7 +293,7 @@ private:
     {
         if (!m_tooLarge && m_reply->bytesAvailable() > 0)
             receive();
-        if (follow())
+        if (follow() || sendAgain())
             return;
         Body result;
         if (!m_tooLarge && !m_refused && isComplete(*m_reply, m_body.size()))
@@ -297,7 +317,9 @@ private:
     bool m_answered = false;
     bool m_tooLarge = false;
     bool m_refused = false;
+    bool m_sent = false;
     int m_redirects = 0;
+    int m_resends = 0;
     std::shared_ptr<Completion<Body>> m_completion = std::make_shared<Completion<Body>>();
 };
 

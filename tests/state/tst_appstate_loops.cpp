@@ -19,7 +19,6 @@ private Q_SLOTS:
     void theLoopsEndWithTheState();
     void aRefreshKeepsTheStateUntilItEnds();
     void theProgramMayEndDuringAnyRefresh();
-    void twoHoursCostWhatTheyShould();
 };
 
 void AppStateLoopsTest::theFirstPassComesAfterAPeriod()
@@ -178,20 +177,6 @@ void AppStateLoopsTest::theProgramMayEndDuringAnyRefresh()
         drainEvents();
         QVERIFY(app.crypto.openCount() == 1 && app.stock.openCount() == 1);
     }
-}
-
-void AppStateLoopsTest::twoHoursCostWhatTheyShould()
-{
-    AppFixture app;
-    app.serveCrypto(3000, waveCandles(60, 3000));
-    app.start();
-    app.clock.advance(2h);
-    const QStringList lines = app.lines();
-    QCOMPARE(lines.filter(u"tickers"_s).size(), 2 * 720);
-    QCOMPARE(lines.filter(u"candlesticks"_s).size(), 2 * 60 * 5);
-    QCOMPARE(app.clock.sleeperCount(), 2);
-    QCOMPARE(app.crypto.openCount(), 0);
-    QVERIFY(app.preferences.writes().isEmpty());
 }
 
 KESTRUNE_TEST(AppStateLoopsTest)

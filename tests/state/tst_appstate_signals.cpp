@@ -42,8 +42,7 @@ private Q_SLOTS:
     void withoutAnyReferenceTheSnapshotStays_data();
     void withoutAnyReferenceTheSnapshotStays();
     void aContextValueThatCannotBeComputedIsKeptOrEmptied();
-    void theLightFollowsTheNearerSide_data();
-    void theLightFollowsTheNearerSide();
+    void theLightFollowsZonesAndThreshold();
     void titles();
 };
 
@@ -171,50 +170,20 @@ void AppStateSignalsTest::aContextValueThatCannotBeComputedIsKeptOrEmptied()
     QCOMPARE(state.trendText(), u"数据不足"_s);
 }
 
-void AppStateSignalsTest::theLightFollowsTheNearerSide_data()
+void AppStateSignalsTest::theLightFollowsZonesAndThreshold()
 {
-    QTest::addColumn<QList<double>>("supports");
-    QTest::addColumn<QList<double>>("resistances");
-    QTest::addColumn<double>("threshold");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("symbol");
-    const QString buy = u"接近支撑区 · 偏买入"_s;
-    const QString sell = u"接近阻力区 · 偏卖出"_s;
-    const QString wait = u"中间区域 · 观望"_s;
-    using List = QList<double>;
-    QTest::newRow("the nearer side wins")
-        << List{-3.1, -1.2} << List{0.8, 4.0} << 2.5 << sell << u"chevron.up.circle.fill"_s;
-    QTest::newRow("a tie goes to support")
-        << List{-1.0} << List{1.0} << 2.5 << buy << u"chevron.down.circle.fill"_s;
-    QTest::newRow("the threshold belongs to it")
-        << List{-2.5} << List{} << 2.5 << buy << u"chevron.down.circle.fill"_s;
-    QTest::newRow("beyond the threshold") << List{} << List{3.0} << 2.5 << wait << u"circle.fill"_s;
-    QTest::newRow("a wider threshold") << List{} << List{3.0} << 3.0 << sell << u"chevron.up.circle.fill"_s;
-    QTest::newRow("no zones") << List{} << List{} << 2.5 << wait << u"circle.fill"_s;
-}
-
-void AppStateSignalsTest::theLightFollowsTheNearerSide()
-{
-    QFETCH(QList<double>, supports);
-    QFETCH(QList<double>, resistances);
-    QFETCH(double, threshold);
-    QFETCH(QString, text);
-    QFETCH(QString, symbol);
     AppFixture app;
     AppState &state = app.create();
-    std::vector<Zone> zones{zoneAt(u"current"_s, 0)};
-    for (const double distance : supports)
-        zones.push_back(zoneAt(u"support"_s, distance));
-    for (const double distance : resistances)
-        zones.push_back(zoneAt(u"resistance"_s, distance));
-    state.zones = zones;
-    state.signalThreshold = threshold;
-    QCOMPARE(state.statusText(), text);
-    QCOMPARE(state.statusSymbol(), symbol);
-    QCOMPARE(state.nearestBuyDistPct().has_value(), !supports.isEmpty());
-    QCOMPARE(state.nearestSellDistPct().has_value(), !resistances.isEmpty());
-    if (!supports.isEmpty())
-        QCOMPARE(*state.nearestBuyDistPct(), -supports.last());
+    QVERIFY(!state.nearestBuyDistPct() && !state.nearestSellDistPct());
+    QCOMPARE(state.statusText(), u"中间区域 · 观望"_s);
+    state.zones = std::vector{zoneAt(u"resistance"_s, 4.0), zoneAt(u"resistance"_s, 3.0),
+                              zoneAt(u"current"_s, 0), zoneAt(u"support"_s, -3.5)};
+    QCOMPARE(state.nearestBuyDistPct(), std::optional(3.5)); // without its sign
+    QCOMPARE(state.nearestSellDistPct(), std::optional(3.0));
+    QCOMPARE(state.statusText(), u"中间区域 · 观望"_s);
+    state.signalThreshold = 3.0;
+    QCOMPARE(state.statusText(), u"接近阻力区 · 偏卖出"_s);
+    QCOMPARE(state.statusSymbol(), u"chevron.up.circle.fill"_s);
 }
 
 void AppStateSignalsTest::titles()
