@@ -5,6 +5,7 @@
 #include <QApplication>
 #include <QDir>
 #include <QScopeGuard>
+#include <QTest>
 
 #include <malloc.h>
 
@@ -72,6 +73,7 @@ WholeBar::WholeBar()
     m_delegate = std::make_unique<AppDelegate>(
         AppDelegate::Launch{dependencies, u"soak"_s, dropConnections, false}, nullptr);
     m_delegate->applicationDidFinishLaunching();
+    QTest::qWait(1200); // the bar listens for wake-ups from a second after its start
 }
 
 WholeBar::~WholeBar()
