@@ -2,6 +2,7 @@
 """Reads the whole panel over the accessibility bus and presses every button of it.
 
 Runs the program given as the only argument. Ends with 77 (skipped) where the bus cannot be used."""
+import signal
 import subprocess
 import sys
 import time
@@ -124,6 +125,8 @@ def main():
             program.terminate()
             program.wait(10)
     print("\n".join(faults))
+    if program.returncode not in (0, -signal.SIGTERM):
+        print(f"ended with {program.returncode}:", open("panelwindow.log", encoding="utf-8").read()[-4000:])
     return 1 if faults else 0
 
 

@@ -374,8 +374,8 @@ def inside_session(arguments):
     config = pathlib.Path(home, "config")
     shutil.copytree(pathlib.Path(__file__).resolve().parent / "config", config)
     environment = dict(os.environ, XDG_CONFIG_HOME=str(config), XDG_RUNTIME_DIR=str(runtime), NO_AT_BRIDGE="1",
-                       XDG_CURRENT_DESKTOP="XFCE", QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1",
-                       PYTHONDONTWRITEBYTECODE="1")
+                       XDG_CURRENT_DESKTOP=os.environ.get("KESTRUNE_SESSION_DESKTOP", "XFCE"),
+                       QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1", PYTHONDONTWRITEBYTECODE="1")
     try:
         with display() as name:
             # The bus gets the environment too: the settings daemon that it starts must find our folders.
