@@ -30,7 +30,6 @@ void FlowLayoutTest::walk_data()
     QTest::addColumn<QSize>("size");
     const Sizes three{{30, 10}, {40, 14}, {20, 10}};
     QTest::newRow("no children, no width") << Sizes{} << -1 << Points{} << QSize(0, 0);
-    QTest::newRow("no children in a width") << Sizes{} << 50 << Points{} << QSize(50, 0);
     QTest::newRow("without a width all stand on one line, no gap after the last")
         << three << -1 << Points{{0, 0}, {34, 0}, {78, 0}} << QSize(98, 14);
     QTest::newRow("an exact fit stays on the line")

@@ -3,7 +3,6 @@
 #include "support/testregistry.h"
 
 #include <QTest>
-#include <QWidget>
 
 #include <vector>
 
@@ -29,8 +28,6 @@ private Q_SLOTS:
     void everyTextIsReadableOnItsGrounds_data();
     void everyTextIsReadableOnItsGrounds();
     void shapesStandOut();
-    void widgetsFollowTheInheritedPalette();
-    void sourceTags();
 };
 
 void PaletteTest::contrastOfKnownPairs()
@@ -95,27 +92,6 @@ void PaletteTest::shapesStandOut()
             QVERIFY(contrastRatio(p->shapeColor(tone), p->raised) >= 3);
         }
     }
-}
-
-void PaletteTest::widgetsFollowTheInheritedPalette()
-{
-    QWidget window;
-    auto *child = new QWidget(&window);
-    window.setPalette(toolkitPalette(darkPalette()));
-    QVERIFY(paletteOf(child).dark);
-    window.setPalette(toolkitPalette(lightPalette()));
-    QVERIFY(!paletteOf(child).dark);
-}
-
-void PaletteTest::sourceTags()
-{
-    const auto vol = sourceInfo(u"vol");
-    QVERIFY(vol);
-    QCOMPARE(vol->label, u"量能"_s);
-    QCOMPARE(vol->tone, Tone::orange);
-    QCOMPARE(sourceInfo(u"swing")->label, u"摆动"_s);
-    QVERIFY(!sourceInfo(u"Pivot")); // tags are lower case
-    QVERIFY(!sourceInfo(u""));
 }
 
 KESTRUNE_TEST(PaletteTest)

@@ -5,8 +5,6 @@
 
 #include <QTest>
 
-#include <limits>
-
 using namespace kestrune;
 using namespace kestrune::test;
 
@@ -45,19 +43,14 @@ private Q_SLOTS:
     void changeKeepsItsSign_data();
     void changeKeepsItsSign();
     void updateTimeIsLocal();
-    void signalsAreRedForBullish_data();
-    void signalsAreRedForBullish();
-    void planColourFollowsGradeAndDirection_data();
-    void planColourFollowsGradeAndDirection();
+    void bullishIsRedAndBearishIsGreen();
     void planLinesPutWarningsApart_data();
     void planLinesPutWarningsApart();
     void composedTexts();
     void numbersAreRead_data();
     void numbersAreRead();
-    void limitsHold();
     void acceptedValues_data();
     void acceptedValues();
-    void fieldsSpellWhatIsSet();
 };
 
 void PanelModelTest::listedZonesAreTheBestOnesNearThePrice()
@@ -112,7 +105,6 @@ void PanelModelTest::changeKeepsItsSign_data()
     QTest::addColumn<QString>("text");
     QTest::addColumn<bool>("green");
     QTest::newRow("a rise") << 2.345 << u"▲ 2.35%"_s << true; // the binary value lies above the half
-    QTest::newRow("a fall has arrow and sign") << -1.23 << u"▼ -1.23%"_s << false;
     QTest::newRow("no change counts as a rise") << 0.0 << u"▲ 0.00%"_s << true;
     QTest::newRow("a fall too small to show") << -0.001 << u"▼ -0.00%"_s << false;
 }
@@ -139,53 +131,28 @@ void PanelModelTest::updateTimeIsLocal()
     QCOMPARE(shanghai, u"更新 16:30:05"_s);
 }
 
-void PanelModelTest::signalsAreRedForBullish_data()
+// Deliberately the other way round than the change of the price, whose rise is green.
+void PanelModelTest::bullishIsRedAndBearishIsGreen()
 {
-    QTest::addColumn<SignalType>("signal");
-    QTest::addColumn<Tone>("tone");
-    QTest::newRow("strong bull") << SignalType::strongBull << Tone::red;
-    QTest::newRow("bull") << SignalType::bull << Tone::red;
-    QTest::newRow("neutral") << SignalType::neutral << Tone::orange;
-    QTest::newRow("bear") << SignalType::bear << Tone::green;
-    QTest::newRow("strong bear") << SignalType::strongBear << Tone::green;
-}
-
-void PanelModelTest::signalsAreRedForBullish()
-{
-    QFETCH(SignalType, signal);
-    QFETCH(Tone, tone);
-    QCOMPARE(signalTone(signal), tone);
-    // The last signal alone decides about the conclusion.
-    const std::vector<TimeframeSignal> snapshot{signalOf(SignalType::bull), signalOf(SignalType::bear),
-                                                signalOf(signal)};
-    QCOMPARE(conclusionTone(snapshot), tone);
+    const std::vector<std::pair<SignalType, Tone>> tones{{SignalType::strongBull, Tone::red},
+                                                         {SignalType::neutral, Tone::orange},
+                                                         {SignalType::bear, Tone::green}};
+    for (const auto &[signal, tone] : tones) {
+        // The last signal alone decides about the conclusion.
+        const std::vector<TimeframeSignal> snapshot{signalOf(SignalType::bull), signalOf(SignalType::bear),
+                                                    signalOf(signal)};
+        QCOMPARE(conclusionTone(snapshot), tone);
+    }
     QCOMPARE(conclusionTone({}), Tone::secondary);
-}
-
-void PanelModelTest::planColourFollowsGradeAndDirection_data()
-{
-    QTest::addColumn<PlanGrade>("grade");
-    QTest::addColumn<TradeDirection>("dir");
-    QTest::addColumn<Tone>("tone");
-    QTest::newRow("a good long") << PlanGrade::good << TradeDirection::long_ << Tone::red;
-    QTest::newRow("a good short") << PlanGrade::good << TradeDirection::short_ << Tone::green;
-    QTest::newRow("a fair long") << PlanGrade::fair << TradeDirection::long_ << Tone::orange;
-    QTest::newRow("a poor short") << PlanGrade::poor << TradeDirection::short_ << Tone::secondary;
-}
-
-void PanelModelTest::planColourFollowsGradeAndDirection()
-{
-    QFETCH(PlanGrade, grade);
-    QFETCH(TradeDirection, dir);
-    QFETCH(Tone, tone);
-    QCOMPARE(planTone(planOf(grade, dir)), tone);
+    QCOMPARE(planTone(planOf(PlanGrade::good, TradeDirection::long_)), Tone::red);
+    QCOMPARE(planTone(planOf(PlanGrade::good, TradeDirection::short_)), Tone::green);
+    QCOMPARE(planTone(planOf(PlanGrade::fair, TradeDirection::long_)), Tone::orange);
 }
 
 void PanelModelTest::planLinesPutWarningsApart_data()
 {
     QTest::addColumn<QStringList>("texts"); // position, tip, session; null for none
     QTest::addColumn<QStringList>("lines"); // warnings behind a "!"
-    QTest::newRow("a tip alone") << QStringList{{}, u"震荡市"_s, {}} << QStringList{u"震荡市"_s};
     QTest::newRow("position, tip and session in this order")
         << QStringList{u"建议仓位 5,000"_s, u"顺大势"_s, u"周末流动性低"_s}
         << QStringList{u"建议仓位 5,000"_s, u"顺大势"_s, u"!周末流动性低"_s};
@@ -222,11 +189,8 @@ void PanelModelTest::composedTexts()
     QCOMPARE(pickedZoneTitle(1234.5, u"support", 1), u"支撑 1,234.5 · 做多"_s);
     QCOMPARE(pickedZoneTitle(0.0000123, u"resistance", 6), u"阻力 0.000012 · 做空"_s);
     QCOMPARE(costText(0.15), u"已扣 0.15% 手续费成本"_s);
-    QCOMPARE(costText(0.3), u"已扣 0.3% 手续费成本"_s);
     QCOMPARE(signalTip(signalOf(SignalType::bull)), u"4H：均线多头"_s);
-    QCOMPARE(distancesText(1.2, 3.449), u"距买点 1.20% · 距卖点 3.45%"_s);
     QCOMPARE(distancesText(1.2, std::nullopt), u"暂无撑压数据"_s);
-    QCOMPARE(distancesText(std::nullopt, 1.2), u"暂无撑压数据"_s);
     QCOMPARE(marketNotice(true, std::nullopt), u"演示行情"_s);
     QCOMPARE(marketNotice(false, u"http://127.0.0.1:8080/prefix"_s), u"行情服务器 127.0.0.1"_s);
     QVERIFY(marketNotice(false, std::nullopt).isEmpty());
@@ -238,18 +202,10 @@ void PanelModelTest::numbersAreRead_data()
     QTest::addColumn<bool>("decimal");
     QTest::addColumn<bool>("whole");
     QTest::newRow("a whole number") << u"25"_s << true << true;
-    QTest::newRow("blanks around it") << u" 25 "_s << true << true;
-    QTest::newRow("a fraction") << u"2.5"_s << true << false;
-    QTest::newRow("a decimal comma") << u"2,5"_s << false << false;
     QTest::newRow("grouping") << u"1,000"_s << false << false;
     QTest::newRow("an exponent") << u"1e2"_s << true << false;
-    QTest::newRow("signs") << u"-3"_s << true << true;
     QTest::newRow("another base") << u"0x10"_s << false << false;
-    QTest::newRow("words") << u"abc"_s << false << false;
-    QTest::newRow("a unit behind") << u"5%"_s << false << false;
-    QTest::newRow("nothing") << QString() << false << false;
     QTest::newRow("infinity") << u"inf"_s << false << false;
-    QTest::newRow("not a number") << u"nan"_s << false << false;
     QTest::newRow("beyond all doubles") << u"1e999"_s << false << false;
     QTest::newRow("beyond all integers") << u"99999999999999999999"_s << true << false;
 }
@@ -261,17 +217,6 @@ void PanelModelTest::numbersAreRead()
     QTEST(parseWhole(text).has_value(), "whole");
 }
 
-void PanelModelTest::limitsHold()
-{
-    QCOMPARE(clampThreshold(25), 20.0);
-    QCOMPARE(clampThreshold(0.4), 0.5);
-    QCOMPARE(clampThreshold(7.3), 7.3);
-    QCOMPARE(clampRange(1), 2.0);
-    QCOMPARE(clampRange(31), 30.0);
-    QCOMPARE(clampPerSide(0), 1);
-    QCOMPARE(clampPerSide(std::numeric_limits<qint64>::max()), 10);
-}
-
 void PanelModelTest::acceptedValues_data()
 {
     QTest::addColumn<QString>("text");
@@ -279,14 +224,11 @@ void PanelModelTest::acceptedValues_data()
     QTest::addColumn<double>("leverage"); // -1 where rejected
     QTest::addColumn<double>("account");
     QTest::addColumn<double>("alert"); // -1 where rejected
-    QTest::newRow("an ordinary number") << u"12"_s << 12.0 << 12.0 << 12.0 << 12.0;
-    QTest::newRow("below one") << u"0.5"_s << 0.5 << -1.0 << 0.5 << 0.5;
     QTest::newRow("exactly one") << u"1"_s << 1.0 << 1.0 << 1.0 << 1.0;
     QTest::newRow("more than the highest leverage") << u"200"_s << 200.0 << 125.0 << 200.0 << 200.0;
     QTest::newRow("zero") << u"0"_s << -1.0 << -1.0 << 0.0 << -1.0;
     QTest::newRow("negative") << u"-5"_s << -1.0 << -1.0 << -5.0 << -1.0;
     QTest::newRow("grouped") << u"12,000"_s << -1.0 << -1.0 << 12000.0 << -1.0;
-    QTest::newRow("empty") << QString() << -1.0 << -1.0 << 0.0 << -1.0;
     QTest::newRow("infinite") << u"inf"_s << -1.0 << -1.0 << 0.0 << -1.0;
 }
 
@@ -297,17 +239,6 @@ void PanelModelTest::acceptedValues()
     QTEST(acceptedLeverage(text).value_or(-1), "leverage");
     QTEST(accountFromText(text), "account");
     QTEST(acceptedAlertPrice(text).value_or(-1), "alert");
-}
-
-void PanelModelTest::fieldsSpellWhatIsSet()
-{
-    QCOMPARE(thresholdFieldText(20), u"20.0"_s);
-    QCOMPARE(rangeFieldText(12.4), u"12"_s);
-    QCOMPARE(perSideFieldText(10), u"10"_s);
-    QCOMPARE(riskFieldText(1), u"1.0"_s);
-    QCOMPARE(leverageFieldText(12.5), u"12"_s); // as printf rounds
-    QCOMPARE(accountFieldText(12000.4), u"12000"_s);
-    QVERIFY(accountFieldText(0).isEmpty() && accountFieldText(-5).isEmpty());
 }
 
 KESTRUNE_TEST(PanelModelTest)

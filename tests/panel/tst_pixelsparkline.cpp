@@ -53,7 +53,6 @@ void PixelSparklineTest::points()
 void PixelSparklineTest::unusableSeriesDrawNothing_data()
 {
     QTest::addColumn<Values>("data");
-    QTest::newRow("empty") << Values{};
     QTest::newRow("one value") << Values{1};
     QTest::newRow("a NaN in the middle") << Values{1, std::nan(""), 2};
     QTest::newRow("an infinity at the end") << Values{1, 2, std::numeric_limits<double>::infinity()};
@@ -91,7 +90,6 @@ void PixelSparklineTest::markers_data()
     QTest::newRow("on the last of several crossings") << Values{10, 30, 10} << 15.0 << QPointF(62.25, 13);
     QTest::newRow("touching a value counts as a crossing of both its segments")
         << Values{10, 20, 30} << 20.0 << QPointF(36, 9);
-    QTest::newRow("on the highest value") << Values{10, 30} << 30.0 << QPointF(71, 1);
     QTest::newRow("a flat series is marked at its first value") << Values{5, 5, 5} << 5.0 << QPointF(1, 17);
     QTest::newRow("just above the range there is none") << Values{10, 30} << 30.0001 << QPointF(-1, 0);
     QTest::newRow("a NaN level is not marked") << Values{10, 30} << std::nan("") << QPointF(-1, 0);
@@ -123,7 +121,6 @@ void PixelSparklineTest::phase()
     QCOMPARE(sparklinePhase(0), 0.5);
     QVERIFY(closeTo(sparklinePhase(0.3), 1, 1e-12));
     QVERIFY(closeTo(sparklinePhase(0.9), 0, 1e-12));
-    QVERIFY(closeTo(sparklinePhase(1.2 + 0.3), 1, 1e-12));
     QVERIFY(closeTo(sparklinePhase(1700000000.4), sparklinePhase(1700000000.4 + 1.2), 1e-5));
 }
 
