@@ -22,16 +22,12 @@ void CommandLineRunTest::wrongStartsEndWithOneLine_data()
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<int>("status");
     QTest::addColumn<QString>("display");
-    QTest::newRow("a server without a value") << QStringList{u"--market-server"_s} << 2 << QString();
-    QTest::newRow("no http address") << QStringList{u"--snapshot"_s, u"out"_s, u"--market-server"_s, u"x"_s}
-                                     << 2 << QString();
     QTest::newRow("a line break in the address")
         << QStringList{u"--market-server"_s, u"http://a\nb"_s, u"--snapshot"_s, u"out"_s} << 2 << QString();
     QTest::newRow("the demo and a server")
         << QStringList{u"--demo"_s, u"--market-server"_s, u"http://127.0.0.1:1"_s} << 2 << QString();
     QTest::newRow("no display") << QStringList{} << 1 << QString();
     QTest::newRow("a display that is not there") << QStringList{} << 1 << u":7777"_s;
-    QTest::newRow("no display and no directory") << QStringList{u"--snapshot"_s} << 1 << QString();
 }
 
 void CommandLineRunTest::wrongStartsEndWithOneLine()
@@ -57,8 +53,6 @@ void CommandLineRunTest::helpAndVersionOnlyPrint_data()
     QTest::addColumn<QByteArray>("part");
     QTest::newRow("help") << QStringList{u"--help"_s} << QByteArray("--market-server URL");
     QTest::newRow("version") << QStringList{u"x"_s, u"--version"_s} << QByteArray("kestrune-bar ");
-    QTest::newRow("help beside a fault")
-        << QStringList{u"--help"_s, u"--market-server"_s} << QByteArray("--snapshot DIR");
 }
 
 void CommandLineRunTest::helpAndVersionOnlyPrint()

@@ -3,7 +3,6 @@
 #include "support/marketbodies.h"
 #include "support/testregistry.h"
 
-#include <QDir>
 #include <QJsonArray>
 #include <QTest>
 
@@ -28,8 +27,6 @@ private Q_SLOTS:
     void aCoin();
     void aStockBelowAPrefix();
     void theSelectionStays();
-    void anUnreadableSettingsFileIsSetAside();
-    void whatCannotBeWrittenIsNotReported();
 };
 
 void SnapshotRunTest::aCoin()
@@ -87,34 +84,6 @@ void SnapshotRunTest::theSelectionStays()
     QCOMPARE(bar.readAllStandardError(), QByteArray()); // whatever the locale
     QCOMPARE(bar.summary().value(u"market"_s), QJsonValue(u"港股"_s));
     QCOMPARE(bar.summary().value(u"symbol"_s), QJsonValue(u"hk00005"_s));
-}
-
-void SnapshotRunTest::anUnreadableSettingsFileIsSetAside()
-{
-    RecordingMarket market;
-    BarProcess bar;
-    QVERIFY(bar.runToEnd(arguments(u"first"_s, market.address(), u"--symbol SOL"_s)));
-    QCOMPARE(bar.settingsFiles().size(), 1);
-    const QString name = bar.settingsFiles().front();
-    QFile file(bar.path(u"config/kestrune-bar/"_s + name));
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write("{\"ks_coin\": \"SO");
-    file.close();
-    QVERIFY(bar.runToEnd(arguments(u"out"_s, market.address())));
-    QCOMPARE(bar.summary().value(u"symbol"_s), QJsonValue(u"ETH"_s));
-    QVERIFY(bar.settingsFiles().size() == 2 && bar.settingsFiles().contains(name));
-}
-
-void SnapshotRunTest::whatCannotBeWrittenIsNotReported()
-{
-    RecordingMarket market;
-    BarProcess bar;
-    QFile file(bar.path(u"file"_s));
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QVERIFY(bar.runToEnd(arguments(u"file/out"_s, market.address())));
-    QCOMPARE(bar.exitCode(), 0);
-    QCOMPARE(bar.readAllStandardError(), QByteArray());
-    QVERIFY(file.size() == 0);
 }
 
 KESTRUNE_TEST(SnapshotRunTest)

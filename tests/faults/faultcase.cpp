@@ -121,6 +121,13 @@ std::vector<FaultCase> quickFaultCases(const BrokenHosts &hosts)
     const QStringList kinds{u"untrusted certificate"_s, u"expired certificate"_s, u"redirect loop"_s,
                             u"501 with a page"_s};
     std::vector<FaultCase> cases;
+    const std::vector<Kind> everywhere = allKinds(hosts);
+    for (const QString &name : {u"refused"_s, u"status:429"_s, u"empty"_s, u"html"_s, u"gzip-bomb"_s,
+                                u"reset"_s, u"reset-body"_s, u"truncate"_s, u"wrong-length"_s, u"flood"_s}) {
+        const Kind &kind = kindNamed(everywhere, name);
+        cases.push_back(makeCase({{endpoints()[0], kind}, {endpoints()[1], kind}, {endpoints()[3], kind}},
+                                 Outcome::complete));
+    }
     for (const FaultCase &each : allFaultCases(hosts)) {
         const qsizetype colon = each.name.indexOf(u": "_s);
         const bool wanted = each.faults.size() == 1 && each.outcome == Outcome::complete &&

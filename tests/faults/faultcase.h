@@ -34,7 +34,7 @@ struct BrokenHosts
 
 /// Every kind of fault at every endpoint alone, and six kinds in pairs along the two fallback chains.
 [[nodiscard]] std::vector<FaultCase> allFaultCases(const BrokenHosts &hosts);
-/// A dozen of them that end at once.
+/// Two dozen that end at once: some of those, and the last source alone against each kind in all before it.
 [[nodiscard]] std::vector<FaultCase> quickFaultCases(const BrokenHosts &hosts);
 
 } // namespace kestrune::test

@@ -167,18 +167,14 @@ void FaultMessagesTest::theOldDataStayBesideTheMessage_data()
     QTest::newRow("cut off") << faulty(body, Fault::truncate);
     QTest::newRow("chunks without an end") << faulty(body, Fault::truncateChunked);
     QTest::newRow("length too short") << faulty(body, Fault::lengthTooShort);
-    QTest::newRow("length is no number") << faulty(page, Fault::lengthNonsense);
     QTest::newRow("stall") << faulty(body, Fault::stall);
     QTest::newRow("stall in the headers") << faulty(body, Fault::stallInHeaders);
     QTest::newRow("stall in the body") << faulty(body, Fault::stallInBody);
     QTest::newRow("drip") << faulty(body, Fault::drip);
     QTest::newRow("endless body") << faulty(page, Fault::endless);
     QTest::newRow("no HTTP") << faulty(body, Fault::garbage);
-    QTest::newRow("closed at once") << faulty(body, Fault::closeAtOnce);
     QTest::newRow("empty") << faulty({}, Fault::none);
     QTest::newRow("page") << faulty(page, Fault::none);
-    QTest::newRow("429") << faulty(R"({"code":-1003,"msg":"Too many requests"})", Fault::none, 429);
-    QTest::newRow("451") << faulty(R"({"code":0,"msg":"restricted location"})", Fault::none, 451);
     QTest::newRow("501 with a page") << faulty(page, Fault::none, 501);
     QTest::newRow("gzip bomb") << LoopbackServer::gzipped(QByteArray(qsizetype{64} * 1024 * 1024, ' '));
     QTest::newRow("damaged gzip") << [] {

@@ -22,7 +22,6 @@ class ButtonsTest : public QObject
 
 private Q_SLOTS:
     void everyKindActsOnMouseAndKeys();
-    void blingButton();
     void hoverEndsWithHiding();
     void ringFollowsTheKeyboardAndItsWidget();
 };
@@ -52,20 +51,6 @@ void ButtonsTest::everyKindActsOnMouseAndKeys()
     icon->setTip(u"打开网页版"_s);
     QCOMPARE(QAccessible::queryAccessibleInterface(icon)->text(QAccessible::Name), u"打开网页版"_s);
     QCOMPARE(QAccessible::queryAccessibleInterface(buttons[2])->text(QAccessible::Name), u"ETH"_s);
-}
-
-void ButtonsTest::blingButton()
-{
-    BlingButton button([] { return 0.0; });
-    QCOMPARE(button.sizeHint(), QSize(34, 34));
-    QCOMPARE(button.toolTip(), u"赚翻了：状态栏多标的霓虹灯效"_s);
-    button.setOn(true);
-    button.show();
-    QCOMPARE(button.toolTip(), u"停止炫彩"_s);
-    // Pink at the leading top, yellow at the trailing bottom.
-    const QImage image = button.grab().toImage();
-    QVERIFY(image.pixelColor(5, 5).blue() > 100);
-    QVERIFY(image.pixelColor(28, 28).green() > 180);
 }
 
 void ButtonsTest::hoverEndsWithHiding()

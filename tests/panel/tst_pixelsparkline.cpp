@@ -29,7 +29,6 @@ class PixelSparklineTest : public QObject
 
 private Q_SLOTS:
     void points();
-    void unusableSeriesDrawNothing_data();
     void unusableSeriesDrawNothing();
     void curveGoesHalfWayAndMeetsTheEnd();
     void markers_data();
@@ -50,20 +49,14 @@ void PixelSparklineTest::points()
     QCOMPARE(sparklinePoints(flat, drawing), (std::vector<QPointF>{{1, 17}, {71, 17}}));
 }
 
-void PixelSparklineTest::unusableSeriesDrawNothing_data()
-{
-    QTest::addColumn<Values>("data");
-    QTest::newRow("one value") << Values{1};
-    QTest::newRow("a NaN in the middle") << Values{1, std::nan(""), 2};
-    QTest::newRow("an infinity at the end") << Values{1, 2, std::numeric_limits<double>::infinity()};
-}
-
 void PixelSparklineTest::unusableSeriesDrawNothing()
 {
-    QFETCH(const Values, data);
-    QVERIFY(sparklineCurve(sparklinePoints(data, drawing)).isEmpty());
     const std::vector<SparklineLevel> levels{{1, true}};
-    QVERIFY(sparklineMarkers(data, levels, drawing).empty());
+    for (const Values &data :
+         {Values{1}, Values{1, std::nan(""), 2}, Values{1, 2, std::numeric_limits<double>::infinity()}}) {
+        QVERIFY(sparklineCurve(sparklinePoints(data, drawing)).isEmpty());
+        QVERIFY(sparklineMarkers(data, levels, drawing).empty());
+    }
 }
 
 void PixelSparklineTest::curveGoesHalfWayAndMeetsTheEnd()

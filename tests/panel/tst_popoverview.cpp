@@ -30,11 +30,11 @@ private Q_SLOTS:
     void tappingRowsMovesTheSelection();
     void theBannerFollowsTheSelection();
     void bellsAndAlertRowsWorkTogether();
-    void typedAlerts_data();
     void typedAlerts();
     void anInstrumentIsPickedWithoutItsOldSelection();
     void emptyLoadingAndFailed();
     void theBlockKeepsItsHeightWhileItLoads();
+    void theHeadersButtonsReachTheirAims();
     void theRefreshReportsInAToast();
 };
 
@@ -232,28 +232,18 @@ void PopoverViewTest::bellsAndAlertRowsWorkTogether()
     QVERIFY(fixture.shown<AlertRow>().isEmpty());
 }
 
-void PopoverViewTest::typedAlerts_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<double>("target"); // 0: none
-    QTest::newRow("a price") << u"1950.5"_s << 1950.5;
-    QTest::newRow("zero") << u"0"_s << 0.0;
-    QTest::newRow("infinity") << u"inf"_s << 0.0;
-}
-
 void PopoverViewTest::typedAlerts()
 {
-    QFETCH(QString, text);
-    QFETCH(double, target);
     Shown fixture;
-    fixture.enterAlert(text);
-    QVERIFY(fixture.field(u"目标价"_s)->text().isEmpty()); // in every case
-    const auto alerts = fixture.state->currentAlerts();
-    QCOMPARE(alerts.size(), std::size_t(target > 0 ? 1 : 0));
-    if (target > 0) {
-        QCOMPARE(alerts[0].targetPrice, target);
-        QVERIFY(alerts[0].label.startsWith(u"手动 "_s) && !alerts[0].above);
+    for (const QString &text : {u"0"_s, u"inf"_s, u"1950.5"_s}) {
+        QVERIFY(fixture.state->currentAlerts().empty());
+        fixture.enterAlert(text);
+        QVERIFY(fixture.field(u"目标价"_s)->text().isEmpty()); // in every case
     }
+    const auto alerts = fixture.state->currentAlerts();
+    QCOMPARE(alerts.size(), std::size_t(1));
+    QCOMPARE(alerts[0].targetPrice, 1950.5);
+    QVERIFY(alerts[0].label.startsWith(u"手动 "_s) && !alerts[0].above);
     fixture.field(u"目标价"_s)->setText(u"7"_s);
     fixture.click(u"添加目标价提醒：价格涨/跌触及即触发"_s);
     QCOMPARE(fixture.state->currentAlerts().back().targetPrice, 7.0);
@@ -321,6 +311,20 @@ void PopoverViewTest::theBlockKeepsItsHeightWhileItLoads()
     fixture.state->isLoading = false; // the load failed: nothing to wait for any more
     fixture.settle();
     QVERIFY(placeOfAlerts() < before);
+}
+
+void PopoverViewTest::theHeadersButtonsReachTheirAims()
+{
+    Shown fixture;
+    const QString tip = u"在 TradingView 打开 BINANCE:ETHUSDT.P"_s;
+    fixture.click(tip);
+    QCOMPARE(fixture.opened, QList<QUrl>{*fixture.state->tradingViewURL()});
+    fixture.click(u"打开网页版"_s);
+    QCOMPARE(fixture.opened.size(), 2);
+    QVERIFY(fixture.opened[1].isValid() && fixture.opened[1].scheme() == u"https");
+    QVERIFY(!fixture.state->blingMode());
+    fixture.click(u"赚翻了：状态栏多标的霓虹灯效"_s);
+    QVERIFY(fixture.state->blingMode() && fixture.button(u"停止炫彩"_s));
 }
 
 void PopoverViewTest::theRefreshReportsInAToast()

@@ -34,7 +34,6 @@ class ZoneRowTest : public QObject
 private Q_SLOTS:
     void tags_data();
     void tags();
-    void distances_data();
     void distances();
     void tapsByMouseAndKeys();
     void bellIsNotATap();
@@ -72,21 +71,13 @@ void ZoneRowTest::tags()
     QTEST(shownTags(row), "words");
 }
 
-void ZoneRowTest::distances_data()
-{
-    QTest::addColumn<double>("distPct");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<Tone>("tone");
-    QTest::newRow("above the price, red") << 2.346 << u"+2.35%"_s << Tone::red;
-    QTest::newRow("below the price, green") << -0.5 << u"-0.50%"_s << Tone::green;
-    QTest::newRow("a trace below keeps its sign") << -0.001 << u"-0.00%"_s << Tone::green;
-}
-
 void ZoneRowTest::distances()
 {
-    QFETCH(const double, distPct);
-    QTEST(distanceText(distPct), "text");
-    QTEST(distanceTone(distPct), "tone");
+    QCOMPARE(distanceText(2.346), u"+2.35%"_s);
+    QCOMPARE(distanceText(0), u"+0.00%"_s);      // at the price it counts as above
+    QCOMPARE(distanceText(-0.001), u"-0.00%"_s); // a trace below keeps its sign
+    QCOMPARE(distanceTone(0), Tone::red);
+    QCOMPARE(distanceTone(-0.001), Tone::green);
 }
 
 void ZoneRowTest::tapsByMouseAndKeys()

@@ -26,16 +26,12 @@ void BlockTest::piecesJoinToTheirBlock_data()
     QTest::addColumn<QByteArray>("code");
     QTest::addColumn<qint64>("length");
     QTest::addColumn<qint64>("offset");
-    QTest::newRow("a coin's week becomes days") << QByteArray("BTC") << 7 * dayMs << qint64(0);
     QTest::newRow("a coin's day becomes hours") << QByteArray("ETH") << dayMs << qint64(0);
     QTest::newRow("an afternoon from half past five keeps its odd start")
         << QByteArray("BTC") << 6 * hourMs + 30 * minuteMs << 17 * hourMs + 30 * minuteMs;
-    QTest::newRow("a coin's hour becomes minutes") << QByteArray("DOGE") << hourMs << 3 * hourMs;
     QTest::newRow("a minute becomes seconds") << QByteArray("XRP") << minuteMs << 3 * hourMs;
     QTest::newRow("a share's day becomes trading minutes")
         << QByteArray("sh600519") << 5 * hourMs + 30 * minuteMs << hourMs + 30 * minuteMs;
-    QTest::newRow("a Hong Kong day becomes trading minutes")
-        << QByteArray("hk00700") << 6 * hourMs + 30 * minuteMs << hourMs + 30 * minuteMs;
 }
 
 void BlockTest::piecesJoinToTheirBlock()

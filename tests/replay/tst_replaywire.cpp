@@ -119,9 +119,7 @@ void ReplayWireTest::refusesBadRequests_data()
     QTest::addColumn<int>("status");
     const QByteArray host = "Host: x\r\n";
     QTest::newRow("a line that is no request") << QByteArray("hello\r\n\r\n") << 400;
-    QTest::newRow("an empty target") << QByteArray("GET  HTTP/1.1\r\n" + host + "\r\n") << 400;
     QTest::newRow("no host in HTTP/1.1") << QByteArray("GET / HTTP/1.1\r\n\r\n") << 400;
-    QTest::newRow("a header without a colon") << QByteArray("GET / HTTP/1.1\r\nHost x\r\n\r\n") << 400;
     QTest::newRow("a blank before the colon") << QByteArray("GET / HTTP/1.1\r\nHost : x\r\n\r\n") << 400;
     QTest::newRow("a body") << QByteArray("GET / HTTP/1.1\r\nContent-Length: 3\r\n" + host + "\r\nabc")
                             << 400;
@@ -129,7 +127,6 @@ void ReplayWireTest::refusesBadRequests_data()
                                                   "\r\n0\r\n\r\n")
                                     << 400;
     QTest::newRow("another method") << QByteArray("POST / HTTP/1.1\r\n" + host + "\r\n") << 405;
-    QTest::newRow("another version") << QByteArray("GET / HTTP/2.0\r\n" + host + "\r\n") << 505;
     QTest::newRow("a head without end")
         << QByteArray("GET / HTTP/1.1\r\nX: " + QByteArray(100000, 'x')) << 431;
 }

@@ -71,7 +71,6 @@ private Q_SLOTS:
     void topZonesAreAPriceLadder();
     void theSummaryOfOneState();
     void withoutAPriceTheZonesGiveIt();
-    void aNumberThatIsNotFiniteGivesNoSummary_data();
     void aNumberThatIsNotFiniteGivesNoSummary();
 };
 
@@ -91,7 +90,6 @@ void SnapshotDataTest::topZonesAreAPriceLadder_data()
     QTest::newRow("the distance counts without its sign")
         << u"support"_s << Zones{{1, 2}, {1, -1}, {1, -3}, {1, 0.5}} << Places{3, 1, 0};
     QTest::newRow("full equals keep their order") << u"resistance"_s << Zones(20, {1, 2}) << Places{0, 1, 2};
-    QTest::newRow("fewer than three") << u"support"_s << Zones{{1, -2}} << Places{0};
     QTest::newRow("none") << u"support"_s << Zones{} << Places{};
 }
 
@@ -143,25 +141,19 @@ void SnapshotDataTest::withoutAPriceTheZonesGiveIt()
     QVERIFY(snapshotSummary(state, app.clock.now())->contains("\"price\": 0,"));
 }
 
-void SnapshotDataTest::aNumberThatIsNotFiniteGivesNoSummary_data()
-{
-    QTest::addColumn<QString>("place");
-    for (const char *place : {"price", "changePct", "score", "mid", "distPct"})
-        QTest::newRow(place) << QString::fromLatin1(place);
-}
-
 void SnapshotDataTest::aNumberThatIsNotFiniteGivesNoSummary()
 {
-    QFETCH(QString, place);
     constexpr double infinite = std::numeric_limits<double>::infinity();
     AppFixture app;
     AppState &state = app.create();
-    state.price = place == u"price" ? std::nan("") : 1;
-    state.changePct = place == u"changePct" ? -infinite : 1;
-    state.snapshot = {{u"1H"_s, place == u"score" ? infinite : 1, SignalType::bull, u"x"_s}};
-    state.zones = {
-        zone(u"support"_s, 1, place == u"distPct" ? std::nan("") : -1, place == u"mid" ? infinite : 1)};
-    QVERIFY(!snapshotSummary(state, app.clock.now()));
+    for (const QString &place : {u"price"_s, u"changePct"_s, u"score"_s, u"mid"_s, u"distPct"_s, QString()}) {
+        state.price = place == u"price" ? std::nan("") : 1;
+        state.changePct = place == u"changePct" ? -infinite : 1;
+        state.snapshot = {{u"1H"_s, place == u"score" ? infinite : 1, SignalType::bull, u"x"_s}};
+        state.zones = {
+            zone(u"support"_s, 1, place == u"distPct" ? std::nan("") : -1, place == u"mid" ? infinite : 1)};
+        QVERIFY2(snapshotSummary(state, app.clock.now()).has_value() == place.isEmpty(), qPrintable(place));
+    }
 }
 
 KESTRUNE_TEST(SnapshotDataTest)

@@ -49,7 +49,6 @@ private Q_SLOTS:
     void equalDataAndTimeGiveEqualPictures();
     void theDesktopsSettingsDoNotShow();
     void theMarketNoticeIsInThePicture();
-    void thePngIsReadBackExactly_data();
     void thePngIsReadBackExactly();
     void thePngIsEightBitRgba();
 };
@@ -63,11 +62,6 @@ void SnapshotPictureTest::itIsTheWholePanelAtTwiceItsSize()
     // Ground in every corner and nothing see-through, but far from empty.
     for (const QPoint corner : {QPoint(0, 0), QPoint(639, 0), QPoint(0, 1799), QPoint(639, 1799)})
         QCOMPARE(image.pixel(corner), SnapshotPicture::darkBackdrop.rgb());
-    const int ground = countOf(image, SnapshotPicture::darkBackdrop);
-    QVERIFY(ground > 640 * 1800 / 2 && ground < 640 * 1800 * 97 / 100);
-    // Sharp at twice the size: a single row of pixels is a divider, not two blurred ones.
-    const int y = 2 * 14;
-    QVERIFY(countOf(image.copy(0, 0, 640, y), SnapshotPicture::darkBackdrop) == 640 * y);
 }
 
 void SnapshotPictureTest::itIsTheVeryPanelThatAScreenShows()
@@ -123,17 +117,9 @@ void SnapshotPictureTest::theMarketNoticeIsInThePicture()
     QVERIFY(countOf(picture(3000, u"演示行情"_s).copy(aboveFooter), orange) > 20);
 }
 
-void SnapshotPictureTest::thePngIsReadBackExactly_data()
-{
-    QTest::addColumn<QSize>("size");
-    QTest::newRow("a single pixel") << QSize(1, 1);
-    QTest::newRow("rows that are no multiple of anything") << QSize(37, 11);
-    QTest::newRow("more than one buffer of noise") << QSize(300, 200);
-}
-
 void SnapshotPictureTest::thePngIsReadBackExactly()
 {
-    QFETCH(QSize, size);
+    const QSize size(301, 200); // more than one buffer, rows that are no multiple of anything
     QImage image(size, QImage::Format_RGBA8888);
     quint32 noise = 12345;
     for (int y = 0; y < size.height(); ++y) {

@@ -37,33 +37,23 @@ class ChimeTest final : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void everyOutcomeHasItsLineAndBeep_data()
-    {
-        QTest::addColumn<bool>("loaded");
-        QTest::addColumn<bool>("played");
-        QTest::addColumn<QString>("line");
-        QTest::addColumn<int>("beeps");
-        QTest::newRow("a sound that plays needs no beep")
-            << true << true << u"[Kestrune] playAlertSound: dingLoaded=true played=true"_s << 0;
-        QTest::newRow("a sound that is still playing is replaced by the beep")
-            << true << false << u"[Kestrune] playAlertSound: dingLoaded=true played=false"_s << 1;
-        QTest::newRow("a sound that could not be loaded is replaced by the beep")
-            << false << false << u"[Kestrune] playAlertSound: dingLoaded=false played=false"_s << 1;
-    }
-
     void everyOutcomeHasItsLineAndBeep()
     {
-        QFETCH(bool, loaded);
-        QFETCH(bool, played);
-        ScriptedSound sound;
-        sound.outcome = {.loaded = loaded, .played = played};
-        QStringList lines;
-        int beeps = 0;
-        Chime chime([&] { return &sound; }, [&] { ++beeps; }, [&](const QString &line) { lines << line; });
-        chime.ring();
-        QCOMPARE(lines.size(), 1);
-        QTEST(lines.first(), "line");
-        QTEST(beeps, "beeps");
+        for (const AlertSound::Outcome outcome :
+             {AlertSound::Outcome{true, true}, AlertSound::Outcome{true, false},
+              AlertSound::Outcome{false, false}}) {
+            ScriptedSound sound;
+            sound.outcome = outcome;
+            QStringList lines;
+            int beeps = 0;
+            Chime chime([&] { return &sound; }, [&] { ++beeps; },
+                        [&](const QString &line) { lines << line; });
+            chime.ring();
+            const auto word = [](bool value) { return value ? u"true"_s : u"false"_s; };
+            QCOMPARE(lines, QStringList{u"[Kestrune] playAlertSound: dingLoaded=%1 played=%2"_s.arg(
+                                word(outcome.loaded), word(outcome.played))});
+            QCOMPARE(beeps, outcome.played ? 0 : 1); // one still playing is replaced by the beep
+        }
     }
 
     void missingModuleIsAskedForAgainAtTheNextAlert()

@@ -58,13 +58,10 @@ class BlingImageTest : public QObject
 private Q_SLOTS:
     void labels_data();
     void labels();
-    void cellsBreatheOutOfStep();
-    void colours_data();
-    void colours();
+    void coloursBreatheOutOfStep_data();
+    void coloursBreatheOutOfStep();
     void glowSurroundsTheCell();
     void emptyListShowsTheGreatCoins();
-    void widthAddsUp();
-    void labelIsWhiteAndInside();
     void shapesAgreeWithTheToolkit();
     void drawsOnItsOwnThread();
 };
@@ -77,10 +74,8 @@ void BlingImageTest::labels_data()
     QTest::addColumn<QString>("label");
     QTest::newRow("a rise, no decimals from 1000 up, half to even")
         << u"BTC"_s << 67250.5 << 1.2 << u"BTC ▲67,250"_s;
-    QTest::newRow("a fall") << u"ETH"_s << 3120.4 << -0.4 << u"ETH ▼3,120"_s;
     QTest::newRow("no change at all points up") << u"SOL"_s << 171.25 << 0.0 << u"SOL ▲171.2"_s;
     QTest::newRow("change unknown") << u"BNB"_s << 612.3 << 1000.0 << u"BNB 612.3"_s;
-    QTest::newRow("no price") << u"DOGE"_s << -1.0 << 1000.0 << u"DOGE --"_s;
     QTest::newRow("a rise without a price") << u"ADA"_s << -1.0 << 2.0 << u"ADA ▲--"_s;
 }
 
@@ -94,19 +89,7 @@ void BlingImageTest::labels()
     QTEST(blingLabel(item), "label");
 }
 
-void BlingImageTest::cellsBreatheOutOfStep()
-{
-    for (const int pulse : {0, 1, 5, 1000}) {
-        for (int index = 0; index < 2; ++index) {
-            const Items items(coins.begin(), coins.begin() + index + 1);
-            const double k = 0.45 + 0.55 * phaseOf(pulse, index);
-            const double base[2][3] = {{1.0, 0.58, 0.0}, {0.72, 0.36, 0.95}};
-            compareColor(bodyColor(items, pulse), k * base[index][0], k * base[index][1], k * base[index][2]);
-        }
-    }
-}
-
-void BlingImageTest::colours_data()
+void BlingImageTest::coloursBreatheOutOfStep_data()
 {
     QTest::addColumn<QString>("symbol");
     QTest::addColumn<int>("index");
@@ -119,7 +102,7 @@ void BlingImageTest::colours_data()
     QTest::newRow("the ninth begins the palette again") << u"sh600519"_s << 8 << 1.0 << 0.58 << 0.0;
 }
 
-void BlingImageTest::colours()
+void BlingImageTest::coloursBreatheOutOfStep()
 {
     QFETCH(const QString, symbol);
     QFETCH(const int, index);
@@ -128,8 +111,10 @@ void BlingImageTest::colours()
     QFETCH(const double, blue);
     Items items(static_cast<std::size_t>(index), {u"x"_s, {}, {}});
     items.push_back({symbol, 1688.0, {}});
-    const double k = 0.45 + 0.55 * phaseOf(2, index);
-    compareColor(bodyColor(items, 2), k * red, k * green, k * blue);
+    for (const int pulse : {0, 1, 5, 1000}) {
+        const double k = 0.45 + 0.55 * phaseOf(pulse, index);
+        compareColor(bodyColor(items, pulse), k * red, k * green, k * blue);
+    }
 }
 
 void BlingImageTest::glowSurroundsTheCell()
@@ -151,33 +136,11 @@ void BlingImageTest::emptyListShowsTheGreatCoins()
     const StatusPicture spelled = makeBlingStatusBarImage(bare, 3);
     QCOMPARE(picture.image, spelled.image);
     QCOMPARE(picture.width, spelled.width);
-}
-
-void BlingImageTest::widthAddsUp()
-{
     double sum = 0;
-    for (const BlingItem &coin : coins)
+    for (const BlingItem &coin : bare)
         sum += blingStatusWidth({coin});
-    const StatusPicture picture = makeBlingStatusBarImage(coins, 0);
     QVERIFY(closeTo(picture.width, sum + 7 * 3, 1e-9));
-    QCOMPARE(picture.image.width(), static_cast<int>(picture.width * 2));
-    QCOMPARE(picture.image.height(), 44);
-    QCOMPARE(picture.image.devicePixelRatio(), 2.0);
-}
-
-void BlingImageTest::labelIsWhiteAndInside()
-{
-    const QImage image = makeBlingStatusBarImage({coins[0]}, 0).image;
-    int white = 0;
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x) {
-            if (image.pixel(x, y) != qRgb(255, 255, 255))
-                continue;
-            ++white;
-            QVERIFY(x >= 10 && x < image.width() - 10 && y >= 4 && y < 40);
-        }
-    }
-    QVERIFY(white > 100);
+    QCOMPARE(picture.image.size(), QSize(static_cast<int>(picture.width * 2), 44));
 }
 
 void BlingImageTest::shapesAgreeWithTheToolkit()

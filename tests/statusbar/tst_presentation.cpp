@@ -44,8 +44,6 @@ void TestPresentation::picksByWhatTheDesktopShows_data()
     row("an empty desktop waits", {}, "");
     row("an empty desktop gets the strip after the wait", {.waited = true}, "strip");
     row("a tray is taken at once", {.tray = true}, "tray");
-    row("a tray needs no strip later", {.tray = true, .waited = true}, "tray");
-    row("neon signs fit into a tray", {.tray = true, .waited = true, .bling = true}, "tray");
     row("a tray that does not answer gets a strip beside it",
         {.tray = true, .trayIsLate = true, .waited = true}, "tray+strip");
     row("a tray that does not answer has the time of all hosts", {.tray = true, .trayIsLate = true}, "tray");
@@ -53,16 +51,10 @@ void TestPresentation::picksByWhatTheDesktopShows_data()
         {.tray = true, .trayIsLate = true, .notifier = label}, "tray+notifier");
     row("a host of wide pictures is preferred to a tray beside it", {.tray = true, .notifier = wide},
         "notifier");
-    row("a host of wide pictures shows neon signs", {.notifier = wide, .waited = true, .bling = true},
-        "notifier");
     row("a tray is preferred to a label", {.tray = true, .notifier = label, .waited = true}, "tray");
-    row("a tray is preferred to a dot", {.tray = true, .notifier = dot, .waited = true}, "tray");
     row("a shell's squeezing tray is left alone", {.tray = true, .notifier = shell, .waited = true},
         "notifier");
-    row("a label is enough", {.notifier = label, .waited = true}, "notifier");
     row("a label cannot be neon", {.notifier = label, .waited = true, .bling = true}, "notifier+strip");
-    row("a shell's label cannot be neon either",
-        {.tray = true, .notifier = shell, .waited = true, .bling = true}, "notifier+strip");
     row("a dot shows at once, its strip waits for a tray", {.notifier = dot}, "notifier");
     row("a dot gets a strip beside it", {.notifier = dot, .waited = true}, "notifier+strip");
     row("asked for, the strip stands alone",
@@ -85,15 +77,10 @@ void TestPresentation::knowsHostsByTheirProcess_data()
         QByteArray arguments = line;
         QTest::newRow(name) << arguments.replace(' ', '\0') << expected;
     };
-    row("waybar", "waybar -c /etc/bar", wide);
     row("waybar by its path", "/usr/bin/waybar", wide);
-    row("the watcher of xapp", "/usr/libexec/xapps/xapp-sn-watcher", wide);
-    row("the applet of a panel", "/usr/lib/mate-panel/notification-area-applet", label);
     row("a program in a folder of that name is another one", "/usr/lib/mate-panel/other-applet", dot);
-    row("a shell", "/usr/bin/gnome-shell", shell);
     row("a wrapped plugin", "/usr/lib/xfce4/panel/wrapper-2.0 /usr/lib/xfce4/panel/plugins/libsystray.so 2",
         dot);
-    row("a plain bar", "swaybar -b bar-0", dot);
     row("later arguments do not count", "swaybar -b waybar", dot);
     row("nothing readable", "", dot);
 }

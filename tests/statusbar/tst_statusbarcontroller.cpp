@@ -50,13 +50,11 @@ class TestStatusBarController : public QObject
 private Q_SLOTS:
     void showsTheStateAtOnce();
     void redrawsAtEveryTickOnce();
-    void sendsNoPictureTwice();
     void blinksWhileAnAlertIsActive();
     void showsNeonSignsAndClosesThePanel();
     void followsTheTheme();
     void pollsOnlyAThemeThatDoesNotTell();
     void opensAndClosesByClick();
-    void opensAtTheItemWhenTheHostTellsNothing();
     void closesByEscapeAndByAClickElsewhere();
     void showsAnErrorWhenThePanelOpensNext();
 };
@@ -79,15 +77,8 @@ void TestStatusBarController::redrawsAtEveryTickOnce()
     bar.app.clock.advance(5s);
     QCOMPARE(bar.item.last().status.text, bar.app.state->menuTitle());
     QVERIFY(bar.item.last().status.text.contains(QStringLiteral("3,001")));
+    bar.app.clock.advance(60s);          // twelve ticks at the same price
     QCOMPARE(bar.item.shown.size(), 1U); // price and zones are two changes that draw the same picture
-}
-
-void TestStatusBarController::sendsNoPictureTwice()
-{
-    Bar bar;
-    bar.item.shown.clear();
-    bar.app.clock.advance(60s); // twelve ticks at the same price
-    QCOMPARE(bar.item.shown.size(), 0U);
 }
 
 void TestStatusBarController::blinksWhileAnAlertIsActive()
@@ -154,9 +145,7 @@ void TestStatusBarController::opensAndClosesByClick()
     Bar bar;
     bar.item.click(QRect(600, 0, 100, 22));
     QVERIFY(bar.popover().isVisible());
-    const QRect available = bar.popover().screen()->availableGeometry();
-    QVERIFY(available.contains(bar.popover().geometry()));
-    QCOMPARE(bar.popover().width(), 320);
+    QVERIFY(bar.popover().screen()->availableGeometry().contains(bar.popover().geometry()));
     QCOMPARE(bar.panelHeight, bar.popover().height());
     bar.item.click(QRect(600, 0, 100, 22));
     QVERIFY(!bar.popover().isVisible());
@@ -164,15 +153,8 @@ void TestStatusBarController::opensAndClosesByClick()
     bar.item.click(QRect(600, 0, 100, 22));
     QVERIFY(!bar.popover().isVisible());
     QVERIFY(waitFor([&] { return !bar.popover().hasJustClosed(); }));
-    bar.item.click(QRect(600, 0, 100, 22));
-    QVERIFY(bar.popover().isVisible());
-}
-
-void TestStatusBarController::opensAtTheItemWhenTheHostTellsNothing()
-{
-    Bar bar;
     bar.item.where = QRect(300, 0, 100, 22);
-    bar.item.click(QRect());
+    bar.item.click(QRect()); // the host tells nothing, but the item knows its place
     QVERIFY(bar.popover().isVisible());
     QCOMPARE(bar.popover().x(), 190);
     bar.popover().close();

@@ -52,7 +52,6 @@ class TestStatusItemChooser : public QObject
 
 private Q_SLOTS:
     void givesHostsTheirTimeBeforeTheStripShows();
-    void forcedStripShowsAtOnce();
     void takesAHostThatComesLater();
     void registersOnceWithEveryNewWatcher();
     void survivesARestartOfTheHostWithoutFlicker();
@@ -68,16 +67,6 @@ void TestStatusItemChooser::givesHostsTheirTimeBeforeTheStripShows()
     QVERIFY(!waitFor([&] { return item->presentation() != nothing; }, 200ms));
     QVERIFY(waitFor([&] { return item->presentation() == stripOnly; }, 1s));
     QVERIFY(item->place());
-}
-
-void TestStatusItemChooser::forcedStripShowsAtOnce()
-{
-    Desktop desktop;
-    desktop.watcher.start();
-    const auto item = desktop.chooser({.stripForced = true});
-    QCOMPARE(item->presentation(), stripOnly);
-    QVERIFY(!waitFor([&] { return item->presentation() != stripOnly; }, 200ms));
-    QCOMPARE(desktop.watcher.items.size(), 0);
 }
 
 void TestStatusItemChooser::takesAHostThatComesLater()
