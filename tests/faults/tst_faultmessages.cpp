@@ -163,13 +163,8 @@ void FaultMessagesTest::theOldDataStayBesideTheMessage_data()
     const QByteArray body = gateCandles(waveCandles(200, 10));
     const QByteArray page = "<html><body>busy</body></html>";
     QTest::newRow("reset") << faulty(body, Fault::reset);
-    QTest::newRow("reset in the body") << faulty(body, Fault::resetInBody);
     QTest::newRow("cut off") << faulty(body, Fault::truncate);
-    QTest::newRow("chunks without an end") << faulty(body, Fault::truncateChunked);
-    QTest::newRow("length too short") << faulty(body, Fault::lengthTooShort);
     QTest::newRow("stall") << faulty(body, Fault::stall);
-    QTest::newRow("stall in the headers") << faulty(body, Fault::stallInHeaders);
-    QTest::newRow("stall in the body") << faulty(body, Fault::stallInBody);
     QTest::newRow("drip") << faulty(body, Fault::drip);
     QTest::newRow("endless body") << faulty(page, Fault::endless);
     QTest::newRow("no HTTP") << faulty(body, Fault::garbage);

@@ -174,8 +174,6 @@ void PanelModelTest::planLinesPutWarningsApart()
 void PanelModelTest::composedTexts()
 {
     QCOMPARE(pickedZoneTitle(1234.5, u"support", 1), u"支撑 1,234.5 · 做多"_s);
-    QCOMPARE(pickedZoneTitle(0.0000123, u"resistance", 6), u"阻力 0.000012 · 做空"_s);
-    QCOMPARE(costText(0.15), u"已扣 0.15% 手续费成本"_s);
     QCOMPARE(signalTip(signalOf(SignalType::bull)), u"4H：均线多头"_s);
     QCOMPARE(distancesText(1.2, std::nullopt), u"暂无撑压数据"_s);
     QCOMPARE(marketNotice(true, std::nullopt), u"演示行情"_s);

@@ -56,7 +56,6 @@ private Q_SLOTS:
     void fieldsAreFilledWhenTheyAppear();
     void segmentsChangeEverythingThatDependsOnThem();
     void stocksHaveNoLeverageAndNoMargin();
-    void switchesAndChoicesReachTheState();
     void theMarketContextUnfoldsAndRemembers();
 };
 
@@ -167,7 +166,12 @@ void PanelSettingsTest::segmentsChangeEverythingThatDependsOnThem()
 void PanelSettingsTest::stocksHaveNoLeverageAndNoMargin()
 {
     Settings fixture;
-    QVERIFY(fixture.field(leverage) && fixture.button(u"全仓"_s));
+    QVERIFY(fixture.field(leverage));
+    fixture.click(u"全仓"_s);
+    QCOMPARE(fixture.state->marginMode(), MarginMode::cross);
+    QVERIFY(fixture.button(u"全仓"_s)->isChecked() && !fixture.button(u"逐仓"_s)->isChecked());
+    fixture.click(u"极简模式（状态栏只显示价格数字）"_s);
+    QVERIFY(fixture.state->miniMode());
     fixture.state->market = MarketSegment::hk;
     fixture.settle();
     QVERIFY(!fixture.field(leverage) && !fixture.button(u"全仓"_s));
@@ -175,19 +179,6 @@ void PanelSettingsTest::stocksHaveNoLeverageAndNoMargin()
     QVERIFY(texts.contains(u"股票市场不能做空，固定 1x（现货）"_s));
     QVERIFY(texts.contains(u"股票现货无保证金模式"_s));
     QVERIFY(texts.contains(u"股票市场固定 1x（现货）。填了账户额，开单助手按止损距离算出建议仓位。"_s));
-}
-
-void PanelSettingsTest::switchesAndChoicesReachTheState()
-{
-    Settings fixture;
-    const QString mini = u"极简模式（状态栏只显示价格数字）"_s;
-    fixture.click(mini);
-    QVERIFY(fixture.state->miniMode() && fixture.button(mini)->isChecked());
-    fixture.click(mini);
-    QVERIFY(!fixture.state->miniMode() && !fixture.button(mini)->isChecked());
-    fixture.click(u"全仓"_s);
-    QCOMPARE(fixture.state->marginMode(), MarginMode::cross);
-    QVERIFY(fixture.button(u"全仓"_s)->isChecked() && !fixture.button(u"逐仓"_s)->isChecked());
 }
 
 void PanelSettingsTest::theMarketContextUnfoldsAndRemembers()

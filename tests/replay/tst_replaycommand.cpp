@@ -17,7 +17,6 @@ private Q_SLOTS:
     void endsWhenTold();
     void rejectsWrongArguments_data();
     void rejectsWrongArguments();
-    void explainsItself();
     void answersLaterWhenAsked();
 };
 
@@ -108,17 +107,6 @@ void ReplayCommandTest::rejectsWrongArguments()
     QCOMPARE(result.errors.count('\n'), 1);
     QVERIFY(result.errors.startsWith("kestrune-replay: "));
     QVERIFY(result.output.isEmpty());
-}
-
-void ReplayCommandTest::explainsItself()
-{
-    const Run help = run({QStringLiteral("--help")});
-    QCOMPARE(help.status, 0);
-    QVERIFY(help.output.contains("--exit-with-stdin"));
-    const Run version = run({QStringLiteral("--version")});
-    QCOMPARE(version.status, 0);
-    QVERIFY(version.output.startsWith("kestrune-replay "));
-    QVERIFY(help.errors.isEmpty() && version.errors.isEmpty());
 }
 
 void ReplayCommandTest::answersLaterWhenAsked()

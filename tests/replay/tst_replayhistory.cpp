@@ -20,7 +20,6 @@ class ReplayHistoryTest : public QObject
 private Q_SLOTS:
     void aFileOfTheWantedIntervalWins();
     void theFileWithTheNewestCandleCounts();
-    void finerCandlesAreMadeToFit();
     void fineFilesContinueCoarseOnes();
     void stocksAreGroupedByTradingWeeksAndMonths();
     void sharesCountLotsAndLeaveOutIdleDays();
@@ -148,23 +147,6 @@ void ReplayHistoryTest::theFileWithTheNewestCandleCounts()
     QVERIFY(sameSeries(coinBars(server, "1d"), newer));
     QVERIFY(sameSeries(okxBars(server.get("/api/v5/market/candles?instId=BTC-USDT-SWAP&bar=1Dutc&limit=300")),
                        newer));
-}
-
-void ReplayHistoryTest::finerCandlesAreMadeToFit()
-{
-    const auto days = makeBars(utc("2026-01-01T00:00:00Z"), dayMs, 30, 50000);
-    write("BTCUSDT_1d.csv", csv(days));
-    const ReplayServer server(replaying());
-    const auto hours = coinBars(server, "1h");
-    QVERIFY(soundBars(hours));
-    QCOMPARE(hours.size(), std::size_t(29 * 24 + 12)); // the last day is half over
-    for (std::size_t i = 0; i < days.size(); ++i) {
-        const std::size_t count = i + 1 < days.size() ? 24 : 12;
-        QVERIFY(sameTrading(joined(std::span(hours).subspan(24 * i, count)), days[i]));
-    }
-    const auto minutes = coinBars(server, "1m", 720);
-    QVERIFY(sameTrading(joined(minutes), days.back()));
-    QCOMPARE(minutes.back().c, lastPrice(server));
 }
 
 void ReplayHistoryTest::fineFilesContinueCoarseOnes()

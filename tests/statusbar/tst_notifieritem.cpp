@@ -1,7 +1,6 @@
 #include "statusbar/desktop/notifieritem.h"
 
 #include "statusbar/desktop/notifiertypes.h"
-#include "statusbar/desktop/notifierwatch.h"
 #include "statusbar/fakewatcher.h"
 #include "statusbar/privatebus.h"
 #include "statusbar/statusmenu.h"
@@ -97,7 +96,6 @@ private Q_SLOTS:
     void callsForAttention();
     void clicksArrive();
     void exportsTheMenu();
-    void watchFollowsTheHost();
 };
 
 void TestNotifierItem::registersAndAnswersAHost()
@@ -244,28 +242,6 @@ void TestNotifierItem::exportsTheMenu()
     QCOMPARE(event(-1), QDBusMessage::ReplyMessage);
     QCOMPARE(event(5), QDBusMessage::ReplyMessage);
     QVERIFY(waitFor([&] { return quit.size() == 1; }));
-}
-
-void TestNotifierItem::watchFollowsTheHost()
-{
-    Desktop desktop;
-    NotifierWatch watch(desktop.ours);
-    drainEvents();
-    QVERIFY(!watch.host());
-    desktop.watcher.start();
-    QVERIFY(waitFor([&] { return watch.host().has_value(); }));
-    QCOMPARE(*watch.host(), NotifierHost::dot); // a program that nobody knows
-    const int first = watch.generation();
-    desktop.watcher.setHost(false);
-    QVERIFY(waitFor([&] { return !watch.host(); }));
-    desktop.watcher.setHost(true);
-    QVERIFY(waitFor([&] { return watch.host().has_value(); }));
-    QCOMPARE(watch.generation(), first);
-    desktop.watcher.stop();
-    QVERIFY(waitFor([&] { return !watch.host(); }));
-    desktop.watcher.start();
-    QVERIFY(waitFor([&] { return watch.host().has_value(); }));
-    QVERIFY(watch.generation() > first);
 }
 
 KESTRUNE_TEST(TestNotifierItem)
