@@ -156,7 +156,14 @@ void ReplayHistoryTest::fineFilesContinueCoarseOnes()
     const auto hours = makeBars(utc("2026-01-05T00:00:00Z"), hourMs, 31, days.back().o);
     write("BTCUSDT_1d_x.csv", csv(days));
     write("BTCUSDT_1h_x.csv", csv(hours));
-    const auto served = coinBars(ReplayServer(replaying()), "1d");
+    // Hours that end within the last day stand for it too.
+    write("ETHUSDT_1d_x.csv", csv(days));
+    write("ETHUSDT_1h_x.csv", csv({hours.begin(), hours.begin() + 10}));
+    const ReplayServer server(replaying());
+    const auto shorter = binanceBars(server.get("/api/v3/klines?symbol=ETHUSDT&interval=1d&limit=10"));
+    QCOMPARE(shorter.size(), std::size_t(5));
+    QVERIFY(sameTrading(shorter[4], joined(std::span(hours).first(10))));
+    const auto served = coinBars(server, "1d");
     QCOMPARE(served.size(), std::size_t(6));
     QVERIFY(sameTrading(served[3], days[3]));
     QVERIFY(sameTrading(served[4], joined(std::span(hours).first(24))));

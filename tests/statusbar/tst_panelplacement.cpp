@@ -45,6 +45,8 @@ void TestPanelPlacement::opensAtTheItem_data()
     QTest::newRow("pushed in from the left edge") << QRect(0, 0, 80, 26) << screen << QRect(0, 27, 320, 900);
     QTest::newRow("above an item at the lower edge")
         << QRect(600, 974, 100, 26) << QRect(0, 0, 1280, 974) << QRect(490, 74, 320, 900);
+    QTest::newRow("below where there is enough room, though there is more above")
+        << QRect(600, 560, 100, 22) << QRect(0, 0, 1280, 1100) << QRect(490, 582, 320, 518);
     QTest::newRow("a strip inside the free area stays uncovered")
         << QRect(1100, 27, 172, 22) << QRect(0, 27, 1280, 693) << QRect(960, 49, 320, 671);
     QTest::newRow("in the middle of a low screen the panel rather covers the item")
