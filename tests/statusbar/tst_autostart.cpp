@@ -16,7 +16,6 @@ class TestAutostart : public QObject
 
 private Q_SLOTS:
     void isWrittenAndRemoved();
-    void switchedOffBySessionSettings_data();
     void switchedOffBySessionSettings();
     void quotesPaths();
     void reportsAFolderThatCannotBeWritten();
@@ -41,28 +40,21 @@ void TestAutostart::isWrittenAndRemoved()
     QVERIFY(QDir(home.filePath(u"config/autostart"_s)).isEmpty());
 }
 
-void TestAutostart::switchedOffBySessionSettings_data()
-{
-    QTest::addColumn<QByteArray>("line");
-    QTest::addColumn<bool>("on");
-    QTest::newRow("hidden") << QByteArray("Hidden = true\r") << false;
-    QTest::newRow("disabled") << QByteArray("X-GNOME-Autostart-enabled=false") << false;
-    QTest::newRow("a comment") << QByteArray("# Hidden=true") << true;
-}
-
 void TestAutostart::switchedOffBySessionSettings()
 {
-    QFETCH(QByteArray, line);
-    QFETCH(bool, on);
-    const QTemporaryDir home;
-    QFile file(home.filePath(u"org.kestrune.bar.desktop"_s));
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write("[Desktop Entry]\nType=Application\nExec=kestrune-bar\n" + line + '\n');
-    file.close();
-    const Autostart autostart(home.path(), u"/usr/bin/kestrune-bar"_s);
-    QCOMPARE(autostart.isOn(), on);
-    QVERIFY(autostart.set(true)); // writes the entry anew
-    QVERIFY(autostart.isOn());
+    const std::vector<std::pair<QByteArray, bool>> cases{
+        {"Hidden = true\r", false}, {"X-GNOME-Autostart-enabled=false", false}, {"# Hidden=true", true}};
+    for (const auto &[line, on] : cases) {
+        const QTemporaryDir home;
+        QFile file(home.filePath(u"org.kestrune.bar.desktop"_s));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("[Desktop Entry]\nType=Application\nExec=kestrune-bar\n" + line + '\n');
+        file.close();
+        const Autostart autostart(home.path(), u"/usr/bin/kestrune-bar"_s);
+        QVERIFY2(autostart.isOn() == on, line.constData());
+        QVERIFY(autostart.set(true)); // writes the entry anew
+        QVERIFY(autostart.isOn());
+    }
 }
 
 // By the desktop entry rules a value is unescaped as a string first and then as a quoted argument.

@@ -56,9 +56,7 @@ class BlingImageTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void labels_data();
     void labels();
-    void coloursBreatheOutOfStep_data();
     void coloursBreatheOutOfStep();
     void glowSurroundsTheCell();
     void emptyListShowsTheGreatCoins();
@@ -66,54 +64,34 @@ private Q_SLOTS:
     void drawsOnItsOwnThread();
 };
 
-void BlingImageTest::labels_data()
-{
-    QTest::addColumn<QString>("symbol");
-    QTest::addColumn<double>("price");  // negative: none
-    QTest::addColumn<double>("change"); // 1000: none
-    QTest::addColumn<QString>("label");
-    QTest::newRow("a rise, no decimals from 1000 up, half to even")
-        << u"BTC"_s << 67250.5 << 1.2 << u"BTC ▲67,250"_s;
-    QTest::newRow("no change at all points up") << u"SOL"_s << 171.25 << 0.0 << u"SOL ▲171.2"_s;
-    QTest::newRow("change unknown") << u"BNB"_s << 612.3 << 1000.0 << u"BNB 612.3"_s;
-    QTest::newRow("a rise without a price") << u"ADA"_s << -1.0 << 2.0 << u"ADA ▲--"_s;
-}
-
 void BlingImageTest::labels()
 {
-    QFETCH(const QString, symbol);
-    QFETCH(const double, price);
-    QFETCH(const double, change);
-    const BlingItem item{symbol, price < 0 ? std::nullopt : std::optional(price),
-                         change == 1000 ? std::nullopt : std::optional(change)};
-    QTEST(blingLabel(item), "label");
-}
-
-void BlingImageTest::coloursBreatheOutOfStep_data()
-{
-    QTest::addColumn<QString>("symbol");
-    QTest::addColumn<int>("index");
-    QTest::addColumn<double>("red");
-    QTest::addColumn<double>("green");
-    QTest::addColumn<double>("blue");
-    QTest::newRow("a known coin keeps its colour anywhere") << u"LINK"_s << 1 << 0.45 << 0.3 << 0.95;
-    QTest::newRow("a stock takes the palette's entry of its place")
-        << u"sh600519"_s << 3 << 1.0 << 0.8 << 0.0;
-    QTest::newRow("the ninth begins the palette again") << u"sh600519"_s << 8 << 1.0 << 0.58 << 0.0;
+    QCOMPARE(blingLabel({u"BTC"_s, 67250.5, 1.2}), u"BTC ▲67,250"_s); // half to even
+    QCOMPARE(blingLabel({u"SOL"_s, 171.25, 0.0}), u"SOL ▲171.2"_s);   // no change at all points up
+    QCOMPARE(blingLabel({u"BNB"_s, 612.3, {}}), u"BNB 612.3"_s);
+    QCOMPARE(blingLabel({u"ADA"_s, {}, 2.0}), u"ADA ▲--"_s);
 }
 
 void BlingImageTest::coloursBreatheOutOfStep()
 {
-    QFETCH(const QString, symbol);
-    QFETCH(const int, index);
-    QFETCH(const double, red);
-    QFETCH(const double, green);
-    QFETCH(const double, blue);
-    Items items(static_cast<std::size_t>(index), {u"x"_s, {}, {}});
-    items.push_back({symbol, 1688.0, {}});
-    for (const int pulse : {0, 1, 5, 1000}) {
-        const double k = 0.45 + 0.55 * phaseOf(pulse, index);
-        compareColor(bodyColor(items, pulse), k * red, k * green, k * blue);
+    struct Cell
+    {
+        QString symbol;
+        int index;
+        double red, green, blue;
+    };
+    const Cell cells[] = {
+        {u"LINK"_s, 1, 0.45, 0.3, 0.95},    // a known coin keeps its colour anywhere
+        {u"sh600519"_s, 3, 1.0, 0.8, 0.0},  // a stock takes the palette's entry of its place
+        {u"sh600519"_s, 8, 1.0, 0.58, 0.0}, // the ninth begins the palette again
+    };
+    for (const Cell &cell : cells) {
+        Items items(static_cast<std::size_t>(cell.index), {u"x"_s, {}, {}});
+        items.push_back({cell.symbol, 1688.0, {}});
+        for (const int pulse : {0, 1, 5, 1000}) {
+            const double k = 0.45 + 0.55 * phaseOf(pulse, cell.index);
+            compareColor(bodyColor(items, pulse), k * cell.red, k * cell.green, k * cell.blue);
+        }
     }
 }
 

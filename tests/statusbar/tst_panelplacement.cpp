@@ -22,9 +22,7 @@ private Q_SLOTS:
     void opensAtTheItem_data();
     void opensAtTheItem();
     void staysInsideAtEveryItemPlace();
-    void convertsWindowSystemPixels_data();
     void convertsWindowSystemPixels();
-    void trustsAClickOnlyWhereABarCanBe_data();
     void trustsAClickOnlyWhereABarCanBe();
 };
 
@@ -85,54 +83,35 @@ void TestPanelPlacement::staysInsideAtEveryItemPlace()
     }
 }
 
-void TestPanelPlacement::convertsWindowSystemPixels_data()
-{
-    QTest::addColumn<double>("scale");
-    QTest::addColumn<QPoint>("native");
-    QTest::addColumn<QPoint>("expected");
-    // One screen of 1920 x 1080 pixels, a second one to its right at scale 1.
-    QTest::newRow("scale 1.25") << 1.25 << QPoint(1800, 25) << QPoint(1440, 20);
-    QTest::newRow("scale 2") << 2.0 << QPoint(1800, 26) << QPoint(900, 13);
-    QTest::newRow("the other screen starts where it does in pixels")
-        << 2.0 << QPoint(2000, 13) << QPoint(2000, 13);
-    QTest::newRow("outside of every screen nothing is changed")
-        << 2.0 << QPoint(9000, 13) << QPoint(9000, 13);
-}
-
 void TestPanelPlacement::convertsWindowSystemPixels()
 {
-    QFETCH(double, scale);
-    QFETCH(QPoint, native);
-    QFETCH(QPoint, expected);
-    const std::array screens{ScreenShape{QRect(0, 0, int(1920 / scale), int(1080 / scale)), scale},
-                             ScreenShape{QRect(1920, 0, 1280, 1024), 1}};
-    QCOMPARE(toLogical(native, screens), expected);
-}
-
-void TestPanelPlacement::trustsAClickOnlyWhereABarCanBe_data()
-{
-    QTest::addColumn<QPoint>("told");
-    QTest::addColumn<QPoint>("pointer");
-    QTest::addColumn<bool>("trusted");
-    QTest::newRow("the pointer's own place in a top bar") << QPoint(1201, 13) << QPoint(1201, 13) << true;
-    QTest::newRow("the corner of a wide item") << QPoint(900, 30) << QPoint(1201, 13) << true;
-    QTest::newRow("inside the host's own window") << QPoint(56, 14) << QPoint(1201, 13) << false;
-    QTest::newRow("in the middle of the screen") << QPoint(640, 500) << QPoint(640, 500) << false;
-    QTest::newRow("pressed by key") << QPoint(0, 0) << QPoint(640, 500) << false;
-    QTest::newRow("on no screen") << QPoint(5000, 13) << QPoint(5000, 13) << false;
+    // One screen of 1920 x 1080 pixels at a scale, a second one to its right at scale 1.
+    const auto converted = [](double scale, const QPoint &native) {
+        const std::array screens{ScreenShape{QRect(0, 0, int(1920 / scale), int(1080 / scale)), scale},
+                                 ScreenShape{QRect(1920, 0, 1280, 1024), 1}};
+        return toLogical(native, screens);
+    };
+    QCOMPARE(converted(1.25, {1800, 25}), QPoint(1440, 20));
+    QCOMPARE(converted(2, {1800, 26}), QPoint(900, 13));
+    QCOMPARE(converted(2, {2000, 13}), QPoint(2000, 13)); // it starts where it does in pixels
+    QCOMPARE(converted(2, {9000, 13}), QPoint(9000, 13)); // on no screen
 }
 
 void TestPanelPlacement::trustsAClickOnlyWhereABarCanBe()
 {
-    QFETCH(QPoint, told);
-    QFETCH(QPoint, pointer);
-    QFETCH(bool, trusted);
     const std::array screens{ScreenShape{QRect(0, 0, 1280, 1000), 1},
                              ScreenShape{QRect(1280, 0, 1280, 1000), 1}};
-    const auto anchor = anchorOfClick(told, pointer, screens);
-    QCOMPARE(anchor.has_value(), trusted);
-    if (anchor)
-        QCOMPARE(*anchor, QRect(told, QSize(1, 1)));
+    const auto trusted = [&](const QPoint &told, const QPoint &pointer) {
+        const auto anchor = anchorOfClick(told, pointer, screens);
+        return anchor && *anchor == QRect(told, QSize(1, 1));
+    };
+    QVERIFY(trusted({1201, 13}, {1201, 13}));
+    QVERIFY(trusted({2000, 990}, {2003, 991})); // a bar at the lower edge of the second screen
+    QVERIFY(trusted({900, 30}, {1201, 13}));    // the corner of a wide item
+    QVERIFY(!trusted({56, 14}, {1201, 13}));    // inside the host's own window
+    QVERIFY(!trusted({640, 500}, {640, 500}));  // in the middle of the screen
+    QVERIFY(!trusted({0, 0}, {640, 500}));      // pressed by key
+    QVERIFY(!trusted({5000, 13}, {5000, 13}));  // on no screen
 }
 
 KESTRUNE_TEST(TestPanelPlacement)
