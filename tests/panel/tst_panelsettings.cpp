@@ -186,8 +186,8 @@ void PanelSettingsTest::theMarketContextUnfoldsAndRemembers()
     Settings fixture;
     QVERIFY(!fixture.texts().contains(u"RSI(14)"_s));
     fixture.click(u"市场背景"_s);
-    QTest::qWait(250);
     QVERIFY(fixture.state->marketContextExpanded());
+    QTRY_VERIFY(fixture.texts().contains(u"VWAP"_s));
     const QStringList texts = fixture.texts();
     for (const QString &text : {u"趋势"_s, u"61.2 中性"_s, u"多头（柱为正）"_s, u"ATR(14) 止损参考"_s,
                                 fixture.state->atrText(), u"VWAP"_s, u"3,429"_s})
