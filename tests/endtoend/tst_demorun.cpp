@@ -47,9 +47,15 @@ void DemoRunTest::nothingStaysBehindAKilledRun()
 {
     BarProcess bar;
     bar.begin({u"--demo"_s, u"--snapshot"_s, u"out"_s});
-    QVERIFY(waitFor([&] { return childrenOf(bar.processId()).size() == 1; }));
-    const qint64 market = childrenOf(bar.processId()).front();
-    ::kill(pid_t(bar.processId()), SIGKILL);
+    const qint64 pid = bar.processId();
+    QVERIFY(pid > 0);
+    QList<qint64> markets; // asked for once: it may end in between
+    QVERIFY(waitFor([&] {
+        markets = childrenOf(pid);
+        return markets.size() == 1;
+    }));
+    const qint64 market = markets.front();
+    ::kill(pid_t(pid), SIGKILL);
     QVERIFY(waitFor([&] { return bar.state() == QProcess::NotRunning; }));
     QVERIFY(waitFor([&] { return !isAlive(market); }, 3s));
 }
