@@ -131,7 +131,7 @@ QJsonValue JsonPreferences::read(const QString &key) const
 
 void JsonPreferences::write(const QString &key, const QJsonValue &value)
 {
-    m_unsaved.insert(validText(key), value);
+    m_unsaved = withChanges(m_unsaved, {{validText(key), value}});
     if (m_file.merge(m_unsaved)) {
         m_unsaved = {};
         return;

@@ -98,6 +98,18 @@ std::optional<QJsonObject> parseObject(const QByteArray &bytes)
 
 } // namespace
 
+QJsonObject withChanges(const QJsonObject &base, const QJsonObject &changes)
+{
+    QJsonObject result;
+    for (auto entry = base.begin(); entry != base.end(); ++entry) {
+        if (!changes.contains(entry.key()))
+            result.insert(entry.key(), entry.value());
+    }
+    for (auto entry = changes.begin(); entry != changes.end(); ++entry)
+        result.insert(entry.key(), entry.value());
+    return result;
+}
+
 SharedJsonFile::SharedJsonFile(const QString &folder, const QString &fileName)
     : m_folder(QFileInfo(folder).absoluteFilePath()), m_path(m_folder + u'/' + fileName)
 {
@@ -128,10 +140,7 @@ bool SharedJsonFile::merge(const QJsonObject &entries)
     refresh(Locked::yes); // another program may have written while this one waited
     if (m_blocked)
         return false;
-    QJsonObject merged = m_content;
-    for (auto entry = entries.begin(); entry != entries.end(); ++entry)
-        merged.insert(entry.key(), entry.value());
-    return replaceWith(merged);
+    return replaceWith(withChanges(m_content, entries));
 }
 
 bool SharedJsonFile::holds(const QJsonObject &entries)

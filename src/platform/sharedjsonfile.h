@@ -9,6 +9,10 @@
 
 namespace kestrune {
 
+/// All entries of both; those of `changes` count where both have one. Made anew: an object that is changed in
+/// place keeps the bytes of every text it ever held, and hands them on to its copies.
+[[nodiscard]] QJsonObject withChanges(const QJsonObject &base, const QJsonObject &changes);
+
 /// A file that holds one JSON object and that several running programs change entry by entry.
 ///
 /// A change is merged into what the file holds at that moment, under a lock on the folder that the kernel

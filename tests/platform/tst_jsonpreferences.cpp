@@ -14,6 +14,7 @@
 #include <limits>
 #include <memory>
 
+#include <malloc.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -21,7 +22,18 @@
 
 using namespace kestrune;
 
+// Under a sanitizer the C library's own figures stay zero.
+extern "C" std::size_t __sanitizer_get_current_allocated_bytes() __attribute__((weak));
+
 namespace {
+
+qint64 bytesInUse()
+{
+    if (__sanitizer_get_current_allocated_bytes)
+        return static_cast<qint64>(__sanitizer_get_current_allocated_bytes());
+    const auto heap = mallinfo2();
+    return static_cast<qint64>(heap.uordblks + heap.hblkhd);
+}
 
 const QString number = QStringLiteral("ks_number");
 const QString text = QStringLiteral("ks_text");
@@ -78,6 +90,8 @@ private Q_SLOTS:
     void aFailedWriteIsReportedOnceAndTriedAgain();
     void aFullDiskLeavesTheOldFile();
     void aLinkStaysALink();
+    void changesLeaveNothingBehind_data();
+    void changesLeaveNothingBehind();
 
 private:
     [[nodiscard]] QString folder() const { return m_folder->path(); }
@@ -385,6 +399,34 @@ void JsonPreferencesTest::aLinkStaysALink()
     preferences.setNumber(number, 5);
     QVERIFY(QFileInfo(file()).isSymLink());
     QVERIFY(readFile(target).contains("5"));
+}
+
+void JsonPreferencesTest::changesLeaveNothingBehind_data()
+{
+    QTest::addColumn<bool>("writable");
+    QTest::newRow("changes that are written") << true;
+    QTest::newRow("changes that wait for a disk to come back") << false;
+}
+
+void JsonPreferencesTest::changesLeaveNothingBehind()
+{
+    QFETCH(const bool, writable);
+    writeFile(m_folder->filePath(QStringLiteral("occupied")), {});
+    JsonPreferences preferences(writable ? folder() : m_folder->filePath(QStringLiteral("occupied")));
+    constexpr int textSize = 32 * 1024;
+    constexpr int changes = 64;
+    const auto change = [&preferences](int i) {
+        preferences.setText(text, QString(textSize, QLatin1Char(static_cast<char>('0' + i % 10))));
+        preferences.setInteger(number, i);
+    };
+    change(0);
+    const qint64 before = bytesInUse();
+    for (int i = 0; i < changes; ++i)
+        change(i);
+    const qint64 growth = bytesInUse() - before;
+    QVERIFY2(growth < 4 * textSize, qPrintable(QStringLiteral("%1 more bytes are held").arg(growth)));
+    QCOMPARE(preferences.text(text), QString(textSize, QLatin1Char('3')));
+    QCOMPARE(preferences.integer(number), changes - 1);
 }
 
 KESTRUNE_TEST(JsonPreferencesTest)
