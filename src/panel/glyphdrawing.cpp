@@ -69,14 +69,17 @@ GlyphImage renderGlyph(const QRawFont &font, const GlyphKey &key, double scale)
     const double shift = static_cast<double>(key.subpixel) / subpixelSteps;
     const QRect bounds =
         toPixels.mapRect(outline.boundingRect()).translated(shift, 0).toAlignedRect().adjusted(-1, -1, 1, 1);
-    GlyphImage result{QImage(bounds.size(), QImage::Format_ARGB32_Premultiplied), bounds.topLeft()};
-    result.image.fill(Qt::transparent);
-    QPainter painter(&result.image);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.translate(QPointF(shift, 0) - bounds.topLeft());
-    painter.scale(scale, scale);
-    painter.fillPath(outline, QColor::fromRgba(key.color));
-    return result;
+    QImage image(bounds.size(), QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    {
+        QPainter painter(&image);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.translate(QPointF(shift, 0) - bounds.topLeft());
+        painter.scale(scale, scale);
+        painter.fillPath(outline, QColor::fromRgba(key.color));
+    }
+    // An image that was painted on keeps its paint engine, many times the size of a glyph's pixels.
+    return {image.copy(), bounds.topLeft()};
 }
 
 GlyphImage cachedGlyph(const QRawFont &font, const GlyphKey &key, double scale)

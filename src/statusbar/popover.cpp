@@ -75,6 +75,7 @@ void Popover::openAt(const QRect &item)
         return;
     if (!m_content)
         makeContent();
+    discardClosedWindow();
     const QRect place = placePanel(item, panelSize, screen->availableGeometry());
     m_content->setMaximumHeight(place.height());
     setFixedSize(place.size());
@@ -85,6 +86,15 @@ void Popover::openAt(const QRect &item)
         m_content->showError(std::exchange(m_waitingError, {}));
     QMetaObject::invokeMethod(
         this, [this] { activateWindow(); }, Qt::QueuedConnection);
+}
+
+void Popover::discardClosedWindow()
+{
+    // Qt keeps the window object of a closed widget and connects it to the application at each new focus, but
+    // does not disconnect it when it is closed with the focus: a change of focus in the panel would be
+    // announced as often as the panel has been opened.
+    if (windowHandle() && !windowHandle()->handle())
+        destroy();
 }
 
 bool Popover::hasJustClosed() const

@@ -45,6 +45,7 @@ protected:
 
 private:
     void makeContent();
+    void discardClosedWindow();
     void applicationStateChanged(Qt::ApplicationState state);
 
     ContentFactory m_makeContent;

@@ -1,6 +1,7 @@
 #include "panel/helpview.h"
 #include "panel/textlabel.h"
 #include "panel/toast.h"
+#include "support/bytesinuse.h"
 #include "support/testregistry.h"
 
 #include <QPainter>
@@ -66,6 +67,7 @@ private Q_SLOTS:
     void linesHaveTheHeightOfTheirRole();
     void digitsStandOnEqualWidths();
     void chineseIsNotEmboldened();
+    void keptGlyphsCostLittleMoreThanTheirPixels();
     void sameSizeNeedsNoNewLayout();
     void emojiAreDrawnInColour();
     void helpWrapsWithNothingCut();
@@ -105,6 +107,24 @@ void TextsTest::chineseIsNotEmboldened()
     for (const double scale : {1.0, 1.25, 2.0})
         QVERIFY2(test::closeTo(inkArea(text, scale) / outline, 1, 0.03),
                  qPrintable(QString::number(inkArea(text, scale) / outline)));
+}
+
+void TextsTest::keptGlyphsCostLittleMoreThanTheirPixels()
+{
+    constexpr int colours = 100;
+    QImage image(40, 20, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    const auto draw = [&painter](int blue) {
+        painter.setPen(QColor(1, 2, blue));
+        drawTextLine(painter, {2, 2}, u"更新"_s, TypeRole::caption);
+    };
+    draw(0);
+    const qint64 before = test::bytesInUse();
+    for (int i = 1; i <= colours; ++i)
+        draw(i);
+    const qint64 each = (test::bytesInUse() - before) / (2 * colours);
+    QVERIFY2(each < 2048, qPrintable(u"%1 bytes for a glyph of eleven pixels"_s.arg(each)));
 }
 
 void TextsTest::sameSizeNeedsNoNewLayout()

@@ -1,4 +1,5 @@
 #include "platform/jsonpreferences.h"
+#include "support/bytesinuse.h"
 #include "support/testregistry.h"
 
 #include <QDir>
@@ -14,7 +15,6 @@
 #include <limits>
 #include <memory>
 
-#include <malloc.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -22,18 +22,7 @@
 
 using namespace kestrune;
 
-// Under a sanitizer the C library's own figures stay zero.
-extern "C" std::size_t __sanitizer_get_current_allocated_bytes() __attribute__((weak));
-
 namespace {
-
-qint64 bytesInUse()
-{
-    if (__sanitizer_get_current_allocated_bytes)
-        return static_cast<qint64>(__sanitizer_get_current_allocated_bytes());
-    const auto heap = mallinfo2();
-    return static_cast<qint64>(heap.uordblks + heap.hblkhd);
-}
 
 const QString number = QStringLiteral("ks_number");
 const QString text = QStringLiteral("ks_text");
@@ -420,10 +409,10 @@ void JsonPreferencesTest::changesLeaveNothingBehind()
         preferences.setInteger(number, i);
     };
     change(0);
-    const qint64 before = bytesInUse();
+    const qint64 before = test::bytesInUse();
     for (int i = 0; i < changes; ++i)
         change(i);
-    const qint64 growth = bytesInUse() - before;
+    const qint64 growth = test::bytesInUse() - before;
     QVERIFY2(growth < 4 * textSize, qPrintable(QStringLiteral("%1 more bytes are held").arg(growth)));
     QCOMPARE(preferences.text(text), QString(textSize, QLatin1Char('3')));
     QCOMPARE(preferences.integer(number), changes - 1);

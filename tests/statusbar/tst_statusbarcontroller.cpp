@@ -4,9 +4,11 @@
 #include "support/appfixture.h"
 #include "support/testregistry.h"
 
+#include <QGuiApplication>
 #include <QLineEdit>
 #include <QSignalSpy>
 #include <QTest>
+#include <QWindow>
 
 using namespace kestrune;
 using namespace kestrune::test;
@@ -57,6 +59,7 @@ private Q_SLOTS:
     void opensAndClosesByClick();
     void closesByEscapeAndByAClickElsewhere();
     void showsAnErrorWhenThePanelOpensNext();
+    void announcesAFocusOnceHoweverOftenThePanelWasOpened();
 };
 
 void TestStatusBarController::showsTheStateAtOnce()
@@ -188,6 +191,25 @@ void TestStatusBarController::showsAnErrorWhenThePanelOpensNext()
     bar.popover().close();
     bar.controller->showPopover();
     QCOMPARE(bar.errors.size(), 2);
+}
+
+void TestStatusBarController::announcesAFocusOnceHoweverOftenThePanelWasOpened()
+{
+    Bar bar;
+    const auto open = [&bar] {
+        bar.controller->showPopover();
+        return waitFor([&bar] { return QGuiApplication::focusWindow() == bar.popover().windowHandle(); });
+    };
+    for (int i = 0; i < 3; ++i) {
+        QVERIFY(open());
+        bar.popover().close();
+    }
+    QVERIFY(open());
+    const QSignalSpy announced(qGuiApp, &QGuiApplication::focusObjectChanged);
+    auto *field = bar.popover().findChild<QLineEdit *>();
+    field->setFocus();
+    QVERIFY(field->hasFocus());
+    QCOMPARE(announced.count(), 1);
 }
 
 KESTRUNE_TEST(TestStatusBarController)
