@@ -1,4 +1,5 @@
 #include "support/appfixture.h"
+#include "support/bytesinuse.h"
 #include "support/testregistry.h"
 
 #include <QTest>
@@ -6,8 +7,6 @@
 #include <cmath>
 #include <cstdio>
 #include <numbers>
-
-#include <malloc.h>
 
 using namespace kestrune;
 using namespace kestrune::test;
@@ -40,10 +39,10 @@ struct Tally
 };
 
 /// Bytes in use, after everything that waits has been delivered.
-qint64 bytesInUse()
+qint64 settledBytes()
 {
     drainEvents();
-    return static_cast<qint64>(mallinfo2().uordblks);
+    return bytesInUse();
 }
 
 /// A market whose price swings once in ten minutes, and a user who does what users do for weeks.
@@ -236,13 +235,13 @@ void SoakTest::aLongLifeLeavesNoTrace()
     life.live(120s);
     const QString first = cycle(life); // caches fill
     QVERIFY2(first.isEmpty(), qPrintable(first));
-    const qint64 before = bytesInUse();
+    const qint64 before = settledBytes();
     const int sleepers = life.app().clock.sleeperCount();
     qint64 most = before;
     for (int i = 1; i < cycles; ++i) {
         const QString amiss = cycle(life);
         QVERIFY2(amiss.isEmpty(), qPrintable(u"cycle %1: %2"_s.arg(i).arg(amiss)));
-        most = std::max(most, bytesInUse());
+        most = std::max(most, settledBytes());
         QCOMPARE(life.app().clock.sleeperCount(), sleepers);
         QCOMPARE(life.app().crypto.openCount() + life.app().stock.openCount(), 0);
     }

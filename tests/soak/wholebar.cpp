@@ -1,13 +1,12 @@
 #include "soak/wholebar.h"
 
+#include "support/bytesinuse.h"
 #include "support/eventloop.h"
 
 #include <QApplication>
 #include <QDir>
 #include <QScopeGuard>
 #include <QTest>
-
-#include <malloc.h>
 
 using namespace std::chrono_literals;
 
@@ -158,8 +157,7 @@ Inventory WholeBar::inventory()
     found.threads = entries(u"/proc/self/task"_s);
     found.files = entries(u"/proc/self/fd"_s);
     found.sleepers = m_clock.sleeperCount();
-    const auto heap = mallinfo2();
-    found.bytesInUse = static_cast<qint64>(heap.uordblks + heap.hblkhd);
+    found.bytesInUse = test::bytesInUse();
     return found;
 }
 
