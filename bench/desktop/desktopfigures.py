@@ -107,7 +107,7 @@ def bar_command(session, name, market, *arguments, **settings):
 
 def start(session):
     """Milliseconds from the start to the first picture, in turns with a bare program."""
-    command, config = bar_command(session, "start", session.start_market(1), "--strip")
+    command, config = bar_command(session, "start", session.start_market("--speed", "1"), "--strip")
     environment = dict(session.environment, XDG_CONFIG_HOME=config)
     commands = {"bar": command, "bare": [str(session.bin / "kestrune-bench-bare")]}
     times = {name: [] for name in commands}
@@ -150,7 +150,7 @@ def minute(session):
     """What the program uses while nobody touches it."""
     session.start_window_manager()
     session.start_tray()
-    market = session.start_market(1)
+    market = session.start_market("--speed", "1")
     relay = CountingRelay(market)
     started = time.monotonic()
 

@@ -27,7 +27,7 @@ bool Autostart::isOn() const
     if (!file.open(QIODevice::ReadOnly))
         return false;
     // Session settings switch an entry off by a key instead of removing it.
-    const QList<QByteArray> lines = file.read(64 * 1024).split('\n');
+    const QList<QByteArray> lines = file.read(qint64{64} * 1024).split('\n');
     return std::none_of(lines.begin(), lines.end(), [](const QByteArray &line) {
         const QByteArray key = line.simplified().replace(" ", "").toLower();
         return key == "hidden=true" || key == "x-gnome-autostart-enabled=false";
