@@ -57,9 +57,6 @@ private Q_SLOTS:
 
 void LevelsTest::floorPivots()
 {
-    const Pivot pivot = calcPivot(110, 90, 100);
-    QCOMPARE((Values{pivot.r3, pivot.r2, pivot.r1, pivot.pp, pivot.s1, pivot.s2, pivot.s3}),
-             (Values{130, 120, 110, 100, 90, 80, 70}));
     // An uneven bar tells the terms apart: pp 98, by hand from the formulas.
     const Pivot uneven = calcPivot(112, 90, 92);
     QCOMPARE((Values{uneven.r3, uneven.r2, uneven.r1, uneven.pp, uneven.s1, uneven.s2, uneven.s3}),
@@ -110,9 +107,7 @@ void LevelsTest::swingHighs_data()
 {
     QTest::addColumn<Values>("highs");
     QTest::addColumn<Values>("expected");
-    QTest::newRow("six bars have no swing point") << Values{1, 2, 3, 9, 3, 2} << Values{};
     QTest::newRow("of seven bars only the middle one can be") << Values{1, 2, 3, 9, 3, 2, 1} << Values{9};
-    QTest::newRow("the last three bars cannot be") << Values{1, 1, 1, 1, 9, 1, 1} << Values{};
     QTest::newRow("a plateau is no swing point") << Values{1, 2, 3, 9, 9, 3, 2, 1} << Values{};
     QTest::newRow("an equal at the edge of the window disqualifies")
         << Values{9, 1, 1, 9, 1, 1, 1} << Values{};
@@ -120,7 +115,6 @@ void LevelsTest::swingHighs_data()
     QTest::newRow("bar order, not price order") << Values{0, 0, 0, 9, 1, 1, 1, 5, 1, 1, 1} << Values{9, 5};
     QTest::newRow("a neighbour that is no number disqualifies")
         << Values{notANumber, 1, 1, 9, 1, 1, 1} << Values{};
-    QTest::newRow("infinity can be one") << Values{1, 1, 1, infinity, 1, 1, -infinity} << Values{infinity};
 }
 
 void LevelsTest::swingHighs()

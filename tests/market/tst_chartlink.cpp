@@ -22,8 +22,6 @@ void ChartLinkTest::links_data()
     QTest::addColumn<QString>("timeframe");
     QTest::addColumn<QString>("query");
     using enum MarketSegment;
-    QTest::newRow("a coin in lower case")
-        << crypto << u"eth"_s << u"4H"_s << u"BINANCE:ETHUSDT.P&interval=240"_s;
     QTest::newRow("a pair keeps its USDT")
         << crypto << u"ETHUSDT"_s << u"1H"_s << u"BINANCE:ETHUSDT.P&interval=60"_s;
     QTest::newRow("a coin that looks like a stock")
@@ -32,7 +30,6 @@ void ChartLinkTest::links_data()
     QTest::newRow("Shenzhen") << cn << u"sz000001"_s << u"月线"_s << u"SZSE:000001&interval=1M"_s;
     QTest::newRow("no prefix is Shanghai") << cn << u"600519"_s << u"4H"_s << u"SSE:600519&interval=240"_s;
     QTest::newRow("Hong Kong keeps four digits") << hk << u"hk00700"_s << u""_s << u"HKEX:0700&interval=1D"_s;
-    QTest::newRow("Hong Kong without zeros") << hk << u"hk09988"_s << u""_s << u"HKEX:9988&interval=1D"_s;
     QTest::newRow("Hong Kong with one digit") << hk << u"HK00005"_s << u""_s << u"HKEX:0005&interval=1D"_s;
     QTest::newRow("nothing but zeros") << hk << u"hk00000"_s << u""_s << u"HKEX:0000&interval=1D"_s;
     QTest::newRow("five digits stay") << hk << u"hk80700"_s << u""_s << u"HKEX:80700&interval=1D"_s;

@@ -26,7 +26,6 @@ void JsonNumberTest::literals_data()
     constexpr double infinity = std::numeric_limits<double>::infinity();
     QTest::addColumn<QByteArray>("text");
     QTest::addColumn<double>("value");
-    QTest::newRow("integer") << QByteArray("42") << 42.0;
     QTest::newRow("decimal") << QByteArray("-0.3892") << -0.3892;
     QTest::newRow("leading plus") << QByteArray("+2.50") << 2.5;
     QTest::newRow("exponent") << QByteArray("1.5E+3") << 1500.0;
@@ -41,7 +40,6 @@ void JsonNumberTest::literals_data()
     QTest::newRow("huge exponent") << QByteArray("1e99999999999999999999") << infinity;
     QTest::newRow("a million digits") << QByteArray(1'000'000, '7') << infinity;
     QTest::newRow("a long way to nothing") << "0." + QByteArray(1'000'000, '0') + "1" << 0.0;
-    QTest::newRow("inf") << QByteArray("inf") << infinity;
     QTest::newRow("plus infinity in capitals") << QByteArray("+INFINITY") << infinity;
     QTest::newRow("minus inf") << QByteArray("-Inf") << -infinity;
     QTest::newRow("nan") << QByteArray("NaN") << std::numeric_limits<double>::quiet_NaN();

@@ -35,7 +35,6 @@ void MarketSegmentTest::codesNameTheirExchange_data()
     QTest::addColumn<QString>("code");
     QTest::addColumn<QString>("exchange");
     QTest::addColumn<QString>("bare");
-    QTest::newRow("upper case") << u"SH600519"_s << u"sh"_s << u"600519"_s;
     QTest::newRow("mixed case") << u"sZ000001"_s << u"sz"_s << u"000001"_s;
     QTest::newRow("only the prefix counts") << u"hkex"_s << u"hk"_s << u"ex"_s;
     QTest::newRow("a bare number names none") << u"600519"_s << QString() << u"600519"_s;

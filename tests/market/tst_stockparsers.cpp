@@ -83,7 +83,6 @@ void StockParsersTest::piecesAndKeys_data()
 {
     QTest::addColumn<QString>("text"); // @ stands for a whole value
     QTest::addColumn<QStringList>("keys");
-    QTest::newRow("one without an end") << u"v_sh1=@"_s << QStringList{u"sh1"_s};
     QTest::newRow("line breaks behind the separators")
         << u"v_sh1=@;\nv_sz2=@;\r\n\nv_hk3=@;\n"_s << QStringList{u"hk3"_s, u"sh1"_s, u"sz2"_s};
     QTest::newRow("blanks round key and value") << u"; \tv_sh1\t = \t@ "_s << QStringList{u"sh1"_s};
@@ -109,9 +108,7 @@ void StockParsersTest::unusablePiecesAreSkipped_data()
     QTest::addColumn<QString>("piece");
     QTest::newRow("34 fields") << quotePiece(u"v_sh600519"_s, quoteFields().first(34));
     QTest::newRow("a price of zero") << pieceWith({{3, u"0"_s}});
-    QTest::newRow("a negative price") << pieceWith({{3, u"-1"_s}});
     QTest::newRow("an infinite price") << pieceWith({{3, u"inf"_s}});
-    QTest::newRow("a price with a blank") << pieceWith({{3, u" 1"_s}});
     QTest::newRow("no previous close") << pieceWith({{4, QString()}});
     QTest::newRow("no open") << pieceWith({{5, u"-"_s}});
     QTest::newRow("an unknown code") << u"v_pv_none_match=\"1\""_s;
