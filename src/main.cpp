@@ -74,14 +74,15 @@ void detachFromDesktop()
     QGuiApplication::setDesktopSettingsAware(false);
 }
 
-/// Where Wayland and X11 are both offered, X11: only there can a window choose its place. And without GL. Who has
-/// set something else keeps it.
+/// Where Wayland and X11 are both offered, X11: only there can a window choose its place. And without GL. Who
+/// has set something else keeps it.
 void choosePlatform()
 {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
         !qEnvironmentVariableIsEmpty("DISPLAY"))
         qputenv("QT_QPA_PLATFORM", "xcb;wayland");
-    // Nothing here draws through GL; its drivers would take longer to load, and more memory, than all windows.
+    // Nothing here draws through GL; its drivers would take longer to load, and more memory, than all
+    // windows.
     if (qEnvironmentVariableIsEmpty("QT_XCB_GL_INTEGRATION"))
         qputenv("QT_XCB_GL_INTEGRATION", "none");
 }

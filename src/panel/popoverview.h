@@ -38,7 +38,8 @@ public:
 
     static constexpr QSize panelSize{panelWidth, 900};
 
-    explicit PopoverView(std::shared_ptr<AppState> state, const Options &options = {}, QWidget *parent = nullptr);
+    explicit PopoverView(std::shared_ptr<AppState> state, const Options &options = {},
+                         QWidget *parent = nullptr);
     ~PopoverView() override;
 
     /// The dark or the light palette; dark at first.

@@ -167,7 +167,7 @@ void WholeBarSoakTest::aLongLifeLeavesNoTrace()
     // leak goes on.
     const bool isLong = cycles >= 72;
     const int warmUp = isLong ? cycles / 3 : 1;
-    const qint64 slack = isLong ? 128 * 1024 : 1024 * 1024;
+    const qint64 slack = isLong ? 192 * 1024 : 1024 * 1024;
     WholeBar bar;
     bar.state().timeframe = u"日线"_s;
     bar.live(120s);
