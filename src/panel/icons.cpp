@@ -72,7 +72,7 @@ QImage cachedIcon(const IconKey &key)
     static QCache<IconKey, QImage> cache(iconCacheLimit);
     if (const QImage *found = cache.object(key))
         return *found;
-    const QImage image = renderIcon(key).copy(); // without the paint engine, larger than the pixels
+    QImage image = renderIcon(key).copy(); // without the paint engine, larger than the pixels
     cache.insert(key, new QImage(image));        // the copies share the pixels
     return image;
 }
