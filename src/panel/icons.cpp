@@ -73,7 +73,7 @@ QImage cachedIcon(const IconKey &key)
     if (const QImage *found = cache.object(key))
         return *found;
     QImage image = renderIcon(key).copy(); // without the paint engine, larger than the pixels
-    cache.insert(key, new QImage(image));        // the copies share the pixels
+    cache.insert(key, new QImage(image));  // the copies share the pixels
     return image;
 }
 
