@@ -27,6 +27,7 @@ StatusItemChooser::StatusItemChooser(const QDBusConnection &connection, Preferen
     connect(&m_trayWatch, &TrayWatch::ownerChanged, this, &StatusItemChooser::trayChanged);
     connect(&m_notifierWatch, &NotifierWatch::changed, this, &StatusItemChooser::hostsChanged);
     m_wait.setSingleShot(true);
+    m_wait.setTimerType(Qt::PreciseTimer); // a coarse one may end a quarter of a second early
     connect(&m_wait, &QTimer::timeout, this, [this] {
         m_waited = true;
         choose();
