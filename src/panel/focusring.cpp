@@ -7,6 +7,7 @@
 #include <QCoreApplication>
 #include <QFocusEvent>
 #include <QPainter>
+#include <QScrollArea>
 
 namespace kestrune {
 
@@ -27,6 +28,15 @@ QWidget *ringParent(QWidget *widget)
         at = above;
     }
     return at;
+}
+
+/// The toolkit scrolls after Tab only, not after keys that a row or a list handles itself.
+void bringIntoView(QWidget &widget, int margin)
+{
+    for (QWidget *at = widget.parentWidget(); at && !at->isWindow(); at = at->parentWidget()) {
+        if (auto *area = qobject_cast<QScrollArea *>(at))
+            area->ensureWidgetVisible(&widget, margin, margin);
+    }
 }
 
 bool byKeyboard(Qt::FocusReason reason)
@@ -95,6 +105,7 @@ void FocusRing::moveTo(QWidget *target)
     place();
     show();
     raise();
+    bringIntoView(*target, int(gap + thickness));
 }
 
 void FocusRing::place()

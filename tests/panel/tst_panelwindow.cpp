@@ -188,10 +188,13 @@ void PanelWindowTest::tabBeginsAtTheFirstButton()
 void PanelWindowTest::arrowsMoveAlongRowsAndTimeframes()
 {
     Shown fixture;
+    fixture.view->setMaximumPanelHeight(300);
+    fixture.settle();
     const auto rows = fixture.rows();
     rows[2]->setFocus(Qt::TabFocusReason);
     QTest::keyClick(rows[2], Qt::Key_Down);
-    QCOMPARE(fixture.view->focusWidget(), rows[3]); // over the price line to the supports
+    QCOMPARE(fixture.view->focusWidget(), rows[3]);                     // over the price line to the supports
+    QCOMPARE(rows[3]->visibleRegion().boundingRect(), rows[3]->rect()); // scrolled to where it is seen
     QTest::keyClick(rows[3], Qt::Key_Up);
     QTest::keyClick(rows[2], Qt::Key_Up);
     QCOMPARE(fixture.view->focusWidget(), rows[1]);
