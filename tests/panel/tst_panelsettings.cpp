@@ -175,10 +175,14 @@ void PanelSettingsTest::stocksHaveNoLeverageAndNoMargin()
     fixture.state->market = MarketSegment::hk;
     fixture.settle();
     QVERIFY(!fixture.field(leverage) && !fixture.button(u"全仓"_s));
-    const QStringList texts = fixture.texts();
-    QVERIFY(texts.contains(u"股票市场不能做空，固定 1x（现货）"_s));
-    QVERIFY(texts.contains(u"股票现货无保证金模式"_s));
-    QVERIFY(texts.contains(u"股票市场固定 1x（现货）。填了账户额，开单助手按止损距离算出建议仓位。"_s));
+    const auto labels = fixture.shown<TextLabel>();
+    for (const QString &text : {u"股票市场不能做空，固定 1x（现货）"_s, u"股票现货无保证金模式"_s}) {
+        const auto note = std::ranges::find(labels, text, &TextLabel::text);
+        QVERIFY(note != labels.end());
+        QCOMPARE((*note)->geometry().center().y(), (*note)->parentWidget()->rect().center().y());
+    }
+    QVERIFY(
+        fixture.texts().contains(u"股票市场固定 1x（现货）。填了账户额，开单助手按止损距离算出建议仓位。"_s));
 }
 
 void PanelSettingsTest::theMarketContextUnfoldsAndRemembers()
