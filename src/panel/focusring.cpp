@@ -123,7 +123,8 @@ void FocusRing::place()
     }
     shape.translate(m_target->mapTo(parent, QPoint(0, 0)));
     const double margin = gap + thickness;
-    setGeometry(shape.adjusted(-margin, -margin, margin, margin).toAlignedRect());
+    const QRect ring = shape.adjusted(-margin, -margin, margin, margin).toAlignedRect();
+    setGeometry(ring.intersected(parent->rect())); // all four sides of what is as wide as its window
     update();
 }
 
