@@ -14,12 +14,14 @@
 #include "panel/settingssection.h"
 #include "panel/snapshotsection.h"
 #include "panel/toast.h"
+#include "panel/typography.h"
 #include "panel/zonessection.h"
 #include "platform/async.h"
 
 #include <QBoxLayout>
 #include <QDesktopServices>
 #include <QKeyEvent>
+#include <QToolTip>
 
 #include <algorithm>
 
@@ -164,6 +166,8 @@ void PopoverView::updateNow()
 void PopoverView::setDark(bool dark)
 {
     setPalette(toolkitPalette(dark ? darkPalette() : lightPalette()));
+    QToolTip::setPalette(palette()); // tooltips take over nothing from the widget they belong to
+    QToolTip::setFont(fontFor(TypeRole::caption));
 }
 
 void PopoverView::setMaximumPanelHeight(int height)

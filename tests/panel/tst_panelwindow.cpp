@@ -11,6 +11,7 @@
 #include "zonebuilder.h"
 
 #include <QAccessible>
+#include <QToolTip>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -289,6 +290,14 @@ void PanelWindowTest::colourSchemesAreSwitchedAtOnce()
     QVERIFY(paletteOf(fixture.rows()[0]).dark);
     QCOMPARE(fixture.view->grab().toImage().pixelColor(2, 2), darkPalette().ground);
     fixture.view->setDark(false);
+    // Tooltips too, and a long one is wrapped.
+    fixture.click(u"价格提醒 · 说明"_s);
+    const auto windows = QApplication::topLevelWidgets();
+    const auto tip = std::ranges::find_if(
+        windows, [](const QWidget *window) { return window->inherits("QTipLabel") && window->isVisible(); });
+    QVERIFY(tip != windows.end() && (*tip)->width() <= fixture.view->width());
+    QCOMPARE((*tip)->palette().color(QPalette::ToolTipText), lightPalette().text);
+    QToolTip::hideText();
     QCOMPARE(fixture.view->grab().toImage().pixelColor(2, 2), lightPalette().ground);
     for (QWidget *widget : fixture.view->findChildren<QWidget *>())
         QVERIFY2(!paletteOf(widget).dark, widget->metaObject()->className());
