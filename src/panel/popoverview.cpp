@@ -72,6 +72,7 @@ PopoverView::PopoverView(std::shared_ptr<AppState> state, const Options &options
     auto *area = new ScrollArea;
     area->setWidget(makeScrolledContent());
     area->widget()->setAutoFillBackground(false);
+    area->setAnchor(m_marketContext);
     addFixed(m_header);
     addFixed(new Divider);
     column->addWidget(area, 1);
