@@ -66,7 +66,8 @@ void DisclosureHeader::paintEvent(QPaintEvent *)
 Collapsible::Collapsible(QWidget *content, QWidget *parent)
     : QWidget(parent), m_content(content), m_animation(new QVariantAnimation(this))
 {
-    QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+    // May grow, else a layout cuts it at the size hint, in which no text wraps.
+    QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Minimum);
     policy.setHeightForWidth(true);
     setSizePolicy(policy);
     m_content->setParent(this);

@@ -18,9 +18,12 @@ Divider::Divider(QWidget *parent) : QWidget(parent)
 void Divider::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
-    const double scale = std::max(painter.deviceTransform().m22(), 0.01);
-    const double thickness = std::max(std::floor(scale), 1.0) > 1 ? 1 / scale : 1;
-    painter.fillRect(QRectF(0, 0, width(), thickness), paletteOf(this).hairline);
+    // A single row of the device's pixels at every scale.
+    const QTransform toDevice = painter.deviceTransform();
+    QRectF line = toDevice.mapRect(QRectF(rect()));
+    line.moveTop(std::round(line.top()));
+    line.setHeight(1);
+    painter.fillRect(toDevice.inverted().mapRect(line), paletteOf(this).hairline);
 }
 
 } // namespace kestrune

@@ -7,6 +7,7 @@
 #include <QCoreApplication>
 #include <QFocusEvent>
 #include <QPainter>
+#include <QScrollArea>
 
 namespace kestrune {
 
@@ -27,6 +28,15 @@ QWidget *ringParent(QWidget *widget)
         at = above;
     }
     return at;
+}
+
+/// The toolkit scrolls after Tab only, not after keys that a row or a list handles itself.
+void bringIntoView(QWidget &widget, int margin)
+{
+    for (QWidget *at = widget.parentWidget(); at && !at->isWindow(); at = at->parentWidget()) {
+        if (auto *area = qobject_cast<QScrollArea *>(at))
+            area->ensureWidgetVisible(&widget, margin, margin);
+    }
 }
 
 bool byKeyboard(Qt::FocusReason reason)
@@ -95,6 +105,7 @@ void FocusRing::moveTo(QWidget *target)
     place();
     show();
     raise();
+    bringIntoView(*target, int(gap + thickness));
 }
 
 void FocusRing::place()
@@ -112,7 +123,8 @@ void FocusRing::place()
     }
     shape.translate(m_target->mapTo(parent, QPoint(0, 0)));
     const double margin = gap + thickness;
-    setGeometry(shape.adjusted(-margin, -margin, margin, margin).toAlignedRect());
+    const QRect ring = shape.adjusted(-margin, -margin, margin, margin).toAlignedRect();
+    setGeometry(ring.intersected(parent->rect())); // all four sides of what is as wide as its window
     update();
 }
 

@@ -41,7 +41,7 @@ void HelpSheet::openOver()
     const QScreen *screen = panel->screen();
     setGeometry(sheetGeometry(over, HelpView::viewSize, screen ? screen->availableGeometry() : over));
     show();
-    m_view->setFocus(Qt::PopupFocusReason);
+    m_view->takeFocus();
 }
 
 void HelpSheet::hideEvent(QHideEvent *event)

@@ -4,6 +4,7 @@
 #include "panel/textlabel.h"
 
 #include <QBoxLayout>
+#include <QHelpEvent>
 #include <QToolTip>
 
 namespace kestrune {
@@ -22,9 +23,10 @@ HelpTitle::HelpTitle(const QString &title, TypeRole role, const QString &help, Q
     m_mark->setIconSide(12);
     m_mark->setFixedSize(20, 20);
     setFixedHeight(20);
-    connect(m_mark, &IconButton::clicked, this, [this] {
-        QToolTip::showText(m_mark->mapToGlobal(QPoint(0, m_mark->height())), m_mark->toolTip(), m_mark);
-    });
+    m_title->installEventFilter(this);
+    m_mark->installEventFilter(this);
+    connect(m_mark, &IconButton::clicked, this,
+            [this] { showHelp(m_mark->mapToGlobal(QPoint(0, m_mark->height()))); });
     setHelp(help);
 }
 
@@ -36,6 +38,20 @@ void HelpTitle::setHelp(const QString &help)
     m_mark->setAccessibleName(m_title->text() + u" · 说明"_s);
     m_mark->setAccessibleDescription(help);
     m_title->setToolTip(help);
+}
+
+bool HelpTitle::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() != QEvent::ToolTip)
+        return QWidget::eventFilter(watched, event);
+    showHelp(static_cast<QHelpEvent *>(event)->globalPos());
+    return true;
+}
+
+// Only rich text is wrapped; a plain tooltip would be one line, wider than the panel.
+void HelpTitle::showHelp(const QPoint &at)
+{
+    QToolTip::showText(at, u"<p>"_s + m_mark->toolTip().toHtmlEscaped() + u"</p>"_s, m_mark);
 }
 
 } // namespace kestrune

@@ -21,7 +21,12 @@ public:
     void setHelp(const QString &help);
     [[nodiscard]] IconButton *mark() const { return m_mark; }
 
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
 private:
+    void showHelp(const QPoint &at);
+
     TextLabel *m_title;
     IconButton *m_mark;
 };

@@ -81,6 +81,7 @@ QWidget *HelpView::makeParagraphs()
     content->setAutoFillBackground(false);
     area->setFocusPolicy(Qt::StrongFocus); // arrow and page keys scroll
     area->setAccessibleName(u"功能使用说明"_s);
+    m_paragraphs = area;
     return area;
 }
 
@@ -98,6 +99,12 @@ QWidget *HelpView::makeBottomRow()
     line->addWidget(disclaimer, 1);
     line->addWidget(close);
     return row;
+}
+
+// The toolkit's focus proxy would leave the button before the paragraphs out of the Tab order.
+void HelpView::takeFocus()
+{
+    m_paragraphs->setFocus(Qt::PopupFocusReason);
 }
 
 void HelpView::paintEvent(QPaintEvent *)

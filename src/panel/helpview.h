@@ -27,6 +27,8 @@ public:
     explicit HelpView(QWidget *parent = nullptr);
 
     [[nodiscard]] QSize sizeHint() const override { return viewSize; }
+    /// Hands the keyboard to the paragraphs, so that its keys scroll them at once.
+    void takeFocus();
 
 Q_SIGNALS:
     void closeRequested();
@@ -39,6 +41,8 @@ private:
     QWidget *makeTitleRow();
     QWidget *makeParagraphs();
     QWidget *makeBottomRow();
+
+    QWidget *m_paragraphs = nullptr;
 };
 
 } // namespace kestrune

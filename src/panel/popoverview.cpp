@@ -14,12 +14,14 @@
 #include "panel/settingssection.h"
 #include "panel/snapshotsection.h"
 #include "panel/toast.h"
+#include "panel/typography.h"
 #include "panel/zonessection.h"
 #include "platform/async.h"
 
 #include <QBoxLayout>
 #include <QDesktopServices>
 #include <QKeyEvent>
+#include <QToolTip>
 
 #include <algorithm>
 
@@ -70,6 +72,7 @@ PopoverView::PopoverView(std::shared_ptr<AppState> state, const Options &options
     auto *area = new ScrollArea;
     area->setWidget(makeScrolledContent());
     area->widget()->setAutoFillBackground(false);
+    area->setAnchor(m_marketContext);
     addFixed(m_header);
     addFixed(new Divider);
     column->addWidget(area, 1);
@@ -164,6 +167,8 @@ void PopoverView::updateNow()
 void PopoverView::setDark(bool dark)
 {
     setPalette(toolkitPalette(dark ? darkPalette() : lightPalette()));
+    QToolTip::setPalette(palette()); // tooltips take over nothing from the widget they belong to
+    QToolTip::setFont(fontFor(TypeRole::caption));
 }
 
 void PopoverView::setMaximumPanelHeight(int height)

@@ -89,7 +89,7 @@ QWidget *PositionSettings::makeRow(QWidget *title, QWidget *control)
     line->addWidget(title);
     if (!isNote)
         line->addStretch(1);
-    line->addWidget(control, isNote ? 1 : 0);
+    line->addWidget(control, isNote ? 1 : 0, Qt::AlignVCenter); // a note stands beside its title
     row->setMinimumHeight(26); // a row keeps its height where a note stands for the control
     return row;
 }

@@ -111,6 +111,42 @@ ScrollArea::ScrollArea(QWidget *parent) : QScrollArea(parent)
     m_handle = new ScrollHandle(*verticalScrollBar(), this);
 }
 
+void ScrollArea::setAnchor(QWidget *anchor)
+{
+    m_anchor = anchor;
+    anchor->installEventFilter(this);
+    // Emitted before the value is bounded by the new range.
+    connect(verticalScrollBar(), &QScrollBar::rangeChanged, this, [this] {
+        if (m_anchor)
+            noteChange(m_anchor->y());
+    });
+}
+
+bool ScrollArea::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == m_anchor && event->type() == QEvent::Move)
+        noteChange(static_cast<QMoveEvent *>(event)->oldPos().y());
+    return QScrollArea::eventFilter(watched, event);
+}
+
+void ScrollArea::noteChange(int anchorTop)
+{
+    const int value = verticalScrollBar()->value();
+    if (m_changing || !isVisible() || value == 0 || anchorTop - value >= viewport()->height() / 2)
+        return;
+    m_changing = true;
+    m_valueBefore = value;
+    m_topBefore = anchorTop;
+    QMetaObject::invokeMethod(this, &ScrollArea::followAnchor, Qt::QueuedConnection); // once all is laid out
+}
+
+void ScrollArea::followAnchor()
+{
+    m_changing = false;
+    if (m_anchor && m_anchor->y() != m_topBefore)
+        verticalScrollBar()->setValue(m_valueBefore + m_anchor->y() - m_topBefore);
+}
+
 void ScrollArea::resizeEvent(QResizeEvent *event)
 {
     QScrollArea::resizeEvent(event);

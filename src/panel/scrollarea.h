@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QPointer>
 #include <QScrollArea>
 
 namespace kestrune {
@@ -13,11 +14,23 @@ class ScrollArea : public QScrollArea
 public:
     explicit ScrollArea(QWidget *parent = nullptr);
 
+    /// Keeps this widget of the content where it is seen while what stands above it changes its height, as
+    /// long as it is in the upper half of the view or further up.
+    void setAnchor(QWidget *anchor);
+
 protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
 
 private:
+    void noteChange(int anchorTop);
+    void followAnchor();
+
     QWidget *m_handle;
+    QPointer<QWidget> m_anchor;
+    bool m_changing = false; ///< until the end of this turn of the event loop
+    int m_valueBefore = 0;   ///< of the scroll bar, before the change bounds it
+    int m_topBefore = 0;     ///< of the anchor in the content
 };
 
 } // namespace kestrune

@@ -56,6 +56,7 @@ private Q_SLOTS:
     void fieldsAreFilledWhenTheyAppear();
     void segmentsChangeEverythingThatDependsOnThem();
     void stocksHaveNoLeverageAndNoMargin();
+    void fieldsStayInPlaceWhileThePlanGrows();
     void theMarketContextUnfoldsAndRemembers();
 };
 
@@ -175,10 +176,30 @@ void PanelSettingsTest::stocksHaveNoLeverageAndNoMargin()
     fixture.state->market = MarketSegment::hk;
     fixture.settle();
     QVERIFY(!fixture.field(leverage) && !fixture.button(u"全仓"_s));
-    const QStringList texts = fixture.texts();
-    QVERIFY(texts.contains(u"股票市场不能做空，固定 1x（现货）"_s));
-    QVERIFY(texts.contains(u"股票现货无保证金模式"_s));
-    QVERIFY(texts.contains(u"股票市场固定 1x（现货）。填了账户额，开单助手按止损距离算出建议仓位。"_s));
+    const auto labels = fixture.shown<TextLabel>();
+    for (const QString &text : {u"股票市场不能做空，固定 1x（现货）"_s, u"股票现货无保证金模式"_s}) {
+        const auto note = std::ranges::find(labels, text, &TextLabel::text);
+        QVERIFY(note != labels.end());
+        QCOMPARE((*note)->geometry().center().y(), (*note)->parentWidget()->rect().center().y());
+    }
+    QVERIFY(
+        fixture.texts().contains(u"股票市场固定 1x（现货）。填了账户额，开单助手按止损距离算出建议仓位。"_s));
+}
+
+// The banner above grows by the suggested position and shrinks again.
+void PanelSettingsTest::fieldsStayInPlaceWhileThePlanGrows()
+{
+    Settings fixture;
+    fixture.scrollBar()->setValue(fixture.scrollBar()->maximum());
+    const int banner = fixture.banner()->height();
+    const auto place = [&] { return fixture.field(account)->mapTo(fixture.view.get(), QPoint(0, 0)).y(); };
+    const int before = place();
+    fixture.enter(account, u"10000"_s);
+    QVERIFY(fixture.banner()->height() > banner);
+    QCOMPARE(place(), before);
+    fixture.enter(account, u""_s);
+    QCOMPARE(fixture.banner()->height(), banner);
+    QCOMPARE(place(), before);
 }
 
 void PanelSettingsTest::theMarketContextUnfoldsAndRemembers()

@@ -2,6 +2,8 @@
 #include "panel/chip.h"
 #include "panel/chiprow.h"
 #include "panel/disclosure.h"
+#include "panel/divider.h"
+#include "panel/palette.h"
 #include "panel/textlabel.h"
 #include "support/testregistry.h"
 
@@ -52,6 +54,7 @@ private Q_SLOTS:
     void arrowsBringChipsIntoView();
     void theCurrentChipIsBroughtIntoView();
     void foldingTakesTheHeightAndTheFocusAway();
+    void dividersAreOneDevicePixelHigh();
     void readersPressLikeTheMouse();
     void popupsAreAmongTheApplicationsChildren();
 };
@@ -154,6 +157,27 @@ void PanelWidgetsTest::foldingTakesTheHeightAndTheFocusAway()
     window.hide();
     body->setExpanded(true); // unseen: at once
     QCOMPARE(body->heightForWidth(300), content->sizeHint().height());
+}
+
+void PanelWidgetsTest::dividersAreOneDevicePixelHigh()
+{
+    for (const double scale : {1.0, 1.25, 1.5, 2.0}) {
+        for (const int y : {3, 4, 5, 6}) {
+            QWidget ground;
+            ground.setPalette(toolkitPalette(lightPalette()));
+            ground.resize(20, 10);
+            Divider line(&ground);
+            line.setGeometry(0, y, 20, 1);
+            QImage image(40, 20, QImage::Format_RGB32);
+            image.setDevicePixelRatio(scale);
+            image.fill(Qt::white);
+            ground.render(&image);
+            int rows = 0;
+            for (int row = 0; row < image.height(); ++row)
+                rows += image.pixelColor(4, row) != QColor(Qt::white) ? 1 : 0;
+            QVERIFY2(rows == 1, qPrintable(u"%1 rows at %2, scale %3"_s.arg(rows).arg(y).arg(scale)));
+        }
+    }
 }
 
 void PanelWidgetsTest::readersPressLikeTheMouse()

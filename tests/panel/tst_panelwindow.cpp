@@ -11,6 +11,7 @@
 #include "zonebuilder.h"
 
 #include <QAccessible>
+#include <QToolTip>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -19,6 +20,16 @@ using namespace kestrune;
 using namespace kestrune::test;
 
 namespace {
+
+/// Whether nothing around a label cuts it off, but for what can be scrolled.
+bool isWithinAll(const TextLabel &label)
+{
+    for (const QWidget *at = label.parentWidget(); at && !at->isWindow(); at = at->parentWidget()) {
+        if (!at->rect().contains(QRect(label.mapTo(at, QPoint(0, 0)), label.size())))
+            return qobject_cast<const QAbstractScrollArea *>(at->parentWidget()) != nullptr;
+    }
+    return true;
+}
 
 bool isReadable(const TextLabel &label)
 {
@@ -81,7 +92,10 @@ void PanelWindowTest::escapeClosesHelpThenThePanel()
     int requests = 0;
     connect(fixture.view.get(), &PopoverView::closeRequested, this, [&] { ++requests; });
     fixture.click(u"使用说明"_s);
-    QTest::keyClick(fixture.view->findChild<HelpView *>(), Qt::Key_Escape);
+    auto *help = fixture.view->findChild<HelpView *>();
+    QTest::keyClick(help->window()->focusWidget(), Qt::Key_PageDown); // it scrolls at once, without a Tab
+    QVERIFY(help->findChild<QScrollArea *>()->verticalScrollBar()->value() > 100);
+    QTest::keyClick(help->window()->focusWidget(), Qt::Key_Escape);
     QVERIFY(!fixture.view->isHelpShown() && fixture.view->isVisible());
     QCOMPARE(requests, 0);
     fixture.field(u"目标价"_s)->setFocus();
@@ -178,10 +192,13 @@ void PanelWindowTest::tabBeginsAtTheFirstButton()
 void PanelWindowTest::arrowsMoveAlongRowsAndTimeframes()
 {
     Shown fixture;
+    fixture.view->setMaximumPanelHeight(300);
+    fixture.settle();
     const auto rows = fixture.rows();
     rows[2]->setFocus(Qt::TabFocusReason);
     QTest::keyClick(rows[2], Qt::Key_Down);
-    QCOMPARE(fixture.view->focusWidget(), rows[3]); // over the price line to the supports
+    QCOMPARE(fixture.view->focusWidget(), rows[3]);                     // over the price line to the supports
+    QCOMPARE(rows[3]->visibleRegion().boundingRect(), rows[3]->rect()); // scrolled to where it is seen
     QTest::keyClick(rows[3], Qt::Key_Up);
     QTest::keyClick(rows[2], Qt::Key_Up);
     QCOMPARE(fixture.view->focusWidget(), rows[1]);
@@ -225,7 +242,7 @@ void PanelWindowTest::nothingIsCutAtAnyPrice()
     for (const TextLabel *label : labels) {
         QVERIFY2(isReadable(*label), qPrintable(label->text()));
         QVERIFY2(label->height() >= label->heightForWidth(label->width()), qPrintable(label->text()));
-        QVERIFY2(label->parentWidget()->rect().contains(label->geometry()), qPrintable(label->text()));
+        QVERIFY2(isWithinAll(*label), qPrintable(label->text()));
         for (const TextLabel *other : labels) {
             if (other != label && other->parentWidget() == label->parentWidget())
                 QVERIFY2(!label->geometry().intersects(other->geometry()), qPrintable(label->text()));
@@ -273,6 +290,14 @@ void PanelWindowTest::colourSchemesAreSwitchedAtOnce()
     QVERIFY(paletteOf(fixture.rows()[0]).dark);
     QCOMPARE(fixture.view->grab().toImage().pixelColor(2, 2), darkPalette().ground);
     fixture.view->setDark(false);
+    // Tooltips too, and a long one is wrapped.
+    fixture.click(u"价格提醒 · 说明"_s);
+    const auto windows = QApplication::topLevelWidgets();
+    const auto tip = std::ranges::find_if(
+        windows, [](const QWidget *window) { return window->inherits("QTipLabel") && window->isVisible(); });
+    QVERIFY(tip != windows.end() && (*tip)->width() <= fixture.view->width());
+    QCOMPARE((*tip)->palette().color(QPalette::ToolTipText), lightPalette().text);
+    QToolTip::hideText();
     QCOMPARE(fixture.view->grab().toImage().pixelColor(2, 2), lightPalette().ground);
     for (QWidget *widget : fixture.view->findChildren<QWidget *>())
         QVERIFY2(!paletteOf(widget).dark, widget->metaObject()->className());
