@@ -1,10 +1,12 @@
 #include "statusbar/popover.h"
 
+#include "panel/palette.h"
 #include "statusbar/panelplacement.h"
 
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
+#include <QPainter>
 #include <QScreen>
 #include <QVBoxLayout>
 #include <QWindow>
@@ -34,6 +36,23 @@ const QScreen *screenOf(const QRect &item)
         return screen;
     return QGuiApplication::primaryScreen();
 }
+
+/// A hairline round the panel, over its content: a window of the panel's colour may lie behind it. Takes the
+/// colours of the content.
+class Edge : public QWidget
+{
+public:
+    explicit Edge(QWidget *parent) : QWidget(parent) { setAttribute(Qt::WA_TransparentForMouseEvents); }
+
+protected:
+    void paintEvent(QPaintEvent *) override
+    {
+        const Palette &palette = paletteOf(this);
+        QPainter painter(this);
+        painter.setPen(QPen(blended(palette.hairline, palette.ground), 1));
+        painter.drawRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5));
+    }
+};
 
 } // namespace
 
@@ -66,6 +85,7 @@ void Popover::makeContent()
     m_content = m_makeContent(this);
     m_content->setDark(m_dark);
     layout->addWidget(m_content->widget);
+    m_edge = new Edge(m_content->widget);
 }
 
 void Popover::openAt(const QRect &item)
@@ -79,6 +99,8 @@ void Popover::openAt(const QRect &item)
     const QRect place = placePanel(item, panelSize, screen->availableGeometry());
     m_content->setMaximumHeight(place.height());
     setFixedSize(place.size());
+    m_edge->setGeometry(rect());
+    m_edge->raise();
     move(place.topLeft());
     show();
     raise();

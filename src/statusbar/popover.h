@@ -50,6 +50,7 @@ private:
 
     ContentFactory m_makeContent;
     std::optional<PanelContent> m_content;
+    QWidget *m_edge = nullptr; ///< made with the content, lies over it
     bool m_dark = false;
     QString m_waitingError; ///< for the next opening
     QElapsedTimer m_sinceClosed;
