@@ -10,6 +10,10 @@ test_packages=(python3 python3-gi gir1.2-atspi-2.0 at-spi2-core xvfb xauth x11-u
 check_packages=(clang clang-format clang-tidy cppcheck)
 bench_packages=(libbenchmark-dev python3 python3-gi xvfb dbus dbus-x11 x11-utils openbox xfce4-panel xfconf procps)
 
+# The compiler's cache stops every build where it has no place to write.
+cache=${CCACHE_DIR:-${XDG_CACHE_HOME:-~/.cache}}
+{ mkdir -p "$cache" && [ -w "$cache" ]; } 2>/dev/null || export CCACHE_DISABLE=1
+
 # Installs those of the named packages that are missing, with sudo when not root.
 install_missing() {
     local missing=() package
@@ -22,7 +26,13 @@ install_missing() {
         return 1
     fi
     local as_root=()
-    [ "$(id -u)" -eq 0 ] || as_root=(sudo)
+    if [ "$(id -u)" -ne 0 ]; then
+        if ! command -v sudo >/dev/null; then
+            echo "Missing: ${missing[*]} (neither root nor sudo here, please install them as root)" >&2
+            return 1
+        fi
+        as_root=(sudo)
+    fi
     echo "Installing ${missing[*]}" >&2
     "${as_root[@]}" apt-get update -qq
     "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \

@@ -71,6 +71,14 @@ std::optional<QRect> anchorOfClick(const QPoint &told, const QPoint &pointer,
     return QRect(told, QSize(1, 1));
 }
 
+std::optional<QRect> placeInSight(const QRect &item, std::span<const ScreenShape> screens)
+{
+    const bool inSight = std::any_of(screens.begin(), screens.end(), [&](const ScreenShape &screen) {
+        return screen.logical.intersects(item);
+    });
+    return inSight ? std::optional(item) : std::nullopt;
+}
+
 QRect cornerAnchor(const QRect &available, const QRect &screen)
 {
     return {available.x() + available.width() - 1, available.y(), 1, available == screen ? unseenBar : 0};

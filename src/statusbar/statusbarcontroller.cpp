@@ -56,6 +56,7 @@ StatusBarController::StatusBarController(std::shared_ptr<AppState> state, Status
     , m_popover([shared = m_state, makePanel](QWidget *parent) { return makePanel(shared, parent); })
 {
     m_lastDarkAppearance = isDarkMenuBar(m_theme);
+    m_lastDarkDesktop = isDarkDesktop(m_theme);
     applyPalette();
     redraw();
     connect(&m_statusItem, &StatusItem::activated, this, &StatusBarController::togglePopover);
@@ -125,10 +126,13 @@ void StatusBarController::themeChanged()
 
 void StatusBarController::pollAppearance()
 {
-    const bool dark = isDarkMenuBar(m_theme);
-    if (dark == m_lastDarkAppearance)
+    // Each by itself: a bar that tells its own text colour stays as it is when windows change.
+    const bool darkBar = isDarkMenuBar(m_theme);
+    const bool darkDesktop = isDarkDesktop(m_theme);
+    if (darkBar == m_lastDarkAppearance && darkDesktop == m_lastDarkDesktop)
         return;
-    m_lastDarkAppearance = dark;
+    m_lastDarkAppearance = darkBar;
+    m_lastDarkDesktop = darkDesktop;
     themeChanged();
 }
 

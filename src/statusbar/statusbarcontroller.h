@@ -52,7 +52,8 @@ private:
     Popover m_popover;
     std::optional<StatusItemContent> m_shown; ///< what the item was given last
     QTimer m_appearanceTimer;                 ///< stands still while the theme announces its changes
-    bool m_lastDarkAppearance = false;
+    bool m_lastDarkAppearance = false;        ///< of the bar, as the poll saw it last
+    bool m_lastDarkDesktop = false;           ///< of windows, likewise
 };
 
 } // namespace kestrune

@@ -27,10 +27,11 @@ public:
 class FakeTheme final : public ThemeSource
 {
 public:
+    std::optional<QColor> barText;
     bool dark = false;
     bool tells = true;
 
-    [[nodiscard]] std::optional<QColor> trayTextColor() const override { return std::nullopt; }
+    [[nodiscard]] std::optional<QColor> trayTextColor() const override { return barText; }
     [[nodiscard]] std::optional<bool> prefersDark() const override { return dark; }
     [[nodiscard]] bool paletteIsDark() const override { return dark; }
     [[nodiscard]] bool announces() const override { return tells; }

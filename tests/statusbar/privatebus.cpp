@@ -22,6 +22,11 @@ PrivateBus::~PrivateBus()
 {
     for (const QString &name : m_names)
         QDBusConnection::disconnectFromBus(name);
+    stop();
+}
+
+void PrivateBus::stop()
+{
     m_daemon.terminate();
     m_daemon.waitForFinished();
 }

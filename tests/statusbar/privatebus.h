@@ -17,6 +17,8 @@ public:
     [[nodiscard]] bool isRunning() const { return !m_address.isEmpty(); }
     /// What DBUS_SESSION_BUS_ADDRESS wants; empty when the bus does not run.
     [[nodiscard]] QString address() const { return m_address; }
+    /// The daemon ends; its connections notice.
+    void stop();
     [[nodiscard]] QDBusConnection connection(const QString &name);
 
     /// Calls and lets the event loop run until the answer is there.

@@ -23,7 +23,7 @@ private Q_SLOTS:
     void opensAtTheItem();
     void staysInsideAtEveryItemPlace();
     void convertsWindowSystemPixels();
-    void trustsAClickOnlyWhereABarCanBe();
+    void trustsOnlyPlacesWhereABarCanBe();
 };
 
 void TestPanelPlacement::opensAtTheItem_data()
@@ -97,7 +97,7 @@ void TestPanelPlacement::convertsWindowSystemPixels()
     QCOMPARE(converted(2, {9000, 13}), QPoint(9000, 13)); // on no screen
 }
 
-void TestPanelPlacement::trustsAClickOnlyWhereABarCanBe()
+void TestPanelPlacement::trustsOnlyPlacesWhereABarCanBe()
 {
     const std::array screens{ScreenShape{QRect(0, 0, 1280, 1000), 1},
                              ScreenShape{QRect(1280, 0, 1280, 1000), 1}};
@@ -112,6 +112,9 @@ void TestPanelPlacement::trustsAClickOnlyWhereABarCanBe()
     QVERIFY(!trusted({640, 500}, {640, 500}));  // in the middle of the screen
     QVERIFY(!trusted({0, 0}, {640, 500}));      // pressed by key
     QVERIFY(!trusted({5000, 13}, {5000, 13}));  // on no screen
+    const QRect halfOut(2500, 2, 72, 22);
+    QCOMPARE(placeInSight(halfOut, screens), halfOut);
+    QVERIFY(!placeInSight({-8778, -9999, 22, 22}, screens)); // where a tray keeps it until it has room
 }
 
 KESTRUNE_TEST(TestPanelPlacement)

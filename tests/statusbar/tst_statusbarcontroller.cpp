@@ -138,8 +138,14 @@ void TestStatusBarController::pollsOnlyAThemeThatDoesNotTell()
     QVERIFY(!waitFor([&] { return bar.item.last().status.dark; }, 2300ms));
     bar.theme.setTells(false);
     QVERIFY(waitFor([&] { return bar.item.last().status.dark; }, 2500ms));
-    bar.theme.setTells(true);
+    // The panel follows the desktop although the bar's own colour stays.
+    bar.item.click(QRect(600, 0, 100, 22));
+    bar.theme.barText = Qt::white;
     bar.theme.dark = false;
+    QVERIFY(waitFor([&] { return !bar.panelDark.back(); }, 2500ms));
+    QVERIFY(bar.item.last().status.dark);
+    bar.theme.setTells(true);
+    bar.theme.barText.reset();
     QVERIFY(!waitFor([&] { return !bar.item.last().status.dark; }, 2300ms));
 }
 

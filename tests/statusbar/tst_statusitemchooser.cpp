@@ -122,6 +122,13 @@ void TestStatusItemChooser::worksWithoutABus()
                            {.hostWait = 10ms});
     item.show(Desktop::content(false));
     QVERIFY(waitFor([&] { return item.presentation() == stripOnly; }));
+
+    Desktop desktop;
+    desktop.watcher.start();
+    const auto onABus = desktop.chooser({.hostWait = 10ms});
+    QVERIFY(waitFor([&] { return onABus->presentation() == dotAndStrip; }));
+    desktop.bus.stop(); // says nothing of the names that go with it
+    QVERIFY(waitFor([&] { return onABus->presentation() == stripOnly; }));
 }
 
 KESTRUNE_TEST(TestStatusItemChooser)

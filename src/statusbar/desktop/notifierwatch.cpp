@@ -58,6 +58,9 @@ NotifierWatch::NotifierWatch(const QDBusConnection &connection)
             [this](const QString &, const QString &, const QString &owner) { ownerChanged(owner); });
     for (const QString &signal : {u"StatusNotifierHostRegistered"_s, u"StatusNotifierHostUnregistered"_s})
         m_connection.connect(watcherName, watcherPath, watcherName, signal, this, SLOT(askForHost()));
+    // A bus that ends takes the watcher along without a word about its name.
+    m_connection.connect({}, u"/org/freedesktop/DBus/Local"_s, u"org.freedesktop.DBus.Local"_s,
+                         u"Disconnected"_s, this, SLOT(busGone()));
     askForOwner();
 }
 
@@ -73,6 +76,11 @@ void NotifierWatch::askForOwner()
                               if (reply.isValid() && m_owner.isEmpty())
                                   ownerChanged(reply.value());
                           });
+}
+
+void NotifierWatch::busGone()
+{
+    ownerChanged({});
 }
 
 void NotifierWatch::ownerChanged(const QString &owner)

@@ -27,6 +27,7 @@ Q_SIGNALS:
 
 private Q_SLOTS:
     void askForHost();
+    void busGone();
 
 private:
     void ownerChanged(const QString &owner);

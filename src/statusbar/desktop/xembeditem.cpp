@@ -173,7 +173,9 @@ std::optional<QRect> XEmbedItem::place() const
         connection, xcb_translate_coordinates(connection, m_window, m_watch.root(), 0, 0), nullptr));
     if (!position)
         return std::nullopt;
-    return QRect(toLogical(QPoint(position->dst_x, position->dst_y), screenShapes()), m_widget->size());
+    const auto shapes = screenShapes();
+    return placeInSight({toLogical(QPoint(position->dst_x, position->dst_y), shapes), m_widget->size()},
+                        shapes);
 }
 
 } // namespace kestrune
