@@ -88,7 +88,8 @@ void AppDelegate::connectMenu()
     connect(&m_menu, &StatusMenu::showRequested, this, &AppDelegate::showPanel);
     connect(&m_menu, &StatusMenu::refreshRequested, this, &AppDelegate::refreshNow);
     connect(&m_menu, &StatusMenu::autostartToggled, this, [this, updateAutostart](bool on) {
-        m_autostart.set(on);
+        if (!m_autostart.set(on))
+            settingsNotSaved();
         updateAutostart(); // shows what really is on the disk
     });
     connect(&m_menu, &StatusMenu::quitRequested, this, [] { QCoreApplication::quit(); });
