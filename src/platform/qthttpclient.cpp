@@ -4,6 +4,7 @@
 #include "platform/proxychoice.h"
 
 #include <QBasicTimer>
+#include <QCoreApplication>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QTimerEvent>
@@ -242,6 +243,8 @@ private:
     void leaveReply()
     {
         disconnect(m_reply, nullptr, this, nullptr);
+        // What Qt's thread has still sent it, an error that came with our abort, would only be complained of.
+        QCoreApplication::removePostedEvents(m_reply, QEvent::MetaCall);
         m_reply->setParent(nullptr);
         m_reply->deleteLater();
     }

@@ -6,8 +6,11 @@
 
 #include <QElapsedTimer>
 #include <QFile>
+#include <QRegularExpression>
 #include <QTcpServer>
 #include <QTest>
+#include <QThread>
+#include <QTimer>
 
 #include <algorithm>
 #include <array>
@@ -184,6 +187,7 @@ private Q_SLOTS:
     void aBodyThatNobodyReadsTakesNoMemory();
     void redirectsAreFollowedWithCare();
     void otherSchemesAreRefused();
+    void anErrorTogetherWithTheTimeLimitIsSilent();
     void stalledRequestsHoldNobodyUp();
     void theSteadyStateUsesOneConnection();
     void survivesClosedKeptConnections();
@@ -441,6 +445,28 @@ void QtHttpClientTest::otherSchemesAreRefused()
          {"file:///etc/hostname", "data:,x", "qrc:/x", "ftp://127.0.0.1/", "http:///x", "", "x"})
         QCOMPARE(ask(client, QUrl(QString::fromLatin1(url))), QByteArray("nothing"));
     QCOMPARE(client.managerCount(), 0);
+}
+
+void QtHttpClientTest::anErrorTogetherWithTheTimeLimitIsSilent()
+{
+    QTest::failOnWarning(QRegularExpression(u".*"_s));
+    LoopbackServer server;
+    server.serve(QStringLiteral("/silent"), faulty(Fault::stallInBody));
+    QtHttpClient client(quick());
+    const auto result = start(client, server.url(QStringLiteral("/silent")));
+    QTest::qWait(100);
+    // A busy main thread: the connection breaks and the time runs out, and both wait for it.
+    QTimer breaks;
+    connect(&breaks, &QTimer::timeout, this, [&] {
+        breaks.stop();
+        server.closeConnections();
+        QThread::msleep(50);
+    });
+    breaks.start(1);
+    QThread::msleep(400);
+    QVERIFY(waitFor([&] { return result->done; }, 1s));
+    QVERIFY(!result->body);
+    drainEvents();
 }
 
 void QtHttpClientTest::stalledRequestsHoldNobodyUp()
