@@ -147,7 +147,9 @@ int main(int argc, char **argv)
 
     const QtMessageHandler messageHandler = qInstallMessageHandler(refuseDeadDisplay);
     QApplication::setStyle(u"Fusion"_s); // the panel draws with its own palette on every desktop
-    QApplication application(argc, argv);
+    // Qt has options of its own, like -platform and -style; to a snapshot run they are unknown arguments.
+    int argumentsForQt = config ? 1 : argc;
+    QApplication application(argumentsForQt, argv);
     qInstallMessageHandler(messageHandler);
     describeApplication();
 

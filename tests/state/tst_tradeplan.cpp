@@ -210,6 +210,8 @@ void TradePlanTest::marginWarning_data()
     // 1/10 - 0.005 = 9.5 %: the stop lies right there, which is not beyond.
     QTest::newRow("isolated, stop right at the liquidation")
         << Case{.tp = 120, .sl = 90.5, .slPct = 9.5, .leverage = 10} << none;
+    QTest::newRow("isolated short, stop right at the liquidation")
+        << Case{.dir = sell, .tp = 80, .sl = 109.5, .slPct = 9.5, .leverage = 10} << none;
     QTest::newRow("suggestion capped at 125")
         << Case{.sl = 99, .slPct = 0.05, .leverage = 150}
         << u"⚠️ 逐仓 150x 杠杆会先被强平，建议降到 125x"_s;
@@ -225,9 +227,9 @@ void TradePlanTest::marginWarning_data()
         << u"⚠️ 全仓模式需设置账户总额与单笔风险%"_s;
     QTest::newRow("cross without a risk") << Case{.account = 1000, .leverage = 5, .mode = cross}
                                           << u"⚠️ 全仓模式需设置账户总额与单笔风险%"_s;
-    // 10 / 2 % = 500: half the account.
-    QTest::newRow("cross, well covered")
-        << Case{.account = 1000, .riskPct = 1, .leverage = 5, .mode = cross} << none;
+    // 100 / 2 % = 5 000: five times the account.
+    QTest::newRow("cross, as much as the multiple allows")
+        << Case{.account = 1000, .riskPct = 10, .leverage = 5, .mode = cross} << none;
     // 500 / 0.4 % = 125 000.
     QTest::newRow("cross, more than the multiple allows")
         << Case{.sl = 99.6, .slPct = 0.4, .account = 10000, .riskPct = 5, .leverage = 10, .mode = cross}
