@@ -89,8 +89,7 @@ void AlertsSection::refresh()
     }
     m_rows = std::move(next);
     m_rowBox->setVisible(!m_rows.empty());
-    Q_EMIT
-    tabStopsChanged();
+    Q_EMIT tabStopsChanged();
 }
 
 AlertRow *AlertsSection::makeRow(const QString &id)

@@ -17,10 +17,7 @@ ChoiceRow::ChoiceRow(const QStringList &choices, QWidget *parent) : QWidget(pare
     for (qsizetype i = 0; i < choices.size(); ++i) {
         auto *chip = new Chip(choices[i]);
         chip->installEventFilter(this);
-        connect(chip, &Chip::clicked, this, [this, i] {
-            Q_EMIT
-            picked(i);
-        });
+        connect(chip, &Chip::clicked, this, [this, i] { Q_EMIT picked(i); });
         line->addWidget(chip);
         m_chips.append(chip);
     }

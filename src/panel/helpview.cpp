@@ -112,9 +112,9 @@ void HelpView::paintEvent(QPaintEvent *)
 void HelpView::keyPressEvent(QKeyEvent *event)
 {
     if (event->key() == Qt::Key_Escape)
-        Q_EMIT
-    closeRequested();
-    else QWidget::keyPressEvent(event);
+        Q_EMIT closeRequested();
+    else
+        QWidget::keyPressEvent(event);
 }
 
 } // namespace kestrune

@@ -274,8 +274,7 @@ void PopoverView::keyPressEvent(QKeyEvent *event)
         m_help->close();
         return;
     }
-    Q_EMIT
-    closeRequested();
+    Q_EMIT closeRequested();
     if (isWindow())
         close();
     else

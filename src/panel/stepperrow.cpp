@@ -46,10 +46,7 @@ StepperRow::StepperRow(const QString &title, const QString &help, QWidget *paren
     line->addWidget(m_minus);
     line->addWidget(m_field);
     line->addWidget(m_plus);
-    connect(m_field, &InputField::returnPressed, this, [this] {
-        Q_EMIT
-        submitted(m_field->text());
-    });
+    connect(m_field, &InputField::returnPressed, this, [this] { Q_EMIT submitted(m_field->text()); });
 }
 
 IconButton *StepperRow::makeStep(const QString &icon, const QString &tip, int direction)
@@ -60,10 +57,7 @@ IconButton *StepperRow::makeStep(const QString &icon, const QString &tip, int di
     button->setAutoRepeat(true);
     button->setRaised(true);
     button->setIconSide(12);
-    connect(button, &IconButton::clicked, this, [this, direction] {
-        Q_EMIT
-        stepped(direction);
-    });
+    connect(button, &IconButton::clicked, this, [this, direction] { Q_EMIT stepped(direction); });
     return button;
 }
 

@@ -169,8 +169,7 @@ void Toast::clear()
         return;
     m_message.clear();
     setAccessibleName({});
-    Q_EMIT
-    dismissed();
+    Q_EMIT dismissed();
 }
 
 } // namespace kestrune

@@ -53,21 +53,14 @@ void ZoneList::setZones(std::span<const Zone> zones, int decimals)
         next[i]->show();
     }
     m_rows = std::move(next);
-    Q_EMIT
-    rowsChanged();
+    Q_EMIT rowsChanged();
 }
 
 ZoneRow *ZoneList::makeRow(const Zone &zone, int decimals)
 {
     auto *row = new ZoneRow(zone, decimals, this);
-    connect(row, &ZoneRow::tapped, this, [this, row] {
-        Q_EMIT
-        tapped(row->zone());
-    });
-    connect(row, &ZoneRow::bellPressed, this, [this, row] {
-        Q_EMIT
-        bellPressed(row->zone());
-    });
+    connect(row, &ZoneRow::tapped, this, [this, row] { Q_EMIT tapped(row->zone()); });
+    connect(row, &ZoneRow::bellPressed, this, [this, row] { Q_EMIT bellPressed(row->zone()); });
     return row;
 }
 

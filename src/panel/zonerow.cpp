@@ -189,8 +189,7 @@ void ZoneRow::mouseReleaseEvent(QMouseEvent *event)
     m_pressed = false;
     m_fade.setPressed(false);
     if (rect().contains(event->position().toPoint()))
-        Q_EMIT
-    tapped();
+        Q_EMIT tapped();
 }
 
 void ZoneRow::keyPressEvent(QKeyEvent *event)
@@ -200,8 +199,7 @@ void ZoneRow::keyPressEvent(QKeyEvent *event)
     case Qt::Key_Enter:
     case Qt::Key_Space:
         if (!event->isAutoRepeat())
-            Q_EMIT
-        tapped();
+            Q_EMIT tapped();
         break;
     default:
         QWidget::keyPressEvent(event);

@@ -156,8 +156,7 @@ void ZonesSection::connectList(ZoneList *list)
     connect(list, &ZoneList::rowsChanged, this, [this, list] {
         for (ZoneRow *row : list->rows())
             row->installEventFilter(this); // once, however often
-        Q_EMIT
-        tabStopsChanged();
+        Q_EMIT tabStopsChanged();
     });
 }
 
@@ -227,8 +226,7 @@ void ZonesSection::refreshBanner()
         m_banner->setModel(*model);
     if (m_banner->isHidden() == model.has_value()) {
         m_banner->setVisible(model.has_value());
-        Q_EMIT
-        tabStopsChanged();
+        Q_EMIT tabStopsChanged();
     }
 }
 

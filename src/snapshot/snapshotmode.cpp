@@ -73,8 +73,7 @@ QCoro::Task<> SnapshotMode::waitUntilReady(Instant deadline)
     if (!co_await settled || !self)
         co_return;
     capture();
-    Q_EMIT
-    finished();
+    Q_EMIT finished();
 }
 
 // Deliberate: without a picture there is no summary either, but a picture that cannot be written does not

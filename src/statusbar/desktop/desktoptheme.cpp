@@ -73,8 +73,7 @@ void DesktopTheme::portalGone()
 void DesktopTheme::setAnnounces(bool announces)
 {
     if (std::exchange(m_portalAnswers, announces) != announces) {
-        Q_EMIT
-        announcesChanged();
+        Q_EMIT announcesChanged();
     }
 }
 
@@ -84,8 +83,7 @@ void DesktopTheme::setScheme(uint scheme)
     if (scheme == 1 || scheme == 2) // dark, light; anything else is no preference
         dark = scheme == 1;
     if (std::exchange(m_prefersDark, dark) != dark) {
-        Q_EMIT
-        changed();
+        Q_EMIT changed();
     }
 }
 

@@ -36,8 +36,7 @@ void ItemWidget::setContent(const StatusItemContent &content)
     if (!repaint)
         return;
     if (sizeHint().width() != width()) {
-        Q_EMIT
-        resizeWanted();
+        Q_EMIT resizeWanted();
     }
     update();
 }
@@ -66,8 +65,7 @@ void ItemWidget::paintEvent(QPaintEvent *)
 void ItemWidget::resizeEvent(QResizeEvent *event)
 {
     QWidget::resizeEvent(event);
-    Q_EMIT
-    resized();
+    Q_EMIT resized();
 }
 
 void ItemWidget::mousePressEvent(QMouseEvent *event)
@@ -84,8 +82,7 @@ void ItemWidget::mouseMoveEvent(QMouseEvent *event)
     const QPoint distance = (event->globalPosition() - m_pressedAt).toPoint();
     m_dragging = m_dragging || distance.manhattanLength() >= QApplication::startDragDistance();
     if (m_dragging) {
-        Q_EMIT
-        dragged(distance);
+        Q_EMIT dragged(distance);
     }
 }
 
@@ -95,18 +92,15 @@ void ItemWidget::mouseReleaseEvent(QMouseEvent *event)
         return;
     m_pressed = false;
     if (std::exchange(m_dragging, false)) {
-        Q_EMIT
-        dropped();
+        Q_EMIT dropped();
     } else if (rect().contains(event->position().toPoint())) {
-        Q_EMIT
-        clicked();
+        Q_EMIT clicked();
     }
 }
 
 void ItemWidget::contextMenuEvent(QContextMenuEvent *event)
 {
-    Q_EMIT
-    menuRequested(event->globalPos());
+    Q_EMIT menuRequested(event->globalPos());
 }
 
 } // namespace kestrune

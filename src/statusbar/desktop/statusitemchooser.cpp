@@ -91,8 +91,7 @@ void StatusItemChooser::apply(const Presentation &next)
     showStrip(next.strip);
     const std::pair bar(barTextColor(), barIsUsuallyDark());
     if (std::exchange(m_bar, bar) != bar) {
-        Q_EMIT
-        barTextColorChanged();
+        Q_EMIT barTextColorChanged();
     }
 }
 

@@ -21,8 +21,7 @@ WakeWatch::WakeWatch(const QDBusConnection &systemBus)
 void WakeWatch::prepareForSleep(bool begins)
 {
     if (!begins) {
-        Q_EMIT
-        awake();
+        Q_EMIT awake();
     }
 }
 
@@ -42,8 +41,7 @@ void WakeWatch::watchNetwork()
             [this, isReachable](QNetworkInformation::Reachability reachability) {
                 const bool reachable = isReachable(reachability);
                 if (!std::exchange(m_reachable, reachable) && reachable) {
-                    Q_EMIT
-                    awake();
+                    Q_EMIT awake();
                 }
             });
 }
