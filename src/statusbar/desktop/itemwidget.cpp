@@ -8,6 +8,7 @@
 #include <QPainter>
 
 #include <cmath>
+#include <utility>
 
 namespace kestrune {
 
@@ -35,9 +36,8 @@ void ItemWidget::setContent(const StatusItemContent &content)
     setAccessibleDescription(content.detail);
     if (!repaint)
         return;
-    if (sizeHint().width() != width()) {
+    if (sizeHint().width() != width())
         Q_EMIT resizeWanted();
-    }
     update();
 }
 
@@ -81,9 +81,8 @@ void ItemWidget::mouseMoveEvent(QMouseEvent *event)
         return;
     const QPoint distance = (event->globalPosition() - m_pressedAt).toPoint();
     m_dragging = m_dragging || distance.manhattanLength() >= QApplication::startDragDistance();
-    if (m_dragging) {
+    if (m_dragging)
         Q_EMIT dragged(distance);
-    }
 }
 
 void ItemWidget::mouseReleaseEvent(QMouseEvent *event)
@@ -91,11 +90,10 @@ void ItemWidget::mouseReleaseEvent(QMouseEvent *event)
     if (!m_pressed || event->button() != Qt::LeftButton)
         return;
     m_pressed = false;
-    if (std::exchange(m_dragging, false)) {
+    if (std::exchange(m_dragging, false))
         Q_EMIT dropped();
-    } else if (rect().contains(event->position().toPoint())) {
+    else if (rect().contains(event->position().toPoint()))
         Q_EMIT clicked();
-    }
 }
 
 void ItemWidget::contextMenuEvent(QContextMenuEvent *event)

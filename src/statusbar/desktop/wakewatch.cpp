@@ -20,9 +20,8 @@ WakeWatch::WakeWatch(const QDBusConnection &systemBus)
 
 void WakeWatch::prepareForSleep(bool begins)
 {
-    if (!begins) {
+    if (!begins)
         Q_EMIT awake();
-    }
 }
 
 void WakeWatch::watchNetwork()
@@ -40,9 +39,8 @@ void WakeWatch::watchNetwork()
     connect(network, &QNetworkInformation::reachabilityChanged, this,
             [this, isReachable](QNetworkInformation::Reachability reachability) {
                 const bool reachable = isReachable(reachability);
-                if (!std::exchange(m_reachable, reachable) && reachable) {
+                if (!std::exchange(m_reachable, reachable) && reachable)
                     Q_EMIT awake();
-                }
             });
 }
 

@@ -133,11 +133,10 @@ std::optional<QSize> XEmbedItem::visibleSize() const
 void XEmbedItem::checkSize()
 {
     if (!m_docked) {
-        if (m_wasDocked) {
+        if (m_wasDocked)
             Q_EMIT squeezed();
-        } else {
+        else
             Q_EMIT unanswered();
-        }
         return;
     }
     const auto size = visibleSize();
