@@ -1,12 +1,11 @@
 #include "panel/alertssection.h"
 
 #include "panel/alertrow.h"
+#include "panel/boxlayouts.h"
 #include "panel/helptitle.h"
 #include "panel/iconbutton.h"
 #include "panel/inputfield.h"
 #include "panel/settingsinput.h"
-
-#include <QBoxLayout>
 
 #include <algorithm>
 
@@ -34,14 +33,10 @@ AlertsSection::AlertsSection(const PanelContext &context, QWidget *parent)
     entry->setSpacing(rowSpacing);
     entry->addWidget(m_input, 1);
     entry->addWidget(m_add);
-    auto *rows = new QVBoxLayout(m_rowBox);
-    rows->setContentsMargins(0, 0, 0, 0);
-    rows->setSpacing(4);
+    columnIn(m_rowBox, 4);
     m_rowBox->hide();
 
-    auto *column = new QVBoxLayout(this);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(blockSpacing);
+    auto *column = columnIn(this, blockSpacing);
     column->addWidget(m_title);
     column->addLayout(entry);
     column->addWidget(m_rowBox);

@@ -1,8 +1,8 @@
 #include "panel/choicerow.h"
 
+#include "panel/boxlayouts.h"
 #include "panel/chip.h"
 
-#include <QBoxLayout>
 #include <QKeyEvent>
 
 #include <algorithm>
@@ -11,9 +11,7 @@ namespace kestrune {
 
 ChoiceRow::ChoiceRow(const QStringList &choices, QWidget *parent) : QWidget(parent)
 {
-    auto *line = new QHBoxLayout(this);
-    line->setContentsMargins(0, 0, 0, 0);
-    line->setSpacing(4);
+    auto *line = rowIn(this, 4);
     for (qsizetype i = 0; i < choices.size(); ++i) {
         auto *chip = new Chip(choices[i]);
         chip->installEventFilter(this);

@@ -5,8 +5,6 @@
 
 #include <QPainter>
 
-#include <cmath>
-
 namespace kestrune {
 
 Divider::Divider(QWidget *parent) : QWidget(parent)
@@ -18,8 +16,8 @@ Divider::Divider(QWidget *parent) : QWidget(parent)
 void Divider::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
-    const double scale = std::max(painter.deviceTransform().m22(), 0.01);
-    const double thickness = std::max(std::floor(scale), 1.0) > 1 ? 1 / scale : 1;
+    const double scale = painter.deviceTransform().m22();
+    const double thickness = scale >= 2 ? 1 / scale : 1;
     painter.fillRect(QRectF(0, 0, width(), thickness), paletteOf(this).hairline);
 }
 

@@ -1,6 +1,7 @@
 #include "panel/headersection.h"
 
 #include "analysis/priceformat.h"
+#include "panel/boxlayouts.h"
 #include "panel/iconlabel.h"
 #include "panel/panelmodel.h"
 #include "panel/pixelsparkline.h"
@@ -8,7 +9,6 @@
 #include "panel/spinner.h"
 #include "panel/textlabel.h"
 
-#include <QBoxLayout>
 #include <QKeyEvent>
 
 #include <algorithm>
@@ -23,22 +23,12 @@ constexpr QSize sparklineSize{70, 16};
 constexpr int statusIconSide = 14;
 constexpr int timeframeSpacing = 2;
 
-QHBoxLayout *rowIn(QWidget *row, int spacing)
-{
-    auto *line = new QHBoxLayout(row);
-    line->setContentsMargins(0, 0, 0, 0);
-    line->setSpacing(spacing);
-    return line;
-}
-
 } // namespace
 
 HeaderSection::HeaderSection(const PanelContext &context, QWidget *parent)
     : QWidget(parent), m_context(context)
 {
-    auto *column = new QVBoxLayout(this);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(lineSpacing);
+    auto *column = columnIn(this, lineSpacing);
     column->addWidget(makeTitleRow());
     column->addWidget(makeChangeRow());
     column->addWidget(makeStatusRow());

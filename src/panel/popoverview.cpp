@@ -60,7 +60,7 @@ PopoverView::PopoverView(std::shared_ptr<AppState> state, const Options &options
 
     auto *column = new QVBoxLayout(this);
     column->setContentsMargins(0, panelMargin, 0, panelMargin);
-    column->setSpacing(stackSpacing);
+    column->setSpacing(0);
     const auto addFixed = [column](QWidget *widget) {
         auto *frame = new QHBoxLayout;
         frame->setContentsMargins(panelMargin, 0, panelMargin, 0);
@@ -76,7 +76,6 @@ PopoverView::PopoverView(std::shared_ptr<AppState> state, const Options &options
     addFixed(new Divider);
     addFixed(m_footer);
     // The area's content keeps the spacing to the dividers itself, so that a focus ring at its edge shows.
-    column->setSpacing(0);
     column->insertSpacing(1, stackSpacing);
     column->insertSpacing(5, stackSpacing);
     m_toast = new Toast(this);

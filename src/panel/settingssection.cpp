@@ -1,5 +1,6 @@
 #include "panel/settingssection.h"
 
+#include "panel/boxlayouts.h"
 #include "panel/choicerow.h"
 #include "panel/disclosure.h"
 #include "panel/divider.h"
@@ -10,8 +11,6 @@
 #include "panel/stepperrow.h"
 #include "panel/textlabel.h"
 #include "panel/toggleswitch.h"
-
-#include <QBoxLayout>
 
 #include <algorithm>
 
@@ -50,9 +49,7 @@ SettingsSection::SettingsSection(const PanelContext &context, QWidget *parent)
     , m_perSide(new StepperRow(u"每侧最多(个)"_s, displayHelp.toString()))
 {
     m_body = new Collapsible(makeContent());
-    auto *column = new QVBoxLayout(this);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(0);
+    auto *column = columnIn(this, 0);
     column->addWidget(m_header);
     column->addWidget(m_body);
     connect(m_header, &DisclosureHeader::clicked, this, [this] { setExpanded(!m_body->isExpanded()); });
@@ -94,9 +91,7 @@ QWidget *SettingsSection::makeContent()
 QWidget *SettingsSection::makeMarketRow()
 {
     auto *row = new QWidget;
-    auto *line = new QHBoxLayout(row);
-    line->setContentsMargins(0, 0, 0, 0);
-    line->setSpacing(rowSpacing);
+    auto *line = rowIn(row, rowSpacing);
     line->addWidget(new TextLabel(u"市场"_s, TypeRole::caption));
     line->addStretch(1);
     line->addWidget(m_market);

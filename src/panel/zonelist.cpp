@@ -1,9 +1,8 @@
 #include "panel/zonelist.h"
 
+#include "panel/boxlayouts.h"
 #include "panel/panelmodel.h"
 #include "panel/zonerow.h"
-
-#include <QBoxLayout>
 
 #include <algorithm>
 
@@ -17,9 +16,7 @@ constexpr int spacing = 2;
 
 ZoneList::ZoneList(QWidget *parent) : QWidget(parent)
 {
-    auto *column = new QVBoxLayout(this);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(spacing);
+    columnIn(this, spacing);
 }
 
 void ZoneList::setZones(std::span<const Zone> zones, int decimals)

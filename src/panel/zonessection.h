@@ -8,7 +8,6 @@ namespace kestrune {
 
 class IconButton;
 class PlanBanner;
-class Spinner;
 class TextButton;
 class TextLabel;
 class ZoneList;
