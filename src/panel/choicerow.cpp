@@ -9,6 +9,19 @@
 
 namespace kestrune {
 
+bool moveFocusByArrows(const QList<QWidget *> &row, const QObject *watched, const QEvent &event)
+{
+    if (event.type() != QEvent::KeyPress)
+        return false;
+    const int key = static_cast<const QKeyEvent &>(event).key();
+    const int step = key == Qt::Key_Right ? 1 : key == Qt::Key_Left ? -1 : 0;
+    const auto at = row.indexOf(watched);
+    if (step == 0 || at < 0)
+        return false;
+    row[std::clamp<qsizetype>(at + step, 0, row.size() - 1)]->setFocus(Qt::TabFocusReason);
+    return true;
+}
+
 ChoiceRow::ChoiceRow(const QStringList &choices, QWidget *parent) : QWidget(parent)
 {
     auto *line = rowIn(this, 4);
@@ -34,16 +47,7 @@ QList<QWidget *> ChoiceRow::tabStops() const
 
 bool ChoiceRow::eventFilter(QObject *watched, QEvent *event)
 {
-    if (event->type() == QEvent::KeyPress) {
-        const int key = static_cast<QKeyEvent *>(event)->key();
-        const int step = key == Qt::Key_Right ? 1 : key == Qt::Key_Left ? -1 : 0;
-        const auto at = m_chips.indexOf(watched);
-        if (step != 0 && at >= 0) {
-            m_chips[std::clamp<qsizetype>(at + step, 0, m_chips.size() - 1)]->setFocus(Qt::TabFocusReason);
-            return true;
-        }
-    }
-    return QWidget::eventFilter(watched, event);
+    return moveFocusByArrows(tabStops(), watched, *event) || QWidget::eventFilter(watched, event);
 }
 
 } // namespace kestrune

@@ -2,6 +2,7 @@
 
 #include "analysis/priceformat.h"
 #include "panel/boxlayouts.h"
+#include "panel/choicerow.h"
 #include "panel/iconlabel.h"
 #include "panel/panelmodel.h"
 #include "panel/pixelsparkline.h"
@@ -9,9 +10,7 @@
 #include "panel/spinner.h"
 #include "panel/textlabel.h"
 
-#include <QKeyEvent>
-
-#include <algorithm>
+#include <utility>
 
 namespace kestrune {
 
@@ -159,17 +158,7 @@ void HeaderSection::refreshTimeframes()
 
 bool HeaderSection::eventFilter(QObject *watched, QEvent *event)
 {
-    if (event->type() == QEvent::KeyPress) {
-        const int key = static_cast<QKeyEvent *>(event)->key();
-        const int step = key == Qt::Key_Right ? 1 : key == Qt::Key_Left ? -1 : 0;
-        const auto at = m_timeframeButtons.indexOf(watched);
-        if (step != 0 && at >= 0) {
-            const auto to = std::clamp<qsizetype>(at + step, 0, m_timeframeButtons.size() - 1);
-            m_timeframeButtons[to]->setFocus(Qt::TabFocusReason);
-            return true;
-        }
-    }
-    return QWidget::eventFilter(watched, event);
+    return moveFocusByArrows(tabStops(), watched, *event) || QWidget::eventFilter(watched, event);
 }
 
 QList<QWidget *> HeaderSection::tabStops() const

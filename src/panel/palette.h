@@ -50,8 +50,6 @@ struct Palette
 
 /// `color` over `ground`, both opaque afterwards.
 [[nodiscard]] QColor blended(const QColor &color, const QColor &ground);
-/// Ratio of relative luminances as WCAG 2 defines it, 1 to 21; both colours opaque.
-[[nodiscard]] double contrastRatio(const QColor &a, const QColor &b);
 
 /// How a zone source tag is shown.
 struct SourceInfo

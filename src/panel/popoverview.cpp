@@ -10,6 +10,7 @@
 #include "panel/headersection.h"
 #include "panel/helpsheet.h"
 #include "panel/layoutsettling.h"
+#include "panel/panelmodel.h"
 #include "panel/scrollarea.h"
 #include "panel/settingssection.h"
 #include "panel/snapshotsection.h"
@@ -186,11 +187,9 @@ void PopoverView::showToast(const QString &message, bool isError)
     m_toast->present(message, isError);
 }
 
-// A picked zone is one of the old instrument's: its price means nothing among the new one's zones.
 void PopoverView::chooseInstrument(const QString &symbol)
 {
-    m_state->selectedZonePrice = std::nullopt;
-    m_state->selectedZoneType = std::nullopt;
+    clearPickedZone(*m_state);
     m_state->setCoin(symbol);
 }
 

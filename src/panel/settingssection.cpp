@@ -151,12 +151,10 @@ void SettingsSection::applyPerSide(qint64 count)
     m_perSide->field()->showText(perSideFieldText(m_context.state.maxPerSide()));
 }
 
-// A picked zone is one of the old instrument's: its price means nothing among the new one's zones.
 void SettingsSection::chooseMarket(qsizetype index)
 {
     AppState &state = m_context.state;
-    state.selectedZonePrice = std::nullopt;
-    state.selectedZoneType = std::nullopt;
+    clearPickedZone(state);
     state.setMarket(allMarketSegments[std::size_t(index)]);
     if (state.isStock())
         m_position->showLeverage(); // set to 1 by the change of segment

@@ -105,7 +105,8 @@ ZonesSection::ZonesSection(const PanelContext &context, QWidget *parent)
         startInBackground(&state, [&state] { return state.refreshSR(); });
     });
     connect(m_chart, &IconButton::clicked, this, &ZonesSection::openChart);
-    connect(m_banner, &PlanBanner::closeRequested, this, &ZonesSection::clearSelection);
+    connect(m_banner, &PlanBanner::closeRequested, this,
+            [&state = m_context.state] { clearPickedZone(state); });
     connect(m_banner, &PlanBanner::alertsRequested, this, [this] {
         if (const auto model = planBannerModel(m_context.state))
             m_context.state.addPlanAlerts(model->plan);
@@ -226,17 +227,11 @@ void ZonesSection::toggleSelection(const Zone &zone)
 {
     AppState &state = m_context.state;
     if (state.selectedZonePrice() == zone.mid && state.selectedZoneType() == zone.type) {
-        clearSelection();
+        clearPickedZone(state);
         return;
     }
     state.selectedZonePrice = zone.mid;
     state.selectedZoneType = zone.type;
-}
-
-void ZonesSection::clearSelection()
-{
-    m_context.state.selectedZonePrice = std::nullopt;
-    m_context.state.selectedZoneType = std::nullopt;
 }
 
 void ZonesSection::openChart()

@@ -40,7 +40,6 @@ private:
     void refreshBanner();
     void keepHeight(bool empty);
     void toggleSelection(const Zone &zone);
-    void clearSelection();
     void openChart();
     [[nodiscard]] std::vector<QWidget *> allRows() const;
 
