@@ -9,7 +9,7 @@
 
 namespace kestrune {
 
-using namespace Qt::Literals::StringLiterals;
+using namespace Qt::StringLiterals;
 
 namespace {
 

@@ -11,7 +11,7 @@
 
 namespace kestrune {
 
-using namespace Qt::Literals::StringLiterals;
+using namespace Qt::StringLiterals;
 
 AlertsSection::AlertsSection(const PanelContext &context, QWidget *parent)
     : QWidget(parent)

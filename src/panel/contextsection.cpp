@@ -7,7 +7,7 @@
 
 namespace kestrune {
 
-using namespace Qt::Literals::StringLiterals;
+using namespace Qt::StringLiterals;
 
 ContextSection::ContextSection(const PanelContext &context, QWidget *parent)
     : QWidget(parent)

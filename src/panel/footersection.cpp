@@ -7,7 +7,7 @@
 
 namespace kestrune {
 
-using namespace Qt::Literals::StringLiterals;
+using namespace Qt::StringLiterals;
 
 FooterSection::FooterSection(const PanelContext &context, const QString &marketNotice, QWidget *parent)
     : QWidget(parent)

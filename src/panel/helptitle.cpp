@@ -8,7 +8,7 @@
 
 namespace kestrune {
 
-using namespace Qt::Literals::StringLiterals;
+using namespace Qt::StringLiterals;
 
 HelpTitle::HelpTitle(const QString &title, TypeRole role, const QString &help, QWidget *parent)
     : QWidget(parent), m_mark(new IconButton(u"questionmark.circle"_s))

@@ -9,6 +9,7 @@
 #include <QPointer>
 #include <QSaveFile>
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace kestrune {
