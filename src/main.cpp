@@ -21,7 +21,7 @@
 namespace {
 
 using namespace kestrune;
-using namespace Qt::Literals::StringLiterals;
+using namespace Qt::StringLiterals;
 
 constexpr int usageError = 2;
 

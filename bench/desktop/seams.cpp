@@ -12,6 +12,7 @@
 
 using namespace kestrune;
 using namespace kestrune::test;
+using namespace Qt::StringLiterals;
 
 namespace {
 

@@ -233,7 +233,7 @@ IndicatorReadings readIndicators(std::span<const Candle> candles)
     if (reach(26)) {
         chains.slow = chains.closeSum / 26;
         chains.line = chains.fast - chains.slow;
-        chains.lineSum = 0 + chains.line;
+        chains.lineSum = 0 + chains.line; // as a sum from nothing: of -0.0 it makes 0
     }
     const bool hasMacd = reach(34);
     if (hasMacd)

@@ -39,9 +39,9 @@ public:
     void doAction(const QString &name) override
     {
         if (name == toggleAction() || name == pressAction())
-            Q_EMIT
-        row()->tapped();
-        else QAccessibleWidget::doAction(name);
+            Q_EMIT row()->tapped();
+        else
+            QAccessibleWidget::doAction(name);
     }
 
 private:

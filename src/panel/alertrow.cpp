@@ -1,16 +1,15 @@
 #include "panel/alertrow.h"
 
+#include "panel/boxlayouts.h"
 #include "panel/iconbutton.h"
 #include "panel/iconlabel.h"
 #include "panel/panelcontext.h"
 #include "panel/textbutton.h"
 #include "panel/textlabel.h"
 
-#include <QBoxLayout>
-
 namespace kestrune {
 
-using namespace Qt::Literals::StringLiterals;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -26,9 +25,7 @@ AlertRow::AlertRow(QString id, QWidget *parent)
     , m_dismiss(new TextButton(u"收到"_s))
     , m_remove(new IconButton(u"xmark.circle.fill"_s))
 {
-    auto *line = new QHBoxLayout(this);
-    line->setContentsMargins(0, 0, 0, 0);
-    line->setSpacing(rowSpacing);
+    auto *line = rowIn(this, rowSpacing);
     m_label->setWrap(true);
     m_remove->setTip(u"删除该提醒"_s);
     m_remove->setIconSide(14);

@@ -1,18 +1,17 @@
 #include "panel/alertssection.h"
 
 #include "panel/alertrow.h"
+#include "panel/boxlayouts.h"
 #include "panel/helptitle.h"
 #include "panel/iconbutton.h"
 #include "panel/inputfield.h"
 #include "panel/settingsinput.h"
 
-#include <QBoxLayout>
-
 #include <algorithm>
 
 namespace kestrune {
 
-using namespace Qt::Literals::StringLiterals;
+using namespace Qt::StringLiterals;
 
 AlertsSection::AlertsSection(const PanelContext &context, QWidget *parent)
     : QWidget(parent)
@@ -34,14 +33,10 @@ AlertsSection::AlertsSection(const PanelContext &context, QWidget *parent)
     entry->setSpacing(rowSpacing);
     entry->addWidget(m_input, 1);
     entry->addWidget(m_add);
-    auto *rows = new QVBoxLayout(m_rowBox);
-    rows->setContentsMargins(0, 0, 0, 0);
-    rows->setSpacing(4);
+    columnIn(m_rowBox, 4);
     m_rowBox->hide();
 
-    auto *column = new QVBoxLayout(this);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(blockSpacing);
+    auto *column = columnIn(this, blockSpacing);
     column->addWidget(m_title);
     column->addLayout(entry);
     column->addWidget(m_rowBox);
@@ -89,8 +84,7 @@ void AlertsSection::refresh()
     }
     m_rows = std::move(next);
     m_rowBox->setVisible(!m_rows.empty());
-    Q_EMIT
-    tabStopsChanged();
+    Q_EMIT tabStopsChanged();
 }
 
 AlertRow *AlertsSection::makeRow(const QString &id)

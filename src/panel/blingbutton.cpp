@@ -36,21 +36,23 @@ BlingButton::BlingButton(EpochClock clock, QWidget *parent) : FlatButton(parent)
     setCheckable(true);
     m_timer.setInterval(40ms);
     connect(&m_timer, &QTimer::timeout, this, [this] { update(); });
-    m_on = true;
-    setOn(false);
+    updateTip();
 }
 
 void BlingButton::setOn(bool on)
 {
-    if (m_on == on)
+    if (isOn() == on)
         return;
-    m_on = on;
-    setChecked(on);
-    const QString tip = on ? u"停止炫彩"_s : u"赚翻了：状态栏多标的霓虹灯效"_s;
+    setChecked(on); // repaints
+    updateTip();
+    updateTimer();
+}
+
+void BlingButton::updateTip()
+{
+    const QString tip = isOn() ? u"停止炫彩"_s : u"赚翻了：状态栏多标的霓虹灯效"_s;
     setToolTip(tip);
     setAccessibleName(tip);
-    updateTimer();
-    update();
 }
 
 void BlingButton::paintEvent(QPaintEvent *)
@@ -58,7 +60,7 @@ void BlingButton::paintEvent(QPaintEvent *)
     QPainter painter(this);
     QRectF square((width() - iconSide) / 2, (height() - iconSide) / 2, iconSide, iconSide);
     const Palette &palette = paletteOf(this);
-    if (!m_on) {
+    if (!isOn()) {
         paintGround(painter, rect(), focusRadius(), {});
         drawIcon(painter, square, u"sparkles"_s, palette.secondary);
         return;
@@ -88,7 +90,7 @@ void BlingButton::hideEvent(QHideEvent *event)
 
 void BlingButton::updateTimer()
 {
-    if (m_on && isVisible())
+    if (isOn() && isVisible())
         m_timer.start();
     else
         m_timer.stop();

@@ -17,7 +17,7 @@ public:
     explicit BlingButton(EpochClock clock, QWidget *parent = nullptr);
 
     void setOn(bool on);
-    [[nodiscard]] bool isOn() const { return m_on; }
+    [[nodiscard]] bool isOn() const { return isChecked(); }
     /// On and visible.
     [[nodiscard]] bool isAnimating() const { return m_timer.isActive(); }
 
@@ -30,10 +30,10 @@ protected:
     void hideEvent(QHideEvent *event) override;
 
 private:
+    void updateTip();
     void updateTimer();
 
     EpochClock m_clock;
-    bool m_on = false;
     QTimer m_timer;
 };
 

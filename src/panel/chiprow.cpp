@@ -102,10 +102,7 @@ void ChipRow::rebuild()
     for (const QString &symbol : m_symbols) {
         auto *chip = new Chip(symbol, m_strip);
         chip->installEventFilter(this);
-        connect(chip, &Chip::clicked, this, [this, symbol] {
-            Q_EMIT
-            picked(symbol);
-        });
+        connect(chip, &Chip::clicked, this, [this, symbol] { Q_EMIT picked(symbol); });
         chip->setGeometry(QRect(QPoint(x, ringRoom), chip->sizeHint()));
         chip->show();
         x += chip->width() + chipGap;

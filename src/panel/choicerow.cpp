@@ -1,26 +1,34 @@
 #include "panel/choicerow.h"
 
+#include "panel/boxlayouts.h"
 #include "panel/chip.h"
 
-#include <QBoxLayout>
 #include <QKeyEvent>
 
 #include <algorithm>
 
 namespace kestrune {
 
+bool moveFocusByArrows(const QList<QWidget *> &row, const QObject *watched, const QEvent &event)
+{
+    if (event.type() != QEvent::KeyPress)
+        return false;
+    const int key = static_cast<const QKeyEvent &>(event).key();
+    const int step = key == Qt::Key_Right ? 1 : key == Qt::Key_Left ? -1 : 0;
+    const auto at = row.indexOf(watched);
+    if (step == 0 || at < 0)
+        return false;
+    row[std::clamp<qsizetype>(at + step, 0, row.size() - 1)]->setFocus(Qt::TabFocusReason);
+    return true;
+}
+
 ChoiceRow::ChoiceRow(const QStringList &choices, QWidget *parent) : QWidget(parent)
 {
-    auto *line = new QHBoxLayout(this);
-    line->setContentsMargins(0, 0, 0, 0);
-    line->setSpacing(4);
+    auto *line = rowIn(this, 4);
     for (qsizetype i = 0; i < choices.size(); ++i) {
         auto *chip = new Chip(choices[i]);
         chip->installEventFilter(this);
-        connect(chip, &Chip::clicked, this, [this, i] {
-            Q_EMIT
-            picked(i);
-        });
+        connect(chip, &Chip::clicked, this, [this, i] { Q_EMIT picked(i); });
         line->addWidget(chip);
         m_chips.append(chip);
     }
@@ -39,16 +47,7 @@ QList<QWidget *> ChoiceRow::tabStops() const
 
 bool ChoiceRow::eventFilter(QObject *watched, QEvent *event)
 {
-    if (event->type() == QEvent::KeyPress) {
-        const int key = static_cast<QKeyEvent *>(event)->key();
-        const int step = key == Qt::Key_Right ? 1 : key == Qt::Key_Left ? -1 : 0;
-        const auto at = m_chips.indexOf(watched);
-        if (step != 0 && at >= 0) {
-            m_chips[std::clamp<qsizetype>(at + step, 0, m_chips.size() - 1)]->setFocus(Qt::TabFocusReason);
-            return true;
-        }
-    }
-    return QWidget::eventFilter(watched, event);
+    return moveFocusByArrows(tabStops(), watched, *event) || QWidget::eventFilter(watched, event);
 }
 
 } // namespace kestrune

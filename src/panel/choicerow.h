@@ -7,6 +7,11 @@ namespace kestrune {
 
 class Chip;
 
+/// Lets the left and right arrow keys move the focus along `row`, from an event filter of its widgets: true
+/// for such a key press on one of them.
+[[nodiscard]] bool moveFocusByArrows(const QList<QWidget *> &row, const QObject *watched,
+                                     const QEvent &event);
+
 /// One choice out of a few, side by side; the arrow keys move along them.
 class ChoiceRow : public QWidget
 {

@@ -1,14 +1,13 @@
 #include "panel/contextsection.h"
 
+#include "panel/boxlayouts.h"
 #include "panel/disclosure.h"
 #include "panel/panelmodel.h"
 #include "panel/textlabel.h"
 
-#include <QBoxLayout>
-
 namespace kestrune {
 
-using namespace Qt::Literals::StringLiterals;
+using namespace Qt::StringLiterals;
 
 ContextSection::ContextSection(const PanelContext &context, QWidget *parent)
     : QWidget(parent)
@@ -20,9 +19,7 @@ ContextSection::ContextSection(const PanelContext &context, QWidget *parent)
     auto *rows = new QVBoxLayout(m_content);
     rows->setContentsMargins(0, blockSpacing, 0, 0);
     rows->setSpacing(blockSpacing);
-    auto *column = new QVBoxLayout(this);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(0);
+    auto *column = columnIn(this, 0);
     column->addWidget(m_header);
     column->addWidget(m_body);
     connect(m_header, &DisclosureHeader::clicked, this,
@@ -32,9 +29,7 @@ ContextSection::ContextSection(const PanelContext &context, QWidget *parent)
 void ContextSection::addRow()
 {
     auto *widget = new QWidget;
-    auto *line = new QHBoxLayout(widget);
-    line->setContentsMargins(0, 0, 0, 0);
-    line->setSpacing(rowSpacing);
+    auto *line = rowIn(widget, rowSpacing);
     auto *label = new TextLabel({}, TypeRole::caption, Tone::secondary);
     auto *value = new TextLabel(TypeRole::caption);
     value->setWrap(true);

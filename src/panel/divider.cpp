@@ -5,8 +5,6 @@
 
 #include <QPainter>
 
-#include <cmath>
-
 namespace kestrune {
 
 Divider::Divider(QWidget *parent) : QWidget(parent)

@@ -1,14 +1,13 @@
 #include "panel/footersection.h"
 
 #include "panel/blingbutton.h"
+#include "panel/boxlayouts.h"
 #include "panel/iconbutton.h"
 #include "panel/textlabel.h"
 
-#include <QBoxLayout>
-
 namespace kestrune {
 
-using namespace Qt::Literals::StringLiterals;
+using namespace Qt::StringLiterals;
 
 FooterSection::FooterSection(const PanelContext &context, const QString &marketNotice, QWidget *parent)
     : QWidget(parent)
@@ -31,9 +30,7 @@ FooterSection::FooterSection(const PanelContext &context, const QString &marketN
     actions->addWidget(m_web);
     actions->addSpacing(4);
     actions->addWidget(m_bling);
-    auto *column = new QVBoxLayout(this);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(rowSpacing);
+    auto *column = columnIn(this, rowSpacing);
     if (!marketNotice.isEmpty()) {
         auto *notice = new TextLabel(marketNotice, TypeRole::captionBold, Tone::orange);
         notice->setElide(Qt::ElideMiddle);

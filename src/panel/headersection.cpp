@@ -1,6 +1,8 @@
 #include "panel/headersection.h"
 
 #include "analysis/priceformat.h"
+#include "panel/boxlayouts.h"
+#include "panel/choicerow.h"
 #include "panel/iconlabel.h"
 #include "panel/panelmodel.h"
 #include "panel/pixelsparkline.h"
@@ -8,10 +10,7 @@
 #include "panel/spinner.h"
 #include "panel/textlabel.h"
 
-#include <QBoxLayout>
-#include <QKeyEvent>
-
-#include <algorithm>
+#include <utility>
 
 namespace kestrune {
 
@@ -23,22 +22,12 @@ constexpr QSize sparklineSize{70, 16};
 constexpr int statusIconSide = 14;
 constexpr int timeframeSpacing = 2;
 
-QHBoxLayout *rowIn(QWidget *row, int spacing)
-{
-    auto *line = new QHBoxLayout(row);
-    line->setContentsMargins(0, 0, 0, 0);
-    line->setSpacing(spacing);
-    return line;
-}
-
 } // namespace
 
 HeaderSection::HeaderSection(const PanelContext &context, QWidget *parent)
     : QWidget(parent), m_context(context)
 {
-    auto *column = new QVBoxLayout(this);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(lineSpacing);
+    auto *column = columnIn(this, lineSpacing);
     column->addWidget(makeTitleRow());
     column->addWidget(makeChangeRow());
     column->addWidget(makeStatusRow());
@@ -169,17 +158,7 @@ void HeaderSection::refreshTimeframes()
 
 bool HeaderSection::eventFilter(QObject *watched, QEvent *event)
 {
-    if (event->type() == QEvent::KeyPress) {
-        const int key = static_cast<QKeyEvent *>(event)->key();
-        const int step = key == Qt::Key_Right ? 1 : key == Qt::Key_Left ? -1 : 0;
-        const auto at = m_timeframeButtons.indexOf(watched);
-        if (step != 0 && at >= 0) {
-            const auto to = std::clamp<qsizetype>(at + step, 0, m_timeframeButtons.size() - 1);
-            m_timeframeButtons[to]->setFocus(Qt::TabFocusReason);
-            return true;
-        }
-    }
-    return QWidget::eventFilter(watched, event);
+    return moveFocusByArrows(tabStops(), watched, *event) || QWidget::eventFilter(watched, event);
 }
 
 QList<QWidget *> HeaderSection::tabStops() const

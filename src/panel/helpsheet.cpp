@@ -47,8 +47,7 @@ void HelpSheet::openOver()
 void HelpSheet::hideEvent(QHideEvent *event)
 {
     QWidget::hideEvent(event);
-    Q_EMIT
-    closed();
+    Q_EMIT closed();
 }
 
 } // namespace kestrune

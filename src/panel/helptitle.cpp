@@ -1,43 +1,35 @@
 #include "panel/helptitle.h"
 
+#include "panel/boxlayouts.h"
 #include "panel/iconbutton.h"
 #include "panel/textlabel.h"
 
-#include <QBoxLayout>
 #include <QHelpEvent>
 #include <QToolTip>
 
 namespace kestrune {
 
-using namespace Qt::Literals::StringLiterals;
+using namespace Qt::StringLiterals;
 
 HelpTitle::HelpTitle(const QString &title, TypeRole role, const QString &help, QWidget *parent)
-    : QWidget(parent), m_title(new TextLabel(title, role)), m_mark(new IconButton(u"questionmark.circle"_s))
+    : QWidget(parent), m_mark(new IconButton(u"questionmark.circle"_s))
 {
-    auto *line = new QHBoxLayout(this);
-    line->setContentsMargins(0, 0, 0, 0);
-    line->setSpacing(0);
-    line->addWidget(m_title);
+    auto *label = new TextLabel(title, role);
+    auto *line = rowIn(this, 0);
+    line->addWidget(label);
     line->addWidget(m_mark);
     line->addStretch(1);
     m_mark->setIconSide(12);
     m_mark->setFixedSize(20, 20);
     setFixedHeight(20);
-    m_title->installEventFilter(this);
+    label->installEventFilter(this);
     m_mark->installEventFilter(this);
     connect(m_mark, &IconButton::clicked, this,
             [this] { showHelp(m_mark->mapToGlobal(QPoint(0, m_mark->height()))); });
-    setHelp(help);
-}
-
-void HelpTitle::setHelp(const QString &help)
-{
-    if (m_mark->toolTip() == help)
-        return;
     m_mark->setToolTip(help);
-    m_mark->setAccessibleName(m_title->text() + u" · 说明"_s);
+    m_mark->setAccessibleName(title + u" · 说明"_s);
     m_mark->setAccessibleDescription(help);
-    m_title->setToolTip(help);
+    label->setToolTip(help);
 }
 
 bool HelpTitle::eventFilter(QObject *watched, QEvent *event)

@@ -7,7 +7,6 @@
 namespace kestrune {
 
 class IconButton;
-class TextLabel;
 
 /// A title with a small question mark whose tooltip explains it; pressing the mark shows the tooltip at once,
 /// for those who do not hover.
@@ -18,7 +17,6 @@ class HelpTitle : public QWidget
 public:
     HelpTitle(const QString &title, TypeRole role, const QString &help, QWidget *parent = nullptr);
 
-    void setHelp(const QString &help);
     [[nodiscard]] IconButton *mark() const { return m_mark; }
 
 protected:
@@ -27,7 +25,6 @@ protected:
 private:
     void showHelp(const QPoint &at);
 
-    TextLabel *m_title;
     IconButton *m_mark;
 };
 

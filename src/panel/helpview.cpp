@@ -1,6 +1,7 @@
 #include "panel/helpview.h"
 
 #include "panel/accessibility.h"
+#include "panel/boxlayouts.h"
 #include "panel/focusring.h"
 #include "panel/iconbutton.h"
 #include "panel/palette.h"
@@ -11,7 +12,6 @@
 #include <QKeyEvent>
 #include <QPainter>
 #include <QScrollBar>
-#include <QVBoxLayout>
 
 namespace kestrune {
 
@@ -25,9 +25,7 @@ constexpr int spacing = 14;
 QWidget *makeGroup(const HelpParagraph &paragraph)
 {
     auto *group = new QWidget;
-    auto *column = new QVBoxLayout(group);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(4);
+    auto *column = columnIn(group, 4);
     auto *title = new TextLabel(paragraph.title, TypeRole::bodyBold);
     auto *text = new TextLabel(paragraph.text, TypeRole::caption, Tone::secondary);
     text->setWrap(true);
@@ -119,9 +117,9 @@ void HelpView::paintEvent(QPaintEvent *)
 void HelpView::keyPressEvent(QKeyEvent *event)
 {
     if (event->key() == Qt::Key_Escape)
-        Q_EMIT
-    closeRequested();
-    else QWidget::keyPressEvent(event);
+        Q_EMIT closeRequested();
+    else
+        QWidget::keyPressEvent(event);
 }
 
 } // namespace kestrune

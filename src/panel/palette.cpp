@@ -3,7 +3,6 @@
 #include <QWidget>
 
 #include <algorithm>
-#include <cmath>
 
 namespace kestrune {
 
@@ -15,16 +14,6 @@ QColor translucent(QColor color, double alpha)
 {
     color.setAlphaF(static_cast<float>(alpha));
     return color;
-}
-
-double linear(double channel)
-{
-    return channel <= 0.04045 ? channel / 12.92 : std::pow((channel + 0.055) / 1.055, 2.4);
-}
-
-double luminance(const QColor &color)
-{
-    return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) + 0.0722 * linear(color.blueF());
 }
 
 } // namespace
@@ -184,13 +173,6 @@ QColor blended(const QColor &color, const QColor &ground)
     };
     return QColor::fromRgbF(mix(color.redF(), ground.redF()), mix(color.greenF(), ground.greenF()),
                             mix(color.blueF(), ground.blueF()));
-}
-
-double contrastRatio(const QColor &a, const QColor &b)
-{
-    const double first = luminance(a) + 0.05;
-    const double second = luminance(b) + 0.05;
-    return std::max(first, second) / std::min(first, second);
 }
 
 std::optional<SourceInfo> sourceInfo(QStringView source)

@@ -36,7 +36,6 @@ struct Palette
     [[nodiscard]] QColor color(Tone tone) const;
     /// For icons, dots and bars, which need less contrast (3) than text and may be brighter.
     [[nodiscard]] QColor shapeColor(Tone tone) const;
-    [[nodiscard]] QColor color(NamedColor named) const { return color(toneOf(named)); }
     /// Veil over a ground for hover (level 1: 4 %) and press (level 2: 8 %); levels between are blended.
     [[nodiscard]] QColor veil(double level) const;
 };
@@ -51,8 +50,6 @@ struct Palette
 
 /// `color` over `ground`, both opaque afterwards.
 [[nodiscard]] QColor blended(const QColor &color, const QColor &ground);
-/// Ratio of relative luminances as WCAG 2 defines it, 1 to 21; both colours opaque.
-[[nodiscard]] double contrastRatio(const QColor &a, const QColor &b);
 
 /// How a zone source tag is shown.
 struct SourceInfo

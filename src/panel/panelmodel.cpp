@@ -12,7 +12,7 @@
 
 namespace kestrune {
 
-using namespace Qt::Literals::StringLiterals;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -26,24 +26,31 @@ bool sameLevel(const Zone &a, const Zone &b)
 
 } // namespace
 
-std::vector<Zone> listedZones(std::span<const Zone> zones, QStringView type, double rangePct, int maxCount)
+std::vector<Zone> topZones(std::span<const Zone> zones, QStringView type, std::size_t count)
 {
-    std::vector<Zone> listed;
-    std::ranges::copy_if(zones, std::back_inserter(listed), [&](const Zone &zone) {
-        return zone.type == type && std::abs(zone.distPct) <= rangePct;
-    });
-    std::ranges::stable_sort(listed, [](const Zone &a, const Zone &b) {
+    std::vector<Zone> kept;
+    std::ranges::copy_if(zones, std::back_inserter(kept),
+                         [&](const Zone &zone) { return zone.type == type; });
+    std::ranges::stable_sort(kept, [](const Zone &a, const Zone &b) {
         return a.confirm != b.confirm ? a.confirm > b.confirm : std::abs(a.distPct) < std::abs(b.distPct);
     });
-    const auto kept = std::size_t(std::max(maxCount, 0));
-    if (listed.size() > kept)
-        listed.erase(listed.begin() + std::ptrdiff_t(kept), listed.end());
+    if (kept.size() > count)
+        kept.erase(kept.begin() + std::ptrdiff_t(count), kept.end());
     const bool farthestFirst = type == u"resistance";
-    std::ranges::stable_sort(listed, [farthestFirst](const Zone &a, const Zone &b) {
+    std::ranges::stable_sort(kept, [farthestFirst](const Zone &a, const Zone &b) {
         return farthestFirst ? std::abs(a.distPct) > std::abs(b.distPct)
                              : std::abs(a.distPct) < std::abs(b.distPct);
     });
-    return listed;
+    return kept;
+}
+
+std::vector<Zone> listedZones(std::span<const Zone> zones, QStringView type, double rangePct, int maxCount)
+{
+    std::vector<Zone> inRange;
+    std::ranges::copy_if(zones, std::back_inserter(inRange), [&](const Zone &zone) {
+        return zone.type == type && std::abs(zone.distPct) <= rangePct;
+    });
+    return topZones(inRange, type, std::size_t(std::max(maxCount, 0)));
 }
 
 std::vector<std::optional<std::size_t>> matchRows(std::span<const Zone> current, std::span<const Zone> next)
@@ -161,6 +168,12 @@ std::vector<PlanLine> planLines(const TradePlan &plan)
     if (plan.sessionText)
         lines.push_back({*plan.sessionText, true});
     return lines;
+}
+
+void clearPickedZone(AppState &state)
+{
+    state.selectedZonePrice = std::nullopt;
+    state.selectedZoneType = std::nullopt;
 }
 
 std::vector<ContextRow> contextRows(const AppState &state)

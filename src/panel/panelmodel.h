@@ -17,9 +17,10 @@ namespace kestrune {
 
 // What the panel shows, worked out from plain values; the widgets only put it on the screen.
 
-/// The zones of one type that are listed, in the order of the list: within ±`rangePct` percent, the
-/// `maxCount` with the most confirmations (the nearer first among equals), resistances from the farthest to
-/// the nearest and all others from the nearest to the farthest.
+/// The `count` zones of a type with the most confirmations (the nearer first among equals), ordered like a
+/// price ladder: resistances farthest first, all others nearest first.
+[[nodiscard]] std::vector<Zone> topZones(std::span<const Zone> zones, QStringView type, std::size_t count);
+/// The zones of one type that the panel lists: the topZones() of those within ±`rangePct` percent.
 [[nodiscard]] std::vector<Zone> listedZones(std::span<const Zone> zones, QStringView type, double rangePct,
                                             int maxCount);
 
@@ -72,6 +73,10 @@ struct PlanLine
 /// Position, tip and session of a plan, in this order. What follows a warning sign in a text is a line of its
 /// own, with the icon in the sign's place.
 [[nodiscard]] std::vector<PlanLine> planLines(const TradePlan &plan);
+
+/// Lets go of the picked zone, if any. To be called before the instrument changes too: the zone is one of
+/// the old instrument's, and its price means nothing among the new one's.
+void clearPickedZone(AppState &state);
 
 /// A reading of the market context.
 struct ContextRow

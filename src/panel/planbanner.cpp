@@ -1,18 +1,18 @@
 #include "panel/planbanner.h"
 
+#include "panel/boxlayouts.h"
 #include "panel/iconbutton.h"
 #include "panel/iconlabel.h"
 #include "panel/panelcontext.h"
 #include "panel/textbutton.h"
 #include "panel/textlabel.h"
 
-#include <QBoxLayout>
 #include <QPainter>
 #include <QPainterPath>
 
 namespace kestrune {
 
-using namespace Qt::Literals::StringLiterals;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -31,6 +31,7 @@ PlanBanner::PlanBanner(QWidget *parent) : QWidget(parent)
 {
     setAccessibleName(u"开单助手"_s);
     auto *column = new QVBoxLayout(this);
+    // The icons, not their hit areas, end at the padding.
     column->setContentsMargins(edgeWidth + sidePadding, topPadding, sidePadding - iconInset, topPadding);
     column->setSpacing(lineSpacing);
     m_headline = new TextLabel(TypeRole::section);
@@ -38,9 +39,7 @@ PlanBanner::PlanBanner(QWidget *parent) : QWidget(parent)
     m_detail = new TextLabel(TypeRole::caption);
     m_detail->setWrap(true);
     m_lineBox = new QWidget;
-    auto *lines = new QVBoxLayout(m_lineBox);
-    lines->setContentsMargins(0, 0, 0, 0);
-    lines->setSpacing(lineSpacing);
+    columnIn(m_lineBox, lineSpacing);
     column->addWidget(makeTitleRow());
     column->addWidget(m_headline);
     column->addWidget(m_detail);
@@ -51,9 +50,7 @@ PlanBanner::PlanBanner(QWidget *parent) : QWidget(parent)
 QWidget *PlanBanner::makeTitleRow()
 {
     m_titleRow = new QWidget;
-    auto *line = new QHBoxLayout(m_titleRow);
-    line->setContentsMargins(0, 0, 0, 0); // the icon, not its hit area, ends at the padding
-    line->setSpacing(rowSpacing);
+    auto *line = rowIn(m_titleRow, rowSpacing);
     m_title = new TextLabel({}, TypeRole::captionBold, Tone::text);
     m_title->setWrap(true);
     m_close = new IconButton(u"xmark.circle.fill"_s);
@@ -103,9 +100,7 @@ void PlanBanner::setLines(const std::vector<PlanLine> &lines)
 {
     while (m_lines.size() < lines.size()) {
         auto *row = new QWidget;
-        auto *line = new QHBoxLayout(row);
-        line->setContentsMargins(0, 0, 0, 0);
-        line->setSpacing(lineSpacing);
+        auto *line = rowIn(row, lineSpacing);
         auto *icon = new IconLabel(u"exclamationmark.triangle.fill"_s, Tone::orange, iconSide);
         icon->setFixedHeight(lineHeight(TypeRole::caption)); // beside the first line
         icon->setAccessibleName(u"警告"_s);

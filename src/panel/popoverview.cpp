@@ -10,6 +10,7 @@
 #include "panel/headersection.h"
 #include "panel/helpsheet.h"
 #include "panel/layoutsettling.h"
+#include "panel/panelmodel.h"
 #include "panel/scrollarea.h"
 #include "panel/settingssection.h"
 #include "panel/snapshotsection.h"
@@ -27,7 +28,7 @@
 
 namespace kestrune {
 
-using namespace Qt::Literals::StringLiterals;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -62,7 +63,7 @@ PopoverView::PopoverView(std::shared_ptr<AppState> state, const Options &options
 
     auto *column = new QVBoxLayout(this);
     column->setContentsMargins(0, panelMargin, 0, panelMargin);
-    column->setSpacing(stackSpacing);
+    column->setSpacing(0);
     const auto addFixed = [column](QWidget *widget) {
         auto *frame = new QHBoxLayout;
         frame->setContentsMargins(panelMargin, 0, panelMargin, 0);
@@ -79,7 +80,6 @@ PopoverView::PopoverView(std::shared_ptr<AppState> state, const Options &options
     addFixed(new Divider);
     addFixed(m_footer);
     // The area's content keeps the spacing to the dividers itself, so that a focus ring at its edge shows.
-    column->setSpacing(0);
     column->insertSpacing(1, stackSpacing);
     column->insertSpacing(5, stackSpacing);
     m_toast = new Toast(this);
@@ -192,11 +192,9 @@ void PopoverView::showToast(const QString &message, bool isError)
     m_toast->present(message, isError);
 }
 
-// A picked zone is one of the old instrument's: its price means nothing among the new one's zones.
 void PopoverView::chooseInstrument(const QString &symbol)
 {
-    m_state->selectedZonePrice = std::nullopt;
-    m_state->selectedZoneType = std::nullopt;
+    clearPickedZone(*m_state);
     m_state->setCoin(symbol);
 }
 
@@ -279,8 +277,7 @@ void PopoverView::keyPressEvent(QKeyEvent *event)
         m_help->close();
         return;
     }
-    Q_EMIT
-    closeRequested();
+    Q_EMIT closeRequested();
     if (isWindow())
         close();
     else

@@ -1,18 +1,18 @@
 #include "panel/positionsettings.h"
 
+#include "panel/boxlayouts.h"
 #include "panel/choicerow.h"
+#include "panel/helptitle.h"
+#include "panel/iconbutton.h"
 #include "panel/inputfield.h"
 #include "panel/settingsinput.h"
-#include "panel/stepperrow.h"
 #include "panel/textlabel.h"
-
-#include <QBoxLayout>
 
 #include <algorithm>
 
 namespace kestrune {
 
-using namespace Qt::Literals::StringLiterals;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -42,7 +42,11 @@ PositionSettings::PositionSettings(const PanelContext &context, QWidget *parent)
     , m_account(new InputField(u"账户总额"_s))
     , m_risk(new InputField(u"单笔最多亏 (%)"_s))
     , m_leverage(new InputField(u"开单杠杆 (x)"_s))
+    , m_leverageTitle(
+          new HelpTitle(u"开单杠杆 (x)"_s, TypeRole::caption, u"加密合约杠杆；保证金 = 名义仓位 ÷ 杠杆"_s))
     , m_marginMode(new ChoiceRow(marginModeNames()))
+    , m_marginTitle(new HelpTitle(u"保证金模式"_s, TypeRole::caption,
+                                  u"逐仓：保证金=仓位÷杠杆；全仓：保证金=账户总额，强平价按实际杠杆计算"_s))
     , m_explanation(new TextLabel({}, TypeRole::caption, Tone::secondary))
 {
     m_account->setPlaceholderText(u"未设置"_s);
@@ -52,20 +56,12 @@ PositionSettings::PositionSettings(const PanelContext &context, QWidget *parent)
         field->setFixedWidth(fieldWidth);
     }
     const auto title = [](const QString &text) { return new TextLabel(text, TypeRole::caption); };
-    m_leverageRow = makeRow(
-        makeSettingTitle(u"开单杠杆 (x)"_s, u"加密合约杠杆；保证金 = 名义仓位 ÷ 杠杆"_s, m_leverageHelp),
-        m_leverage);
-    m_marginRow =
-        makeRow(makeSettingTitle(u"保证金模式"_s,
-                                 u"逐仓：保证金=仓位÷杠杆；全仓：保证金=账户总额，强平价按实际杠杆计算"_s,
-                                 m_marginHelp),
-                m_marginMode);
+    m_leverageRow = makeRow(m_leverageTitle, m_leverage);
+    m_marginRow = makeRow(m_marginTitle, m_marginMode);
     m_stockLeverageRow = makeRow(title(u"开单杠杆 (x)"_s), makeNote(u"股票市场不能做空，固定 1x（现货）"_s));
     m_stockMarginRow = makeRow(title(u"保证金模式"_s), makeNote(u"股票现货无保证金模式"_s));
 
-    auto *column = new QVBoxLayout(this);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(blockSpacing);
+    auto *column = columnIn(this, blockSpacing);
     column->addWidget(makeRow(title(u"账户总额"_s), m_account));
     column->addWidget(makeRow(title(u"单笔最多亏 (%)"_s), m_risk));
     for (QWidget *row : {m_leverageRow, m_stockLeverageRow, m_marginRow, m_stockMarginRow})
@@ -82,9 +78,7 @@ PositionSettings::PositionSettings(const PanelContext &context, QWidget *parent)
 QWidget *PositionSettings::makeRow(QWidget *title, QWidget *control)
 {
     auto *row = new QWidget;
-    auto *line = new QHBoxLayout(row);
-    line->setContentsMargins(0, 0, 0, 0);
-    line->setSpacing(rowSpacing);
+    auto *line = rowIn(row, rowSpacing);
     const bool isNote = qobject_cast<TextLabel *>(control) != nullptr;
     line->addWidget(title);
     if (!isNote)
@@ -144,7 +138,7 @@ void PositionSettings::refresh()
 
 QList<QWidget *> PositionSettings::tabStops() const
 {
-    QList<QWidget *> stops{m_account, m_risk, m_leverageHelp, m_leverage, m_marginHelp};
+    QList<QWidget *> stops{m_account, m_risk, m_leverageTitle->mark(), m_leverage, m_marginTitle->mark()};
     return stops << m_marginMode->tabStops();
 }
 

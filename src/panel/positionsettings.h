@@ -7,6 +7,7 @@
 namespace kestrune {
 
 class ChoiceRow;
+class HelpTitle;
 class InputField;
 class TextLabel;
 
@@ -35,11 +36,11 @@ private:
     InputField *m_account;
     InputField *m_risk;
     InputField *m_leverage;
+    HelpTitle *m_leverageTitle;
     ChoiceRow *m_marginMode;
+    HelpTitle *m_marginTitle;
     QWidget *m_leverageRow;
     QWidget *m_marginRow;
-    QWidget *m_leverageHelp = nullptr;
-    QWidget *m_marginHelp = nullptr;
     QWidget *m_stockLeverageRow;
     QWidget *m_stockMarginRow;
     TextLabel *m_explanation;

@@ -1,5 +1,6 @@
 #include "panel/settingssection.h"
 
+#include "panel/boxlayouts.h"
 #include "panel/choicerow.h"
 #include "panel/disclosure.h"
 #include "panel/divider.h"
@@ -11,13 +12,11 @@
 #include "panel/textlabel.h"
 #include "panel/toggleswitch.h"
 
-#include <QBoxLayout>
-
 #include <algorithm>
 
 namespace kestrune {
 
-using namespace Qt::Literals::StringLiterals;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -50,9 +49,7 @@ SettingsSection::SettingsSection(const PanelContext &context, QWidget *parent)
     , m_perSide(new StepperRow(u"每侧最多(个)"_s, displayHelp.toString()))
 {
     m_body = new Collapsible(makeContent());
-    auto *column = new QVBoxLayout(this);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(0);
+    auto *column = columnIn(this, 0);
     column->addWidget(m_header);
     column->addWidget(m_body);
     connect(m_header, &DisclosureHeader::clicked, this, [this] { setExpanded(!m_body->isExpanded()); });
@@ -94,9 +91,7 @@ QWidget *SettingsSection::makeContent()
 QWidget *SettingsSection::makeMarketRow()
 {
     auto *row = new QWidget;
-    auto *line = new QHBoxLayout(row);
-    line->setContentsMargins(0, 0, 0, 0);
-    line->setSpacing(rowSpacing);
+    auto *line = rowIn(row, rowSpacing);
     line->addWidget(new TextLabel(u"市场"_s, TypeRole::caption));
     line->addStretch(1);
     line->addWidget(m_market);
@@ -156,12 +151,10 @@ void SettingsSection::applyPerSide(qint64 count)
     m_perSide->field()->showText(perSideFieldText(m_context.state.maxPerSide()));
 }
 
-// A picked zone is one of the old instrument's: its price means nothing among the new one's zones.
 void SettingsSection::chooseMarket(qsizetype index)
 {
     AppState &state = m_context.state;
-    state.selectedZonePrice = std::nullopt;
-    state.selectedZoneType = std::nullopt;
+    clearPickedZone(state);
     state.setMarket(allMarketSegments[std::size_t(index)]);
     if (state.isStock())
         m_position->showLeverage(); // set to 1 by the change of segment

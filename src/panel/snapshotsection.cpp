@@ -1,16 +1,16 @@
 #include "panel/snapshotsection.h"
 
+#include "panel/boxlayouts.h"
 #include "panel/flowlayout.h"
 #include "panel/iconlabel.h"
 #include "panel/panelmodel.h"
 #include "panel/textlabel.h"
 
-#include <QBoxLayout>
 #include <QPainter>
 
 namespace kestrune {
 
-using namespace Qt::Literals::StringLiterals;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -80,9 +80,7 @@ SnapshotSection::SnapshotSection(const PanelContext &context, QWidget *parent)
     m_conclusion->setWrap(true);
     line->addWidget(icon, 0, Qt::AlignTop);
     line->addWidget(m_conclusion, 1);
-    auto *column = new QVBoxLayout(this);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(blockSpacing);
+    auto *column = columnIn(this, blockSpacing);
     column->addLayout(line);
     column->addWidget(m_itemBox);
     // While a new instrument loads there are no signals, but their line stays.

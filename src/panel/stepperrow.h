@@ -4,16 +4,17 @@
 
 namespace kestrune {
 
+class HelpTitle;
 class IconButton;
 class InputField;
 
-/// A number setting: title, optionally with help, then minus, field and plus at the right edge.
+/// A number setting: title with help, then minus, field and plus at the right edge.
 class StepperRow : public QWidget
 {
     Q_OBJECT
 
 public:
-    explicit StepperRow(const QString &title, const QString &help = {}, QWidget *parent = nullptr);
+    StepperRow(const QString &title, const QString &help, QWidget *parent = nullptr);
 
     [[nodiscard]] InputField *field() const { return m_field; }
     [[nodiscard]] QList<QWidget *> tabStops() const;
@@ -23,16 +24,13 @@ Q_SIGNALS:
     void submitted(const QString &text);
 
 private:
-    [[nodiscard]] IconButton *makeStep(const QString &icon, const QString &tip, int direction);
+    [[nodiscard]] IconButton *makeStep(const QString &icon, const QString &title, const QString &tip,
+                                       int direction);
 
-    QString m_title;
-    QWidget *m_help = nullptr; // the mark, where there is help
+    HelpTitle *m_title;
     IconButton *m_minus;
     InputField *m_field;
     IconButton *m_plus;
 };
-
-/// Title on the left (with an optional help mark) for a row of the settings.
-[[nodiscard]] QWidget *makeSettingTitle(const QString &title, const QString &help, QWidget *&mark);
 
 } // namespace kestrune

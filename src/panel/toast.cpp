@@ -51,7 +51,7 @@ Toast::Toast(QWidget *parent) : QWidget(parent), m_slide(new QVariantAnimation(t
     hide();
     m_dismissal.setSingleShot(true);
     m_dismissal.setInterval(stayTime);
-    connect(&m_dismissal, &QTimer::timeout, this, &Toast::leave);
+    connect(&m_dismissal, &QTimer::timeout, this, [this] { slideTo(0); });
     m_slide->setDuration(slideMilliseconds);
     m_slide->setEasingCurve(QEasingCurve::InOutQuad);
     connect(m_slide, &QVariantAnimation::valueChanged, this, [this](const QVariant &value) {
@@ -118,11 +118,6 @@ void Toast::hideEvent(QHideEvent *)
     clear();
 }
 
-void Toast::leave()
-{
-    slideTo(0);
-}
-
 void Toast::slideTo(double presence)
 {
     m_slide->stop();
@@ -169,8 +164,7 @@ void Toast::clear()
         return;
     m_message.clear();
     setAccessibleName({});
-    Q_EMIT
-    dismissed();
+    Q_EMIT dismissed();
 }
 
 } // namespace kestrune

@@ -34,7 +34,6 @@ protected:
     void hideEvent(QHideEvent *event) override;
 
 private:
-    void leave();
     void slideTo(double presence);
     void place();
     void clear();

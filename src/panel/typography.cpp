@@ -96,6 +96,14 @@ const RoleEntry &entryOf(TypeRole role)
     return table[static_cast<std::size_t>(role)];
 }
 
+/// Colour emoji at the size of `font`.
+QFont emojiFont(QFont font)
+{
+    font.setFamilies({u"Noto Color Emoji"_s});
+    font.setWeight(QFont::Normal);
+    return font;
+}
+
 bool isEmojiLead(const QString &text, qsizetype at)
 {
     const bool selected = at + 1 < text.size() && text[at + 1] == QChar(0xFE0F);
@@ -118,14 +126,6 @@ QFont uiFont(int pixelSize, QFont::Weight weight)
 const QFont &fontFor(TypeRole role)
 {
     return entryOf(role).font;
-}
-
-QFont emojiFont(const QFont &font)
-{
-    QFont result = font;
-    result.setFamilies({u"Noto Color Emoji"_s});
-    result.setWeight(QFont::Normal);
-    return result;
 }
 
 int lineHeight(TypeRole role)

@@ -25,8 +25,6 @@ enum class TypeRole {
 /// The font of a role: Latin family first, then Chinese, then emoji; the system's family where Noto is
 /// missing. Sizes are pixels and hinting is fixed, so that no desktop setting changes a picture.
 [[nodiscard]] const QFont &fontFor(TypeRole role);
-/// Colour emoji at the size of `font`.
-[[nodiscard]] QFont emojiFont(const QFont &font);
 /// The panel's families at `pixelSize`; also for the status pictures.
 [[nodiscard]] QFont uiFont(int pixelSize, QFont::Weight weight);
 

@@ -1,9 +1,8 @@
 #include "panel/zonelist.h"
 
+#include "panel/boxlayouts.h"
 #include "panel/panelmodel.h"
 #include "panel/zonerow.h"
-
-#include <QBoxLayout>
 
 #include <algorithm>
 
@@ -17,9 +16,7 @@ constexpr int spacing = 2;
 
 ZoneList::ZoneList(QWidget *parent) : QWidget(parent)
 {
-    auto *column = new QVBoxLayout(this);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(spacing);
+    columnIn(this, spacing);
 }
 
 void ZoneList::setZones(std::span<const Zone> zones, int decimals)
@@ -53,21 +50,14 @@ void ZoneList::setZones(std::span<const Zone> zones, int decimals)
         next[i]->show();
     }
     m_rows = std::move(next);
-    Q_EMIT
-    rowsChanged();
+    Q_EMIT rowsChanged();
 }
 
 ZoneRow *ZoneList::makeRow(const Zone &zone, int decimals)
 {
     auto *row = new ZoneRow(zone, decimals, this);
-    connect(row, &ZoneRow::tapped, this, [this, row] {
-        Q_EMIT
-        tapped(row->zone());
-    });
-    connect(row, &ZoneRow::bellPressed, this, [this, row] {
-        Q_EMIT
-        bellPressed(row->zone());
-    });
+    connect(row, &ZoneRow::tapped, this, [this, row] { Q_EMIT tapped(row->zone()); });
+    connect(row, &ZoneRow::bellPressed, this, [this, row] { Q_EMIT bellPressed(row->zone()); });
     return row;
 }
 

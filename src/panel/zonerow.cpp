@@ -4,6 +4,7 @@
 #include "panel/accessibility.h"
 #include "panel/flowlayout.h"
 #include "panel/iconbutton.h"
+#include "panel/panelcontext.h"
 #include "panel/tag.h"
 #include "panel/typography.h"
 #include "state/fixedtext.h"
@@ -116,7 +117,7 @@ void ZoneRow::setSelected(bool selected)
 
 QSize ZoneRow::sizeHint() const
 {
-    const int width = 320 - 2 * (14 - overhang); // as wide as the panel makes it
+    const int width = panelWidth - 2 * (panelMargin - overhang); // as wide as the panel makes it
     return {width, heightForWidth(width)};
 }
 
@@ -189,8 +190,7 @@ void ZoneRow::mouseReleaseEvent(QMouseEvent *event)
     m_pressed = false;
     m_fade.setPressed(false);
     if (rect().contains(event->position().toPoint()))
-        Q_EMIT
-    tapped();
+        Q_EMIT tapped();
 }
 
 void ZoneRow::keyPressEvent(QKeyEvent *event)
@@ -200,8 +200,7 @@ void ZoneRow::keyPressEvent(QKeyEvent *event)
     case Qt::Key_Enter:
     case Qt::Key_Space:
         if (!event->isAutoRepeat())
-            Q_EMIT
-        tapped();
+            Q_EMIT tapped();
         break;
     default:
         QWidget::keyPressEvent(event);

@@ -1,6 +1,7 @@
 #include "panel/zonessection.h"
 
 #include "analysis/priceformat.h"
+#include "panel/boxlayouts.h"
 #include "panel/iconbutton.h"
 #include "panel/panelmodel.h"
 #include "panel/planbanner.h"
@@ -11,7 +12,6 @@
 #include "panel/zonerow.h"
 #include "platform/async.h"
 
-#include <QBoxLayout>
 #include <QKeyEvent>
 #include <QPainter>
 
@@ -19,7 +19,7 @@
 
 namespace kestrune {
 
-using namespace Qt::Literals::StringLiterals;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -40,13 +40,11 @@ protected:
     }
 };
 
-QWidget *makeSpinnerWithText(Spinner *&spinner)
+QWidget *makeSpinnerWithText()
 {
     auto *row = new QWidget;
-    auto *line = new QHBoxLayout(row);
-    line->setContentsMargins(0, 0, 0, 0);
-    line->setSpacing(blockSpacing);
-    spinner = new Spinner;
+    auto *line = rowIn(row, blockSpacing);
+    auto *spinner = new Spinner;
     spinner->setFixedSize(spinnerSide, spinnerSide);
     line->addWidget(spinner);
     line->addWidget(new TextLabel(u"加载撑压位…"_s, TypeRole::caption, Tone::secondary));
@@ -74,9 +72,7 @@ ZonesSection::ZonesSection(const PanelContext &context, QWidget *parent)
     , m_error(new TextLabel({}, TypeRole::caption, Tone::secondary))
     , m_banner(new PlanBanner)
 {
-    auto *column = new QVBoxLayout(this);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(blockSpacing);
+    auto *column = columnIn(this, blockSpacing);
     const auto addList = [column](ZoneList *list) {
         auto *frame = new QVBoxLayout;
         frame->setContentsMargins(panelMargin - ZoneRow::overhang, 0, panelMargin - ZoneRow::overhang, 0);
@@ -109,7 +105,8 @@ ZonesSection::ZonesSection(const PanelContext &context, QWidget *parent)
         startInBackground(&state, [&state] { return state.refreshSR(); });
     });
     connect(m_chart, &IconButton::clicked, this, &ZonesSection::openChart);
-    connect(m_banner, &PlanBanner::closeRequested, this, &ZonesSection::clearSelection);
+    connect(m_banner, &PlanBanner::closeRequested, this,
+            [&state = m_context.state] { clearPickedZone(state); });
     connect(m_banner, &PlanBanner::alertsRequested, this, [this] {
         if (const auto model = planBannerModel(m_context.state))
             m_context.state.addPlanAlerts(model->plan);
@@ -119,9 +116,7 @@ ZonesSection::ZonesSection(const PanelContext &context, QWidget *parent)
 
 QWidget *ZonesSection::makeLoadingRow()
 {
-    Spinner *spinner = nullptr;
-    m_loadingRow = makeSpinnerWithText(spinner);
-    spinner->setAccessibleName(u"加载中"_s);
+    m_loadingRow = makeSpinnerWithText();
     m_loadingRow->setFixedHeight(TextButton(u"…"_s).sizeHint().height()); // as high as what replaces it
     m_loadingRow->hide();
     return m_loadingRow;
@@ -135,9 +130,7 @@ QWidget *ZonesSection::makePriceLine()
     line->setContentsMargins(rowSpacing, 0, 2, 0);
     line->setSpacing(4);
     m_price = new TextLabel(TypeRole::bodyBold);
-    Spinner *spinner = nullptr;
-    m_loadingHint = makeSpinnerWithText(spinner);
-    spinner->setAccessibleName(u"加载中"_s);
+    m_loadingHint = makeSpinnerWithText();
     m_loadingHint->hide();
     m_chart = new IconButton(u"command"_s);
     line->addWidget(new TextLabel(u"现价"_s, TypeRole::body, Tone::secondary));
@@ -156,8 +149,7 @@ void ZonesSection::connectList(ZoneList *list)
     connect(list, &ZoneList::rowsChanged, this, [this, list] {
         for (ZoneRow *row : list->rows())
             row->installEventFilter(this); // once, however often
-        Q_EMIT
-        tabStopsChanged();
+        Q_EMIT tabStopsChanged();
     });
 }
 
@@ -227,8 +219,7 @@ void ZonesSection::refreshBanner()
         m_banner->setModel(*model);
     if (m_banner->isHidden() == model.has_value()) {
         m_banner->setVisible(model.has_value());
-        Q_EMIT
-        tabStopsChanged();
+        Q_EMIT tabStopsChanged();
     }
 }
 
@@ -236,17 +227,11 @@ void ZonesSection::toggleSelection(const Zone &zone)
 {
     AppState &state = m_context.state;
     if (state.selectedZonePrice() == zone.mid && state.selectedZoneType() == zone.type) {
-        clearSelection();
+        clearPickedZone(state);
         return;
     }
     state.selectedZonePrice = zone.mid;
     state.selectedZoneType = zone.type;
-}
-
-void ZonesSection::clearSelection()
-{
-    m_context.state.selectedZonePrice = std::nullopt;
-    m_context.state.selectedZoneType = std::nullopt;
 }
 
 void ZonesSection::openChart()

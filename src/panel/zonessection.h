@@ -8,7 +8,6 @@ namespace kestrune {
 
 class IconButton;
 class PlanBanner;
-class Spinner;
 class TextButton;
 class TextLabel;
 class ZoneList;
@@ -41,7 +40,6 @@ private:
     void refreshBanner();
     void keepHeight(bool empty);
     void toggleSelection(const Zone &zone);
-    void clearSelection();
     void openChart();
     [[nodiscard]] std::vector<QWidget *> allRows() const;
 

@@ -44,7 +44,7 @@ QByteArray resolution(const QImage &image)
     return perMetre + perMetre + QByteArray("\x01", 1);
 }
 
-/// Deflates what it is given, bit by bit, into one byte array.
+/// Deflates what it is given, piece by piece, into one byte array.
 class Deflater
 {
 public:

@@ -1,5 +1,7 @@
 #include "snapshot/snapshotdata.h"
 
+#include "panel/panelmodel.h"
+
 #include <QDateTime>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -12,7 +14,7 @@
 
 namespace kestrune {
 
-using namespace Qt::Literals::StringLiterals;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -68,24 +70,6 @@ QString isoTime(Instant instant)
 }
 
 } // namespace
-
-std::vector<Zone> topZones(std::span<const Zone> zones, QStringView type, std::size_t count)
-{
-    std::vector<Zone> kept;
-    std::ranges::copy_if(zones, std::back_inserter(kept),
-                         [&](const Zone &zone) { return zone.type == type; });
-    std::ranges::stable_sort(kept, [](const Zone &a, const Zone &b) {
-        return a.confirm != b.confirm ? a.confirm > b.confirm : std::abs(a.distPct) < std::abs(b.distPct);
-    });
-    if (kept.size() > count)
-        kept.erase(kept.begin() + std::ptrdiff_t(count), kept.end());
-    const bool farthestFirst = type == u"resistance";
-    std::ranges::stable_sort(kept, [farthestFirst](const Zone &a, const Zone &b) {
-        return farthestFirst ? std::abs(a.distPct) > std::abs(b.distPct)
-                             : std::abs(a.distPct) < std::abs(b.distPct);
-    });
-    return kept;
-}
 
 std::optional<QByteArray> snapshotSummary(const AppState &state, Instant generatedAt)
 {

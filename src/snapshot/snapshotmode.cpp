@@ -9,6 +9,7 @@
 #include <QPointer>
 #include <QSaveFile>
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace kestrune {
@@ -73,8 +74,7 @@ QCoro::Task<> SnapshotMode::waitUntilReady(Instant deadline)
     if (!co_await settled || !self)
         co_return;
     capture();
-    Q_EMIT
-    finished();
+    Q_EMIT finished();
 }
 
 // Deliberate: without a picture there is no summary either, but a picture that cannot be written does not

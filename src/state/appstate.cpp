@@ -3,6 +3,7 @@
 #include "market/chartlink.h"
 #include "state/instrumentlists.h"
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace kestrune {

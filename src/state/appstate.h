@@ -30,8 +30,6 @@
 
 namespace kestrune {
 
-using namespace Qt::Literals::StringLiterals;
-
 struct RefreshOutcome
 {
     bool success = false;
@@ -77,10 +75,10 @@ private:
     struct Stored
     {
         AppState *state;
-        QString key;
-        void operator()(const auto &value) const { state->store(key, value); }
+        QStringView key; ///< a literal
+        void operator()(const auto &value) const { state->store(key.toString(), value); }
     };
-    [[nodiscard]] Stored stored(const QString &key) { return {this, key}; }
+    [[nodiscard]] Stored stored(QStringView key) { return {this, key}; }
 
     Dependencies m_dependencies;
     std::weak_ptr<const void> m_cryptoLifetime, m_stockLifetime;
@@ -91,19 +89,19 @@ public:
     // Prices in the quote currency, percentages in percent units.
     const QStringList coinList, cnList, hkList; ///< instruments in picker order
 
-    Published<QString> coinSymbol{*this, u"ETH"_s};    ///< stored by setCoin and setMarket only
-    Published<std::optional<double>> price{*this};     ///< live price
-    Published<std::optional<double>> changePct{*this}; ///< 24 h for crypto, day for stocks
-    Published<int> decimals{*this, 2};                 ///< of every price text of the instrument
-    Published<MarketSegment> market{*this, MarketSegment::crypto, stored(u"ks_market"_s)};
+    Published<QString> coinSymbol{*this, QStringLiteral("ETH")}; ///< stored by setCoin and setMarket only
+    Published<std::optional<double>> price{*this};               ///< live price
+    Published<std::optional<double>> changePct{*this};           ///< 24 h for crypto, day for stocks
+    Published<int> decimals{*this, 2};                           ///< of every price text of the instrument
+    Published<MarketSegment> market{*this, MarketSegment::crypto, stored(u"ks_market")};
     Published<std::optional<StockQuote>> stockQuote{*this};
-    Published<double> accountSize{*this, 0, stored(u"ks_account_size"_s)};   ///< money, 0 when not set
-    Published<double> riskPctPerTrade{*this, 1.0, stored(u"ks_risk_pct"_s)}; ///< percent of the account
-    Published<double> leverage{*this, 10.0, stored(u"ks_leverage"_s)};       ///< multiple
-    Published<MarginMode> marginMode{*this, MarginMode::isolated, stored(u"ks_margin_mode"_s)};
-    Published<std::optional<double>> selectedZonePrice{*this};          ///< `mid` of the picked zone
-    Published<std::optional<QString>> selectedZoneType{*this};          ///< its type
-    Published<QString> timeframe{*this, u"日线"_s, stored(u"ks_tf"_s)}; ///< one of timeframeOptions()
+    Published<double> accountSize{*this, 0, stored(u"ks_account_size")};   ///< money, 0 when not set
+    Published<double> riskPctPerTrade{*this, 1.0, stored(u"ks_risk_pct")}; ///< percent of the account
+    Published<double> leverage{*this, 10.0, stored(u"ks_leverage")};       ///< multiple
+    Published<MarginMode> marginMode{*this, MarginMode::isolated, stored(u"ks_margin_mode")};
+    Published<std::optional<double>> selectedZonePrice{*this}; ///< `mid` of the picked zone
+    Published<std::optional<QString>> selectedZoneType{*this}; ///< its type
+    Published<QString> timeframe{*this, QStringLiteral("日线"), stored(u"ks_tf")}; ///< of timeframeOptions()
     Published<std::vector<Zone>> zones{*this};
     Published<double> zonePrice{*this};              ///< price that `zones` were built against
     Published<std::vector<double>> sparkline{*this}; ///< closes, oldest first
@@ -119,9 +117,9 @@ public:
     Published<std::optional<double>> ctxATR{*this}; ///< price units
     Published<std::optional<double>> ctxVWAP{*this};
     Published<std::vector<TimeframeSignal>> snapshot{*this};
-    Published<QString> snapshotConclusion{*this, u"加载中…"_s};
-    Published<bool> marketContextExpanded{*this, false, stored(u"ks_ctx_expanded"_s)};
-    Published<bool> miniMode{*this, false, stored(u"ks_mini"_s)};
+    Published<QString> snapshotConclusion{*this, QStringLiteral("加载中…")};
+    Published<bool> marketContextExpanded{*this, false, stored(u"ks_ctx_expanded")};
+    Published<bool> miniMode{*this, false, stored(u"ks_mini")};
     std::optional<std::stop_source> priceTask, srTask, alertPulseTask, blingTask, blingPulseTask;
     CandleList lastSRCandles; ///< of the last successful zone refresh
     Published<bool> blingMode{*this, false, [this](bool on) { blingModeDidChange(on); }};
@@ -129,9 +127,9 @@ public:
     Published<int> blingPulse{*this};
     Published<std::vector<PriceAlert>> alerts{*this}; ///< of all instruments, stored by saveAlerts()
     Published<int> pulsePhase{*this};
-    Published<double> signalThreshold{*this, 2.5, stored(u"ks_signal_threshold"_s)}; ///< percent
-    Published<double> displayRangePct{*this, 12.0, stored(u"ks_disp_range"_s)};      ///< percent
-    Published<int> maxPerSide{*this, 5, stored(u"ks_disp_maxside"_s)};
+    Published<double> signalThreshold{*this, 2.5, stored(u"ks_signal_threshold")}; ///< percent
+    Published<double> displayRangePct{*this, 12.0, stored(u"ks_disp_range")};      ///< percent
+    Published<int> maxPerSide{*this, 5, stored(u"ks_disp_maxside")};
 
     // Derived values, computed on each read.
     [[nodiscard]] const QStringList &symbolList() const;

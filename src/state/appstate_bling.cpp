@@ -1,5 +1,6 @@
 #include "state/appstate.h"
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace kestrune {

@@ -3,6 +3,7 @@
 #include "analysis/priceformat.h"
 #include "platform/async.h"
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace kestrune {

@@ -8,6 +8,8 @@
 #include <array>
 #include <cmath>
 
+using namespace Qt::StringLiterals;
+
 namespace kestrune {
 
 namespace {
@@ -71,9 +73,7 @@ QString AppState::dataSourceNote() const
 
 QStringList AppState::snapshotLabels() const
 {
-    if (isStock())
-        return {u"日线"_s, u"周线"_s, u"月线"_s};
-    return {u"1H"_s, u"4H"_s, u"日线"_s};
+    return timeframeOptions();
 }
 
 QCoro::Task<> AppState::refreshSnapshot()

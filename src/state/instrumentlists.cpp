@@ -2,7 +2,7 @@
 
 namespace kestrune {
 
-using namespace Qt::Literals::StringLiterals;
+using namespace Qt::StringLiterals;
 
 const QStringList &pickerSymbols(MarketSegment segment)
 {

@@ -12,10 +12,8 @@ void PublishedField::willChange() const
 void ObservableObject::announce(const PublishedField *field)
 {
     Q_ASSERT_X(QThread::currentThread() == thread(), "ObservableObject", "written outside its own thread");
-    Q_EMIT
-    objectWillChange();
-    Q_EMIT
-    fieldWillChange(field);
+    Q_EMIT objectWillChange();
+    Q_EMIT fieldWillChange(field);
 }
 
 void ObservableObject::onChange(const PublishedField &field, QObject *context, std::function<void()> reaction)

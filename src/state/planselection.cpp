@@ -62,11 +62,8 @@ const Zone *nearestOfSide(std::span<const Zone> zones, Side side, double referen
 const Zone *chooseTarget(std::span<const Zone> zones, TradeDirection dir, double entry, double minPct)
 {
     const Side side = targetSide(dir);
-    const auto rewardPct = [&](double mid) {
-        return dir == TradeDirection::long_ ? (mid - entry) / entry * 100 : (entry - mid) / entry * 100;
-    };
     if (const Zone *target = nearest(zones, entry, [&](const Zone &zone) {
-            return isNeighbour(zone, side, entry) && rewardPct(zone.mid) >= minPct;
+            return isNeighbour(zone, side, entry) && rewardPct(dir, entry, zone.mid) >= minPct;
         }))
         return target;
     const Zone *farthest = nullptr;

@@ -55,12 +55,6 @@ QString gainSign(bool gain)
     return gain ? u"+"_s : u"\u2212"_s; // a minus sign, not a hyphen
 }
 
-/// Distance to the target in percent of the entry, positive in the trade's favour.
-double rewardPct(TradeDirection dir, double entry, double tp)
-{
-    return isLong(dir) ? (tp - entry) / entry * 100 : (entry - tp) / entry * 100;
-}
-
 double requiredRewardToRisk(TrendState state)
 {
     switch (state) {
@@ -238,6 +232,11 @@ QString rawValue(PlanGrade grade)
 std::optional<PlanGrade> planGradeFromRawValue(QStringView text)
 {
     return enumeratorOf<PlanGrade>(gradeTexts(), text);
+}
+
+double rewardPct(TradeDirection dir, double entry, double tp)
+{
+    return isLong(dir) ? (tp - entry) / entry * 100 : (entry - tp) / entry * 100;
 }
 
 double netRewardToRisk(TradeDirection dir, double entry, double tp, double slPct, double cost)

@@ -57,6 +57,8 @@ struct TradePlan
     std::optional<double> waitPrice;
 };
 
+/// Distance to the target in percent of the entry, positive in the trade's favour.
+[[nodiscard]] double rewardPct(TradeDirection dir, double entry, double tp);
 /// What is left of the reward after costs for one unit of risk and costs; `slPct` and `cost` in percent.
 [[nodiscard]] double netRewardToRisk(TradeDirection dir, double entry, double tp, double slPct, double cost);
 

@@ -10,6 +10,7 @@
 #include <cmath>
 #include <iterator>
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace kestrune {

@@ -52,28 +52,6 @@ const SignalColors &signalColors(bool dark)
     return dark ? onDark : onLight;
 }
 
-QColor dotColor(const StatusContent &content)
-{
-    switch (content.signal) {
-    case BarSignal::buy:
-        return signalColors(content.dark).green;
-    case BarSignal::sell:
-        return signalColors(content.dark).red;
-    case BarSignal::neutral:
-        break;
-    }
-    return {128, 128, 128};
-}
-
-QColor textColor(const StatusContent &content)
-{
-    if (content.alertActive && content.pulse % 2 == 0)
-        return signalColors(content.dark).orange;
-    if (content.signal == BarSignal::neutral)
-        return content.dark ? Qt::white : Qt::black;
-    return dotColor(content);
-}
-
 /// Font and line box at a scale, made once per scale.
 struct TextStyle
 {
@@ -173,13 +151,13 @@ StatusPicture renderStatus(const StatusContent &content, double scale)
     const double x = sideMargin + bellSpace(content);
     const QRectF dot(x, statusHeight - dotBottom - dotSide, dotSide, dotSide);
     fillRoundedRect(picture.image, QRectF(dot.topLeft() * scale, dot.size() * scale), dotSide * scale / 2,
-                    dotColor(content));
+                    statusDotColor(content));
     if (content.text.isEmpty())
         return picture;
     const double height = text.height() / scale;
     const double top = statusHeight - textBottom(content, height) - height;
     QPainter painter(&picture.image);
-    painter.setPen(textColor(content));
+    painter.setPen(statusTextColor(content));
     text.draw(painter, QPointF(x + dotSide + dotGap, top) * scale);
     return picture;
 }
@@ -308,12 +286,24 @@ StatusPicture makeBlingStatusBarImage(const std::vector<BlingItem> &items, int p
 
 QColor statusDotColor(const StatusContent &content)
 {
-    return dotColor(content);
+    switch (content.signal) {
+    case BarSignal::buy:
+        return signalColors(content.dark).green;
+    case BarSignal::sell:
+        return signalColors(content.dark).red;
+    case BarSignal::neutral:
+        break;
+    }
+    return {128, 128, 128};
 }
 
 QColor statusTextColor(const StatusContent &content)
 {
-    return textColor(content);
+    if (content.alertActive && content.pulse % 2 == 0)
+        return signalColors(content.dark).orange;
+    if (content.signal == BarSignal::neutral)
+        return content.dark ? Qt::white : Qt::black;
+    return statusDotColor(content);
 }
 
 QString blingLabel(const BlingItem &item)

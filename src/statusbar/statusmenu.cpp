@@ -35,8 +35,7 @@ void StatusMenu::popup(const QPoint &position)
         m_menu = std::make_unique<QMenu>();
         m_menu->addActions(m_entries);
     }
-    Q_EMIT
-    aboutToShow();
+    Q_EMIT aboutToShow();
     m_menu->popup(position);
 }
 

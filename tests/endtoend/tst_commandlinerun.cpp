@@ -4,7 +4,7 @@
 #include <QTest>
 
 using namespace kestrune::test;
-using namespace Qt::Literals::StringLiterals;
+using namespace Qt::StringLiterals;
 
 class CommandLineRunTest : public QObject
 {

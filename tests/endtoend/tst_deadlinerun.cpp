@@ -6,7 +6,7 @@
 #include <QTest>
 
 using namespace kestrune::test;
-using namespace Qt::Literals::StringLiterals;
+using namespace Qt::StringLiterals;
 
 class DeadlineRunTest : public QObject
 {

@@ -9,7 +9,7 @@
 #include <csignal>
 
 using namespace kestrune::test;
-using namespace Qt::Literals::StringLiterals;
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 class DemoRunTest : public QObject

@@ -5,6 +5,8 @@
 
 #include <cmath>
 
+using namespace Qt::StringLiterals;
+
 namespace kestrune::test {
 
 std::vector<Zone> zonesAround(double base, double price)

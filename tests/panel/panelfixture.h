@@ -89,7 +89,7 @@ public:
     }
     void enterAlert(const QString &text)
     {
-        InputField *input = field(u"目标价"_s);
+        InputField *input = field(QStringLiteral("目标价"));
         input->setFocus();
         QTest::keyClicks(input, text);
         QTest::keyClick(input, Qt::Key_Return);

@@ -10,6 +10,7 @@
 
 using namespace kestrune;
 using namespace kestrune::test;
+using namespace Qt::StringLiterals;
 
 int main(int argc, char **argv)
 {

@@ -7,6 +7,7 @@
 
 using namespace kestrune;
 using namespace kestrune::test;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -54,10 +55,10 @@ void PanelModelTest::listedZonesAreTheBestOnesNearThePrice()
 {
     const std::vector<Zone> zones{
         makeZone(u"resistance"_s, 101, 1, 1),  makeZone(u"resistance"_s, 102, 2, 3),
-        makeZone(u"support"_s, 99, -1, 5),     makeZone(u"resistance"_s, 104, 4, 3),
+        makeZone(u"support"_s, 95, -5, 5),     makeZone(u"resistance"_s, 104, 4, 3),
         makeZone(u"resistance"_s, 103, 3, 2),  makeZone(u"current"_s, 100, 0, 9),
         makeZone(u"resistance"_s, 112, 12, 1), makeZone(u"resistance"_s, 112.1, 12.01, 9),
-        makeZone(u"support"_s, 95, -5, 5),     makeZone(u"support"_s, 97, -3, 1),
+        makeZone(u"support"_s, 99, -1, 5),     makeZone(u"support"_s, 97, -3, 1),
     };
     // Of confirm 1, 3, 3, 2 the two threes, the farther of them on top.
     QCOMPARE(mids(listedZones(zones, u"resistance", 12, 2)), (std::vector<double>{104, 102}));

@@ -18,6 +18,7 @@
 
 using namespace kestrune;
 using namespace kestrune::test;
+using namespace Qt::StringLiterals;
 
 namespace {
 

@@ -17,6 +17,7 @@
 
 using namespace kestrune;
 using namespace kestrune::test;
+using namespace Qt::StringLiterals;
 
 class PopoverViewTest : public QObject
 {

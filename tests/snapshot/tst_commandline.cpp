@@ -5,6 +5,7 @@
 #include <QTest>
 
 using namespace kestrune;
+using namespace Qt::StringLiterals;
 
 namespace {
 

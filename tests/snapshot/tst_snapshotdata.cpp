@@ -2,12 +2,16 @@
 #include "support/appfixture.h"
 #include "support/testregistry.h"
 
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QTest>
 
 #include <limits>
 
 using namespace kestrune;
 using namespace kestrune::test;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -67,46 +71,26 @@ class SnapshotDataTest : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void topZonesAreAPriceLadder_data();
-    void topZonesAreAPriceLadder();
+    void theSummaryHoldsTheTopThreeOfASide();
     void theSummaryOfOneState();
     void withoutAPriceTheZonesGiveIt();
     void aNumberThatIsNotFiniteGivesNoSummary();
 };
 
-void SnapshotDataTest::topZonesAreAPriceLadder_data()
+void SnapshotDataTest::theSummaryHoldsTheTopThreeOfASide()
 {
-    QTest::addColumn<QString>("type");
-    QTest::addColumn<QList<QPair<int, double>>>("zones"); // confirm, distPct; `mid` is the place in the list
-    QTest::addColumn<QList<double>>("places");
-    using Zones = QList<QPair<int, double>>;
-    using Places = QList<double>;
-    const Zones five{{3, 4}, {3, 1}, {2, 0.5}, {1, 0.2}, {1, 8}};
-    QTest::newRow("the most confirmed, farthest first") << u"resistance"_s << five << Places{0, 1, 2};
-    QTest::newRow("nearest first for supports")
-        << u"support"_s << Zones{{3, -4}, {3, -1}, {2, -0.5}, {1, -0.2}} << Places{2, 1, 0};
-    QTest::newRow("nearer first among equals")
-        << u"resistance"_s << Zones{{1, 5}, {1, 2}, {1, 4}, {1, 3}} << Places{2, 3, 1};
-    QTest::newRow("the distance counts without its sign")
-        << u"support"_s << Zones{{1, 2}, {1, -1}, {1, -3}, {1, 0.5}} << Places{3, 1, 0};
-    QTest::newRow("full equals keep their order") << u"resistance"_s << Zones(20, {1, 2}) << Places{0, 1, 2};
-    QTest::newRow("none") << u"support"_s << Zones{} << Places{};
-}
-
-void SnapshotDataTest::topZonesAreAPriceLadder()
-{
-    QFETCH(QString, type);
-    using Zones = QList<QPair<int, double>>;
-    QFETCH(Zones, zones);
-    QFETCH(QList<double>, places);
-    std::vector<Zone> list{zone(u"current"_s, 9, 0, -1)};
-    for (qsizetype i = 0; i < zones.size(); ++i)
-        list.push_back(zone(type, zones[i].first, zones[i].second, double(i)));
-    list.push_back(zone(type == u"support" ? u"resistance"_s : u"support"_s, 9, 0, -2));
-    QList<double> found;
-    for (const Zone &kept : topZones(list, type, 3))
-        found.append(kept.mid);
-    QCOMPARE(found, places);
+    AppFixture app;
+    AppState &state = app.create();
+    state.displayRangePct = 2; // the panel's, not the summary's
+    for (const auto &type : {u"resistance"_s, u"support"_s}) {
+        state.zones = {zone(type, 1, 0.2, 1), zone(type, 3, 40, 2), zone(type, 2, 0.5, 3),
+                       zone(type, 3, 1, 4)};
+        const QJsonArray side = QJsonDocument::fromJson(*snapshotSummary(state, {}))[type].toArray();
+        QList<double> prices;
+        for (const QJsonValue entry : side)
+            prices.append(entry[u"price"].toDouble());
+        QCOMPARE(prices, type == u"support" ? (QList<double>{3, 4, 2}) : (QList<double>{2, 4, 3}));
+    }
 }
 
 void SnapshotDataTest::theSummaryOfOneState()

@@ -6,6 +6,7 @@
 
 using namespace kestrune;
 using namespace kestrune::test;
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace {

@@ -10,7 +10,7 @@
 
 using namespace kestrune;
 using namespace kestrune::test;
-using namespace Qt::Literals::StringLiterals;
+using namespace Qt::StringLiterals;
 
 namespace {
 

@@ -17,11 +17,7 @@ public:
     void show(const StatusItemContent &content) override { shown.push_back(content); }
     [[nodiscard]] std::optional<QRect> place() const override { return where; }
     [[nodiscard]] const StatusItemContent &last() const { return shown.back(); }
-    void click(const QRect &anchor)
-    {
-        Q_EMIT
-        activated(anchor);
-    }
+    void click(const QRect &anchor) { Q_EMIT activated(anchor); }
 };
 
 class FakeTheme final : public ThemeSource
@@ -38,14 +34,12 @@ public:
     void tell(bool toDark)
     {
         dark = toDark;
-        Q_EMIT
-        changed();
+        Q_EMIT changed();
     }
     void setTells(bool now)
     {
         tells = now;
-        Q_EMIT
-        announcesChanged();
+        Q_EMIT announcesChanged();
     }
 };
 

@@ -35,10 +35,9 @@ public:
     {
         host = there;
         if (there)
-            Q_EMIT
-        StatusNotifierHostRegistered();
-        else Q_EMIT
-        StatusNotifierHostUnregistered();
+            Q_EMIT StatusNotifierHostRegistered();
+        else
+            Q_EMIT StatusNotifierHostUnregistered();
     }
 
     QStringList items;

@@ -37,8 +37,7 @@ public:
     void set(uint newScheme, const QString &key = u"color-scheme"_s)
     {
         scheme = newScheme;
-        Q_EMIT
-        SettingChanged(u"org.freedesktop.appearance"_s, key, QDBusVariant(scheme));
+        Q_EMIT SettingChanged(u"org.freedesktop.appearance"_s, key, QDBusVariant(scheme));
     }
 
     uint scheme = 0;
@@ -177,11 +176,9 @@ void TestDesktopServices::awakeAfterASleep()
     theirs.registerService(u"org.freedesktop.login1"_s);
     WakeWatch wake(bus.connection(u"ours"_s));
     const QSignalSpy awake(&wake, &WakeWatch::awake);
-    Q_EMIT
-    login.PrepareForSleep(true);
+    Q_EMIT login.PrepareForSleep(true);
     QVERIFY(!waitFor([&] { return !awake.isEmpty(); }, std::chrono::milliseconds(100)));
-    Q_EMIT
-    login.PrepareForSleep(false);
+    Q_EMIT login.PrepareForSleep(false);
     QVERIFY(waitFor([&] { return awake.size() == 1; }));
 }
 

@@ -12,7 +12,7 @@
 
 using namespace kestrune;
 using namespace kestrune::test;
-using namespace Qt::Literals::StringLiterals;
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace {

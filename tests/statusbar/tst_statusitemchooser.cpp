@@ -11,6 +11,7 @@
 
 using namespace kestrune;
 using namespace kestrune::test;
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace {

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 namespace kestrune::test {
 
 QString gateCandleLine(const QString &coin, const QString &interval, int limit)

@@ -18,7 +18,7 @@
 
 namespace kestrune {
 
-using namespace Qt::Literals::StringLiterals;
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace {

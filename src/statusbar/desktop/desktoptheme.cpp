@@ -43,7 +43,7 @@ DesktopTheme::DesktopTheme(const QDBusConnection &connection)
     connect(&m_watcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
             [this](const QString &, const QString &, const QString &owner) {
                 if (owner.isEmpty())
-                    portalGone();
+                    setAnnounces(false); // what it said last still holds
                 else
                     ask();
             });
@@ -65,17 +65,10 @@ void DesktopTheme::ask()
     });
 }
 
-void DesktopTheme::portalGone()
-{
-    setAnnounces(false); // what it said last still holds
-}
-
 void DesktopTheme::setAnnounces(bool announces)
 {
-    if (std::exchange(m_portalAnswers, announces) != announces) {
-        Q_EMIT
-        announcesChanged();
-    }
+    if (std::exchange(m_portalAnswers, announces) != announces)
+        Q_EMIT announcesChanged();
 }
 
 void DesktopTheme::setScheme(uint scheme)
@@ -83,10 +76,8 @@ void DesktopTheme::setScheme(uint scheme)
     std::optional<bool> dark;
     if (scheme == 1 || scheme == 2) // dark, light; anything else is no preference
         dark = scheme == 1;
-    if (std::exchange(m_prefersDark, dark) != dark) {
-        Q_EMIT
-        changed();
-    }
+    if (std::exchange(m_prefersDark, dark) != dark)
+        Q_EMIT changed();
 }
 
 void DesktopTheme::settingChanged(const QString &group, const QString &key, const QDBusVariant &value)

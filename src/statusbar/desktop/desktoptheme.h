@@ -36,7 +36,6 @@ private Q_SLOTS:
 
 private:
     void ask();
-    void portalGone();
     void setAnnounces(bool announces);
     void setScheme(uint scheme);
 

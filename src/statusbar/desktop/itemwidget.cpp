@@ -8,6 +8,7 @@
 #include <QPainter>
 
 #include <cmath>
+#include <utility>
 
 namespace kestrune {
 
@@ -35,10 +36,8 @@ void ItemWidget::setContent(const StatusItemContent &content)
     setAccessibleDescription(content.detail);
     if (!repaint)
         return;
-    if (sizeHint().width() != width()) {
-        Q_EMIT
-        resizeWanted();
-    }
+    if (sizeHint().width() != width())
+        Q_EMIT resizeWanted();
     update();
 }
 
@@ -66,8 +65,7 @@ void ItemWidget::paintEvent(QPaintEvent *)
 void ItemWidget::resizeEvent(QResizeEvent *event)
 {
     QWidget::resizeEvent(event);
-    Q_EMIT
-    resized();
+    Q_EMIT resized();
 }
 
 void ItemWidget::mousePressEvent(QMouseEvent *event)
@@ -83,10 +81,8 @@ void ItemWidget::mouseMoveEvent(QMouseEvent *event)
         return;
     const QPoint distance = (event->globalPosition() - m_pressedAt).toPoint();
     m_dragging = m_dragging || distance.manhattanLength() >= QApplication::startDragDistance();
-    if (m_dragging) {
-        Q_EMIT
-        dragged(distance);
-    }
+    if (m_dragging)
+        Q_EMIT dragged(distance);
 }
 
 void ItemWidget::mouseReleaseEvent(QMouseEvent *event)
@@ -94,19 +90,15 @@ void ItemWidget::mouseReleaseEvent(QMouseEvent *event)
     if (!m_pressed || event->button() != Qt::LeftButton)
         return;
     m_pressed = false;
-    if (std::exchange(m_dragging, false)) {
-        Q_EMIT
-        dropped();
-    } else if (rect().contains(event->position().toPoint())) {
-        Q_EMIT
-        clicked();
-    }
+    if (std::exchange(m_dragging, false))
+        Q_EMIT dropped();
+    else if (rect().contains(event->position().toPoint()))
+        Q_EMIT clicked();
 }
 
 void ItemWidget::contextMenuEvent(QContextMenuEvent *event)
 {
-    Q_EMIT
-    menuRequested(event->globalPos());
+    Q_EMIT menuRequested(event->globalPos());
 }
 
 } // namespace kestrune

@@ -156,13 +156,11 @@ bool MenuExport::handleMenuCall(const QDBusMessage &message)
         return reply({QVariant::fromValue(sendEvents(arguments[0]))});
     if (member == "AboutToShow"_L1 && signature == "i"_L1) {
         const uint before = m_revision;
-        Q_EMIT
-        aboutToShow();
+        Q_EMIT aboutToShow();
         return reply({m_revision != before});
     }
     if (member == "AboutToShowGroup"_L1 && signature == "ai"_L1) {
-        Q_EMIT
-        aboutToShow();
+        Q_EMIT aboutToShow();
         return reply({QVariant::fromValue(QList<int>()), QVariant::fromValue(QList<int>())});
     }
     return false;

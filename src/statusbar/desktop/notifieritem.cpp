@@ -260,11 +260,7 @@ bool NotifierItem::call(const QString &member, const QVariantList &arguments, co
         const auto anchor =
             anchorOfClick(toLogical({arguments[0].toInt(), arguments[1].toInt()}, shapes), pointer, shapes);
         QMetaObject::invokeMethod(
-            this,
-            [this, at = anchor ? anchor->topLeft() : pointer] {
-                Q_EMIT
-                contextMenuRequested(at);
-            },
+            this, [this, at = anchor ? anchor->topLeft() : pointer] { Q_EMIT contextMenuRequested(at); },
             Qt::QueuedConnection);
         return true;
     }
@@ -281,12 +277,7 @@ void NotifierItem::clicked(const QPoint &told)
     m_lastClick = anchorOfClick(toLogical(told, shapes), QCursor::pos(), shapes);
     // After the answer, so that a host that waits for it is not held up.
     QMetaObject::invokeMethod(
-        this,
-        [this] {
-            Q_EMIT
-            activated(m_lastClick.value_or(QRect()));
-        },
-        Qt::QueuedConnection);
+        this, [this] { Q_EMIT activated(m_lastClick.value_or(QRect())); }, Qt::QueuedConnection);
 }
 
 } // namespace kestrune

@@ -92,8 +92,7 @@ void NotifierWatch::ownerChanged(const QString &owner)
     m_hasHost = true;
     ++m_generation;
     if (owner.isEmpty()) {
-        Q_EMIT
-        changed();
+        Q_EMIT changed();
         return;
     }
     askForKind(owner);
@@ -108,8 +107,7 @@ void NotifierWatch::askForKind(const QString &owner)
                                return;
                            m_kind =
                                notifierHostOf(reply.isValid() ? commandLineOf(reply.value()) : QByteArray());
-                           Q_EMIT
-                           changed();
+                           Q_EMIT changed();
                        });
 }
 
@@ -128,8 +126,7 @@ void NotifierWatch::askForHost()
                                const bool hasHost = !reply.isValid() || reply.value().toBool();
                                if (hasHost == std::exchange(m_hasHost, hasHost) || !m_kind)
                                    return;
-                               Q_EMIT
-                               changed();
+                               Q_EMIT changed();
                            });
 }
 

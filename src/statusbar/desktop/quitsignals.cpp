@@ -57,8 +57,7 @@ void QuitSignals::drain()
     std::array<char, 16> bytes{};
     while (::read(m_pipe[0], bytes.data(), bytes.size()) > 0)
         continue;
-    Q_EMIT
-    received();
+    Q_EMIT received();
 }
 
 } // namespace kestrune

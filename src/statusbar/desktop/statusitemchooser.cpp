@@ -91,10 +91,8 @@ void StatusItemChooser::apply(const Presentation &next)
     showNotifier(next.notifier);
     showStrip(next.strip);
     const std::pair bar(barTextColor(), barIsUsuallyDark());
-    if (std::exchange(m_bar, bar) != bar) {
-        Q_EMIT
-        barTextColorChanged();
-    }
+    if (std::exchange(m_bar, bar) != bar)
+        Q_EMIT barTextColorChanged();
 }
 
 void StatusItemChooser::showTray(bool wanted)

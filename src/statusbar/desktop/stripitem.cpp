@@ -93,10 +93,8 @@ StripItem::StripItem(Preferences &preferences)
     connect(m_widget.get(), &ItemWidget::resizeWanted, this, &StripItem::putInPlace);
     // Later: the window goes and comes again in there.
     connect(m_widget.get(), &ItemWidget::resized, this, &StripItem::watchSize, Qt::QueuedConnection);
-    connect(m_widget.get(), &ItemWidget::clicked, this, [this] {
-        Q_EMIT
-        activated(m_widget->frameGeometry());
-    });
+    connect(m_widget.get(), &ItemWidget::clicked, this,
+            [this] { Q_EMIT activated(m_widget->frameGeometry()); });
     connect(m_widget.get(), &ItemWidget::menuRequested, this, &StatusItem::contextMenuRequested);
     connect(m_widget.get(), &ItemWidget::dragged, this, &StripItem::beginOrContinueDrag);
     connect(m_widget.get(), &ItemWidget::dropped, this, &StripItem::endDrag);

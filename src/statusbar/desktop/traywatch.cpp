@@ -108,8 +108,7 @@ bool TrayWatch::nativeEventFilter(const QByteArray &type, void *message, qintptr
         if (client->type != m_atoms.manager || client->data.data32[1] != m_atoms.selection)
             break;
         findOwner();
-        Q_EMIT
-        ownerChanged();
+        Q_EMIT ownerChanged();
         break;
     }
     case XCB_DESTROY_NOTIFY:
@@ -117,22 +116,19 @@ bool TrayWatch::nativeEventFilter(const QByteArray &type, void *message, qintptr
             reinterpret_cast<const xcb_destroy_notify_event_t *>(event)->window != m_owner)
             break;
         findOwner(); // a successor may be there already
-        Q_EMIT
-        ownerChanged();
+        Q_EMIT ownerChanged();
         break;
     case XCB_PROPERTY_NOTIFY: {
         const auto *property = reinterpret_cast<const xcb_property_notify_event_t *>(event);
         if (property->window != m_owner || property->atom != m_atoms.colors)
             break;
         readTextColor();
-        Q_EMIT
-        textColorChanged();
+        Q_EMIT textColorChanged();
         break;
     }
     case XCB_REPARENT_NOTIFY: {
         const auto *reparent = reinterpret_cast<const xcb_reparent_notify_event_t *>(event);
-        Q_EMIT
-        reparented(reparent->window, reparent->parent);
+        Q_EMIT reparented(reparent->window, reparent->parent);
         break;
     }
     default:

@@ -20,10 +20,8 @@ WakeWatch::WakeWatch(const QDBusConnection &systemBus)
 
 void WakeWatch::prepareForSleep(bool begins)
 {
-    if (!begins) {
-        Q_EMIT
-        awake();
-    }
+    if (!begins)
+        Q_EMIT awake();
 }
 
 void WakeWatch::watchNetwork()
@@ -41,10 +39,8 @@ void WakeWatch::watchNetwork()
     connect(network, &QNetworkInformation::reachabilityChanged, this,
             [this, isReachable](QNetworkInformation::Reachability reachability) {
                 const bool reachable = isReachable(reachability);
-                if (!std::exchange(m_reachable, reachable) && reachable) {
-                    Q_EMIT
-                    awake();
-                }
+                if (!std::exchange(m_reachable, reachable) && reachable)
+                    Q_EMIT awake();
             });
 }
 

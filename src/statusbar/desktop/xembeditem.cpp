@@ -33,10 +33,8 @@ XEmbedItem::XEmbedItem(TrayWatch &watch)
     connect(&m_watch, &TrayWatch::textColorChanged, this, &StatusItem::barTextColorChanged);
     connect(m_widget.get(), &ItemWidget::resizeWanted, this, &XEmbedItem::applySize);
     connect(m_widget.get(), &ItemWidget::resized, this, &XEmbedItem::checkSizeLater);
-    connect(m_widget.get(), &ItemWidget::clicked, this, [this] {
-        Q_EMIT
-        activated(place().value_or(QRect(QCursor::pos(), QSize(1, 1))));
-    });
+    connect(m_widget.get(), &ItemWidget::clicked, this,
+            [this] { Q_EMIT activated(place().value_or(QRect(QCursor::pos(), QSize(1, 1)))); });
     connect(m_widget.get(), &ItemWidget::menuRequested, this, &StatusItem::contextMenuRequested);
 }
 
@@ -96,8 +94,7 @@ void XEmbedItem::reparented(quint32 window, quint32 parent)
     m_widget->show();
     setMapped(true);
     checkSizeLater();
-    Q_EMIT
-    docked();
+    Q_EMIT docked();
 }
 
 void XEmbedItem::applySize()
@@ -136,13 +133,10 @@ std::optional<QSize> XEmbedItem::visibleSize() const
 void XEmbedItem::checkSize()
 {
     if (!m_docked) {
-        if (m_wasDocked) {
-            Q_EMIT
-            squeezed();
-        } else {
-            Q_EMIT
-            unanswered();
-        }
+        if (m_wasDocked)
+            Q_EMIT squeezed();
+        else
+            Q_EMIT unanswered();
         return;
     }
     const auto size = visibleSize();
@@ -155,8 +149,7 @@ void XEmbedItem::checkSize()
     // A tray lower than the item may make it narrower in proportion; asked for at its own height it does not.
     const int granted = static_cast<int>(size->height() / scale);
     if (granted >= m_height || granted < leastHeight) {
-        Q_EMIT
-        squeezed();
+        Q_EMIT squeezed();
         return;
     }
     m_height = granted;
