@@ -23,8 +23,8 @@ public:
     AlertSound &operator=(const AlertSound &) = delete;
     virtual ~AlertSound() = default;
 
-    /// Starts the sound and reports within about a second, possibly before this call returns. A sound that
-    /// is still playing does not start again.
+    /// Starts the sound and reports within a few seconds, possibly before this call returns. A sound that is
+    /// still playing does not start again.
     virtual void play(Finished finished) = 0;
 };
 

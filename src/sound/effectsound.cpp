@@ -1,5 +1,7 @@
 #include "sound/effectsound.h"
 
+#include "sound/outsideplayer.h"
+
 #include <QAudioDevice>
 #include <QCoreApplication>
 #include <QMediaDevices>
@@ -15,18 +17,24 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr auto soundFile = ":/kestrune/ding.wav"_L1;
 constexpr int loadLimitMs = 1000;
+// The sound lasts under a second, and a server may sit on its buffer for some more. An effect that claims to
+// play for longer has lost its server.
+constexpr qint64 stuckMs = 15'000;
 
 // Where the message goes that is not dropped; set before the filter is installed.
 QtMessageHandler nextHandler = nullptr;
 
 void handleMessage(QtMsgType type, const QMessageLogContext &context, const QString &text)
 {
-    static const std::array beginnings{"PulseAudio"_L1,   "QPulse"_L1, "QAudio"_L1,
-                                       "QSoundEffect"_L1, "ALSA"_L1,   "QAlsa"_L1};
+    static const std::array beginnings{
+        "PulseAudio"_L1, "QPulse"_L1,       "pa_"_L1,  "Stream error"_L1, "Failed to get sink"_L1,
+        "QAudio"_L1,     "QSoundEffect"_L1, "ALSA"_L1, "QAlsa"_L1};
     const bool uncategorised = !context.category || qstrcmp(context.category, "default") == 0;
+    const QStringView said = QStringView(text).sliced(text.startsWith(u'"') ? 1 : 0);
     for (const QLatin1StringView beginning : beginnings) {
-        if (uncategorised && text.startsWith(beginning))
+        if (uncategorised && said.startsWith(beginning))
             return;
     }
     if (nextHandler)
@@ -35,8 +43,9 @@ void handleMessage(QtMsgType type, const QMessageLogContext &context, const QStr
 
 } // namespace
 
-/// Drops what the audio library itself says in the default category while a sound is at work: the one
-/// diagnostic line tells the outcome, and everything else on standard error is somebody's real message.
+/// Drops what the audio library itself says in the default category, also between the sounds, when the server
+/// goes away: the one diagnostic line tells the outcome, and everything else on standard error is somebody's
+/// real message.
 class EffectSound::ChatterFilter
 {
 public:
@@ -61,7 +70,7 @@ EffectSound::EffectSound()
     });
     m_loadLimit.setSingleShot(true);
     m_loadLimit.setInterval(loadLimitMs);
-    connect(&m_loadLimit, &QTimer::timeout, this, &EffectSound::loadingEnded);
+    connect(&m_loadLimit, &QTimer::timeout, this, &EffectSound::loadingFailed);
 }
 
 EffectSound::~EffectSound()
@@ -73,6 +82,7 @@ void EffectSound::release()
 {
     m_waiting = nullptr;
     m_loadLimit.stop();
+    m_player.reset();
     m_effect.reset();
     m_filter.reset();
 }
@@ -81,18 +91,23 @@ void EffectSound::play(Finished finished)
 {
     if (!m_filter)
         m_filter = std::make_unique<ChatterFilter>();
-    const bool busyLoading = bool(m_waiting);
-    // Without a device the effect would report no error and claim to play.
-    if (busyLoading || QMediaDevices::audioOutputs().isEmpty()) {
-        decide(finished, {.loaded = m_effect && !busyLoading, .played = false});
-        return;
-    }
-    if (m_effect) {
-        start(finished);
+    if (m_waiting || (m_player && m_player->isBusy())) {
+        finished({.loaded = isReady(), .played = false});
         return;
     }
     m_waiting = std::move(finished);
-    load();
+    // Without a device the effect would report no error and claim to play.
+    if (QMediaDevices::audioOutputs().isEmpty())
+        playOutside();
+    else if (isReady())
+        start();
+    else
+        load();
+}
+
+bool EffectSound::isReady() const
+{
+    return m_effect && m_effect->status() == QSoundEffect::Ready;
 }
 
 void EffectSound::load()
@@ -101,48 +116,53 @@ void EffectSound::load()
     connect(
         m_effect.get(), &QSoundEffect::statusChanged, this,
         [this] {
-            if (m_effect->status() != QSoundEffect::Loading)
-                loadingEnded();
+            if (!m_loadLimit.isActive() || m_effect->status() == QSoundEffect::Loading)
+                return;
+            m_loadLimit.stop();
+            if (isReady())
+                start();
+            else
+                loadingFailed();
         },
         Qt::QueuedConnection); // the effect may not be deleted from inside its own signal
-    connect(m_effect.get(), &QSoundEffect::playingChanged, this, &EffectSound::dropFilterWhenIdle,
-            Qt::QueuedConnection);
     m_loadLimit.start();
-    m_effect->setSource(QUrl(u"qrc:/kestrune/ding.wav"_s));
+    m_effect->setSource(QUrl(u"qrc"_s + soundFile));
 }
 
-void EffectSound::loadingEnded()
+void EffectSound::loadingFailed()
 {
-    if (!m_waiting)
-        return;
-    m_loadLimit.stop();
-    const Finished finished = std::exchange(m_waiting, nullptr);
-    if (m_effect->status() != QSoundEffect::Ready) {
-        m_effect.reset(); // the next alert tries again
-        decide(finished, {});
+    m_effect.reset(); // the next alert tries again
+    playOutside();
+}
+
+void EffectSound::start()
+{
+    if (m_effect->isPlaying()) {
+        if (m_sinceStart.elapsed() < stuckMs)
+            decide({.loaded = true, .played = false});
+        else
+            loadingFailed();
         return;
     }
-    start(finished);
+    m_effect->play();
+    m_sinceStart.start();
+    if (m_effect->isPlaying())
+        decide({.loaded = true, .played = true});
+    else
+        playOutside();
 }
 
-void EffectSound::start(const Finished &finished)
+// Qt's connection to the sound server stays down for good once the server was away for more than 3 seconds.
+void EffectSound::playOutside()
 {
-    const bool alreadyPlaying = m_effect->isPlaying();
-    if (!alreadyPlaying)
-        m_effect->play();
-    decide(finished, {.loaded = true, .played = !alreadyPlaying && m_effect->isPlaying()});
+    if (!m_player)
+        m_player = std::make_unique<OutsidePlayer>(soundFile);
+    m_player->play([this](bool started) { decide({.loaded = started || isReady(), .played = started}); });
 }
 
-void EffectSound::decide(const Finished &finished, Outcome outcome)
+void EffectSound::decide(Outcome outcome)
 {
-    dropFilterWhenIdle();
-    finished(outcome);
-}
-
-void EffectSound::dropFilterWhenIdle()
-{
-    if (!m_waiting && !(m_effect && m_effect->isPlaying()))
-        m_filter.reset();
+    std::exchange(m_waiting, nullptr)(outcome);
 }
 
 } // namespace kestrune

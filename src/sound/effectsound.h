@@ -2,6 +2,7 @@
 
 #include "platform/alertsound.h"
 
+#include <QElapsedTimer>
 #include <QObject>
 #include <QTimer>
 
@@ -11,7 +12,10 @@ class QSoundEffect;
 
 namespace kestrune {
 
-/// The chime through Qt's sound effect, kept once it has been loaded.
+class OutsidePlayer;
+
+/// The chime through Qt's sound effect, kept once it has been loaded; through a player program while the
+/// effect cannot play.
 class EffectSound final : public QObject, public AlertSound
 {
     Q_OBJECT
@@ -27,16 +31,19 @@ private:
     class ChatterFilter;
 
     void release();
+    [[nodiscard]] bool isReady() const;
     void load();
-    void loadingEnded();
-    void start(const Finished &finished);
-    void decide(const Finished &finished, Outcome outcome);
-    void dropFilterWhenIdle();
+    void loadingFailed();
+    void start();
+    void playOutside();
+    void decide(Outcome outcome);
 
     static inline EffectSound *s_instance = nullptr;
-    std::unique_ptr<ChatterFilter> m_filter; ///< while the sound is at work
+    std::unique_ptr<ChatterFilter> m_filter; ///< from the first alert on
     std::unique_ptr<QSoundEffect> m_effect;  ///< ready to play, or being loaded
-    Finished m_waiting;                      ///< of the call that waits for the loading
+    std::unique_ptr<OutsidePlayer> m_player; ///< from the first need on
+    Finished m_waiting;                      ///< of the call that is not decided yet
+    QElapsedTimer m_sinceStart;              ///< of the effect
     QTimer m_loadLimit;
 };
 
