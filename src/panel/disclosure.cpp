@@ -122,6 +122,8 @@ bool Collapsible::eventFilter(QObject *watched, QEvent *event)
 void Collapsible::resizeEvent(QResizeEvent *)
 {
     placeContent();
+    if (m_expanded && m_share < 1)
+        Q_EMIT unfolding();
 }
 
 void Collapsible::hideEvent(QHideEvent *)

@@ -49,6 +49,10 @@ public:
     [[nodiscard]] bool hasHeightForWidth() const override { return true; }
     [[nodiscard]] int heightForWidth(int width) const override;
 
+Q_SIGNALS:
+    /// The content has grown by a step before the eyes of the user.
+    void unfolding();
+
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;

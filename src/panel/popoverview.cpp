@@ -4,6 +4,7 @@
 #include "panel/chip.h"
 #include "panel/chiprow.h"
 #include "panel/contextsection.h"
+#include "panel/disclosure.h"
 #include "panel/divider.h"
 #include "panel/focusring.h"
 #include "panel/footersection.h"
@@ -74,6 +75,12 @@ PopoverView::PopoverView(std::shared_ptr<AppState> state, const Options &options
     area->setWidget(makeScrolledContent());
     area->widget()->setAutoFillBackground(false);
     area->setAnchor(m_marketContext);
+    // What is unfolded at the lower edge comes into view; queued, for the layout to end first.
+    for (const Collapsible *body : area->findChildren<Collapsible *>()) {
+        connect(
+            body, &Collapsible::unfolding, area, [area, body] { area->reveal(body->parentWidget()); },
+            Qt::QueuedConnection);
+    }
     addFixed(m_header);
     addFixed(new Divider);
     column->addWidget(area, 1);

@@ -17,6 +17,7 @@ constexpr int idleWidth = 4;
 constexpr int activeWidth = 6;
 constexpr int edgeMargin = 2;
 constexpr int shortestHandle = 28;
+constexpr int revealMargin = 12;
 
 /// The floating handle: shows the position of a scroll bar and can be dragged.
 class ScrollHandle : public QWidget
@@ -120,6 +121,14 @@ void ScrollArea::setAnchor(QWidget *anchor)
         if (m_anchor)
             noteChange(m_anchor->y());
     });
+}
+
+void ScrollArea::reveal(const QWidget *part)
+{
+    const int top = part->mapTo(widget(), QPoint()).y();
+    const int toEnd = top + part->height() + revealMargin - viewport()->height();
+    const int toBeginning = top - revealMargin;
+    verticalScrollBar()->setValue(std::max(verticalScrollBar()->value(), std::min(toEnd, toBeginning)));
 }
 
 bool ScrollArea::eventFilter(QObject *watched, QEvent *event)

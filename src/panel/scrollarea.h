@@ -17,6 +17,8 @@ public:
     /// Keeps this widget of the content where it is seen while what stands above it changes its height, as
     /// long as it is in the upper half of the view or further up.
     void setAnchor(QWidget *anchor);
+    /// Scrolls down until the end of this part of the content is seen, but no further than to its beginning.
+    void reveal(const QWidget *part);
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;

@@ -1,9 +1,11 @@
+#include "panel/disclosure.h"
 #include "panel/focusring.h"
 #include "panel/helpsheet.h"
 #include "panel/helpview.h"
 #include "panel/iconbutton.h"
 #include "panel/inputfield.h"
 #include "panel/pixelsparkline.h"
+#include "panel/scrollarea.h"
 #include "panel/textlabel.h"
 #include "panel/zonerow.h"
 #include "panelfixture.h"
@@ -11,6 +13,7 @@
 #include "zonebuilder.h"
 
 #include <QAccessible>
+#include <QScrollBar>
 #include <QToolTip>
 #include <QVBoxLayout>
 
@@ -50,6 +53,7 @@ private Q_SLOTS:
     void tabFollowsTheReadingOrder();
     void tabBeginsAtTheFirstButton();
     void arrowsMoveAlongRowsAndTimeframes();
+    void unfoldedSectionsComeIntoView();
     void nothingIsCutAtAnyPrice_data();
     void nothingIsCutAtAnyPrice();
     void theMarketNoticeStandsAboveTheFooter();
@@ -210,6 +214,54 @@ void PanelWindowTest::arrowsMoveAlongRowsAndTimeframes()
     QTest::keyClick(day, Qt::Key_Left);
     QTest::keyClick(fixture.view->focusWidget(), Qt::Key_Return);
     QCOMPARE(fixture.state->timeframe(), u"4H"_s);
+}
+
+void PanelWindowTest::unfoldedSectionsComeIntoView()
+{
+    Shown fixture;
+    auto *bar = fixture.view->findChild<ScrollArea *>()->verticalScrollBar();
+    const auto inView = [&](const QWidget *widget) {
+        return widget->visibleRegion().boundingRect() == widget->rect();
+    };
+    const auto titled = [&](const QString &title) {
+        const auto headers = fixture.shown<DisclosureHeader>();
+        return *std::ranges::find(headers, title, &DisclosureHeader::text);
+    };
+    fixture.view->setMaximumPanelHeight(850);
+    fixture.settle();
+    bar->setValue(bar->maximum());
+    DisclosureHeader *settings = titled(u"设置"_s);
+    const QWidget *last = settings->parentWidget();
+    QVERIFY(inView(last)); // only its title yet
+    const int folded = last->height();
+    QTest::mouseClick(settings, Qt::LeftButton);
+    QTRY_VERIFY(last->height() > folded + 200 && bar->value() == bar->maximum());
+    QVERIFY(inView(settings));
+    QTRY_VERIFY(inView(last));
+
+    // A view too low for all of it keeps the title, and folding it scrolls nothing by itself.
+    QTest::mouseClick(settings, Qt::LeftButton);
+    QTRY_COMPARE(last->height(), folded);
+    fixture.view->setMaximumPanelHeight(500);
+    fixture.settle();
+    bar->setValue(bar->maximum());
+    QTest::mouseClick(settings, Qt::LeftButton);
+    QTRY_VERIFY(last->height() > folded + 200);
+    QTest::qWait(250);
+    QVERIFY(inView(settings));
+    QVERIFY(!inView(last));
+
+    // What is in view anyway stays where it is.
+    QTest::mouseClick(settings, Qt::LeftButton);
+    QTRY_COMPARE(last->height(), folded);
+    fixture.view->setMaximumPanelHeight(900);
+    fixture.settle();
+    bar->setValue(20);
+    DisclosureHeader *context = titled(u"市场背景"_s);
+    QVERIFY(inView(context));
+    QTest::mouseClick(context, Qt::LeftButton);
+    QTest::qWait(300);
+    QVERIFY(inView(context->parentWidget()));
 }
 
 void PanelWindowTest::nothingIsCutAtAnyPrice_data()
