@@ -94,6 +94,7 @@ void Collapsible::setExpanded(bool expanded)
         setShare(expanded ? 1 : 0);
         return;
     }
+    m_unfolding = expanded;
     m_animation->setStartValue(m_share);
     m_animation->setEndValue(expanded ? 1.0 : 0.0);
     m_animation->start();
@@ -122,8 +123,10 @@ bool Collapsible::eventFilter(QObject *watched, QEvent *event)
 void Collapsible::resizeEvent(QResizeEvent *)
 {
     placeContent();
-    if (m_expanded && m_share < 1)
-        Q_EMIT unfolding();
+    if (!m_unfolding)
+        return;
+    m_unfolding = m_share < 1 || height() < fullHeight(width()); // outer layouts may follow later
+    Q_EMIT unfolding();
 }
 
 void Collapsible::hideEvent(QHideEvent *)
@@ -134,6 +137,7 @@ void Collapsible::hideEvent(QHideEvent *)
 void Collapsible::finish()
 {
     m_animation->stop();
+    m_unfolding = false;
     setShare(m_expanded ? 1 : 0);
 }
 

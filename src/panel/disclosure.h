@@ -65,7 +65,8 @@ private:
 
     QWidget *m_content;
     bool m_expanded = false;
-    double m_share = 0; // of the full height
+    bool m_unfolding = false; // before the eyes of the user, until the layout has followed the last step
+    double m_share = 0;       // of the full height
     QVariantAnimation *m_animation;
 };
 

@@ -125,6 +125,7 @@ void ScrollArea::setAnchor(QWidget *anchor)
 
 void ScrollArea::reveal(const QWidget *part)
 {
+    followAnchor(); // what is still to come would take back what is scrolled here
     const int top = part->mapTo(widget(), QPoint()).y();
     const int toEnd = top + part->height() + revealMargin - viewport()->height();
     const int toBeginning = top - revealMargin;
@@ -151,9 +152,9 @@ void ScrollArea::noteChange(int anchorTop)
 
 void ScrollArea::followAnchor()
 {
-    m_changing = false;
-    if (m_anchor && m_anchor->y() != m_topBefore)
+    if (m_changing && m_anchor && m_anchor->y() != m_topBefore)
         verticalScrollBar()->setValue(m_valueBefore + m_anchor->y() - m_topBefore);
+    m_changing = false;
 }
 
 void ScrollArea::resizeEvent(QResizeEvent *event)
