@@ -69,6 +69,7 @@ void PriceFormatTest::displayText_data()
     row("seven digits, two separators", 1234567.891, 2, u"1,234,567.89"_s);
     row("negative thousands", -1234567, 0, u"-1,234,567"_s);
     row("a half goes to the even zero", 0.5, 0, u"0"_s);
+    row("a half goes up to the even two", 1.5, 0, u"2"_s);
     row("a half goes down to the even two", 2.5, 0, u"2"_s);
     row("the shortest spelling decides, not the binary value", 1.015, 2, u"1.02"_s);
     row("the shortest spelling decides downwards", 1.005, 2, u"1.00"_s);

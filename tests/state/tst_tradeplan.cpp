@@ -126,6 +126,9 @@ void TradePlanTest::headlineAndGrade_data()
     // exactly, 1.2 + 0.15 is not.
     QTest::newRow("the upper edge is good") << Case{.tp = 265, .slPct = 100, .state = counter, .cost = 0}
                                             << PlanGrade::good << u"逆势 · 现在做多划算"_s;
+    QTest::newRow("below it against the trend")
+        << Case{.tp = 264.99, .slPct = 100, .state = counter, .cost = 0} << PlanGrade::fair
+        << u"逆势 · 现在做多一般，小仓位试"_s;
     QTest::newRow("below the upper edge") << Case{.tp = 234.99, .slPct = 100, .state = mixed, .cost = 0}
                                           << PlanGrade::fair << u"现在做多一般，小仓位试"_s;
     QTest::newRow("the lower edge is fair") << Case{.tp = 205, .slPct = 100, .state = mixed, .cost = 0}
