@@ -6,6 +6,7 @@
 #include <QFontMetricsF>
 #include <QPainter>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -119,7 +120,7 @@ void TextLabel::paintEvent(QPaintEvent *)
     } else if (m_layout.text() != m_text) {
         takeText(m_text);
     }
-    linesFor(m_wrap ? width() : endless);
+    layOut(m_wrap ? width() : endless);
     for (int i = 0; i < m_layout.lineCount(); ++i) {
         const QTextLine line = m_layout.lineAt(i);
         const double slack = width() - line.naturalTextWidth();
@@ -156,26 +157,37 @@ void TextLabel::takeText(const QString &text) const
     m_layout.setTextOption(option);
     useColourEmoji(m_layout);
     m_layoutWidth = -1;
+    m_lineCounts.fill({});
 }
 
-// Shaping is the costly part and done once per text; lines are broken anew for every width.
-int TextLabel::linesFor(int width) const
+void TextLabel::layOut(int width) const
 {
     if (m_layoutWidth == width)
-        return m_lines;
-    m_lines = 0;
+        return;
+    int lines = 0;
     m_layout.beginLayout();
     for (QTextLine line = m_layout.createLine(); line.isValid(); line = m_layout.createLine()) {
         line.setLineWidth(width);
         // A fallback family has a taller line; every baseline stands where the role says.
-        const double baseline = m_lines * lineHeight(m_role) + baselineInLine(m_role);
+        const double baseline = lines * lineHeight(m_role) + baselineInLine(m_role);
         line.setPosition(QPointF(0, baseline - line.ascent()));
-        ++m_lines;
+        ++lines;
     }
     m_layout.endLayout();
-    m_lines = std::max(m_lines, 1);
     m_layoutWidth = width;
-    return m_lines;
+}
+
+// Breaking lines shapes the text, the costly part; layouts ask for the same few widths in turn.
+int TextLabel::linesFor(int width) const
+{
+    const auto known = std::ranges::find(m_lineCounts, width, &LineCount::width);
+    if (known != m_lineCounts.end())
+        return known->lines;
+    layOut(width);
+    const int lines = std::max(m_layout.lineCount(), 1);
+    m_lineCounts[m_oldestLineCount] = {.width = width, .lines = lines};
+    m_oldestLineCount = (m_oldestLineCount + 1) % m_lineCounts.size();
+    return lines;
 }
 
 QSize TextLabel::naturalSize() const
@@ -183,7 +195,7 @@ QSize TextLabel::naturalSize() const
     if (!m_natural.isValid()) {
         if (m_layout.text() != m_text)
             takeText(m_text);
-        linesFor(endless);
+        layOut(endless);
         m_natural = {static_cast<int>(std::ceil(m_layout.maximumWidth())), lineHeight(m_role)};
     }
     return m_natural;

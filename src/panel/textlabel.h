@@ -6,6 +6,9 @@
 #include <QTextLayout>
 #include <QWidget>
 
+#include <array>
+#include <cstddef>
+
 namespace kestrune {
 
 /// Text on lines of the role's fixed height, whatever scripts it mixes, with its emoji in colour. Wraps, or
@@ -44,8 +47,10 @@ protected:
 private:
     void changed();
     void takeText(const QString &text) const;
-    /// Breaks the taken text for `width` and gives the number of its lines.
-    int linesFor(int width) const;
+    /// Breaks the taken text for `width`.
+    void layOut(int width) const;
+    /// The number of its lines at `width`.
+    [[nodiscard]] int linesFor(int width) const;
     [[nodiscard]] QSize naturalSize() const;
 
     QString m_text;
@@ -56,7 +61,13 @@ private:
     bool m_wrap = false;
     mutable QTextLayout m_layout;   // of the text, or of what is left of it after cutting
     mutable int m_layoutWidth = -1; // the lines are broken for
-    mutable int m_lines = 1;
+    struct LineCount
+    {
+        int width = -1;
+        int lines = 1;
+    };
+    mutable std::array<LineCount, 4> m_lineCounts; // of the widths asked for last
+    mutable std::size_t m_oldestLineCount = 0;
     mutable QSize m_natural; // of one line; invalid when not known
 };
 
