@@ -6,6 +6,7 @@
 #include <QCoreApplication>
 #include <QMediaDevices>
 #include <QSoundEffect>
+#include <QThread>
 #include <QUrl>
 
 #include <array>
@@ -22,6 +23,11 @@ constexpr int loadLimitMs = 1000;
 // The sound lasts under a second, and a server may sit on its buffer for some more. An effect that claims to
 // play for longer has lost its server.
 constexpr qint64 stuckMs = 15'000;
+
+// Qt's engine leaves the sound server without locking its own thread out. While that thread still hears of
+// the stream that ended with the effect, the program can abort at its very end (Qt 6.4); so let it hear it
+// all first.
+constexpr unsigned long serverNewsMs = 150;
 
 // Where the message goes that is not dropped; set before the filter is installed.
 QtMessageHandler nextHandler = nullptr;
@@ -83,7 +89,10 @@ void EffectSound::release()
     m_waiting = nullptr;
     m_loadLimit.stop();
     m_player.reset();
-    m_effect.reset();
+    if (m_effect) {
+        m_effect.reset();
+        QThread::msleep(serverNewsMs); // no event loop is left to wait on
+    }
     m_filter.reset();
 }
 
