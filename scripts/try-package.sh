@@ -16,6 +16,7 @@ mkdir -p "$pictures"
 pictures=$(cd "$pictures" && pwd)
 scratch=$(mktemp -d -p "${TMPDIR:-/var/tmp}")
 system=$scratch/debian
+home=/srv/try # in that Debian
 server=
 bar=
 finish() {
@@ -28,8 +29,8 @@ finish() {
 }
 trap finish EXIT
 inside() {
-    chroot "$system" /usr/bin/env -i PATH=/usr/bin:/usr/sbin:/bin:/sbin HOME=/root LANG=C.UTF-8 \
-        XDG_RUNTIME_DIR=/root/run DEBIAN_FRONTEND=noninteractive "$@"
+    chroot "$system" /usr/bin/env -i PATH=/usr/bin:/usr/sbin:/bin:/sbin HOME=$home LANG=C.UTF-8 \
+        XDG_RUNTIME_DIR=$home/run DEBIAN_FRONTEND=noninteractive "$@"
 }
 say() { printf '%-44s %s\n' "$1" "$2"; }
 
@@ -47,20 +48,21 @@ done
 mmdebstrap --quiet --variant=apt --aptopt="$scratch/apt.conf" bookworm "$system" "${mirror[@]}" 2>"$scratch/mm.log" ||
     { tail -n 20 "$scratch/mm.log"; exit 1; }
 mount -t proc proc "$system/proc"
-cp "$package" "$system/root/kestrune-bar.deb"
+inside mkdir -p "$home"
+cp "$package" "$system$home/kestrune-bar.deb"
 for file in /etc/resolv.conf /etc/hosts; do
     [ ! -e "$file" ] || cp "$file" "$system/etc/"
 done
 inside apt-get update -qq
-inside apt-get install -qq -y --no-install-recommends /root/kestrune-bar.deb >"$scratch/install.log" 2>&1 ||
+inside apt-get install -qq -y --no-install-recommends "$home/kestrune-bar.deb" >"$scratch/install.log" 2>&1 ||
     { tail -n 20 "$scratch/install.log"; exit 1; }
-inside mkdir -m 700 -p /root/run
+inside mkdir -m 700 "$home/run"
 say "installed in a fresh Debian 12" "$(inside kestrune-bar --version)"
 
-inside kestrune-bar --demo --snapshot /root/out --symbol BTC --timeframe 4H >"$scratch/words" 2>&1
+inside kestrune-bar --demo --snapshot "$home/out" --symbol BTC --timeframe 4H >"$scratch/words" 2>&1
 [ ! -s "$scratch/words" ] || { echo "the snapshot run said:"; cat "$scratch/words"; exit 1; }
-grep -q '"resistance"' "$system/root/out/data.json"
-cp "$system/root/out/popover.png" "$pictures/package-snapshot.png"
+grep -q '"resistance"' "$system$home/out/data.json"
+cp "$system$home/out/popover.png" "$pictures/package-snapshot.png"
 say "snapshot without a display" "$(identify -format '%wx%h' "$pictures/package-snapshot.png")"
 
 # A display of this machine; programs inside reach it by its abstract socket.
@@ -85,7 +87,7 @@ bar=
 say "bar on a virtual display" "shows, quits with 0, says nothing"
 
 inside apt-get purge -qq -y kestrune-bar >/dev/null 2>&1
-left=$(inside find / -xdev -path /root -prune -o -name '*kestrune*' -print)
+left=$(inside find / -xdev -path "$home" -prune -o -name '*kestrune*' -print)
 [ -z "$left" ] || { echo "left behind after the removal:"; echo "$left"; exit 1; }
 say "removed" "nothing is left"
 echo "pictures in $pictures"

@@ -45,6 +45,12 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
+    struct LineCount
+    {
+        int width = -1;
+        int lines = 1;
+    };
+
     void changed();
     void takeText(const QString &text) const;
     /// Breaks the taken text for `width`.
@@ -59,13 +65,8 @@ private:
     Qt::Alignment m_alignment = Qt::AlignLeading;
     Qt::TextElideMode m_elide = Qt::ElideNone;
     bool m_wrap = false;
-    mutable QTextLayout m_layout;   // of the text, or of what is left of it after cutting
-    mutable int m_layoutWidth = -1; // the lines are broken for
-    struct LineCount
-    {
-        int width = -1;
-        int lines = 1;
-    };
+    mutable QTextLayout m_layout;                  // of the text, or of what is left of it after cutting
+    mutable int m_layoutWidth = -1;                // the lines are broken for
     mutable std::array<LineCount, 4> m_lineCounts; // of the widths asked for last
     mutable std::size_t m_oldestLineCount = 0;
     mutable QSize m_natural; // of one line; invalid when not known

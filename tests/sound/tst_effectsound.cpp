@@ -62,6 +62,15 @@ private:
     QProcess m_process;
 };
 
+bool playsAgainWithin(AlertSound &sound, int milliseconds)
+{
+    const auto plays = [&] {
+        const auto outcome = ringOnce(sound);
+        return outcome && outcome->played;
+    };
+    return QTest::qWaitFor(plays, milliseconds);
+}
+
 /// For a process that finds this sound server, and no other.
 QProcessEnvironment soundEnvironment(const QTemporaryDir &folder)
 {
@@ -135,11 +144,7 @@ private Q_SLOTS:
         QVERIFY(outcome && outcome->loaded);
         QCOMPARE(outcome->played, false);
         // A null sink may sit on its buffer for some seconds before the sound counts as over.
-        const auto playsAgain = [&] {
-            outcome = ringOnce(*sound);
-            return outcome && outcome->played;
-        };
-        QVERIFY(QTest::qWaitFor(playsAgain, 8000));
+        QVERIFY(playsAgainWithin(*sound, 8000));
     }
 
     void innerThroughARestart()
@@ -172,11 +177,7 @@ private Q_SLOTS:
         outcome = ringOnce(*sound);
         QVERIFY(outcome);
         QCOMPARE(outcome->played, false); // the player is still at it
-        const auto playsAgain = [&] {
-            outcome = ringOnce(*sound);
-            return outcome && outcome->played;
-        };
-        QVERIFY(QTest::qWaitFor(playsAgain, 5000));
+        QVERIFY(playsAgainWithin(*sound, 5000));
     }
 
     void withoutDeviceNothingClaimsToPlayAndNothingIsSaid()
