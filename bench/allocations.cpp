@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Heap allocations of single calls, one line each.
 
 #include "analysis/allocationcounter.h"

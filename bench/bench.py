@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Measures every figure of figures.py and prints them in one table; ends with 1 when one is over its limit.
 
 Usage: bench.py [--quick] [--markdown] BIN_DIR [FILTER]. The filter is a regular expression for the figures' names.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "analysis/indicators.h"
 #include "analysis/plainzones.h"
 #include "analysis/priceformat.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // From the bytes of an answer to candles: the parsers, and beside each a plain version over QJsonDocument.
 
 #include "market/candleparsers.h"

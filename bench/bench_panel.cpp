@@ -1,4 +1,5 @@
-#include "panel/panelmodel.h"
+// SPDX-License-Identifier: MIT
+#include "viewmodel/panelmodel.h"
 #include "panel/popoverview.h"
 #include "panel/zonerow.h"
 #include "snapshot/pngwriter.h"

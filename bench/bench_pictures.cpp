@@ -1,6 +1,7 @@
+// SPDX-License-Identifier: MIT
 #include "panel/helpview.h"
 #include "panel/pixelsparkline.h"
-#include "panel/textlabel.h"
+#include "ui/textlabel.h"
 #include "panel/zonerow.h"
 #include "statusbar/statusimage.h"
 

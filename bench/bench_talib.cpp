@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The indicators by TA-Lib, built only where that is installed.
 
 #include "indicatorcomparison.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The indicators by Tulip Indicators, built only where these are installed.
 
 #include "indicatorcomparison.h"

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Every figure that is measured, and the limit it must keep. The one place to change a limit or add a figure."""
 import dataclasses
 import statistics

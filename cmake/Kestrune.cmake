@@ -2,19 +2,14 @@
 
 find_program(KESTRUNE_CCACHE ccache)
 if(KESTRUNE_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-    # Precompiled headers are cached too; ccache wants these two told.
     set(CMAKE_CXX_COMPILER_LAUNCHER
-        ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros
-        CCACHE_BASEDIR=${PROJECT_SOURCE_DIR} CCACHE_NOHASHDIR=1 ${KESTRUNE_CCACHE})
+        ${CMAKE_COMMAND} -E env CCACHE_BASEDIR=${PROJECT_SOURCE_DIR} CCACHE_NOHASHDIR=1 ${KESTRUNE_CCACHE})
 endif()
 
 add_library(kestrune_options INTERFACE)
 target_compile_options(kestrune_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual
     -ffp-contract=off) # results must not depend on fused multiply-add being there
-if(KESTRUNE_CCACHE AND KESTRUNE_PCH AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-    target_compile_options(kestrune_options INTERFACE -fpch-preprocess)
-endif()
 if(KESTRUNE_WERROR)
     target_compile_options(kestrune_options INTERFACE -Werror)
 endif()
@@ -44,15 +39,9 @@ function(kestrune_keep_watching target)
     endif()
 endfunction()
 
-function(kestrune_precompile target)
-    if(KESTRUNE_PCH)
-        target_precompile_headers(${target} PRIVATE ${ARGN})
-    endif()
-endfunction()
-
-# kestrune_add_library(kestrune_x ALIAS X SOURCES ... HEADERS ... LINKS ... [PRIVATE_LINKS ...] [PCH ...])
+# kestrune_add_library(kestrune_x ALIAS X SOURCES ... HEADERS ... LINKS ... [PRIVATE_LINKS ...])
 function(kestrune_add_library name)
-    cmake_parse_arguments(arg "" "ALIAS" "SOURCES;HEADERS;LINKS;PRIVATE_LINKS;PCH" ${ARGN})
+    cmake_parse_arguments(arg "" "ALIAS" "SOURCES;HEADERS;LINKS;PRIVATE_LINKS" ${ARGN})
     add_library(${name} STATIC ${arg_SOURCES})
     add_library(Kestrune::${arg_ALIAS} ALIAS ${name})
     target_sources(${name} PUBLIC FILE_SET HEADERS
@@ -60,15 +49,12 @@ function(kestrune_add_library name)
     target_link_libraries(${name} PUBLIC ${arg_LINKS} PRIVATE kestrune_options ${arg_PRIVATE_LINKS})
     # The header check compiles with the public settings only.
     target_compile_features(${name} PUBLIC cxx_std_20)
-    if(arg_PCH)
-        kestrune_precompile(${name} ${arg_PCH})
-    endif()
 endfunction()
 
-# kestrune_add_test(tst_x APP core|gui|widgets SOURCES ... LINKS ... [ENVIRONMENT ...] [PCH ...])
+# kestrune_add_test(tst_x APP core|gui|widgets SOURCES ... LINKS ... [ENVIRONMENT ...])
 # One executable per folder; every test class registers itself with KESTRUNE_TEST.
 function(kestrune_add_test name)
-    cmake_parse_arguments(arg "" "APP;TIMEOUT" "SOURCES;LINKS;ENVIRONMENT;PCH" ${ARGN})
+    cmake_parse_arguments(arg "" "APP;TIMEOUT" "SOURCES;LINKS;ENVIRONMENT" ${ARGN})
     if(NOT arg_TIMEOUT)
         set(arg_TIMEOUT 120)
     endif()
@@ -86,9 +72,6 @@ function(kestrune_add_test name)
         target_link_libraries(${name} PRIVATE Qt6::Gui)
     elseif(app STREQUAL "WIDGETS")
         target_link_libraries(${name} PRIVATE Qt6::Widgets)
-    endif()
-    if(arg_PCH)
-        kestrune_precompile(${name} ${arg_PCH})
     endif()
     add_test(NAME ${name} COMMAND ${name})
     set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT}

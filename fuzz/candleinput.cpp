@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "candleinput.h"
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Writes the first inputs of every fuzz target, one folder each, from the tests' own answers and made-up data."""
 import gzip
 import json

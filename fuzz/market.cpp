@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "fuzztarget.h"
 #include "market/candleparsers.h"
 #include "market/stockparsers.h"

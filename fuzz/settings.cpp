@@ -1,5 +1,6 @@
+// SPDX-License-Identifier: MIT
 #include "fuzztarget.h"
-#include "panel/settingsinput.h"
+#include "viewmodel/settingsinput.h"
 #include "platform/jsonpreferences.h"
 #include "snapshot/commandline.h"
 #include "snapshot/snapshotmode.h"

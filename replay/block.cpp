@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "replay/block.h"
 
 #include "replay/random.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "replay/calendar.h"
 
 #include <QDateTime>

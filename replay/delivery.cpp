@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "replay/delivery.h"
 
 #include <QTcpSocket>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "replay/history.h"
 
 #include <QFile>
@@ -76,21 +77,21 @@ std::optional<TimeSpan> tradingSpan(Venue venue, const Interval &interval, qint6
 /// Days from whatever is finer, so that stocks have no series below a day.
 Series asDays(const Series &series)
 {
-    Series days{{Interval::Unit::fixed, dayMs, chinaOffsetMs}, {}};
+    Series dayBars{{Interval::Unit::fixed, dayMs, chinaOffsetMs}, {}};
     for (const Candle &candle : series.candles) {
-        const qint64 day = bucketStart(days.interval, candle.ts);
-        if (days.candles.empty() || days.candles.back().ts != day) {
-            days.candles.push_back(candle);
-            days.candles.back().ts = day;
+        const qint64 day = bucketStart(dayBars.interval, candle.ts);
+        if (dayBars.candles.empty() || dayBars.candles.back().ts != day) {
+            dayBars.candles.push_back(candle);
+            dayBars.candles.back().ts = day;
             continue;
         }
-        Candle &joined = days.candles.back();
+        Candle &joined = dayBars.candles.back();
         joined.h = std::max(joined.h, candle.h);
         joined.l = std::min(joined.l, candle.l);
         joined.c = candle.c;
         joined.v += candle.v;
     }
-    return days;
+    return dayBars;
 }
 
 std::vector<Block> stockBlocks(const Instrument &instrument, const std::vector<Series> &series)

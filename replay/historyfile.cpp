@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "replay/historyfile.h"
 
 #include "replay/marketclock.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "replay/instruments.h"
 
 #include <algorithm>

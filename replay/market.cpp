@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "replay/market.h"
 
 #include <algorithm>

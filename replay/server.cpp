@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "replay/server.h"
 
 #include "replay/layouts.h"

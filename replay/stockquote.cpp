@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "replay/stockquote.h"
 
 #include "replay/numbertext.h"
@@ -12,10 +13,10 @@ namespace {
 
 constexpr Interval stockDay{Interval::Unit::fixed, dayMs, chinaOffsetMs};
 constexpr double hundredMillion = 1e8;
-constexpr int tradingDaysPerYear = 245;
+constexpr int quotedDaysPerYear = 245;
 
 /// Today's trading beside the yardsticks that a quote compares it with.
-struct Session
+struct QuoteSession
 {
     Candle today;
     qint64 time;          ///< of the last trade
@@ -26,18 +27,18 @@ struct Session
     double usualVolume; ///< of a day, over the last week
 };
 
-Session sessionOf(const Listing &listing)
+QuoteSession sessionOf(const Listing &listing)
 {
-    const std::vector<Row> rows = listing.timeline->rows(stockDay, tradingDaysPerYear, listing.now);
+    const std::vector<Row> rows = listing.timeline->rows(stockDay, quotedDaysPerYear, listing.now);
     const Row &last = rows.back();
     const qint64 close = tradingHours(listing.instrument().venue, last.candle.ts).end;
-    Session session{last.candle,
-                    std::min(listing.now, close),
-                    last.candle.o,
-                    last.candle.h,
-                    last.candle.l,
-                    rows.front().candle.c,
-                    0};
+    QuoteSession session{last.candle,
+                         std::min(listing.now, close),
+                         last.candle.o,
+                         last.candle.h,
+                         last.candle.l,
+                         rows.front().candle.c,
+                         0};
     if (rows.size() > 1)
         session.previousClose = rows[rows.size() - 2].candle.c;
     for (const Row &row : rows) {
@@ -94,7 +95,7 @@ void setOrderBook(Fields &fields, const Listing &listing, double price, int deci
 QStringList mainlandFields(const Listing &listing)
 {
     const Instrument &instrument = listing.instrument();
-    const Session session = sessionOf(listing);
+    const QuoteSession session = sessionOf(listing);
     const Candle &today = session.today;
     int decimals = 2;
     for (const double value : {today.o, today.h, today.l, today.c, session.previousClose})
@@ -165,7 +166,7 @@ QStringList mainlandFields(const Listing &listing)
 QStringList hongkongFields(const Listing &listing)
 {
     const Instrument &instrument = listing.instrument();
-    const Session session = sessionOf(listing);
+    const QuoteSession session = sessionOf(listing);
     const Candle &today = session.today;
     const auto money = [](double value) { return fixedText(value, 3); };
     const QByteArray price = money(today.c);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "replay/timeline.h"
 
 #include "replay/random.h"

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Builds a release and measures it against its limits, in one table; ends with 1 when a figure is over its limit.
 # bench.sh [--quick] [--markdown] [PATTERN]: --quick leaves out what is watched for a minute, PATTERN chooses
 # figures by name. Figures of a loaded machine say little about times; ratios and context switches hold.

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Every check of a reviewer: tests, sanitizers, warnings, headers, format, lint, layers, style.
 # check.sh [step...] runs the named steps only. One line per step; stops at the first failure and shows its output.
 set -euo pipefail

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # The release program on the simulated market in a tray: endurance.sh [minutes, default 20]. One line a minute of
 # memory, context switches and CPU; fails when memory grows by more than 1 MiB after the first two minutes, when the
 # program says anything on standard error, or when it ends.

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Plays every fault of the network at every endpoint to the real program, alone and in pairs along the fallback
 # chains, and every fault at all sources of a datum at once to the application state. Some five minutes.
 set -euo pipefail

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Fuzzes every parser of outside bytes and the analysis: fuzz.sh [seconds per target, default 600 | --short] [target...].
 # Prints one line per target; ends with 1 when something was found, with 77 where clang is not installed.
 # KESTRUNE_FUZZ_JOBS sets how many targets run at once (default: one per core).

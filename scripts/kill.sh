@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # kill -9 at random moments while settings and alerts change: kill.sh [rounds, default 500]. Also full and
 # read-only disks, as root.
 set -euo pipefail

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # shellcheck shell=bash
 # shellcheck disable=SC2034 # the lists are used by the scripts that source this file
 # Debian packages by purpose, and their installation. Sourced by the other scripts.

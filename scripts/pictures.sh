@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Makes the pictures of the item in real bars for the documentation, in docs/ or in the folder given: tray.png,
 # menu.png, opened.png and strip.png in a session of their own, waybar.png where sway, waybar and grim are installed.
 set -euo pipefail

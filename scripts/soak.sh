@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # A day on the clock of the test programs: soak.sh [simulated hours, default 24]. First the application state alone on a
 # market of the test's own, to the byte; then the whole bar with its panel, on a bus of its own and a market over
 # loopback. Selections, neon mode, stocks, outages, suspends, alerts and restarts of the bar's host in turn; memory,

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Builds the Debian package, looks at it with lintian, installs it into a fresh Debian 12 made by mmdebstrap and runs it
 # there: a snapshot without a display, and the bar on a virtual one. Needs root and the package archive.
 # try-package.sh [folder for the pictures]

@@ -1,14 +1,15 @@
-#include "panel/panelmodel.h"
-#include "platform/demomarket.h"
+// SPDX-License-Identifier: MIT
+#include "demomarket.h"
 #include "platform/jsonpreferences.h"
 #include "platform/qthttpclient.h"
-#include "platform/quietattention.h"
 #include "platform/systemclock.h"
 #include "snapshot/commandline.h"
+#include "snapshot/quietattention.h"
 #include "snapshot/snapshotmode.h"
 #include "statusbar/desktop/appdelegate.h"
 #include "statusbar/desktop/desktopattention.h"
 #include "statusbar/desktop/singleinstance.h"
+#include "viewmodel/panelmodel.h"
 
 #include <QApplication>
 #include <QPointer>

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Checks that every folder includes only what it may: the direction of knowledge, as data."""
 import pathlib
 import re
@@ -15,13 +16,16 @@ LAYERS = {
     "platform": ({"platform"}, [GUI, JSON_LIBRARY]),
     "market": ({"market", "platform", "analysis"}, [GUI, NETWORK]),
     "state": ({"state", "market", "platform", "analysis"}, [GUI, NETWORK, JSON_LIBRARY]),
-    "panel": ({"panel", "state", "market/marketsegment.h", "analysis", "platform/clock.h", "platform/async.h"},
+    "viewmodel": ({"viewmodel", "state", "market/marketsegment.h", "analysis", "platform/clock.h"},
+                  [GUI, NETWORK, JSON_LIBRARY, r"QCoro"]),
+    "ui": ({"ui"}, [NETWORK, JSON_LIBRARY, r"QCoro"]),
+    "panel": ({"panel", "ui", "viewmodel", "state", "market/marketsegment.h", "analysis", "platform/clock.h", "platform/async.h"},
               [NETWORK, JSON_LIBRARY]),
-    "statusbar": ({"statusbar", "panel", "state", "market/marketsegment.h", "market/marketservice.h", "analysis",
+    "statusbar": ({"statusbar", "panel", "ui", "viewmodel", "state", "sound/alertsound.h", "market/marketsegment.h", "market/marketservice.h", "analysis",
                    "platform"},
                   [JSON_LIBRARY, r"QMediaDevices|QSoundEffect|QtMultimedia"]),
-    "snapshot": ({"snapshot", "panel", "state", "market", "platform", "analysis"}, [NETWORK, JSON_LIBRARY]),
-    "sound": ({"sound", "platform/alertsound.h"}, [NETWORK, JSON_LIBRARY]),
+    "snapshot": ({"snapshot", "panel", "ui", "viewmodel", "state", "market", "platform", "analysis"}, [NETWORK, JSON_LIBRARY]),
+    "sound": ({"sound"}, [NETWORK, JSON_LIBRARY]),
 }
 REPLAY = ({"replay", "analysis"}, [GUI, JSON_LIBRARY])
 INCLUDE = re.compile(r'^\s*#\s*include\s+(?:"([^"]+)"|<([^>]+)>)')

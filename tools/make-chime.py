@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Synthesises resources/sound/ding.wav: a short soft bell, two partials of a fifth apart with a gentle fade.
 
 Usage: tools/make-chime.py [FILE]. The result depends on nothing but this script."""

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What any program of this kind costs: a window with one text, Qt Network and Qt D-Bus at hand. Start time
 // and memory of the status bar are held against it.
 

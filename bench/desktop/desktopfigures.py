@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Measures the running program in an X session of its own and writes the values as JSON.
 
 Usage: desktopfigures.py BIN_DIR FILE PART... The parts are functions below.

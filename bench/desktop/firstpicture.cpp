@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Starts a program and prints the milliseconds until its first window shows something, then ends the program.
 // Every program is looked at in the same way: from outside, through the X server.
 

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Stands for the bar of a desktop that shows notifier items.
 
 Usage: host.py all|each. Bars differ in how they follow an item: "all" waits a moment after a signal and reads all

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Shows price ticks as a notifier item to the host that is on the session bus, and prints what one tick costs
 // this process in voluntary context switches, over all its threads and less the timer's own wake-ups.
 // Arguments: number of ticks, milliseconds between two, "dot", "label" or "wide" for the kind of host.

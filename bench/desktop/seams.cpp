@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The state and the status bar's controller at work in real time between fakes: market answers are there at
 // once and pictures go nowhere. What wakes this program is its own timing.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "analysis/indicators.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "analysis/levelkernels.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "analysis/zonebuilding.h"
 
 #include "analysis/levelkernels.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "market/candleparsers.h"
 
 #include "market/jsonbody.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "market/endpoints.h"
 
 #include <algorithm>

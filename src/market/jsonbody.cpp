@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "market/jsonbody.h"
 
 #include <simdjson.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "market/jsonnumber.h"
 
 #include <QVarLengthArray>

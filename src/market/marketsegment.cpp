@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "market/marketsegment.h"
 
 #include "market/shanghaitime.h"

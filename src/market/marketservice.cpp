@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "market/marketservice.h"
 
 #include "market/candleparsers.h"

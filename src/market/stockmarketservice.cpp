@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "market/stockmarketservice.h"
 
 #include "market/stockparsers.h"
@@ -35,8 +36,8 @@ QCoro::Task<std::optional<StockQuote>> quoteFrom(QCoro::Task<StockQuotes> reques
     co_return found == quotes.cend() ? std::nullopt : std::optional(*found);
 }
 
-QCoro::Task<Result<CandleList>> klinesFrom(HttpClient *http, std::optional<QUrl> url, QString code,
-                                           QString period)
+QCoro::Task<Result<CandleList>> stockKlinesFrom(HttpClient *http, std::optional<QUrl> url, QString code,
+                                                QString period)
 {
     if (!url)
         co_return tl::unexpected(ServiceError{2, u"K线地址无效"_s});
@@ -72,7 +73,7 @@ QCoro::Task<Result<CandleList>> StockMarketService::fetchKlines(const QString &c
     const QString lower = code.toLower();
     auto url = requestUrl(m_endpoints.tencentCandles + "/appstock/app/fqkline/get?param="_L1 + lower + u',' +
                           period + ",,,"_L1 + QString::number(count) + ",qfq"_L1);
-    return klinesFrom(m_http, std::move(url), lower, period);
+    return stockKlinesFrom(m_http, std::move(url), lower, period);
 }
 
 } // namespace kestrune

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "market/stockparsers.h"
 
 #include "market/jsonbody.h"
@@ -38,7 +39,7 @@ constexpr std::size_t end = 49;
 
 constexpr std::size_t minFields = 35;
 /// A first guess only: a body of empty rows must not reserve memory for millions of candles.
-constexpr std::size_t maxReserved = 1024;
+constexpr std::size_t mostReservedRows = 1024;
 
 /// Without spaces and tabs at both ends. deliberate: line breaks stay.
 QStringView trimBlanks(QStringView text)
@@ -144,13 +145,13 @@ std::optional<dom::array> arrayAt(const dom::object &object, std::string_view ke
     return object.at_key(key).get(rows) == simdjson::SUCCESS ? std::optional(rows) : std::nullopt;
 }
 
-std::optional<Candle> parseRow(const dom::element &element)
+std::optional<Candle> parseStockRow(const dom::element &element)
 {
-    constexpr std::size_t entriesRead = 6;
+    constexpr std::size_t rowEntries = 6;
     dom::array row;
-    if (element.get(row) != simdjson::SUCCESS || row.size() < entriesRead)
+    if (element.get(row) != simdjson::SUCCESS || row.size() < rowEntries)
         return std::nullopt;
-    std::array<dom::element, entriesRead> entries;
+    std::array<dom::element, rowEntries> entries;
     auto next = row.begin();
     for (dom::element &entry : entries) {
         entry = *next;
@@ -207,9 +208,9 @@ Result<CandleList> parseStockCandles(const QByteArray &body, const QString &code
         return failure(4, u"K线数据不足"_s);
 
     CandleList candles;
-    candles.reserve(std::min(rows->size(), maxReserved));
+    candles.reserve(std::min(rows->size(), mostReservedRows));
     for (const dom::element row : *rows) {
-        if (const auto candle = parseRow(row))
+        if (const auto candle = parseStockRow(row))
             candles.push_back(*candle);
     }
     std::ranges::stable_sort(candles, {}, &Candle::ts);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "market/stockquote.h"
 
 namespace kestrune {

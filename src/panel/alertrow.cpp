@@ -1,11 +1,12 @@
+// SPDX-License-Identifier: MIT
 #include "panel/alertrow.h"
 
-#include "panel/boxlayouts.h"
-#include "panel/iconbutton.h"
-#include "panel/iconlabel.h"
 #include "panel/panelcontext.h"
-#include "panel/textbutton.h"
-#include "panel/textlabel.h"
+#include "ui/boxlayouts.h"
+#include "ui/iconbutton.h"
+#include "ui/iconlabel.h"
+#include "ui/textbutton.h"
+#include "ui/textlabel.h"
 
 namespace kestrune {
 
@@ -13,14 +14,14 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int bellSide = 14;
+constexpr int rowBellSide = 14;
 
 } // namespace
 
 AlertRow::AlertRow(QString id, QWidget *parent)
     : QWidget(parent)
     , m_id(std::move(id))
-    , m_bell(new IconLabel(u"bell"_s, Tone::secondary, bellSide))
+    , m_bell(new IconLabel(u"bell"_s, Tone::secondary, rowBellSide))
     , m_label(new TextLabel(TypeRole::caption))
     , m_dismiss(new TextButton(u"收到"_s))
     , m_remove(new IconButton(u"xmark.circle.fill"_s))

@@ -1,11 +1,12 @@
+// SPDX-License-Identifier: MIT
 #include "panel/alertssection.h"
 
 #include "panel/alertrow.h"
-#include "panel/boxlayouts.h"
-#include "panel/helptitle.h"
-#include "panel/iconbutton.h"
-#include "panel/inputfield.h"
-#include "panel/settingsinput.h"
+#include "ui/boxlayouts.h"
+#include "ui/helptitle.h"
+#include "ui/iconbutton.h"
+#include "ui/inputfield.h"
+#include "viewmodel/settingsinput.h"
 
 #include <algorithm>
 

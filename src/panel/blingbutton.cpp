@@ -1,6 +1,7 @@
+// SPDX-License-Identifier: MIT
 #include "panel/blingbutton.h"
 
-#include "panel/icons.h"
+#include "ui/icons.h"
 
 #include <QLinearGradient>
 #include <QPainter>
@@ -16,7 +17,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr double iconSide = 16;
+constexpr double sparklesSide = 16;
 constexpr double breathSeconds = 1.6;
 
 QLinearGradient warmGradient(const QRectF &shape)
@@ -58,7 +59,7 @@ void BlingButton::updateTip()
 void BlingButton::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
-    QRectF square((width() - iconSide) / 2, (height() - iconSide) / 2, iconSide, iconSide);
+    QRectF square((width() - sparklesSide) / 2, (height() - sparklesSide) / 2, sparklesSide, sparklesSide);
     const Palette &palette = paletteOf(this);
     if (!isOn()) {
         paintGround(painter, rect(), focusRadius(), {});

@@ -1,7 +1,8 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "panel/epochclock.h"
-#include "panel/flatbutton.h"
+#include "ui/flatbutton.h"
 
 #include <QTimer>
 

@@ -1,9 +1,11 @@
+// SPDX-License-Identifier: MIT
 #include "panel/contextsection.h"
 
-#include "panel/boxlayouts.h"
-#include "panel/disclosure.h"
-#include "panel/panelmodel.h"
-#include "panel/textlabel.h"
+#include "panel/tones.h"
+#include "ui/boxlayouts.h"
+#include "ui/disclosure.h"
+#include "ui/textlabel.h"
+#include "viewmodel/panelmodel.h"
 
 namespace kestrune {
 
@@ -52,7 +54,7 @@ void ContextSection::refresh()
         if (i < rows.size()) {
             m_rows[i].label->setText(rows[i].label);
             m_rows[i].value->setText(rows[i].value);
-            m_rows[i].value->setTone(rows[i].tone);
+            m_rows[i].value->setTone(rows[i].color ? toneOf(*rows[i].color) : Tone::text);
         }
         m_rows[i].widget->setVisible(i < rows.size());
     }

@@ -1,9 +1,10 @@
+// SPDX-License-Identifier: MIT
 #include "panel/footersection.h"
 
 #include "panel/blingbutton.h"
-#include "panel/boxlayouts.h"
-#include "panel/iconbutton.h"
-#include "panel/textlabel.h"
+#include "ui/boxlayouts.h"
+#include "ui/iconbutton.h"
+#include "ui/textlabel.h"
 
 namespace kestrune {
 

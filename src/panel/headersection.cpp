@@ -1,14 +1,16 @@
+// SPDX-License-Identifier: MIT
 #include "panel/headersection.h"
 
 #include "analysis/priceformat.h"
-#include "panel/boxlayouts.h"
-#include "panel/choicerow.h"
-#include "panel/iconlabel.h"
-#include "panel/panelmodel.h"
 #include "panel/pixelsparkline.h"
-#include "panel/segmentbutton.h"
-#include "panel/spinner.h"
-#include "panel/textlabel.h"
+#include "panel/tones.h"
+#include "ui/boxlayouts.h"
+#include "ui/choicerow.h"
+#include "ui/iconlabel.h"
+#include "ui/segmentbutton.h"
+#include "ui/spinner.h"
+#include "ui/textlabel.h"
+#include "viewmodel/panelmodel.h"
 
 #include <utility>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "panel/helpsheet.h"
 
 #include "panel/helpview.h"

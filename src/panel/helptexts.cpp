@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "panel/helpview.h"
 
 #include <array>

@@ -1,13 +1,13 @@
+// SPDX-License-Identifier: MIT
 #include "panel/helpview.h"
 
-#include "panel/accessibility.h"
-#include "panel/boxlayouts.h"
-#include "panel/focusring.h"
-#include "panel/iconbutton.h"
-#include "panel/palette.h"
-#include "panel/scrollarea.h"
-#include "panel/textbutton.h"
-#include "panel/textlabel.h"
+#include "ui/boxlayouts.h"
+#include "ui/focusring.h"
+#include "ui/iconbutton.h"
+#include "ui/palette.h"
+#include "ui/scrollarea.h"
+#include "ui/textbutton.h"
+#include "ui/textlabel.h"
 
 #include <QKeyEvent>
 #include <QPainter>
@@ -20,7 +20,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int margin = 16;
-constexpr int spacing = 14;
+constexpr int paragraphSpacing = 14;
 
 QWidget *makeGroup(const HelpParagraph &paragraph)
 {
@@ -38,14 +38,13 @@ QWidget *makeGroup(const HelpParagraph &paragraph)
 
 HelpView::HelpView(QWidget *parent) : QWidget(parent)
 {
-    installPanelAccessibility();
     // As a popup it is a window of its own, which would not take over its owner's colours unasked.
     setAttribute(Qt::WA_WindowPropagation);
     setAccessibleName(u"功能使用说明"_s);
     setFixedSize(viewSize);
     auto *column = new QVBoxLayout(this);
     column->setContentsMargins(0, margin, 0, margin);
-    column->setSpacing(spacing);
+    column->setSpacing(paragraphSpacing);
     column->addWidget(makeTitleRow());
     column->addWidget(makeParagraphs(), 1);
     column->addWidget(makeBottomRow());
@@ -71,7 +70,7 @@ QWidget *HelpView::makeParagraphs()
     auto *content = new QWidget;
     auto *column = new QVBoxLayout(content);
     column->setContentsMargins(margin, 0, margin, 0);
-    column->setSpacing(spacing);
+    column->setSpacing(paragraphSpacing);
     for (const HelpParagraph &paragraph : helpParagraphs())
         column->addWidget(makeGroup(paragraph));
     auto *area = new ScrollArea;

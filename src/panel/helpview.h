@@ -1,4 +1,7 @@
+// SPDX-License-Identifier: MIT
 #pragma once
+
+#include "ui/accessibility.h"
 
 #include <QWidget>
 
@@ -17,7 +20,7 @@ struct HelpParagraph
 
 /// The usage guide: title row, paragraphs that scroll, disclaimer. Its owner shows it as a popup and closes
 /// it when asked; Escape asks too.
-class HelpView : public QWidget
+class HelpView : public QWidget, public WithRole<QAccessible::Dialog>
 {
     Q_OBJECT
 

@@ -1,8 +1,8 @@
+// SPDX-License-Identifier: MIT
 #include "panel/pixelsparkline.h"
 
 #include "analysis/priceformat.h"
-#include "panel/accessibility.h"
-#include "panel/devicepixels.h"
+#include "ui/devicepixels.h"
 
 #include <QPainter>
 
@@ -159,7 +159,6 @@ void drawSparklineMarkers(QPainter &painter, std::span<const SparklineMarker> ma
 
 PixelSparkline::PixelSparkline(EpochClock clock, QWidget *parent) : QWidget(parent), m_clock(std::move(clock))
 {
-    installPanelAccessibility();
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     setAccessibleName(u"价格走势"_s);
     m_timer.setInterval(250ms);

@@ -1,7 +1,9 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "analysis/zone.h"
 #include "panel/epochclock.h"
+#include "ui/accessibility.h"
 
 #include <QImage>
 #include <QPainterPath>
@@ -46,7 +48,7 @@ void drawSparklineMarkers(QPainter &painter, std::span<const SparklineMarker> ma
                           double phase);
 
 /// The recent closes with pulsing zone markers, drawn anew every 0.25 s while it shows.
-class PixelSparkline : public QWidget
+class PixelSparkline : public QWidget, public WithRole<QAccessible::Chart>
 {
     Q_OBJECT
 

@@ -1,11 +1,13 @@
+// SPDX-License-Identifier: MIT
 #include "panel/planbanner.h"
 
-#include "panel/boxlayouts.h"
-#include "panel/iconbutton.h"
-#include "panel/iconlabel.h"
 #include "panel/panelcontext.h"
-#include "panel/textbutton.h"
-#include "panel/textlabel.h"
+#include "panel/tones.h"
+#include "ui/boxlayouts.h"
+#include "ui/iconbutton.h"
+#include "ui/iconlabel.h"
+#include "ui/textbutton.h"
+#include "ui/textlabel.h"
 
 #include <QPainter>
 #include <QPainterPath>
@@ -17,12 +19,12 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int edgeWidth = 3;
-constexpr double cornerRadius = 8;
+constexpr double bannerRadius = 8;
 constexpr float groundShare = 0.10F;
 constexpr int sidePadding = 10;
 constexpr int topPadding = 8;
-constexpr int lineSpacing = 4;
-constexpr int iconSide = 12;
+constexpr int bannerLineSpacing = 4;
+constexpr int warningIconSide = 12;
 constexpr int iconInset = 4; // of an icon inside its button
 
 } // namespace
@@ -33,13 +35,13 @@ PlanBanner::PlanBanner(QWidget *parent) : QWidget(parent)
     auto *column = new QVBoxLayout(this);
     // The icons, not their hit areas, end at the padding.
     column->setContentsMargins(edgeWidth + sidePadding, topPadding, sidePadding - iconInset, topPadding);
-    column->setSpacing(lineSpacing);
+    column->setSpacing(bannerLineSpacing);
     m_headline = new TextLabel(TypeRole::section);
     m_headline->setWrap(true);
     m_detail = new TextLabel(TypeRole::caption);
     m_detail->setWrap(true);
     m_lineBox = new QWidget;
-    columnIn(m_lineBox, lineSpacing);
+    columnIn(m_lineBox, bannerLineSpacing);
     column->addWidget(makeTitleRow());
     column->addWidget(m_headline);
     column->addWidget(m_detail);
@@ -100,8 +102,8 @@ void PlanBanner::setLines(const std::vector<PlanLine> &lines)
 {
     while (m_lines.size() < lines.size()) {
         auto *row = new QWidget;
-        auto *line = rowIn(row, lineSpacing);
-        auto *icon = new IconLabel(u"exclamationmark.triangle.fill"_s, Tone::orange, iconSide);
+        auto *line = rowIn(row, bannerLineSpacing);
+        auto *icon = new IconLabel(u"exclamationmark.triangle.fill"_s, Tone::orange, warningIconSide);
         icon->setFixedHeight(lineHeight(TypeRole::caption)); // beside the first line
         icon->setAccessibleName(u"警告"_s);
         auto *text = new TextLabel(TypeRole::caption);
@@ -133,7 +135,7 @@ void PlanBanner::paintEvent(QPaintEvent *)
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     QPainterPath shape;
-    shape.addRoundedRect(rect(), cornerRadius, cornerRadius);
+    shape.addRoundedRect(rect(), bannerRadius, bannerRadius);
     const QColor edge = paletteOf(this).color(m_tone);
     QColor ground = edge;
     ground.setAlphaF(groundShare);

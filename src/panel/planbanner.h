@@ -1,6 +1,8 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
-#include "panel/panelmodel.h"
+#include "ui/palette.h"
+#include "viewmodel/panelmodel.h"
 
 #include <QWidget>
 

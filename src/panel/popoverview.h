@@ -1,7 +1,8 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
-#include "panel/palette.h"
 #include "panel/panelcontext.h"
+#include "ui/palette.h"
 
 #include <QCoroTask>
 #include <QPointer>

@@ -1,12 +1,13 @@
+// SPDX-License-Identifier: MIT
 #include "panel/positionsettings.h"
 
-#include "panel/boxlayouts.h"
-#include "panel/choicerow.h"
-#include "panel/helptitle.h"
-#include "panel/iconbutton.h"
-#include "panel/inputfield.h"
-#include "panel/settingsinput.h"
-#include "panel/textlabel.h"
+#include "ui/boxlayouts.h"
+#include "ui/choicerow.h"
+#include "ui/helptitle.h"
+#include "ui/iconbutton.h"
+#include "ui/inputfield.h"
+#include "ui/textlabel.h"
+#include "viewmodel/settingsinput.h"
 
 #include <algorithm>
 

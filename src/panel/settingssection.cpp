@@ -1,16 +1,18 @@
+// SPDX-License-Identifier: MIT
 #include "panel/settingssection.h"
 
-#include "panel/boxlayouts.h"
-#include "panel/choicerow.h"
-#include "panel/disclosure.h"
-#include "panel/divider.h"
-#include "panel/inputfield.h"
-#include "panel/panelmodel.h"
 #include "panel/positionsettings.h"
-#include "panel/settingsinput.h"
-#include "panel/stepperrow.h"
-#include "panel/textlabel.h"
-#include "panel/toggleswitch.h"
+#include "panel/tones.h"
+#include "ui/boxlayouts.h"
+#include "ui/choicerow.h"
+#include "ui/disclosure.h"
+#include "ui/divider.h"
+#include "ui/inputfield.h"
+#include "ui/stepperrow.h"
+#include "ui/textlabel.h"
+#include "ui/toggleswitch.h"
+#include "viewmodel/panelmodel.h"
+#include "viewmodel/settingsinput.h"
 
 #include <algorithm>
 

@@ -1,10 +1,12 @@
+// SPDX-License-Identifier: MIT
 #include "panel/snapshotsection.h"
 
-#include "panel/boxlayouts.h"
-#include "panel/flowlayout.h"
-#include "panel/iconlabel.h"
-#include "panel/panelmodel.h"
-#include "panel/textlabel.h"
+#include "panel/tones.h"
+#include "ui/boxlayouts.h"
+#include "ui/flowlayout.h"
+#include "ui/iconlabel.h"
+#include "ui/textlabel.h"
+#include "viewmodel/panelmodel.h"
 
 #include <QPainter>
 
@@ -14,7 +16,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int iconSide = 12;
+constexpr int signalIconSide = 12;
 constexpr int itemSpacing = 10;
 constexpr int itemGap = 4;
 constexpr int dotSide = 6;
@@ -75,7 +77,7 @@ SnapshotSection::SnapshotSection(const PanelContext &context, QWidget *parent)
 {
     auto *line = new QHBoxLayout;
     line->setSpacing(blockSpacing);
-    auto *icon = new IconLabel(u"chart.line.uptrend.xyaxis"_s, Tone::secondary, iconSide);
+    auto *icon = new IconLabel(u"chart.line.uptrend.xyaxis"_s, Tone::secondary, signalIconSide);
     icon->setFixedHeight(lineHeight(TypeRole::captionBold)); // beside the first line
     m_conclusion->setWrap(true);
     line->addWidget(icon, 0, Qt::AlignTop);

@@ -1,8 +1,9 @@
+// SPDX-License-Identifier: MIT
 #include "panel/zonelist.h"
 
-#include "panel/boxlayouts.h"
-#include "panel/panelmodel.h"
 #include "panel/zonerow.h"
+#include "ui/boxlayouts.h"
+#include "viewmodel/panelmodel.h"
 
 #include <algorithm>
 
@@ -10,13 +11,13 @@ namespace kestrune {
 
 namespace {
 
-constexpr int spacing = 2;
+constexpr int zoneRowSpacing = 2;
 
 } // namespace
 
 ZoneList::ZoneList(QWidget *parent) : QWidget(parent)
 {
-    columnIn(this, spacing);
+    columnIn(this, zoneRowSpacing);
 }
 
 void ZoneList::setZones(std::span<const Zone> zones, int decimals)

@@ -1,15 +1,15 @@
+// SPDX-License-Identifier: MIT
 #include "panel/zonerow.h"
 
 #include "analysis/priceformat.h"
-#include "panel/accessibility.h"
-#include "panel/flowlayout.h"
-#include "panel/iconbutton.h"
 #include "panel/panelcontext.h"
-#include "panel/tag.h"
-#include "panel/typography.h"
 #include "state/fixedtext.h"
+#include "ui/flowlayout.h"
+#include "ui/iconbutton.h"
+#include "ui/tag.h"
+#include "ui/typography.h"
 
-#include <QAccessible>
+#include <QAccessibleWidget>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
@@ -38,6 +38,58 @@ int emptyTagHeight()
     return lineHeight(TypeRole::caption) + 1; // the distance needs its line without tags too
 }
 
+/// Label and colour of a source tag; nothing for an unknown one.
+std::optional<TagContent> sourceTag(QStringView source)
+{
+    // Zone building produces the first four; the moving averages keep their place for levels of their own.
+    if (source == "pivot"_L1)
+        return TagContent{u"Pivot"_s, Tone::purple};
+    if (source == "fib"_L1)
+        return TagContent{u"Fib"_s, Tone::blue};
+    if (source == "swing"_L1)
+        return TagContent{u"摆动"_s, Tone::teal};
+    if (source == "vol"_L1)
+        return TagContent{u"量能"_s, Tone::orange};
+    if (source == "ema"_L1)
+        return TagContent{u"EMA"_s, Tone::pink};
+    if (source == "vegas"_L1)
+        return TagContent{u"Vegas"_s, Tone::red};
+    if (source == "vwap"_L1)
+        return TagContent{u"VWAP"_s, Tone::green};
+    return std::nullopt;
+}
+
+/// A zone row is pressed to select it and reports its selection as a check mark.
+class AccessibleZoneRow : public QAccessibleWidget
+{
+public:
+    explicit AccessibleZoneRow(ZoneRow *row) : QAccessibleWidget(row, QAccessible::CheckBox) {}
+
+    [[nodiscard]] QAccessible::State state() const override
+    {
+        QAccessible::State state = QAccessibleWidget::state();
+        state.checkable = true;
+        state.checked = row()->isSelected();
+        return state;
+    }
+
+    [[nodiscard]] QStringList actionNames() const override
+    {
+        return QStringList{toggleAction()} + QAccessibleWidget::actionNames();
+    }
+
+    void doAction(const QString &name) override
+    {
+        if (name == toggleAction() || name == pressAction())
+            Q_EMIT row()->tapped();
+        else
+            QAccessibleWidget::doAction(name);
+    }
+
+private:
+    [[nodiscard]] ZoneRow *row() const { return static_cast<ZoneRow *>(widget()); }
+};
+
 } // namespace
 
 std::vector<TagContent> zoneTags(const Zone &zone)
@@ -46,8 +98,8 @@ std::vector<TagContent> zoneTags(const Zone &zone)
     for (auto it = zone.sources.begin(); it != zone.sources.end(); ++it) {
         if (std::find(zone.sources.begin(), it, *it) != it)
             continue;
-        if (const auto info = sourceInfo(*it))
-            tags.push_back({info->label, info->tone});
+        if (auto tag = sourceTag(*it))
+            tags.push_back(*std::move(tag));
     }
     if (zone.confirm >= 2)
         tags.push_back({u"多指标确认"_s, Tone::blue});
@@ -76,7 +128,6 @@ ZoneRow::ZoneRow(const Zone &zone, int decimals, QWidget *parent)
     , m_bell(new IconButton(u"bell"_s, this))
     , m_fade(*this)
 {
-    installPanelAccessibility();
     QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Minimum); // may grow, else its height is cut
     policy.setHeightForWidth(true);
     setSizePolicy(policy);
@@ -130,6 +181,11 @@ int ZoneRow::heightForWidth(int width) const
 {
     const int tags = m_tagContents.empty() ? 0 : m_flow->heightForWidth(tagWidth(width));
     return tagTop() + std::max(tags, emptyTagHeight()) + verticalMargin;
+}
+
+QAccessibleInterface *ZoneRow::makeAccessible()
+{
+    return new AccessibleZoneRow(this);
 }
 
 bool ZoneRow::event(QEvent *event)

@@ -1,9 +1,11 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "analysis/zone.h"
-#include "panel/focusring.h"
-#include "panel/hoverfade.h"
-#include "panel/palette.h"
+#include "ui/accessibility.h"
+#include "ui/focusring.h"
+#include "ui/hoverfade.h"
+#include "ui/palette.h"
 
 #include <QWidget>
 
@@ -33,7 +35,7 @@ struct TagContent
 
 /// One support or resistance zone. Give it `overhang` more width on both sides than its text shall have:
 /// its highlight reaches that far beyond. All setters work in place.
-class ZoneRow : public QWidget, public FocusShape
+class ZoneRow : public QWidget, public FocusShape, public SelfDescribing
 {
     Q_OBJECT
 
@@ -52,6 +54,7 @@ public:
     [[nodiscard]] const QString &distance() const { return m_distance; }
     [[nodiscard]] IconButton *bell() const { return m_bell; }
 
+    [[nodiscard]] QAccessibleInterface *makeAccessible() override;
     [[nodiscard]] QSize sizeHint() const override;
     [[nodiscard]] QSize minimumSizeHint() const override;
     [[nodiscard]] bool hasHeightForWidth() const override { return true; }

@@ -1,16 +1,17 @@
+// SPDX-License-Identifier: MIT
 #include "panel/zonessection.h"
 
 #include "analysis/priceformat.h"
-#include "panel/boxlayouts.h"
-#include "panel/iconbutton.h"
-#include "panel/panelmodel.h"
 #include "panel/planbanner.h"
-#include "panel/spinner.h"
-#include "panel/textbutton.h"
-#include "panel/textlabel.h"
 #include "panel/zonelist.h"
 #include "panel/zonerow.h"
 #include "platform/async.h"
+#include "ui/boxlayouts.h"
+#include "ui/iconbutton.h"
+#include "ui/spinner.h"
+#include "ui/textbutton.h"
+#include "ui/textlabel.h"
+#include "viewmodel/panelmodel.h"
 
 #include <QKeyEvent>
 #include <QPainter>

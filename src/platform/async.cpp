@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/async.h"
 
 #include <utility>

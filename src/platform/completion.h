@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <optional> // before <coroutine>: moc 6.4 cannot read that as the first standard header

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/qthttpclient.h"
 
 #include "platform/decompression.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "snapshot/commandline.h"
 
 #include "market/endpoints.h"

@@ -1,6 +1,7 @@
+// SPDX-License-Identifier: MIT
 #include "snapshot/snapshotdata.h"
 
-#include "panel/panelmodel.h"
+#include "viewmodel/panelmodel.h"
 
 #include <QDateTime>
 #include <QJsonArray>

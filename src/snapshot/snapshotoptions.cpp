@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "snapshot/snapshotmode.h"
 
 namespace kestrune {

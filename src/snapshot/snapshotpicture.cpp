@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "snapshot/snapshotpicture.h"
 
 #include "panel/popoverview.h"

@@ -1,6 +1,7 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
-#include "platform/alertsound.h"
+#include "sound/alertsound.h"
 
 #include <QElapsedTimer>
 #include <QObject>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "state/appstate.h"
 
 #include "market/chartlink.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "state/appstate.h"
 
 #include "analysis/indicators.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "state/marginmode.h"
 
 using namespace Qt::StringLiterals;

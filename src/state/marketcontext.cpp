@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "state/marketcontext.h"
 
 #include "analysis/priceformat.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "state/planselection.h"
 
 #include "state/conclusion.h"

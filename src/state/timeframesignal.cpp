@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "state/timeframesignal.h"
 
 #include "analysis/zone.h"

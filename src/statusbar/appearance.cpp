@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "statusbar/appearance.h"
 
 namespace kestrune {

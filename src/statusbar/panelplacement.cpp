@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "statusbar/panelplacement.h"
 
 #include <algorithm>
@@ -8,8 +9,8 @@ namespace kestrune {
 
 namespace {
 
-constexpr int leastHeight = 480; // below this the panel rather covers its item
-constexpr int edgeDepth = 64;    // a bar is not thicker
+constexpr int leastPanelHeight = 480; // below this the panel rather covers its item
+constexpr int edgeDepth = 64;         // a bar is not thicker
 constexpr int unseenBar = 32;
 // A host may tell a corner of a wide item instead of the pointer's place.
 constexpr int hostSlackX = 480;
@@ -48,7 +49,7 @@ QRect placePanel(const QRect &item, const QSize &wanted, const QRect &available)
     const int end = available.y() + available.height(); // first line below the free area
     const int roomBelow = end - std::max(item.y() + item.height(), available.y());
     const int roomAbove = std::min(item.y(), end) - available.y();
-    const int enough = std::min(wanted.height(), leastHeight);
+    const int enough = std::min(wanted.height(), leastPanelHeight);
     const bool below = roomBelow >= enough || roomBelow >= roomAbove;
     const int room = std::max(below ? roomBelow : roomAbove, std::min(available.height(), enough));
     const int height = std::min({wanted.height(), room, available.height()});

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "statusbar/pixelshapes.h"
 
 #include <QImage>

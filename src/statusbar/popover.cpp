@@ -1,7 +1,8 @@
+// SPDX-License-Identifier: MIT
 #include "statusbar/popover.h"
 
-#include "panel/palette.h"
 #include "statusbar/panelplacement.h"
+#include "ui/palette.h"
 
 #include <QGuiApplication>
 #include <QKeyEvent>

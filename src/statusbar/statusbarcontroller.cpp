@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "statusbar/statusbarcontroller.h"
 
 #include "analysis/priceformat.h"

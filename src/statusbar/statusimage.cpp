@@ -1,10 +1,11 @@
+// SPDX-License-Identifier: MIT
 #include "statusbar/statusimage.h"
 
 #include "analysis/priceformat.h"
-#include "panel/devicepixels.h"
-#include "panel/glyphdrawing.h"
-#include "panel/typography.h"
 #include "statusbar/pixelshapes.h"
+#include "ui/devicepixels.h"
+#include "ui/glyphdrawing.h"
+#include "ui/typography.h"
 
 #include <QFontMetricsF>
 #include <QPainter>

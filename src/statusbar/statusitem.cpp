@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "statusbar/statusitem.h"
 
 #include <algorithm>

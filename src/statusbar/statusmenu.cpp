@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "statusbar/statusmenu.h"
 
 namespace kestrune {

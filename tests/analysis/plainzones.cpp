@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "analysis/plainzones.h"
 
 #include "analysis/zone.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "analysis/priceformat.h"
 #include "support/testregistry.h"
 

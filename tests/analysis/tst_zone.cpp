@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "analysis/zone.h"
 #include "support/testregistry.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "endtoend/recordingmarket.h"
 
 #include "support/marketbodies.h"

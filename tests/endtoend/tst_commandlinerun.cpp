@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "endtoend/barprocess.h"
 #include "support/testregistry.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "endtoend/barprocess.h"
 #include "endtoend/recordingmarket.h"
 #include "support/marketbodies.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "faults/certificates.h"
 
 #include <QDateTime>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "faults/faultrun.h"
 
 #include <QFile>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/qthttpclient.h"
 #include "support/appfixture.h"
 #include "support/loopbackserver.h"

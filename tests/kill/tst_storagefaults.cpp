@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "kill/smalldisk.h"
 #include "platform/jsonpreferences.h"
 #include "support/testregistry.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "market/answers.h"
 
 #include <QDate>

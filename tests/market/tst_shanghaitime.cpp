@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "market/shanghaitime.h"
 #include "support/testregistry.h"
 

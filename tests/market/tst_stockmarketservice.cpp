@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "market/answers.h"
 #include "market/stockmarketservice.h"
 #include "support/fakeclock.h"

@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: MIT
 """Reads the whole panel over the accessibility bus and presses every button of it.
 
 Runs the program given as the only argument. Ends with 77 (skipped) where the bus cannot be used."""

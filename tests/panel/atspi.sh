@@ -1,4 +1,5 @@
 #!/bin/bash
+# SPDX-License-Identifier: MIT
 # Walks the panel over the accessibility bus, on a display and a session bus of its own: atspi.sh PROGRAM
 for tool in Xvfb xvfb-run dbus-run-session; do
     command -v "$tool" > /dev/null || { echo "skipped: $tool is missing"; exit 77; }

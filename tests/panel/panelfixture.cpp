@@ -1,7 +1,8 @@
+// SPDX-License-Identifier: MIT
 #include "panelfixture.h"
 
 #include "analysis/priceformat.h"
-#include "panel/textlabel.h"
+#include "ui/textlabel.h"
 
 #include <cmath>
 

@@ -1,6 +1,7 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
-#include "panel/inputfield.h"
+#include "ui/inputfield.h"
 #include "panel/planbanner.h"
 #include "panel/popoverview.h"
 #include "panel/zonerow.h"

@@ -1,7 +1,8 @@
+// SPDX-License-Identifier: MIT
 // The panel in a popup window over a market that stands still, for the walk over the accessibility bus.
 #include "panelfixture.h"
 
-#include "panel/approot.h"
+#include "ui/approot.h"
 
 #include <QApplication>
 #include <QTimer>

@@ -1,9 +1,10 @@
+// SPDX-License-Identifier: MIT
 #include "panel/blingbutton.h"
-#include "panel/chip.h"
-#include "panel/focusring.h"
-#include "panel/iconbutton.h"
-#include "panel/segmentbutton.h"
-#include "panel/textbutton.h"
+#include "ui/chip.h"
+#include "ui/focusring.h"
+#include "ui/iconbutton.h"
+#include "ui/segmentbutton.h"
+#include "ui/textbutton.h"
 #include "support/testregistry.h"
 
 #include <QAccessible>

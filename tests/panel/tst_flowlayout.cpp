@@ -1,4 +1,5 @@
-#include "panel/flowlayout.h"
+// SPDX-License-Identifier: MIT
+#include "ui/flowlayout.h"
 
 #include "support/testregistry.h"
 

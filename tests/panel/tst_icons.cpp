@@ -1,4 +1,5 @@
-#include "panel/icons.h"
+// SPDX-License-Identifier: MIT
+#include "ui/icons.h"
 
 #include "state/barsignal.h"
 #include "support/testregistry.h"

@@ -1,4 +1,5 @@
-#include "panel/palette.h"
+// SPDX-License-Identifier: MIT
+#include "ui/palette.h"
 
 #include "support/testregistry.h"
 

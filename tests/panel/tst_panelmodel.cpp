@@ -1,5 +1,8 @@
-#include "panel/panelmodel.h"
-#include "panel/settingsinput.h"
+// SPDX-License-Identifier: MIT
+#include "viewmodel/panelmodel.h"
+
+#include "panel/tones.h"
+#include "viewmodel/settingsinput.h"
 #include "support/testregistry.h"
 #include "zonebuilder.h"
 

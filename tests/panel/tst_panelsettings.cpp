@@ -1,6 +1,7 @@
-#include "panel/chip.h"
-#include "panel/inputfield.h"
-#include "panel/textlabel.h"
+// SPDX-License-Identifier: MIT
+#include "ui/chip.h"
+#include "ui/inputfield.h"
+#include "ui/textlabel.h"
 #include "panelfixture.h"
 #include "support/testregistry.h"
 

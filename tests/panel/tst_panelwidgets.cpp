@@ -1,10 +1,11 @@
-#include "panel/approot.h"
-#include "panel/chip.h"
-#include "panel/chiprow.h"
-#include "panel/disclosure.h"
-#include "panel/divider.h"
-#include "panel/palette.h"
-#include "panel/textlabel.h"
+// SPDX-License-Identifier: MIT
+#include "ui/approot.h"
+#include "ui/chip.h"
+#include "ui/chiprow.h"
+#include "ui/disclosure.h"
+#include "ui/divider.h"
+#include "ui/palette.h"
+#include "ui/textlabel.h"
 #include "support/testregistry.h"
 
 #include <QAccessible>

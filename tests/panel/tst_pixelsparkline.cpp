@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "panel/pixelsparkline.h"
 
 #include "support/testregistry.h"

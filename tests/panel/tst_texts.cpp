@@ -1,6 +1,7 @@
+// SPDX-License-Identifier: MIT
 #include "panel/helpview.h"
-#include "panel/textlabel.h"
-#include "panel/toast.h"
+#include "ui/textlabel.h"
+#include "ui/toast.h"
 #include "support/bytesinuse.h"
 #include "support/testregistry.h"
 

@@ -1,7 +1,8 @@
+// SPDX-License-Identifier: MIT
 #include "panel/zonerow.h"
 
-#include "panel/iconbutton.h"
-#include "panel/tag.h"
+#include "ui/iconbutton.h"
+#include "ui/tag.h"
 #include "support/testregistry.h"
 #include "zonebuilder.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/async.h"
 #include "support/eventloop.h"
 #include "support/fakeclock.h"

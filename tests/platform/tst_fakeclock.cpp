@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/eventloop.h"
 #include "support/fakeclock.h"
 #include "support/testregistry.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/eventloop.h"
 #include "support/fakehttpclient.h"
 #include "support/testregistry.h"

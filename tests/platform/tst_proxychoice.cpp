@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/proxychoice.h"
 #include "support/testregistry.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/qthttpclient.h"
 #include "replay/replayserver.h"
 #include "support/eventloop.h"

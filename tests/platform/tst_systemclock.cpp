@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/systemclock.h"
 #include "support/eventloop.h"
 #include "support/testregistry.h"

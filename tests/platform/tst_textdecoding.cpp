@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/textdecoding.h"
 #include "support/testregistry.h"
 

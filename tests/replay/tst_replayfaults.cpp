@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "replay/replayserver.h"
 #include "support/testregistry.h"
 

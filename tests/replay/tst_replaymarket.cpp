@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "replay/bars.h"
 #include "replay/replayserver.h"
 #include "support/testregistry.h"

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """What the session tests need of a desktop: processes, windows, the pointer, pixels, the settings file."""
 import contextlib
 import json

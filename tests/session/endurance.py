@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """The program on the simulated market in a tray for a long while: memory must not grow, nothing may be said.
 
 Usage: endurance.py MINUTES BIN_DIR. Prints a line a minute; ends with 1 when something is wrong.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """What a user does with item, menu and panel."""
 import json
 import pathlib

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Reads a text field of a program over the accessibility bus or gives it the focus, or presses a button.
 
 Usage: field.py APPLICATION NAME text|focus|press

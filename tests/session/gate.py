@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """A door in front of a market: passes requests on, remembers which ones came, and can hold the market still."""
 import http.server
 import threading

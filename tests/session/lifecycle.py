@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """How the program ends with its session, and goes on after a sleep."""
 import pathlib
 import signal

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Makes the documentation's pictures of the item in real bars.
 
 Usage: pictures.py TARGET_FOLDER BIN_DIR. Says what it could not make, and why.

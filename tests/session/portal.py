@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """A stand-in for the desktop's settings portal: colour scheme from the command line, dark and light in turn at
 each SIGUSR1."""
 import signal

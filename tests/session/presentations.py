@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """How the item shows in the bars and trays that there are, and without any."""
 import os
 import signal

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Runs the program in a real X session and looks at it from outside.
 
 Usage: session.py SCENARIO BIN_DIR. Ends with 77 when something that the scenario needs is not installed.

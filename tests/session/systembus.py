@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """A stand-in for the services of a laptop's system bus: sleeps and wakes at SIGUSR1, loses the network at SIGUSR2 and
 has it back at the next one."""
 import signal

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """A stand-in for a desktop's bar that shows status notifier items, told what to do line by line.
 
 Which bar it is taken for depends on the name under which this file is started. It reads JSON lists from standard

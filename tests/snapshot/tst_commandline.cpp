@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "snapshot/commandline.h"
 #include "snapshot/snapshotmode.h"
 #include "support/testregistry.h"

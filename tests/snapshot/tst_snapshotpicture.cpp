@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "panel/popoverview.h"
 #include "snapshot/pngwriter.h"
 #include "snapshot/snapshotpicture.h"

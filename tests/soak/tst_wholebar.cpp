@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "soak/wholebar.h"
 #include "support/eventloop.h"
 #include "support/testregistry.h"

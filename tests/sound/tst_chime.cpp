@@ -1,4 +1,5 @@
-#include "platform/chime.h"
+// SPDX-License-Identifier: MIT
+#include "statusbar/desktop/chime.h"
 #include "support/testregistry.h"
 
 #include <QFile>

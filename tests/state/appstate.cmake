@@ -3,5 +3,4 @@ kestrune_add_test(tst_appstate APP core
         tst_observable.cpp tst_appstate_restore.cpp tst_appstate_refresh.cpp tst_appstate_loops.cpp
         tst_appstate_selection.cpp tst_appstate_signals.cpp tst_appstate_alerts.cpp tst_appstate_bling.cpp
         tst_appstate_random.cpp
-    LINKS Kestrune::AppFixture
-    PCH <QObject> <QString> <QCoroTask> <QTest> <optional> <vector> <functional>)
+    LINKS Kestrune::AppFixture)

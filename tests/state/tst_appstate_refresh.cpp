@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "analysis/priceformat.h"
 #include "support/appfixture.h"
 #include "support/tasks.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/appfixture.h"
 #include "support/tasks.h"
 #include "support/testregistry.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "state/conclusion.h"
 #include "support/testregistry.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "state/fixedtext.h"
 #include "state/marketcontext.h"
 #include "support/testregistry.h"

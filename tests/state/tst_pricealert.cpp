@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "state/pricealert.h"
 #include "support/testregistry.h"
 

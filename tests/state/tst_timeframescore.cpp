@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "state/marginmode.h"
 #include "state/timeframescore.h"
 #include "support/testregistry.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "state/tradeplan.h"
 #include "support/testregistry.h"
 

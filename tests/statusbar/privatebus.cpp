@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "statusbar/privatebus.h"
 
 #include "support/eventloop.h"

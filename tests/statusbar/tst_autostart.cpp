@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "statusbar/desktop/autostart.h"
 
 #include "support/testregistry.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "statusbar/desktop/desktoptheme.h"
 #include "statusbar/desktop/quitsignals.h"
 #include "statusbar/desktop/singleinstance.h"

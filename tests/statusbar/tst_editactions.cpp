@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "statusbar/editactions.h"
 
 #include "support/testregistry.h"

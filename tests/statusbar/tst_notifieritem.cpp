@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "statusbar/desktop/notifieritem.h"
 
 #include "statusbar/desktop/notifiertypes.h"

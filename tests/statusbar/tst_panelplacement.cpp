@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "statusbar/panelplacement.h"
 
 #include "support/testregistry.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "statusbar/presentation.h"
 
 #include "support/testregistry.h"

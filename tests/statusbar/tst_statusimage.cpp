@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "statusbar/statusimage.h"
 
 #include "support/testregistry.h"

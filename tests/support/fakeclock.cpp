@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/fakeclock.h"
 
 #include "support/eventloop.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Part of what runs under the thread sanitizer. Qt starts processes with clone(), sharing the memory until
 // the program is replaced. The sanitizer takes that for a fork, marks the memory as that of a forked copy,
 // and with it the parent's: from then on it reports nothing any more and ends the program at its next new

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/testregistry.h"
 
 #if defined(KESTRUNE_TEST_APP_WIDGETS)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A race for the thread sanitizer to find: after another program was started, and called from Qt's event
 // loop.
 

@@ -1,6 +1,6 @@
+// SPDX-License-Identifier: MIT
 #include "statusbar/desktop/appdelegate.h"
 
-#include "panel/approot.h"
 #include "panel/popoverview.h"
 #include "platform/async.h"
 #include "statusbar/desktop/desktoptheme.h"
@@ -9,6 +9,7 @@
 #include "statusbar/desktop/statusitemchooser.h"
 #include "statusbar/desktop/wakewatch.h"
 #include "statusbar/editactions.h"
+#include "ui/approot.h"
 
 #include <QApplication>
 #include <QSessionManager>

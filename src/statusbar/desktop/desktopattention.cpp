@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "statusbar/desktop/desktopattention.h"
 
 #include <QApplication>

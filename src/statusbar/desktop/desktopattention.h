@@ -1,7 +1,8 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "platform/attention.h"
-#include "platform/chime.h"
+#include "statusbar/desktop/chime.h"
 
 #include <QStringList>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "statusbar/desktop/desktoptheme.h"
 
 #include <QDBusMessage>
@@ -19,7 +20,7 @@ const QString portalPath = u"/org/freedesktop/portal/desktop"_s;
 const QString settingsInterface = u"org.freedesktop.portal.Settings"_s;
 const QString appearanceGroup = u"org.freedesktop.appearance"_s;
 const QString schemeKey = u"color-scheme"_s;
-constexpr int answerLimitMs = 5000; // a portal that is started for us takes a while
+constexpr int portalLimitMs = 5000; // a portal that is started for us takes a while
 
 /// The number inside however many variants.
 uint unwrapped(QVariant value)
@@ -54,7 +55,7 @@ void DesktopTheme::ask()
 {
     QDBusMessage call = QDBusMessage::createMethodCall(portalName, portalPath, settingsInterface, u"Read"_s);
     call << appearanceGroup << schemeKey;
-    auto *watcher = new QDBusPendingCallWatcher(m_connection.asyncCall(call, answerLimitMs), this);
+    auto *watcher = new QDBusPendingCallWatcher(m_connection.asyncCall(call, portalLimitMs), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
         watcher->deleteLater();
         const QDBusPendingReply<QDBusVariant> reply(*watcher);

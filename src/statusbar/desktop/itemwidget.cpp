@@ -1,6 +1,7 @@
+// SPDX-License-Identifier: MIT
 #include "statusbar/desktop/itemwidget.h"
 
-#include "panel/palette.h"
+#include "ui/palette.h"
 
 #include <QApplication>
 #include <QContextMenuEvent>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "statusbar/desktop/menuexport.h"
 
 #include "statusbar/desktop/notifiertypes.h"

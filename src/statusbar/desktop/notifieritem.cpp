@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "statusbar/desktop/notifieritem.h"
 
 #include "statusbar/desktop/activation.h"
@@ -24,7 +25,6 @@ namespace {
 const QString itemPath = u"/StatusNotifierItem"_s;
 const QString menuPath = u"/StatusNotifierItem/Menu"_s;
 const QString itemInterface = u"org.kde.StatusNotifierItem"_s;
-const QString watcherName = u"org.kde.StatusNotifierWatcher"_s;
 
 struct ItemProperty
 {
@@ -156,8 +156,8 @@ void NotifierItem::registerWith(NotifierHost host)
     m_host = host;
     if (!m_known)
         return;
-    QDBusMessage message = QDBusMessage::createMethodCall(watcherName, u"/StatusNotifierWatcher"_s,
-                                                          watcherName, u"RegisterStatusNotifierItem"_s);
+    QDBusMessage message = QDBusMessage::createMethodCall(
+        notifierWatcherName, notifierWatcherPath, notifierWatcherName, u"RegisterStatusNotifierItem"_s);
     message << m_service;
     m_connection.asyncCall(message);
 }

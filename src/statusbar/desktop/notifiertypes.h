@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QDBusArgument>
@@ -9,6 +10,10 @@
 class QImage;
 
 namespace kestrune {
+
+/// The service that hosts of status items ask, and its object and interface.
+inline const QString notifierWatcherName = QStringLiteral("org.kde.StatusNotifierWatcher");
+inline const QString notifierWatcherPath = QStringLiteral("/StatusNotifierWatcher");
 
 /// A picture as notifier hosts take it: 32 bits per pixel, alpha first, network byte order, not
 /// premultiplied.

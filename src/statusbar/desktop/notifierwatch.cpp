@@ -1,4 +1,7 @@
+// SPDX-License-Identifier: MIT
 #include "statusbar/desktop/notifierwatch.h"
+
+#include "statusbar/desktop/notifiertypes.h"
 
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
@@ -15,9 +18,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString watcherName = u"org.kde.StatusNotifierWatcher"_s;
-const QString watcherPath = u"/StatusNotifierWatcher"_s;
-constexpr int answerLimitMs = 3000;
+constexpr int watcherLimitMs = 3000;
 
 QByteArray commandLineOf(uint pid)
 {
@@ -31,7 +32,7 @@ QDBusPendingCall askBus(const QDBusConnection &connection, const QString &member
     QDBusMessage call = QDBusMessage::createMethodCall(u"org.freedesktop.DBus"_s, u"/org/freedesktop/DBus"_s,
                                                        u"org.freedesktop.DBus"_s, member);
     call << name;
-    return connection.asyncCall(call, answerLimitMs);
+    return connection.asyncCall(call, watcherLimitMs);
 }
 
 /// Runs `reaction` with the finished reply while `context` lives.
@@ -50,14 +51,16 @@ void whenAnswered(QObject *context, const QDBusPendingCall &call,
 } // namespace
 
 NotifierWatch::NotifierWatch(const QDBusConnection &connection)
-    : m_connection(connection), m_watcher(watcherName, connection, QDBusServiceWatcher::WatchForOwnerChange)
+    : m_connection(connection)
+    , m_watcher(notifierWatcherName, connection, QDBusServiceWatcher::WatchForOwnerChange)
 {
     if (!m_connection.isConnected())
         return;
     connect(&m_watcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
             [this](const QString &, const QString &, const QString &owner) { ownerChanged(owner); });
     for (const QString &signal : {u"StatusNotifierHostRegistered"_s, u"StatusNotifierHostUnregistered"_s})
-        m_connection.connect(watcherName, watcherPath, watcherName, signal, this, SLOT(askForHost()));
+        m_connection.connect(notifierWatcherName, notifierWatcherPath, notifierWatcherName, signal, this,
+                             SLOT(askForHost()));
     // A bus that ends takes the watcher along without a word about its name.
     m_connection.connect({}, u"/org/freedesktop/DBus/Local"_s, u"org.freedesktop.DBus.Local"_s,
                          u"Disconnected"_s, this, SLOT(busGone()));
@@ -71,7 +74,7 @@ std::optional<NotifierHost> NotifierWatch::host() const
 
 void NotifierWatch::askForOwner()
 {
-    whenAnswered<QString>(this, askBus(m_connection, u"GetNameOwner"_s, watcherName),
+    whenAnswered<QString>(this, askBus(m_connection, u"GetNameOwner"_s, notifierWatcherName),
                           [this](const QDBusPendingReply<QString> &reply) {
                               if (reply.isValid() && m_owner.isEmpty())
                                   ownerChanged(reply.value());
@@ -115,10 +118,10 @@ void NotifierWatch::askForHost()
 {
     if (m_owner.isEmpty())
         return;
-    QDBusMessage call =
-        QDBusMessage::createMethodCall(m_owner, watcherPath, u"org.freedesktop.DBus.Properties"_s, u"Get"_s);
-    call << watcherName << u"IsStatusNotifierHostRegistered"_s;
-    whenAnswered<QVariant>(this, m_connection.asyncCall(call, answerLimitMs),
+    QDBusMessage call = QDBusMessage::createMethodCall(m_owner, notifierWatcherPath,
+                                                       u"org.freedesktop.DBus.Properties"_s, u"Get"_s);
+    call << notifierWatcherName << u"IsStatusNotifierHostRegistered"_s;
+    whenAnswered<QVariant>(this, m_connection.asyncCall(call, watcherLimitMs),
                            [this, owner = m_owner](const QDBusPendingReply<QVariant> &reply) {
                                if (owner != m_owner)
                                    return;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "statusbar/desktop/singleinstance.h"
 
 #include "statusbar/desktop/activation.h"
@@ -14,7 +15,7 @@ namespace {
 const QString busName = u"org.kestrune.bar"_s;
 const QString objectPath = u"/org/kestrune/bar"_s;
 const QString applicationInterface = u"org.freedesktop.Application"_s;
-constexpr int answerLimitMs = 5000;
+constexpr int instanceLimitMs = 5000;
 
 /// What the starter gave this process so that the window it leads to may take the focus.
 QVariantMap platformDataOfThisStart()
@@ -60,7 +61,7 @@ bool SingleInstance::activateFirst() const
     QDBusMessage call =
         QDBusMessage::createMethodCall(busName, objectPath, applicationInterface, u"Activate"_s);
     call << platformDataOfThisStart();
-    return m_connection.call(call, QDBus::Block, answerLimitMs).type() == QDBusMessage::ReplyMessage;
+    return m_connection.call(call, QDBus::Block, instanceLimitMs).type() == QDBusMessage::ReplyMessage;
 }
 
 void SingleInstance::Activate(const QVariantMap &platformData)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "statusbar/desktop/statusitemchooser.h"
 
 #include "statusbar/desktop/notifieritem.h"

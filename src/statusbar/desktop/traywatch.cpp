@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "statusbar/desktop/traywatch.h"
 
 #include "statusbar/desktop/xcbreply.h"

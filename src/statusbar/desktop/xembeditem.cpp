@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "statusbar/desktop/xembeditem.h"
 
 #include "statusbar/desktop/screens.h"

@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: MIT
+#include "panel/tones.h"
+
+namespace kestrune {
+
+Tone toneOf(NamedColor color)
+{
+    switch (color) {
+    case NamedColor::red:
+        return Tone::red;
+    case NamedColor::green:
+        return Tone::green;
+    case NamedColor::orange:
+        return Tone::orange;
+    case NamedColor::secondary:
+        break;
+    }
+    return Tone::secondary;
+}
+
+Tone changeTone(std::optional<double> changePct)
+{
+    return !changePct || *changePct >= 0 ? Tone::green : Tone::red;
+}
+
+Tone signalTone(SignalType signal)
+{
+    if (isBull(signal))
+        return Tone::red;
+    return isBear(signal) ? Tone::green : Tone::orange;
+}
+
+Tone conclusionTone(std::span<const TimeframeSignal> snapshot)
+{
+    return snapshot.empty() ? Tone::secondary : signalTone(snapshot.back().signal);
+}
+
+Tone planTone(const TradePlan &plan)
+{
+    switch (plan.grade) {
+    case PlanGrade::good:
+        return plan.dir == TradeDirection::long_ ? Tone::red : Tone::green;
+    case PlanGrade::fair:
+        return Tone::orange;
+    case PlanGrade::poor:
+        return Tone::secondary;
+    }
+    Q_UNREACHABLE();
+}
+
+} // namespace kestrune

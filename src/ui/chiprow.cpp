@@ -1,0 +1,254 @@
+// SPDX-License-Identifier: MIT
+#include "ui/chiprow.h"
+
+#include "ui/chip.h"
+#include "ui/palette.h"
+
+#include <QApplication>
+#include <QKeyEvent>
+#include <QLinearGradient>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QWheelEvent>
+
+#include <algorithm>
+
+namespace kestrune {
+
+namespace {
+
+constexpr int chipGap = 8;
+constexpr int chipHeight = 24;
+constexpr int fadeWidth = 16;
+constexpr int wheelStep = 60; // pixels of one notch
+
+/// The ground growing over the chips towards an edge behind which there are more.
+class EdgeFade : public QWidget
+{
+public:
+    EdgeFade(const ChipRow &row, const QWidget &strip)
+        : QWidget(strip.parentWidget()), m_row(row), m_strip(strip)
+    {
+        setAttribute(Qt::WA_TransparentForMouseEvents);
+        setFocusPolicy(Qt::NoFocus);
+    }
+
+protected:
+    void paintEvent(QPaintEvent *) override
+    {
+        QPainter painter(this);
+        if (m_row.offset() > 0)
+            paintEdge(painter, 0, fadeWidth);
+        if (m_strip.width() - m_row.offset() > width())
+            paintEdge(painter, width(), width() - fadeWidth);
+    }
+
+private:
+    void paintEdge(QPainter &painter, int from, int to) const
+    {
+        QColor ground = paletteOf(this).ground;
+        QLinearGradient gradient(from, 0, to, 0);
+        gradient.setColorAt(0, ground);
+        ground.setAlpha(0);
+        gradient.setColorAt(1, ground);
+        painter.fillRect(QRect(std::min(from, to), 0, fadeWidth, height()), gradient);
+    }
+
+    const ChipRow &m_row;
+    const QWidget &m_strip;
+};
+
+} // namespace
+
+ChipRow::ChipRow(QWidget *parent)
+    : QWidget(parent), m_strip(new QWidget(this)), m_fade(new EdgeFade(*this, *m_strip))
+{
+    setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+}
+
+void ChipRow::setContent(const QStringList &symbols, const QString &current)
+{
+    const bool sameList = m_symbols == symbols;
+    if (sameList && m_current == current)
+        return;
+    m_symbols = symbols;
+    m_current = current;
+    if (!sameList)
+        rebuild();
+    for (Chip *chip : m_chips) {
+        chip->setChecked(chip->text() == current);
+        if (chip->isChecked())
+            bringIntoView(*chip);
+    }
+}
+
+QSize ChipRow::sizeHint() const
+{
+    return {m_strip->width(), chipHeight + 2 * ringRoom};
+}
+
+QSize ChipRow::minimumSizeHint() const
+{
+    return {40, chipHeight + 2 * ringRoom};
+}
+
+void ChipRow::rebuild()
+{
+    for (Chip *chip : m_chips) {
+        chip->hide();
+        chip->deleteLater();
+    }
+    m_chips.clear();
+    int x = 0;
+    for (const QString &symbol : m_symbols) {
+        auto *chip = new Chip(symbol, m_strip);
+        chip->installEventFilter(this);
+        connect(chip, &Chip::clicked, this, [this, symbol] { Q_EMIT picked(symbol); });
+        chip->setGeometry(QRect(QPoint(x, ringRoom), chip->sizeHint()));
+        chip->show();
+        x += chip->width() + chipGap;
+        m_chips.push_back(chip);
+    }
+    m_strip->resize(std::max(x - chipGap, 0), chipHeight + 2 * ringRoom);
+    scrollTo(0);
+}
+
+bool ChipRow::eventFilter(QObject *watched, QEvent *event)
+{
+    auto *chip = qobject_cast<Chip *>(watched);
+    if (!chip)
+        return QWidget::eventFilter(watched, event);
+    const auto xInRow = [&] {
+        return chip->mapTo(this, static_cast<QMouseEvent *>(event)->position().toPoint()).x();
+    };
+    switch (event->type()) {
+    case QEvent::MouseButtonPress:
+        if (static_cast<QMouseEvent *>(event)->button() == Qt::LeftButton)
+            press(xInRow());
+        return false;
+    case QEvent::MouseMove:
+        drag(xInRow());
+        if (m_dragging)
+            chip->setDown(false); // the hand moves the row now, letting go picks nothing
+        return m_dragging;
+    case QEvent::MouseButtonRelease:
+        m_pressed = false;
+        return std::exchange(m_dragging, false);
+    case QEvent::FocusIn:
+        bringIntoView(*chip);
+        return false;
+    case QEvent::KeyPress:
+        return filterKey(chip, static_cast<QKeyEvent *>(event)->key());
+    default:
+        return false;
+    }
+}
+
+bool ChipRow::filterKey(Chip *chip, int key)
+{
+    const auto at = std::ranges::find(m_chips, chip) - m_chips.begin();
+    const auto last = std::ptrdiff_t(m_chips.size()) - 1;
+    std::ptrdiff_t to = 0;
+    switch (key) {
+    case Qt::Key_Left:
+        to = std::max<std::ptrdiff_t>(at - 1, 0);
+        break;
+    case Qt::Key_Right:
+        to = std::min(at + 1, last);
+        break;
+    case Qt::Key_Home:
+        break;
+    case Qt::Key_End:
+        to = last;
+        break;
+    default:
+        return false;
+    }
+    m_chips[std::size_t(to)]->setFocus(Qt::TabFocusReason);
+    return true;
+}
+
+void ChipRow::wheelEvent(QWheelEvent *event)
+{
+    if (farthestOffset() == 0) {
+        event->ignore(); // everything shows: the wheel is the panel's
+        return;
+    }
+    const QPoint pixels = event->pixelDelta();
+    const QPoint angle = event->angleDelta();
+    const bool sideways = std::abs(angle.x()) > std::abs(angle.y());
+    const int moved = !pixels.isNull() ? (sideways ? pixels.x() : pixels.y())
+                                       : (sideways ? angle.x() : angle.y()) * wheelStep / 120;
+    scrollTo(m_offset - moved);
+    event->accept();
+}
+
+void ChipRow::mousePressEvent(QMouseEvent *event)
+{
+    if (event->button() == Qt::LeftButton)
+        press(event->position().toPoint().x());
+}
+
+void ChipRow::mouseMoveEvent(QMouseEvent *event)
+{
+    drag(event->position().toPoint().x());
+}
+
+void ChipRow::mouseReleaseEvent(QMouseEvent *)
+{
+    m_pressed = false;
+    m_dragging = false;
+}
+
+void ChipRow::resizeEvent(QResizeEvent *)
+{
+    m_fade->setGeometry(rect());
+    m_fade->raise();
+    scrollTo(m_offset);
+    for (const Chip *chip : m_chips) {
+        if (chip->isChecked())
+            bringIntoView(*chip);
+    }
+}
+
+void ChipRow::press(int x)
+{
+    m_pressed = true;
+    m_dragging = false;
+    m_pressX = x;
+    m_pressOffset = m_offset;
+}
+
+void ChipRow::drag(int x)
+{
+    if (!m_pressed || farthestOffset() == 0)
+        return;
+    if (std::abs(x - m_pressX) >= QApplication::startDragDistance())
+        m_dragging = true;
+    if (m_dragging)
+        scrollTo(m_pressOffset - (x - m_pressX));
+}
+
+int ChipRow::farthestOffset() const
+{
+    return std::max(m_strip->width() - width(), 0);
+}
+
+void ChipRow::scrollTo(int offset)
+{
+    m_offset = std::clamp(offset, 0, farthestOffset());
+    m_strip->move(-m_offset, 0);
+    m_fade->update();
+}
+
+void ChipRow::bringIntoView(const Chip &chip)
+{
+    const int left = std::max(chip.x() - fadeWidth, 0);
+    const int right = std::min(chip.x() + chip.width() + fadeWidth, m_strip->width());
+    if (left < m_offset)
+        scrollTo(left);
+    else if (right > m_offset + width())
+        scrollTo(right - width());
+}
+
+} // namespace kestrune

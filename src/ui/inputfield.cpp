@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: MIT
+#include "ui/inputfield.h"
+
+#include "ui/palette.h"
+#include "ui/typography.h"
+
+#include <QEvent>
+#include <QPainter>
+
+namespace kestrune {
+
+namespace {
+
+constexpr double cornerRadius = 6;
+constexpr int fieldHeight = 26;
+constexpr int fieldSideMargin = 6;
+
+} // namespace
+
+InputField::InputField(const QString &name, QWidget *parent) : QLineEdit(parent)
+{
+    setAccessibleName(name);
+    setFrame(false);
+    setFont(fontFor(TypeRole::body));
+    setTextMargins(fieldSideMargin, 0, fieldSideMargin, 0);
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    takeColours();
+}
+
+void InputField::showText(const QString &text)
+{
+    if (this->text() != text)
+        setText(text);
+}
+
+double InputField::focusRadius() const
+{
+    return cornerRadius;
+}
+
+QSize InputField::sizeHint() const
+{
+    return {120, fieldHeight};
+}
+
+QSize InputField::minimumSizeHint() const
+{
+    return {40, fieldHeight};
+}
+
+void InputField::paintEvent(QPaintEvent *event)
+{
+    {
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        const Palette &colours = paletteOf(this);
+        const QColor border = hasFocus() ? colours.accent : blended(colours.hairline, colours.ground);
+        painter.setPen(QPen(border, 1));
+        painter.setBrush(colours.field);
+        painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), cornerRadius, cornerRadius);
+    }
+    QLineEdit::paintEvent(event);
+}
+
+void InputField::changeEvent(QEvent *event)
+{
+    QLineEdit::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange)
+        takeColours();
+}
+
+// The style would fill the whole rectangle; the rounded ground above is the field's own.
+void InputField::takeColours()
+{
+    if (palette().color(QPalette::Base).alpha() == 0)
+        return;
+    QPalette colours = palette();
+    colours.setColor(QPalette::Base, Qt::transparent);
+    setPalette(colours);
+}
+
+} // namespace kestrune

@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: MIT
+#include "ui/layoutsettling.h"
+
+#include <QCoreApplication>
+#include <QEvent>
+#include <QLayout>
+#include <QScrollArea>
+
+namespace kestrune {
+
+namespace {
+
+/// Forgets the size hints that layouts keep, from the inside out.
+void renewHints(QWidget &widget)
+{
+    for (QObject *child : widget.children()) {
+        if (child->isWidgetType() && !static_cast<QWidget *>(child)->isWindow())
+            renewHints(*static_cast<QWidget *>(child));
+    }
+    if (widget.layout())
+        widget.layout()->invalidate();
+    widget.updateGeometry();
+}
+
+/// Places what is inside, from the outside in: a widget that keeps its size tells its layout nothing.
+void place(QWidget &widget)
+{
+    if (widget.layout())
+        widget.layout()->activate();
+    if (qobject_cast<QScrollArea *>(&widget)) {
+        QEvent request(QEvent::LayoutRequest);
+        QCoreApplication::sendEvent(&widget, &request); // sizes the content by its height for width
+    }
+    for (QObject *child : widget.children()) {
+        if (child->isWidgetType() && !static_cast<QWidget *>(child)->isWindow())
+            place(*static_cast<QWidget *>(child));
+    }
+}
+
+} // namespace
+
+void settleLayouts(QWidget &root)
+{
+    renewHints(root);
+    place(root);
+}
+
+} // namespace kestrune

@@ -1,0 +1,169 @@
+// SPDX-License-Identifier: MIT
+#include "ui/toast.h"
+
+#include "ui/glyphdrawing.h"
+#include "ui/icons.h"
+#include "ui/palette.h"
+#include "ui/typography.h"
+
+#include <QAccessible>
+#include <QPainter>
+#include <QVariantAnimation>
+
+#include <chrono>
+#include <cmath>
+
+namespace kestrune {
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto stayTime = 2500ms;
+constexpr int slideMilliseconds = 200;
+constexpr int travel = 12;
+constexpr int shadowMargin = 10;
+constexpr int toastIconSide = 16;
+constexpr int toastIconGap = 6;
+constexpr int sidePadding = 12;
+constexpr int topPadding = 7;
+constexpr auto role = TypeRole::caption;
+
+/// Widening veils beneath the capsule: a soft shadow without a blur.
+void paintShadow(QPainter &painter, const QRectF &capsule, double toastRadius)
+{
+    painter.setPen(Qt::NoPen);
+    for (int spread = shadowMargin - 2; spread > 0; --spread) {
+        painter.setBrush(QColor(0, 0, 0, 1 + (shadowMargin - spread) / 2));
+        const QRectF shape = capsule.adjusted(-spread, -spread, spread, spread).translated(0, 2);
+        painter.drawRoundedRect(shape, toastRadius + spread, toastRadius + spread);
+    }
+}
+
+} // namespace
+
+Toast::Toast(QWidget *parent) : QWidget(parent), m_slide(new QVariantAnimation(this))
+{
+    setAttribute(Qt::WA_TransparentForMouseEvents);
+    setFocusPolicy(Qt::NoFocus);
+    hide();
+    m_dismissal.setSingleShot(true);
+    m_dismissal.setInterval(stayTime);
+    connect(&m_dismissal, &QTimer::timeout, this, [this] { slideTo(0); });
+    m_slide->setDuration(slideMilliseconds);
+    m_slide->setEasingCurve(QEasingCurve::InOutQuad);
+    connect(m_slide, &QVariantAnimation::valueChanged, this, [this](const QVariant &value) {
+        m_presence = value.toDouble();
+        update();
+    });
+    connect(m_slide, &QVariantAnimation::finished, this, [this] {
+        if (m_presence <= 0)
+            hide();
+    });
+}
+
+void Toast::present(const QString &message, bool isError)
+{
+    m_message = message;
+    m_isError = isError;
+    setAccessibleName(message);
+    place();
+    show();
+    raise();
+    if (!isVisible()) { // the panel itself is hidden: nobody would see it go
+        clear();
+        return;
+    }
+    m_dismissal.start();
+    slideTo(1);
+    QAccessibleEvent event(this, QAccessible::Alert);
+    QAccessible::updateAccessibility(&event);
+}
+
+void Toast::setAnchor(const QPoint &bottomCenter, int maximumWidth)
+{
+    m_bottomCenter = bottomCenter;
+    m_maximumWidth = maximumWidth;
+    if (!m_message.isEmpty())
+        place();
+}
+
+void Toast::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setOpacity(m_presence);
+    painter.translate(shadowMargin, shadowMargin + travel * (1 - m_presence));
+    const Palette &palette = paletteOf(this);
+    const QRectF capsule(QPointF(0, 0), m_capsule);
+    const double toastRadius = std::min(capsule.height() / 2, 16.0);
+    paintShadow(painter, capsule, toastRadius);
+    painter.setPen(QPen(blended(palette.hairline, palette.raised), 1));
+    painter.setBrush(palette.raised);
+    painter.drawRoundedRect(capsule.adjusted(0.5, 0.5, -0.5, -0.5), toastRadius - 0.5, toastRadius - 0.5);
+
+    const QRectF icon(sidePadding, (capsule.height() - toastIconSide) / 2, toastIconSide, toastIconSide);
+    drawIcon(painter, icon, m_isError ? u"exclamationmark.triangle.fill"_s : u"checkmark.circle.fill"_s,
+             palette.shapeColor(m_isError ? Tone::orange : Tone::green));
+    painter.setPen(palette.text);
+    for (int i = 0; i < m_layout.lineCount(); ++i)
+        drawGlyphs(painter, m_layout.lineAt(i), m_message,
+                   QPointF(sidePadding + toastIconSide + toastIconGap, topPadding));
+}
+
+void Toast::hideEvent(QHideEvent *)
+{
+    clear();
+}
+
+void Toast::slideTo(double presence)
+{
+    m_slide->stop();
+    m_slide->setStartValue(m_presence);
+    m_slide->setEndValue(presence);
+    m_slide->start();
+}
+
+void Toast::place()
+{
+    const int around = 2 * sidePadding + toastIconSide + toastIconGap;
+    m_layout.setFont(fontFor(role));
+    m_layout.setText(m_message);
+    useColourEmoji(m_layout);
+    QTextOption option;
+    option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    m_layout.setTextOption(option);
+    m_layout.setCacheEnabled(true);
+    int lines = 0;
+    double widest = 0;
+    m_layout.beginLayout();
+    for (QTextLine line = m_layout.createLine(); line.isValid(); line = m_layout.createLine()) {
+        line.setLineWidth(std::max(m_maximumWidth - around, 40));
+        line.setPosition(QPointF(0, lines * lineHeight(role) + baselineInLine(role) - line.ascent()));
+        widest = std::max(widest, line.naturalTextWidth());
+        ++lines;
+    }
+    m_layout.endLayout();
+    m_capsule = {static_cast<int>(std::ceil(widest)) + around,
+                 std::max(lines, 1) * lineHeight(role) + 2 * topPadding};
+    const QPoint corner = m_bottomCenter - QPoint(m_capsule.width() / 2, m_capsule.height());
+    setGeometry(
+        QRect(corner, m_capsule).adjusted(-shadowMargin, -shadowMargin, shadowMargin, shadowMargin + travel));
+    update();
+}
+
+void Toast::clear()
+{
+    m_slide->stop();
+    m_dismissal.stop();
+    m_presence = 0;
+    hide();
+    if (m_message.isEmpty())
+        return;
+    m_message.clear();
+    setAccessibleName({});
+    Q_EMIT dismissed();
+}
+
+} // namespace kestrune
