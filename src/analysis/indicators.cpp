@@ -105,8 +105,9 @@ public:
 
     void push(const Candle &candle)
     {
-        if (m_previousClose)
-            m_mean.push(trueRange(candle, *m_previousClose));
+        if (m_begun)
+            m_mean.push(trueRange(candle, m_previousClose));
+        m_begun = true;
         m_previousClose = candle.c;
     }
 
@@ -119,7 +120,8 @@ private:
             {candle.h - candle.l, std::abs(candle.h - previousClose), std::abs(candle.l - previousClose)});
     }
 
-    std::optional<double> m_previousClose;
+    bool m_begun = false; // the first candle has no true range
+    double m_previousClose = 0;
     Sma m_mean;
 };
 
@@ -130,11 +132,12 @@ public:
 
     void push(double value)
     {
-        if (m_previous) {
-            const double change = value - *m_previous;
+        if (m_begun) {
+            const double change = value - m_previous;
             m_gain.push(change > 0 ? change : 0);
             m_loss.push(change < 0 ? -change : 0);
         }
+        m_begun = true;
         m_previous = value;
     }
 
@@ -150,7 +153,8 @@ public:
     }
 
 private:
-    std::optional<double> m_previous;
+    bool m_begun = false; // the first value has no change
+    double m_previous = 0;
     SeededAverage<WilderStep> m_gain;
     SeededAverage<WilderStep> m_loss;
 };

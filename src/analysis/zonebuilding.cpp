@@ -120,23 +120,23 @@ std::vector<Zone> buildZones(std::span<const Candle> candles, double curPrice, d
     return buildZones(CandleLevels(candles), curPrice, tick);
 }
 
-std::vector<Zone> buildZones(const CandleLevels &source, double curPrice, double tick)
+std::vector<Zone> buildZones(const CandleLevels &levels, double curPrice, double tick)
 {
-    if (!source.sufficient)
+    if (!levels.sufficient)
         return {};
-    std::vector<RawLevel> levels = levelsOf(source.pivot, source.fib);
+    std::vector<RawLevel> candidates = levelsOf(levels.pivot, levels.fib);
     // deliberate: old highs far below the price stay, and so do old lows far above it
     const double ceiling = curPrice + curPrice * 0.18;
-    const auto &highs = source.swings.highs;
+    const auto &highs = levels.swings.highs;
     const auto highsEnd = std::ranges::find_if_not(highs, [ceiling](double high) { return high <= ceiling; });
-    appendThinned(levels, {highs.begin(), highsEnd}, u"前高"_s, curPrice);
+    appendThinned(candidates, {highs.begin(), highsEnd}, u"前高"_s, curPrice);
     const double floor = curPrice - curPrice * 0.18;
-    const auto &lows = source.swings.lows;
+    const auto &lows = levels.swings.lows;
     const auto lowsBegin = std::ranges::find_if(lows, [floor](double low) { return low >= floor; });
-    appendThinned(levels, {lowsBegin, lows.end()}, u"前低"_s, curPrice);
-    if (source.poc)
-        levels.push_back({*source.poc, u"量能POC"_s, u"vol"_s});
-    return zonesOf(std::move(levels), curPrice, tick);
+    appendThinned(candidates, {lowsBegin, lows.end()}, u"前低"_s, curPrice);
+    if (levels.poc)
+        candidates.push_back({*levels.poc, u"量能POC"_s, u"vol"_s});
+    return zonesOf(std::move(candidates), curPrice, tick);
 }
 
 std::vector<Zone> mergeLevels(const Pivot &pivots, const FibResult &fib, double curPrice, double tick)

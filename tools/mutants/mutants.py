@@ -20,7 +20,7 @@ m(A+'indicators.cpp','m_slow(slow), m_signal(signalP)','m_slow(slow), m_signal(s
 m(A+'indicators.cpp','m_gain(period), m_loss(period)','m_gain(period - (@ ? 1 : 0)), m_loss(period - (@ ? 1 : 0))','rsi seed early')
 m(A+'indicators.cpp','if (std::ssize(m_window) > m_period)','if (std::ssize(m_window) > m_period + (@ ? 1 : 0))','atr window')
 m(A+'indicators.cpp','if (m_count == m_period)','if (m_count == m_period && !@)','seed stays a sum')
-m(A+'indicators.cpp','if (m_previousClose)','if (!@ && !m_previousClose) {} else if (@ && !m_previousClose) m_mean.push(candle.h - candle.l); else','true range of the first candle')
+m(A+'indicators.cpp','if (m_begun)\n            m_mean','if (m_begun || @)\n            m_mean','true range of the first candle')
 m(A+'indicators.cpp','Ema ema144(144);','Ema ema144(@ ? 145 : 144);','period of a reading')
 m(A+'levels.cpp','const bool up = mid <= last;','const bool up = @ ? mid < last : mid <= last;','fib tie')
 m(A+'levels.cpp','.r3 = h + 2 * (pp - l),','.r3 = h + (@ ? 1 : 2) * (pp - l),','pivot r3')
