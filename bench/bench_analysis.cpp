@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 #include "analysis/indicators.h"
-#include "analysis/plainzones.h"
 #include "analysis/priceformat.h"
 #include "analysis/randomcandles.h"
 #include "analysis/zonebuilding.h"
@@ -35,12 +34,6 @@ void overLists(benchmark::State &state, const std::vector<CandleList> &lists, Wo
         benchmark::DoNotOptimize(work(turn));
         turn = (turn + 1) % lists.size();
     }
-}
-
-void zonesPlain(benchmark::State &state)
-{
-    const auto lists = candleLists(state);
-    overLists(state, lists, [&](std::size_t i) { return plainBuildZones(lists[i], lists[i].back().c, 0); });
 }
 
 void zones(benchmark::State &state)
@@ -94,12 +87,11 @@ void priceText(benchmark::State &state)
 void identity(benchmark::State &state)
 {
     for (auto _ : state)
-        benchmark::DoNotOptimize(fastUuid());
+        benchmark::DoNotOptimize(randomId());
 }
 
 } // namespace
 
-BENCHMARK(zonesPlain)->Arg(200)->Arg(320);
 BENCHMARK(zones)->Arg(200)->Arg(320);
 BENCHMARK(candleLevels)->Arg(200)->Arg(320);
 BENCHMARK(zonesOnTick)->Arg(200)->Arg(320);

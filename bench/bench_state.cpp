@@ -27,7 +27,7 @@ struct Market
             if (i == 0)
                 continue;
             const double mid = 62000 * (1 + 0.004 * i);
-            zones.emplace_back(mid - 50, mid + 50, mid, TextList{}, 0.4 * i, 1, false,
+            zones.emplace_back(mid - 50, mid + 50, mid, QStringList{}, 0.4 * i, 1, false,
                                i > 0 ? u"resistance"_s : u"support"_s);
         }
         for (const auto &label : {u"1H"_s, u"4H"_s, u"日线"_s})

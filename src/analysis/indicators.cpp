@@ -3,272 +3,292 @@
 
 #include <algorithm>
 #include <cmath>
+#include <deque>
+#include <iterator>
+#include <numeric>
 
 namespace kestrune {
 
 namespace {
 
-/// True when `period` values exist; safe for every int.
-bool covers(std::size_t count, int period)
+// Each reading takes its values (or candles) one by one, oldest first, and tells its current value.
+
+/// Mean of the last `period` values.
+class Sma
 {
-    return period >= 1 && count >= static_cast<std::size_t>(period);
-}
+public:
+    explicit Sma(int period) : m_period(period) {}
 
-double sumOf(std::span<const double> values)
-{
-    double sum = 0;
-    for (const double value : values)
-        sum += value;
-    return sum;
-}
-
-/// Smoothing factors of an exponential average; the period is taken as double, so that none overflows.
-struct EmaFactors
-{
-    explicit constexpr EmaFactors(int period) : fresh(2 / (static_cast<double>(period) + 1)), kept(1 - fresh)
-    {}
-
-    [[nodiscard]] double next(double average, double value) const { return kept * average + fresh * value; }
-
-    double fresh;
-    double kept;
-};
-
-double trueRange(const Candle &candle, double previousClose)
-{
-    return std::max(
-        {candle.h - candle.l, std::abs(candle.h - previousClose), std::abs(candle.l - previousClose)});
-}
-
-double typicalPrice(const Candle &candle)
-{
-    return (candle.h + candle.l + candle.c) / 3;
-}
-
-double gainOf(double change)
-{
-    return change > 0 ? change : 0;
-}
-
-double lossOf(double change)
-{
-    return change < 0 ? -change : 0;
-}
-
-double rsiOf(double avgGain, double avgLoss)
-{
-    if (!(avgLoss > 0))
-        return 100; // deliberate: a flat series reads 100 too, not 50
-    const double strength = avgGain / avgLoss;
-    return 100 - 100 / (1 + strength);
-}
-
-/// The readings' running values. Each recurrence is a chain of dependent operations that leaves the processor
-/// idle most of the time, so all of them advance together. A chain also runs, harmlessly, before its seed is
-/// complete; the seed then overwrites it.
-struct Chains
-{
-    static constexpr int rsiPeriod = 14;
-
-    void advance(const Candle &candle)
+    void push(double value)
     {
-        const double close = candle.c;
-        closeSum += close;
-        ema50 = ema50Factors.next(ema50, close);
-        ema144 = ema144Factors.next(ema144, close);
-        ema169 = ema169Factors.next(ema169, close);
-        ema200 = ema200Factors.next(ema200, close);
-        fast = fastFactors.next(fast, close);
-        slow = slowFactors.next(slow, close);
-        line = fast - slow;
-        lineSum += line;
-        signal = signalFactors.next(signal, line);
-
-        const double change = close - previousClose;
-        previousClose = close;
-        gainSum += gainOf(change);
-        lossSum += lossOf(change);
-        avgGain = (avgGain * (rsiPeriod - 1) + gainOf(change)) / rsiPeriod;
-        avgLoss = (avgLoss * (rsiPeriod - 1) + lossOf(change)) / rsiPeriod;
-
-        weighted += candle.v * typicalPrice(candle);
-        volume += candle.v;
+        m_window.push_back(value);
+        if (std::ssize(m_window) > m_period)
+            m_window.pop_front();
     }
 
-    static constexpr EmaFactors ema50Factors{50}, ema144Factors{144}, ema169Factors{169}, ema200Factors{200},
-        fastFactors{12}, slowFactors{26}, signalFactors{9};
+    [[nodiscard]] std::optional<double> value() const
+    {
+        if (m_period < 1 || std::ssize(m_window) < m_period)
+            return std::nullopt;
+        return std::accumulate(m_window.begin(), m_window.end(), 0.0) / m_period;
+    }
 
-    double closeSum = 0;
-    double ema50 = 0, ema144 = 0, ema169 = 0, ema200 = 0;
-    double fast = 0, slow = 0, line = 0, lineSum = 0, signal = 0;
-    double previousClose = 0, gainSum = 0, lossSum = 0, avgGain = 0, avgLoss = 0;
-    double weighted = 0, volume = 0;
+private:
+    int m_period;
+    std::deque<double> m_window;
 };
+
+/// An average that begins with the mean of the first `period` values; each later value is taken in by `Step`.
+template <typename Step>
+class SeededAverage
+{
+public:
+    explicit SeededAverage(int period) : m_period(period), m_step(period) {}
+
+    void push(double value)
+    {
+        ++m_count;
+        if (m_count > m_period) {
+            m_average = m_step(m_average, value);
+            return;
+        }
+        m_average += value; // only a sum until the seed is complete
+        if (m_count == m_period)
+            m_average /= m_period;
+    }
+
+    [[nodiscard]] std::optional<double> value() const
+    {
+        return m_period >= 1 && m_count >= m_period ? std::optional(m_average) : std::nullopt;
+    }
+
+private:
+    int m_period;
+    Step m_step;
+    qint64 m_count = 0;
+    double m_average = 0;
+};
+
+// Both steps take the period as double, so that no period overflows.
+
+class ExponentialStep
+{
+public:
+    explicit ExponentialStep(int period) : m_fresh(2 / (static_cast<double>(period) + 1)), m_kept(1 - m_fresh)
+    {}
+    double operator()(double average, double value) const { return m_kept * average + m_fresh * value; }
+
+private:
+    double m_fresh;
+    double m_kept;
+};
+
+class WilderStep
+{
+public:
+    explicit WilderStep(double period) : m_period(period) {}
+    double operator()(double average, double value) const
+    {
+        return (average * (m_period - 1) + value) / m_period;
+    }
+
+private:
+    double m_period;
+};
+
+using Ema = SeededAverage<ExponentialStep>;
+
+class Atr
+{
+public:
+    explicit Atr(int period) : m_mean(period) {}
+
+    void push(const Candle &candle)
+    {
+        if (m_begun)
+            m_mean.push(trueRange(candle, m_previousClose));
+        m_begun = true;
+        m_previousClose = candle.c;
+    }
+
+    [[nodiscard]] std::optional<double> value() const { return m_mean.value(); }
+
+private:
+    static double trueRange(const Candle &candle, double previousClose)
+    {
+        return std::max(
+            {candle.h - candle.l, std::abs(candle.h - previousClose), std::abs(candle.l - previousClose)});
+    }
+
+    bool m_begun = false; // the first candle has no true range
+    double m_previousClose = 0;
+    Sma m_mean;
+};
+
+class Rsi
+{
+public:
+    explicit Rsi(int period) : m_gain(period), m_loss(period) {}
+
+    void push(double value)
+    {
+        if (m_begun) {
+            const double change = value - m_previous;
+            m_gain.push(change > 0 ? change : 0);
+            m_loss.push(change < 0 ? -change : 0);
+        }
+        m_begun = true;
+        m_previous = value;
+    }
+
+    [[nodiscard]] std::optional<double> value() const
+    {
+        const auto gain = m_gain.value();
+        const auto loss = m_loss.value();
+        if (!gain || !loss)
+            return std::nullopt;
+        if (!(*loss > 0))
+            return 100; // deliberate: a flat series reads 100 too, not 50
+        return 100 - 100 / (1 + *gain / *loss);
+    }
+
+private:
+    bool m_begun = false; // the first value has no change
+    double m_previous = 0;
+    SeededAverage<WilderStep> m_gain;
+    SeededAverage<WilderStep> m_loss;
+};
+
+class Macd
+{
+public:
+    Macd(int fast, int slow, int signalP) : m_fast(fast), m_slow(slow), m_signal(signalP) {}
+
+    void push(double value)
+    {
+        m_fast.push(value);
+        m_slow.push(value);
+        const auto fast = m_fast.value();
+        const auto slow = m_slow.value();
+        if (!fast || !slow)
+            return;
+        m_line = *fast - *slow;
+        m_signal.push(m_line);
+    }
+
+    [[nodiscard]] std::optional<MacdResult> value() const
+    {
+        const auto signal = m_signal.value();
+        if (!signal)
+            return std::nullopt;
+        return MacdResult{m_line, *signal, m_line - *signal};
+    }
+
+private:
+    Ema m_fast;
+    Ema m_slow;
+    double m_line = 0;
+    Ema m_signal;
+};
+
+class Vwap
+{
+public:
+    void push(const Candle &candle)
+    {
+        const double typicalPrice = (candle.h + candle.l + candle.c) / 3;
+        m_weighted += candle.v * typicalPrice;
+        m_volume += candle.v;
+    }
+
+    [[nodiscard]] std::optional<double> value() const
+    {
+        return m_volume > 0 ? std::optional(m_weighted / m_volume) : std::nullopt;
+    }
+
+private:
+    double m_weighted = 0;
+    double m_volume = 0;
+};
+
+template <typename Reading, typename Inputs>
+auto valueAfter(Reading reading, const Inputs &inputs)
+{
+    for (const auto &input : inputs)
+        reading.push(input);
+    return reading.value();
+}
 
 } // namespace
 
 std::optional<double> sma(std::span<const double> values, int period)
 {
-    if (!covers(values.size(), period))
-        return std::nullopt;
-    return sumOf(values.last(static_cast<std::size_t>(period))) / period;
+    return valueAfter(Sma(period), values);
 }
 
 std::optional<std::vector<double>> emaSeries(std::span<const double> values, int period)
 {
-    if (!covers(values.size(), period))
-        return std::nullopt;
-    const auto seedCount = static_cast<std::size_t>(period);
-    const EmaFactors factors(period);
     std::vector<double> series;
-    series.reserve(values.size() - seedCount + 1);
-    double average = sumOf(values.first(seedCount)) / period;
-    series.push_back(average);
-    for (const double value : values.subspan(seedCount)) {
-        average = factors.next(average, value);
-        series.push_back(average);
+    Ema average(period);
+    for (const double value : values) {
+        average.push(value);
+        if (const auto current = average.value())
+            series.push_back(*current);
     }
-    return series;
+    return series.empty() ? std::nullopt : std::optional(std::move(series));
 }
 
 std::optional<double> ema(std::span<const double> values, int period)
 {
-    if (!covers(values.size(), period))
-        return std::nullopt;
-    const auto seedCount = static_cast<std::size_t>(period);
-    const EmaFactors factors(period);
-    double average = sumOf(values.first(seedCount)) / period;
-    for (const double value : values.subspan(seedCount))
-        average = factors.next(average, value);
-    return average;
+    return valueAfter(Ema(period), values);
 }
 
 std::optional<double> atr(std::span<const Candle> candles, int period)
 {
-    // The first candle has no true range, so one more candle than the period is needed.
-    if (period < 1 || !covers(candles.size(), period) || candles.size() == static_cast<std::size_t>(period))
-        return std::nullopt;
-    double sum = 0;
-    for (std::size_t i = candles.size() - static_cast<std::size_t>(period); i < candles.size(); ++i)
-        sum += trueRange(candles[i], candles[i - 1].c);
-    return sum / period;
+    return valueAfter(Atr(period), candles);
 }
 
 std::optional<double> rsi(std::span<const double> values, int period)
 {
-    if (static_cast<qint64>(values.size()) <= period)
+    if (std::ssize(values) <= period)
         return std::nullopt;
     if (period < 1)
         qFatal("rsi: the period %d is below 1", period);
-    double avgGain = 0;
-    double avgLoss = 0;
-    const auto seedCount = static_cast<std::size_t>(period);
-    for (std::size_t i = 1; i <= seedCount; ++i) {
-        const double change = values[i] - values[i - 1];
-        avgGain += gainOf(change);
-        avgLoss += lossOf(change);
-    }
-    avgGain /= period;
-    avgLoss /= period;
-    const double before = static_cast<double>(period) - 1;
-    for (std::size_t i = seedCount + 1; i < values.size(); ++i) {
-        const double change = values[i] - values[i - 1];
-        avgGain = (avgGain * before + gainOf(change)) / period;
-        avgLoss = (avgLoss * before + lossOf(change)) / period;
-    }
-    return rsiOf(avgGain, avgLoss);
+    return valueAfter(Rsi(period), values);
 }
 
 std::optional<MacdResult> macd(std::span<const double> values, int fast, int slow, int signalP)
 {
-    const auto fastSeries = emaSeries(values, fast);
-    const auto slowSeries = emaSeries(values, slow);
-    if (!fastSeries || !slowSeries)
-        return std::nullopt;
-    const std::size_t count = std::min(fastSeries->size(), slowSeries->size());
-    std::vector<double> line(count);
-    for (std::size_t i = 0; i < count; ++i)
-        line[i] =
-            (*fastSeries)[fastSeries->size() - count + i] - (*slowSeries)[slowSeries->size() - count + i];
-    const auto signal = ema(line, signalP);
-    if (!signal)
-        return std::nullopt;
-    return MacdResult{line.back(), *signal, line.back() - *signal};
+    return valueAfter(Macd(fast, slow, signalP), values);
 }
 
 std::optional<double> vwap(std::span<const Candle> candles)
 {
-    double weighted = 0;
-    double volume = 0;
-    for (const Candle &candle : candles) {
-        weighted += candle.v * typicalPrice(candle);
-        volume += candle.v;
-    }
-    if (!(volume > 0))
-        return std::nullopt;
-    return weighted / volume;
+    return valueAfter(Vwap(), candles);
 }
 
 IndicatorReadings readIndicators(std::span<const Candle> candles)
 {
-    Chains chains;
-    std::size_t done = 0;
-    // Advances until `count` candles are done; false when there are fewer.
-    const auto reach = [&](std::size_t count) {
-        const std::size_t end = std::min(count, candles.size());
-        for (; done < end; ++done)
-            chains.advance(candles[done]);
-        return end == count;
-    };
-
-    if (!candles.empty())
-        chains.previousClose = candles.front().c;
-    IndicatorReadings readings;
-    if (reach(12))
-        chains.fast = chains.closeSum / 12;
-    const bool hasRsi = reach(15); // the first candle has no change
-    if (hasRsi) {
-        chains.avgGain = chains.gainSum / Chains::rsiPeriod;
-        chains.avgLoss = chains.lossSum / Chains::rsiPeriod;
+    Ema ema50(50);
+    Ema ema144(144);
+    Ema ema169(169);
+    Ema ema200(200);
+    Rsi rsi14(14);
+    Macd macdUsual(12, 26, 9);
+    Atr atr14(14);
+    Vwap weighted;
+    for (const Candle &candle : candles) {
+        ema50.push(candle.c);
+        ema144.push(candle.c);
+        ema169.push(candle.c);
+        ema200.push(candle.c);
+        rsi14.push(candle.c);
+        macdUsual.push(candle.c);
+        atr14.push(candle);
+        weighted.push(candle);
     }
-    if (reach(26)) {
-        chains.slow = chains.closeSum / 26;
-        chains.line = chains.fast - chains.slow;
-        chains.lineSum = 0 + chains.line; // as a sum from nothing: of -0.0 it makes 0
-    }
-    const bool hasMacd = reach(34);
-    if (hasMacd)
-        chains.signal = chains.lineSum / 9;
-    const bool hasEma50 = reach(50);
-    if (hasEma50)
-        chains.ema50 = chains.closeSum / 50;
-    const bool hasEma144 = reach(144);
-    if (hasEma144)
-        chains.ema144 = chains.closeSum / 144;
-    const bool hasEma169 = reach(169);
-    if (hasEma169)
-        chains.ema169 = chains.closeSum / 169;
-    const bool hasEma200 = reach(200);
-    if (hasEma200)
-        chains.ema200 = chains.closeSum / 200;
-    reach(candles.size());
-
-    if (hasEma50)
-        readings.ema50 = chains.ema50;
-    if (hasEma144)
-        readings.ema144 = chains.ema144;
-    if (hasEma169)
-        readings.ema169 = chains.ema169;
-    if (hasEma200)
-        readings.ema200 = chains.ema200;
-    if (hasRsi)
-        readings.rsi14 = rsiOf(chains.avgGain, chains.avgLoss);
-    if (hasMacd)
-        readings.macd = MacdResult{chains.line, chains.signal, chains.line - chains.signal};
-    readings.atr14 = atr(candles);
-    if (chains.volume > 0)
-        readings.vwap = chains.weighted / chains.volume;
-    return readings;
+    return {ema50.value(), ema144.value(),    ema169.value(), ema200.value(),
+            rsi14.value(), macdUsual.value(), atr14.value(),  weighted.value()};
 }
 
 } // namespace kestrune

@@ -43,8 +43,7 @@ struct MacdResult
 /// Volume-weighted typical price over every candle given; absent without volume.
 [[nodiscard]] std::optional<double> vwap(std::span<const Candle> candles);
 
-/// Every reading that the market context and the timeframe score need, in one pass over the candles:
-/// bit-equal to calling the functions above with closes and the periods named, several times faster.
+/// Every reading that the market context and the timeframe score need, in one pass over the candles.
 struct IndicatorReadings
 {
     std::optional<double> ema50, ema144, ema169, ema200;

@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "analysis/levels.h"
 
-#include "analysis/levelkernels.h"
-
 #include <algorithm>
-#include <cmath>
 #include <iterator>
 #include <limits>
+#include <map>
 
 namespace kestrune {
 
@@ -15,6 +13,23 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr std::array<double, 5> fibRatios{0.236, 0.382, 0.5, 0.618, 0.786};
+
+struct PriceRange
+{
+    double low = std::numeric_limits<double>::infinity();
+    double high = -std::numeric_limits<double>::infinity();
+};
+
+/// From the lowest low to the highest high; what is no number is passed over.
+PriceRange rangeOf(std::span<const Candle> candles)
+{
+    PriceRange range;
+    for (const Candle &candle : candles) {
+        range.low = candle.l < range.low ? candle.l : range.low;
+        range.high = candle.h > range.high ? candle.h : range.high;
+    }
+    return range;
+}
 
 } // namespace
 
@@ -42,21 +57,14 @@ FibResult calcFibonacci(std::span<const Candle> candles, int period)
 {
     Q_ASSERT_X(period >= 0, "calcFibonacci", "the period is negative");
     const auto wanted = static_cast<std::size_t>(std::max(period, 0));
-    FibResult result;
-    result.swingHigh = -std::numeric_limits<double>::infinity();
-    result.swingLow = std::numeric_limits<double>::infinity();
-    for (const Candle &candle : candles.last(std::min(wanted, candles.size()))) {
-        result.swingHigh = candle.h > result.swingHigh ? candle.h : result.swingHigh;
-        result.swingLow = candle.l < result.swingLow ? candle.l : result.swingLow;
-    }
-    const double range = result.swingHigh - result.swingLow;
-    const double mid = (result.swingHigh + result.swingLow) / 2;
+    const auto [low, high] = rangeOf(candles.last(std::min(wanted, candles.size())));
+    const double range = high - low;
+    const double mid = (high + low) / 2;
     const double last = candles.empty() ? mid : candles.back().c;
     const bool up = mid <= last;
-    result.trend = up ? u"up"_s : u"down"_s;
+    FibResult result{.trend = up ? u"up"_s : u"down"_s, .swingHigh = high, .swingLow = low};
     for (std::size_t i = 0; i < fibRatios.size(); ++i)
-        result.levels[i] =
-            up ? result.swingHigh - fibRatios[i] * range : result.swingLow + fibRatios[i] * range;
+        result.levels[i] = up ? high - fibRatios[i] * range : low + fibRatios[i] * range;
     return result;
 }
 
@@ -67,27 +75,20 @@ Swings detectSwings(std::span<const Candle> candles, int left, int right)
     const auto after = static_cast<std::size_t>(std::max(right, 0));
     if (before + after >= candles.size())
         return {};
-    if (before == swingReach && after == swingReach) {
-        const CandleColumns columns(candles);
-        SwingPrices highs;
-        SwingPrices lows;
-        collectSwingHighs(columns, highs);
-        collectSwingLows(columns, lows);
-        return {{highs.begin(), highs.end()}, {lows.begin(), lows.end()}};
-    }
     Swings swings;
     for (std::size_t i = before; i < candles.size() - after; ++i) {
-        const auto others = [&, i](auto passes) {
-            for (std::size_t j = i - before; j <= i + after; ++j) {
-                if (j != i && !passes(candles[j]))
-                    return false;
-            }
-            return true;
-        };
         const Candle &bar = candles[i];
-        if (others([&bar](const Candle &other) { return bar.h > other.h; }))
+        bool high = true;
+        bool low = true;
+        for (std::size_t j = i - before; j <= i + after; ++j) {
+            if (j == i)
+                continue;
+            high = high && bar.h > candles[j].h;
+            low = low && bar.l < candles[j].l;
+        }
+        if (high)
             swings.highs.push_back(bar.h);
-        if (others([&bar](const Candle &other) { return bar.l < other.l; }))
+        if (low)
             swings.lows.push_back(bar.l);
     }
     return swings;
@@ -95,7 +96,33 @@ Swings detectSwings(std::span<const Candle> candles, int left, int right)
 
 std::optional<double> volumePOC(std::span<const Candle> candles, int buckets)
 {
-    return pointOfControl(CandleColumns(candles), buckets);
+    const auto [low, high] = rangeOf(candles);
+    if (buckets < 1 || !(low < high))
+        return std::nullopt;
+    const double step = (high - low) / buckets;
+    const double top = buckets - 1;
+    std::map<int, double> volumes; // only buckets that a candle fell into: there may be very many
+    for (const Candle &candle : candles) {
+        // Clamped before the conversion: out of int's range it would be undefined. NaN goes to the bottom.
+        const double position = ((candle.h + candle.l + candle.c) / 3 - low) / step;
+        const double raised = position > 0 ? position : 0;
+        volumes[static_cast<int>(raised < top ? raised : top)] += candle.v;
+    }
+    int firstEmpty = 0; // of the others only this one can win: where no bucket has any volume
+    while (volumes.contains(firstEmpty))
+        ++firstEmpty;
+    if (firstEmpty < buckets)
+        volumes[firstEmpty] = 0;
+
+    int largest = 0;
+    double most = -1; // deliberate: a bucket below that, or one that is no number, never wins
+    for (const auto &[index, volume] : volumes) {
+        if (volume > most) {
+            most = volume;
+            largest = index;
+        }
+    }
+    return low + step * (largest + 0.5);
 }
 
 double getZoneHW(double price, double tick)

@@ -1,114 +1,49 @@
 // SPDX-License-Identifier: MIT
 #include "analysis/priceformat.h"
 
+#include <unicode/numberformatter.h>
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <cstdio>
-#include <string>
-#include <string_view>
+#include <map>
+#include <utility>
 
 namespace kestrune {
 
 namespace {
 
-constexpr int maxDecimals = 100;
+using icu::number::LocalizedNumberFormatter;
+using icu::number::NumberFormatter;
+using icu::number::Precision;
 
-/// A finite magnitude as its shortest decimal spelling: 0.DIGITS times ten to the power of `pointAt`.
-struct ShortestDecimal
+const LocalizedNumberFormatter &formatterFor(int decimals, UNumberGroupingStrategy grouping)
 {
-    explicit ShortestDecimal(double magnitude)
-    {
-        char text[32]; // 17 digits, point, exponent: 24 characters at most
-        const auto end =
-            std::to_chars(text, text + sizeof text, magnitude, std::chars_format::scientific).ptr;
-        const char *const mark = std::find(text, end, 'e');
-        for (const char *at = text; at != mark; ++at) {
-            if (*at != '.')
-                digits[count++] = *at;
-        }
-        int exponent = 0;
-        std::from_chars(mark[1] == '+' ? mark + 2 : mark + 1, end, exponent);
-        pointAt = exponent + 1;
-        while (count > 0 && digits[count - 1] == '0')
-            --count;
+    thread_local std::map<std::pair<int, UNumberGroupingStrategy>, LocalizedNumberFormatter> formatters;
+    const auto [entry, isNew] = formatters.try_emplace({decimals, grouping});
+    if (isNew) {
+        entry->second = NumberFormatter::withLocale(icu::Locale::getUS())
+                            .grouping(grouping)
+                            .precision(Precision::fixedFraction(decimals))
+                            .roundingMode(UNUM_ROUND_HALFEVEN);
     }
-
-    /// Keeps `wanted` decimal places; a tie goes to the even digit.
-    void round(int wanted)
-    {
-        const int keep = pointAt + wanted;
-        if (keep >= count)
-            return;
-        if (keep < 0) {
-            count = 0;
-            return;
-        }
-        const bool above = digits[keep] > '5' || (digits[keep] == '5' && keep + 1 < count);
-        const bool tie = digits[keep] == '5' && keep + 1 == count;
-        const bool odd = keep > 0 && (digits[keep - 1] - '0') % 2 == 1;
-        count = keep;
-        if (above || (tie && odd))
-            increment();
-    }
-
-    /// The digit that stands `place` positions after the decimal point (negative: before it).
-    [[nodiscard]] char digitAt(int place) const
-    {
-        const int index = pointAt + place;
-        return index >= 0 && index < count ? digits[index] : '0';
-    }
-
-    char digits[24];
-    int count = 0;
-    int pointAt = 0;
-
-private:
-    void increment()
-    {
-        while (count > 0 && digits[count - 1] == '9')
-            --count;
-        if (count > 0) {
-            ++digits[count - 1];
-            return;
-        }
-        digits[0] = '1';
-        count = 1;
-        ++pointAt;
-    }
-};
-
-QString spell(double value, int decimals, bool grouped)
-{
-    ShortestDecimal decimal(std::abs(value));
-    decimals = std::clamp(decimals, 0, maxDecimals);
-    decimal.round(decimals);
-    const int whole = decimal.count > 0 ? std::max(decimal.pointAt, 1) : 1;
-    const bool negative = std::signbit(value);
-    const int length =
-        int{negative} + whole + (grouped ? (whole - 1) / 3 : 0) + (decimals > 0 ? 1 + decimals : 0);
-
-    QString text(length, Qt::Uninitialized);
-    QChar *out = text.data();
-    if (negative)
-        *out++ = u'-';
-    for (int left = whole; left > 0; --left) {
-        *out++ = QLatin1Char(decimal.digitAt(-left));
-        if (grouped && left > 1 && left % 3 == 1)
-            *out++ = u',';
-    }
-    if (decimals > 0)
-        *out++ = u'.';
-    for (int place = 0; place < decimals; ++place)
-        *out++ = QLatin1Char(decimal.digitAt(place));
-    return text;
+    return entry->second;
 }
 
-QString spellNonFinite(double value)
+QString spell(double value, int decimals, UNumberGroupingStrategy grouping)
 {
-    char text[16];
-    std::snprintf(text, sizeof text, "%f", value);
-    return QString::fromLatin1(text);
+    char shortest[32]; // 17 digits, signs, point, exponent: 24 characters at most
+    // Only this form has no more digits than are needed; the other would spell whole numbers in full.
+    const auto end = std::to_chars(shortest, std::end(shortest), value, std::chars_format::scientific).ptr;
+    const auto length = end - shortest;
+    if (!std::isfinite(value))
+        return QString::fromLatin1(shortest, length);
+    constexpr int maxDecimals = 100;
+    const auto &formatter = formatterFor(std::clamp(decimals, 0, maxDecimals), grouping);
+    UErrorCode status = U_ZERO_ERROR; // can only tell that memory has run out
+    const icu::UnicodeString text =
+        formatter.formatDecimal({shortest, static_cast<int32_t>(length)}, status).toString(status);
+    return QString::fromUtf16(text.getBuffer(), text.length());
 }
 
 } // namespace
@@ -127,14 +62,12 @@ int getDecimals(double price)
 
 QString fmtP(double price, std::optional<int> decimals)
 {
-    if (!std::isfinite(price))
-        return spellNonFinite(price);
-    return spell(price, decimals.value_or(getDecimals(price)), true);
+    return spell(price, decimals.value_or(getDecimals(price)), UNUM_GROUPING_THOUSANDS);
 }
 
 QString roundedDecimal(double value, int decimals)
 {
-    return std::isfinite(value) ? spell(value, decimals, false) : QString();
+    return std::isfinite(value) ? spell(value, decimals, UNUM_GROUPING_OFF) : QString();
 }
 
 } // namespace kestrune

@@ -12,23 +12,16 @@ namespace kestrune {
 
 /// What zone building takes from the candles alone: pivots, retracement, sorted swings, point of control.
 /// Kept beside the candles so that a price tick costs only filtering and merging.
-class CandleLevels
+struct CandleLevels
 {
-public:
     CandleLevels() = default; ///< as for an empty candle list
     explicit CandleLevels(std::span<const Candle> candles);
 
-    [[nodiscard]] bool sufficient() const { return m_sufficient; } ///< at least two candles
-
-private:
-    friend std::vector<Zone> buildZones(const CandleLevels &levels, double curPrice, double tick);
-
-    bool m_sufficient = false;
-    Pivot m_pivot{};
-    FibResult m_fib;
-    std::vector<double> m_highs; ///< swing highs, ascending
-    std::vector<double> m_lows;  ///< swing lows, ascending
-    std::optional<double> m_poc;
+    bool sufficient = false; ///< at least two candles; otherwise nothing below is set
+    Pivot pivot{};           ///< of the last completed bar
+    FibResult fib;
+    Swings swings; ///< each ascending
+    std::optional<double> poc;
 };
 
 /// Support and resistance zones, `mid` from the highest price down, labelled against `curPrice` with the

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "state/timeframesignal.h"
 
-#include "analysis/zone.h"
-
 #include <algorithm>
 #include <array>
 #include <utility>
@@ -60,7 +58,11 @@ bool isBear(SignalType signal)
 }
 
 TimeframeSignal::TimeframeSignal(QString labelText, double total, SignalType band, QString phrase)
-    : id(fastUuid()), label(std::move(labelText)), score(total), signal(band), reason(std::move(phrase))
+    : id(QUuid::createUuid())
+    , label(std::move(labelText))
+    , score(total)
+    , signal(band)
+    , reason(std::move(phrase))
 {}
 
 } // namespace kestrune

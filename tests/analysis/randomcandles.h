@@ -3,24 +3,17 @@
 
 #include "analysis/candle.h"
 
-#include <QString>
-
 #include <random>
 
 namespace kestrune::test {
 
-enum class CandleKind {
-    walk,    ///< a geometric random walk with volume, like a market
-    coarse,  ///< the same on a coarse price grid: many equal highs and lows
-    still,   ///< one price, no volume
-    hostile, ///< any doubles at all, with NaN, infinities and zeros of either sign
-};
+/// A candle by hand: high, low, close, volume.
+[[nodiscard]] inline Candle bar(double h, double l, double c, double v = 1)
+{
+    return {0, c, h, l, c, v};
+}
 
-/// A repeatable candle list; `level` is the price where a walk begins.
-[[nodiscard]] CandleList randomCandles(std::mt19937_64 &random, std::size_t count, double level,
-                                       CandleKind kind = CandleKind::walk);
-
-/// The candles of a history file (columns ts_ms,o,h,l,c,v below a heading); empty when a line is malformed.
-[[nodiscard]] CandleList readHistory(const QString &path);
+/// A repeatable market: a geometric random walk with volume that begins at the price `level`.
+[[nodiscard]] CandleList randomCandles(std::mt19937_64 &random, std::size_t count, double level);
 
 } // namespace kestrune::test

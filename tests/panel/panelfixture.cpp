@@ -18,7 +18,7 @@ std::vector<Zone> zonesAround(double base, double price)
         int confirm;
         bool golden;
         QStringView type;
-        TextList sources;
+        QStringList sources;
     };
     const std::vector<Level> levels{
         {1.0832, 1, false, u"resistance", {u"swing"_s}},
@@ -32,7 +32,7 @@ std::vector<Zone> zonesAround(double base, double price)
     std::vector<Zone> zones;
     for (const Level &level : levels) {
         const double mid = base * level.factor;
-        zones.emplace_back(mid * 0.999, mid * 1.001, mid, TextList{u"R1"_s}, (mid - price) / price * 100,
+        zones.emplace_back(mid * 0.999, mid * 1.001, mid, QStringList{u"R1"_s}, (mid - price) / price * 100,
                            level.confirm, level.golden, level.type.toString(), u"强阻力"_s, level.sources);
     }
     return zones;

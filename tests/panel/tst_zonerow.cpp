@@ -65,10 +65,7 @@ void ZoneRowTest::tags()
     QFETCH(const QStringList, sources);
     QFETCH(const int, confirm);
     QFETCH(const bool, golden);
-    const auto block = std::shared_ptr<QString[]>(new QString[static_cast<std::size_t>(sources.size())]);
-    std::copy(sources.begin(), sources.end(), block.get());
-    const TextList list(block, 0, static_cast<std::size_t>(sources.size()));
-    const ZoneRow row(makeZone(u"support"_s, 100, 1, confirm, list, golden), 2);
+    const ZoneRow row(makeZone(u"support"_s, 100, 1, confirm, sources, golden), 2);
     QTEST(shownTags(row), "words");
 }
 

@@ -17,7 +17,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 Zone zone(const QString &type, int confirm, double distPct, double mid = 1, const QString &strength = {},
-          TextList sources = {}, bool golden = false)
+          QStringList sources = {}, bool golden = false)
 {
     return {mid, mid, mid, {}, distPct, confirm, golden, type, strength, std::move(sources)};
 }

@@ -18,10 +18,10 @@ std::vector<Zone> zonesAt(const Distances &supports, const Distances &resistance
 {
     std::vector<Zone> zones;
     for (const double distance : resistances)
-        zones.emplace_back(1, 1, 1, TextList{}, distance, 1, false, u"resistance"_s);
+        zones.emplace_back(1, 1, 1, QStringList{}, distance, 1, false, u"resistance"_s);
     for (const double distance : supports)
-        zones.emplace_back(1, 1, 1, TextList{}, distance, 1, false, u"support"_s);
-    zones.emplace_back(1, 1, 1, TextList{}, 0, 1, false, u"current"_s);
+        zones.emplace_back(1, 1, 1, QStringList{}, distance, 1, false, u"support"_s);
+    zones.emplace_back(1, 1, 1, QStringList{}, 0, 1, false, u"current"_s);
     return zones;
 }
 

@@ -21,7 +21,7 @@ constexpr auto sell = TradeDirection::short_;
 
 Zone zoneAt(double mid, const QString &type)
 {
-    return {mid, mid, mid, TextList{}, 0, 1, false, type};
+    return {mid, mid, mid, QStringList{}, 0, 1, false, type};
 }
 
 /// A market that owns what the inputs only look at.
