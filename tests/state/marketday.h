@@ -31,9 +31,8 @@ public:
         if (!QTest::currentTestFailed())
             QTest::qVerify(problems().isEmpty(), "problems()", qPrintable(problems()), __FILE__, __LINE__);
     }
-    MarketDay(const MarketDay &) = delete;
-    MarketDay &operator=(const MarketDay &) = delete;
 
+    AppState *operator->() const { return state.get(); }
     /// Lets what a refresh began come to its end.
     static void run(const QCoro::Task<> &) { drainEvents(); }
     void priceIs(double price)
@@ -41,6 +40,9 @@ public:
         tickTo(price);
         run(state->refreshPrice());
     }
+    /// The fields announced, and the settings written, each in one text.
+    [[nodiscard]] QString announced() const { return announcements.join(u' '); }
+    [[nodiscard]] QString written() const { return preferences.writes().join(u' '); }
     /// The requests of one kind: "tickers", "candlesticks", "interval=1m", "/q=".
     [[nodiscard]] qsizetype asked(const QString &kind) const { return lines().filter(kind).size(); }
 };

@@ -32,26 +32,21 @@ class AppStateAlertsTest : public QObject
         }
     };
 
-    static Zone zoneAt(const QString &type, double mid)
-    {
-        return {mid - 1, mid + 1, mid, {}, 0, 1, false, type, {}, {}};
-    }
-
 private Q_SLOTS:
     void aManualAlertSoundsAfterTheCall()
     {
         Day day(100);
-        day.state->addAlert(105);
+        day->addAlert(105);
         QCOMPARE(day.alert().symbol, u"ETH"_s);
         QCOMPARE(day.alert().id.size(), 36);
         QCOMPARE(day.alert().id, day.alert().id.toUpper());
-        day.state->addAlert(100);
+        day->addAlert(100);
         QCOMPARE(day.told(), u"手动 105.00 rise, 手动 100.00 fall fired"_s);
         QCOMPARE(day.attention.soundCount, 0);
         drainEvents();
         QCOMPARE(day.attention.soundCount, 1);
         day.announcements.clear();
-        day.state->addAlert(105, u"double"_s); // no check for duplicates, and both ring as one
+        day->addAlert(105, u"double"_s); // no check for duplicates, and both ring as one
         day.priceIs(110);
         QCOMPARE(day.told(), u"手动 105.00 rise fired, 手动 100.00 fall, double rise fired"_s);
         QCOMPARE(day.alert().lastFiredAt, epochSeconds(day.clock.now()));
@@ -64,9 +59,9 @@ private Q_SLOTS:
     void theCooldownCountsFromTheAcknowledgement()
     {
         Day day(106);
-        day.state->addAlert(105, u"own label"_s, true);
+        day->addAlert(105, u"own label"_s, true);
         day.clock.advance(60s);
-        day.state->dismissAlert(day.alert().id);
+        day->dismissAlert(day.alert().id);
         QCOMPARE(day.alert().lastFiredAt, epochSeconds(day.clock.now()));
         QCOMPARE(day.told(), u"own label rise"_s);
         QCOMPARE(day.saved(), day.told());
@@ -81,18 +76,18 @@ private Q_SLOTS:
     {
         Day day(100);
         day.clearLogs();
-        day.state->addAlert(90, u"x"_s, true); // hit at once: saved first, then evaluated
+        day->addAlert(90, u"x"_s, true); // hit at once: saved first, then evaluated
         QCOMPARE(day.saved() + u" | "_s + day.told(), u"x rise | x rise fired"_s);
         QCOMPARE(day.announcements, (QStringList{u"alerts"_s, u"alerts"_s}));
         day.priceIs(80);
         day.priceIs(100);
-        day.state->dismissAlert(u"unknown"_s); // nothing at all
+        day->dismissAlert(u"unknown"_s); // nothing at all
         QCOMPARE(day.preferences.writes().size(), 1);
         day.start(); // restored armed as saved, it has fired again
         QCOMPARE(day.saved() + u" | "_s + day.told(), u"x rise | x rise fired"_s);
-        day.state->removeAlert(u"unknown"_s); // nothing, but saves, the firing as well
+        day->removeAlert(u"unknown"_s); // nothing, but saves, the firing as well
         QCOMPARE(day.saved(), u"x rise fired"_s);
-        day.state->removeAlert(day.alert().id);
+        day->removeAlert(day.alert().id);
         QCOMPARE(day.saved() + day.told(), QString());
         QCOMPARE(day.preferences.writes().size(), 2);
     }
@@ -100,90 +95,93 @@ private Q_SLOTS:
     void theZoneBellAndThePlan()
     {
         Day day(1990);
-        const Zone support = zoneAt(u"support"_s, 2000);
-        day.state->toggleZoneAlert(support); // the price is below already: fires at once
-        QVERIFY(day.state->hasAlert(2000));
-        day.state->addAlert(2000);
+        const auto zoneAt = [](double mid, const QString &type) {
+            return Zone(mid - 1, mid + 1, mid, {}, 0, 1, false, type);
+        };
+        const Zone support = zoneAt(2000, u"support"_s);
+        day->toggleZoneAlert(support); // the price is below already: fires at once
+        QVERIFY(day->hasAlert(2000));
+        day->addAlert(2000);
         QCOMPARE(day.told(), u"支撑 2,000.00 fall fired, 手动 2,000.00 rise"_s);
-        day.state->toggleZoneAlert(support); // takes the first away, the double stays
+        day->toggleZoneAlert(support); // takes the first away, the double stays
         QCOMPARE(day.saved(), u"手动 2,000.00 rise"_s);
-        day.state->toggleZoneAlert(support);
-        day.state->toggleZoneAlert(zoneAt(u"resistance"_s, 2100));
-        day.state->toggleZoneAlert(zoneAt(u"current"_s, 1985));
+        day->toggleZoneAlert(support);
+        day->toggleZoneAlert(zoneAt(2100, u"resistance"_s));
+        day->toggleZoneAlert(zoneAt(1985, u"current"_s));
         QCOMPARE(day.saved(), u"阻力 2,100.00 rise, 支撑 1,985.00 fall"_s);
 
         Day other(100);
-        other.state->price = std::nullopt;
+        other->price = std::nullopt;
         TradePlan plan;
         plan.sl = 90;
         plan.tp = 110;
         plan.dir = TradeDirection::long_;
-        other.state->addPlanAlerts(plan);
+        other->addPlanAlerts(plan);
         QCOMPARE(other.saved(), u"止盈 110.00 rise, 止损 90.00 fall"_s);
-        other.state->alerts = {};
+        other->alerts = {};
         plan.dir = TradeDirection::short_;
-        other.state->addPlanAlerts(plan);
+        other->addPlanAlerts(plan);
         plan.tp = std::nullopt; // a trend run has no target
-        other.state->addPlanAlerts(plan);
+        other->addPlanAlerts(plan);
         QCOMPARE(other.saved(), u"止盈 110.00 fall, 止损 90.00 rise, 止损 90.00 rise"_s);
     }
 
     void otherInstrumentsAreLeftAlone()
     {
         Day day(106);
-        day.state->addAlert(105, u"ETH"_s, true);
-        day.state->setCoin(u"BTC"_s);
+        day->addAlert(105, u"ETH"_s, true);
+        day->setCoin(u"BTC"_s);
         drainEvents();
-        day.state->addAlert(300, u"BTC"_s);
-        QVERIFY(!day.state->alertActive() && !day.state->hasAlert(105));
-        QCOMPARE(Day::told(day.state->currentAlerts()), u"BTC rise"_s);
+        day->addAlert(300, u"BTC"_s);
+        QVERIFY(!day->alertActive() && !day->hasAlert(105));
+        QCOMPARE(Day::told(day->currentAlerts()), u"BTC rise"_s);
         day.priceIs(90); // would re-arm the first
         day.priceIs(400);
         QCOMPARE(day.told(), u"ETH rise fired, BTC rise fired"_s);
-        day.state->setCoin(u"ETH"_s);
-        QVERIFY(day.state->alertActive());
+        day->setCoin(u"ETH"_s);
+        QVERIFY(day->alertActive());
     }
 
     void thePulseCountsAndCostsNothingWhenIdle()
     {
         Day day(100);
-        day.state->addAlert(105);
+        day->addAlert(105);
         day.clock.advance(1s);
         QCOMPARE(day.clock.sleeperCount(), 2); // price and zones only
         day.priceIs(106);
         day.clock.advance(399ms);
-        QCOMPARE(day.state->pulsePhase(), 0);
+        QCOMPARE(day->pulsePhase(), 0);
         day.clock.advance(2001ms);
-        QCOMPARE(day.state->pulsePhase(), 6);
-        day.state->dismissAlert(day.alert().id);
-        QCOMPARE(day.state->pulsePhase(), 6);
+        QCOMPARE(day->pulsePhase(), 6);
+        day->dismissAlert(day.alert().id);
+        QCOMPARE(day->pulsePhase(), 6);
         day.clock.advance(400ms);
-        QCOMPARE(day.state->pulsePhase(), 0);
+        QCOMPARE(day->pulsePhase(), 0);
         QCOMPARE(day.clock.sleeperCount(), 2); // and asleep again
 
-        day.state->addAlert(105, {}, true); // the pulse follows the selection
+        day->addAlert(105, {}, true); // the pulse follows the selection
         day.clock.advance(800ms);
-        QCOMPARE(day.state->pulsePhase(), 2);
-        day.state->setCoin(u"BTC"_s);
+        QCOMPARE(day->pulsePhase(), 2);
+        day->setCoin(u"BTC"_s);
         day.clock.advance(400ms);
-        QCOMPARE(day.state->pulsePhase(), 0);
-        day.state->setCoin(u"ETH"_s);
+        QCOMPARE(day->pulsePhase(), 0);
+        day->setCoin(u"ETH"_s);
         day.clock.advance(400ms);
-        QCOMPARE(day.state->pulsePhase(), 1);
-        day.state->startTimers(); // keeps one pulse; the replaced loop counts once more
+        QCOMPARE(day->pulsePhase(), 1);
+        day->startTimers(); // keeps one pulse; the replaced loop counts once more
         drainEvents();
-        QCOMPARE(day.state->pulsePhase(), 2);
+        QCOMPARE(day->pulsePhase(), 2);
         QCOMPARE(day.clock.sleeperCount(), 3);
-        day.state->dismissAlert(day.alert(1).id);
-        day.state->startTimers(); // what a replaced loop leaves it takes back, and none takes its place
+        day->dismissAlert(day.alert(1).id);
+        day->startTimers(); // what a replaced loop leaves it takes back, and none takes its place
         drainEvents();
-        QCOMPARE(day.state->pulsePhase(), 0);
+        QCOMPARE(day->pulsePhase(), 0);
         QCOMPARE(day.clock.sleeperCount(), 2);
-        day.state->addAlert(1, {}, true);
-        day.state->removeAlert(u"unknown"_s); // saves the firing
+        day->addAlert(1, {}, true);
+        day->removeAlert(u"unknown"_s); // saves the firing
         day.start();
         day.clock.advance(400ms);
-        QCOMPARE(day.state->pulsePhase(), 1); // restored alerts pulse from the start
+        QCOMPARE(day->pulsePhase(), 1); // restored alerts pulse from the start
     }
 };
 

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 #include "marketday.h"
-#include "support/rows.h"
 
 using namespace kestrune;
 using namespace kestrune::test;
@@ -96,66 +95,54 @@ private Q_SLOTS:
     {
         for (const bool isStock : {false, true}) {
             MarketDay app(3210, isStock ? u"港股"_s : u"加密"_s, isStock ? u"hk00700"_s : u"ETH"_s);
-            AppState &state = *app.state;
-            const auto updated = state.lastUpdated();
+            const auto updated = app->lastUpdated();
             app.clock.setNow(app.clock.now() + 1s);
             if (isStock)
                 app.stock.answer(quoteLine(u"hk00700"_s), "v_pv_none_match=\"1\";");
             else
                 app.crypto.fail(gateTickerLine(u"ETH"_s));
-            app.run(state.refreshPrice());
-            QCOMPARE(app.announcements, QStringList{u"errorMessage"_s});
-            QCOMPARE(state.errorMessage(), isStock ? u"行情获取失败"_s : u"价格获取失败"_s);
-            QCOMPARE(state.lastUpdated(), updated);
-            app.run(state.refreshPrice()); // the next success clears it
-            QVERIFY(!state.errorMessage());
-            QCOMPARE(state.lastUpdated(), app.clock.now());
+            app.run(app->refreshPrice());
+            QCOMPARE(app.announced(), u"errorMessage"_s);
+            QCOMPARE(app->errorMessage(), isStock ? u"行情获取失败"_s : u"价格获取失败"_s);
+            QCOMPARE(app->lastUpdated(), updated);
+            app.run(app->refreshPrice()); // the next success clears it
+            QVERIFY(!app->errorMessage());
+            QCOMPARE(app->lastUpdated(), app.clock.now());
         }
     }
 
     void aNewPriceRebuildsTheZones()
     {
-        const struct
-        {
-            const char *name;
-            QString segment, code;
-            double price, step;
-            int decimals;
-        } rows[] = {
-            {"crypto has no price step", u"加密"_s, u"ETH"_s, 0.0045, 0, 6},
-            {"a stock has cents", u"A股"_s, u"sh600519"_s, 1.5, 0.01, 2},
-        };
-        forEachRow(rows, [](const auto &row) {
-            const CandleList candles = waveCandles(200, row.price);
-            MarketDay app(row.price, row.segment, row.code, candles);
-            const double price = row.price * 1.02;
-            app.serveStock(row.code, price, candles);
-            app.priceIs(price);
+        for (const bool isStock : {false, true}) { // stocks have a price step of a cent
+            const CandleList candles = waveCandles(200, 1.5);
+            const QString code = isStock ? u"sh600519"_s : u"ETH"_s;
+            MarketDay app(1.5, isStock ? u"A股"_s : u"加密"_s, code, candles);
+            app.serveStock(code, 0.85, candles);
+            app.priceIs(0.85);
             QVERIFY(announced(app).endsWith(u"lastUpdated zones zonePrice"_s));
-            QCOMPARE(app.state->zonePrice(), price);
-            QVERIFY(sameZones(app.state->zones(), buildZones(candles, price, row.step)));
-            QCOMPARE(app.state->decimals(), row.decimals);
+            QCOMPARE(app->zonePrice(), 0.85);
+            QVERIFY(sameZones(app->zones(), buildZones(candles, 0.85, isStock ? 0.01 : 0)));
+            QCOMPARE(app->decimals(), isStock ? 2 : 4);
             QCOMPARE(app.lines().size(), 1); // no candle request
-        });
+        }
     }
 
     void failedZonesKeepWhatWasThere()
     {
         MarketDay app;
-        AppState &state = *app.state;
         app.crypto.fail(gateCandleLine(u"ETH"_s, u"1d"_s));
-        const auto before = state.zones();
-        app.run(state.refreshSR());
+        const auto before = app->zones();
+        app.run(app->refreshSR());
         // All three sources were asked; the spot exchange's daily bars become the swap's.
         QCOMPARE(app.lines(),
                  (QStringList{gateCandleLine(u"ETH"_s, u"1d"_s), binanceCandleLine(u"ETH"_s, u"1d"_s),
                               okxCandleLine(u"ETH"_s, u"1D"_s)}));
         QCOMPARE(announced(app), u"isLoading errorMessage isLoading"_s);
-        QCOMPARE(state.errorMessage(), u"撑压数据获取失败"_s);
-        QVERIFY(sameZones(state.zones(), before) && !state.isLoading());
+        QCOMPARE(app->errorMessage(), u"撑压数据获取失败"_s);
+        QVERIFY(sameZones(app->zones(), before) && !app->isLoading());
 
         app.crypto.failAlways(u"/api/v4/spot/candlesticks"_s);
-        state.setCoin(u"BTC"_s);
+        app->setCoin(u"BTC"_s);
         drainEvents();
         app.announcements.clear();
         app.priceIs(3001); // a price without candles builds no zones
@@ -167,13 +154,13 @@ private Q_SLOTS:
         MarketDay app(380, u"港股"_s, u"hk00700"_s);
         const QString line = stockCandleLine(u"hk00700"_s, u"day"_s);
         app.stock.answer(line, "{\"code\":0,\"data\":{}}"); // any failure counts, not only the transfer's
-        app.run(app.state->refreshSR());
-        QVERIFY(app.announcements.contains(u"zones"_s) && !app.state->errorMessage());
+        app.run(app->refreshSR());
+        QVERIFY(app.announcements.contains(u"zones"_s) && !app->errorMessage());
         app.stock.fail(line);
         app.stock.fail(line);
-        app.run(app.state->refreshSR());
+        app.run(app->refreshSR());
         QCOMPARE(app.lines(), (QStringList{line, line, line, line}));
-        QCOMPARE(app.state->errorMessage(), u"撑压数据获取失败"_s);
+        QCOMPARE(app->errorMessage(), u"撑压数据获取失败"_s);
 
         MarketDay other;
         other.crypto.fail(gateCandleLine(u"ETH"_s, u"1m"_s, 160));
@@ -198,7 +185,7 @@ private Q_SLOTS:
                 app.stock.failAlways(stockCandleLine(u"sh600519"_s, u"day"_s));
             }
             std::optional<RefreshOutcome> outcome;
-            app.run(keepResult(app.state->refreshAll(), &outcome));
+            app.run(keepResult(app->refreshAll(), &outcome));
             QVERIFY(outcome); // the zones' success clears the price's error
             QCOMPARE(outcome->message, zonesFail ? u"撑压数据获取失败"_s : u"刷新成功"_s);
             QCOMPARE(outcome->success, !zonesFail);
@@ -208,49 +195,47 @@ private Q_SLOTS:
     void lateAnswersAreAppliedInOrderOfArrival()
     {
         MarketDay app;
-        AppState &state = *app.state;
         const QString line = gateCandleLine(u"ETH"_s, u"1d"_s);
         app.crypto.hold(gateTickerLine(u"ETH"_s));
         app.crypto.hold(line);
-        begin(state.refreshPrice());
-        begin(state.refreshSR());
-        QVERIFY(state.isLoading());
+        begin(app->refreshPrice());
+        begin(app->refreshSR());
+        QVERIFY(app->isLoading());
         app.crypto.answerAlways(gateTickerLine(u"BTC"_s), gateTicker(61000));
-        state.setCoin(u"BTC"_s);
+        app->setCoin(u"BTC"_s);
         drainEvents();
-        QCOMPARE(state.price(), 61000.0);
-        QVERIFY(!state.isLoading()); // the first to end clears it, though one is still under way
+        QCOMPARE(app->price(), 61000.0);
+        QVERIFY(!app->isLoading()); // the first to end clears it, though one is still under way
         app.clearLogs();
         const CandleList eth = waveCandles(200, 3300);
         app.crypto.release(line, gateCandles(eth));
-        QVERIFY(sameZones(state.zones(), buildZones(eth, eth.back().c)));
+        QVERIFY(sameZones(app->zones(), buildZones(eth, eth.back().c)));
         // What is asked after the change is asked for the new instrument.
         QCOMPARE(app.lines(),
                  (QStringList{binanceCandleLine(u"ETH"_s, u"1d"_s), gateCandleLine(u"BTC"_s, u"1m"_s, 160),
                               binanceCandleLine(u"BTC"_s, u"1m"_s, 160)}));
         app.crypto.release(gateTickerLine(u"ETH"_s), gateTicker(3333));
-        QCOMPARE(state.price(), 3333.0);
-        QVERIFY(sameZones(state.zones(), buildZones(eth, 3333)));
+        QCOMPARE(app->price(), 3333.0);
+        QVERIFY(sameZones(app->zones(), buildZones(eth, 3333)));
         app.clock.advance(60s); // the next refreshes of the selection put it right
-        QCOMPARE(state.price(), 61000.0);
+        QCOMPARE(app->price(), 61000.0);
     }
 
     void aLateQuoteCountsAfterLeavingTheStocksWithItsOwnPriceStep()
     {
         MarketDay app(1.5, u"A股"_s, u"sh600519"_s);
-        AppState &state = *app.state;
         app.stock.hold(quoteLine(u"sh600519"_s));
-        begin(state.refreshPrice());
-        state.setMarket(MarketSegment::crypto);
+        begin(app->refreshPrice());
+        app->setMarket(MarketSegment::crypto);
         drainEvents();
         app.stock.release(quoteLine(u"sh600519"_s), stockQuotes({{"sh600519", "Late", 1.6, 0}}));
-        QCOMPARE(state.price(), 1.6);
-        QCOMPARE(state.displayName(), u"Late"_s);
-        QVERIFY(sameZones(state.zones(), buildZones(state.lastSRCandles, 1.6, 0.01)));
-        QVERIFY(!sameZones(state.zones(), buildZones(state.lastSRCandles, 1.6, 0)));
+        QCOMPARE(app->price(), 1.6);
+        QCOMPARE(app->displayName(), u"Late"_s);
+        QVERIFY(sameZones(app->zones(), buildZones(app->lastSRCandles, 1.6, 0.01)));
+        QVERIFY(!sameZones(app->zones(), buildZones(app->lastSRCandles, 1.6, 0)));
         app.clock.advance(5s);
-        QCOMPARE(state.price(), 1.5);
-        QVERIFY(!state.stockQuote());
+        QCOMPARE(app->price(), 1.5);
+        QVERIFY(!app->stockQuote());
     }
 };
 

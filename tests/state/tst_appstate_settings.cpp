@@ -15,11 +15,17 @@ class AppStateSettingsTest : public QObject
 {
     Q_OBJECT
 
+    static QJsonObject object(const char *json) { return QJsonDocument::fromJson(json).object(); }
+    /// As an earlier run would have left them.
+    static void preset(AppFixture &app, const QJsonObject &settings)
+    {
+        for (const QString &key : settings.keys())
+            app.preferences.preset(key, settings.value(key));
+    }
     static QJsonObject storedAlert()
     {
-        return {{u"id"_s, u"A1"_s},      {u"targetPrice"_s, 105}, {u"above"_s, true},
-                {u"symbol"_s, u"ETH"_s}, {u"label"_s, u"l"_s},    {u"triggered"_s, true},
-                {u"lastFiredAt"_s, 5.0}};
+        return object(R"({"id":"A1","targetPrice":105,"above":true,"symbol":"ETH","label":"l",
+                          "triggered":true,"lastFiredAt":5})");
     }
 
 private Q_SLOTS:
@@ -28,9 +34,8 @@ private Q_SLOTS:
         AppFixture app(AppFixture::Launch::first);
         app.serveCrypto(3000);
         app.create();
-        QCOMPARE(app.preferences.writes(),
-                 (QStringList{u"ks_mini=false"_s, u"ks_tf=日线"_s, u"ks_ctx_expanded=false"_s,
-                              u"ks_has_launched_v2=true"_s}));
+        QCOMPARE(app.preferences.writes().join(u' '),
+                 u"ks_mini=false ks_tf=日线 ks_ctx_expanded=false ks_has_launched_v2=true"_s);
         QVERIFY(app.lines().isEmpty()); // the first refresh begins on a later turn
         app.clock.advance(799ms);
         QVERIFY(app.attention.dialogs.empty());
@@ -49,21 +54,10 @@ private Q_SLOTS:
     void everythingStoredComesBackInItsOrderAndIsWrittenBack()
     {
         AppFixture app; // 4 per side was an earlier default and is read as today's
-        const QJsonObject stored{{u"ks_coin"_s, u"hk00700"_s},
-                                 {u"ks_mini"_s, true},
-                                 {u"ks_market"_s, u"港股"_s},
-                                 {u"ks_tf"_s, u"周线"_s},
-                                 {u"ks_leverage"_s, 0.5},
-                                 {u"ks_signal_threshold"_s, 1.5},
-                                 {u"ks_risk_pct"_s, 2},
-                                 {u"ks_disp_range"_s, 8},
-                                 {u"ks_account_size"_s, 1000.5},
-                                 {u"ks_disp_maxside"_s, 4},
-                                 {u"ks_ctx_expanded"_s, true},
-                                 {u"ks_margin_mode"_s, u"全仓"_s},
-                                 {u"ks_alerts"_s, QJsonArray{storedAlert()}}};
-        for (const QString &key : stored.keys())
-            app.preferences.preset(key, stored.value(key));
+        preset(app, object(R"({"ks_coin":"hk00700","ks_mini":true,"ks_market":"港股","ks_tf":"周线",
+            "ks_signal_threshold":1.5,"ks_disp_range":8,"ks_disp_maxside":4,"ks_account_size":1000.5,
+            "ks_risk_pct":2,"ks_leverage":0.5,"ks_margin_mode":"全仓","ks_ctx_expanded":true})"));
+        app.preferences.preset(u"ks_alerts"_s, QJsonArray{storedAlert()});
         const AppState &state = app.create();
         QCOMPARE(app.preferences.writes().join(u' '),
                  u"ks_mini=true ks_market=港股 ks_tf=周线 ks_signal_threshold=1.5 ks_disp_range=8 "
@@ -73,33 +67,29 @@ private Q_SLOTS:
         QCOMPARE(state.maxPerSide(), 5);
         QCOMPARE(state.marginMode(), MarginMode::cross);
         QCOMPARE(state.alerts(), (std::vector{PriceAlert{u"A1"_s, 105, true, u"ETH"_s, u"l"_s, true, 5.0}}));
-        QCOMPARE(state.symbolList(), state.hkList);
-        QCOMPARE(state.tick(), 0.01);
     }
 
     void unusableEntriesAreIgnoredOneByOne()
     {
         const struct
         {
-            const char *name;
-            QString key;
-            QJsonValue entry;
+            const char *name, *settings;
         } rows[] = {
-            {"a number for the coin", u"ks_coin"_s, 5},
-            {"a text for the mini mode", u"ks_mini"_s, u"true"_s},
-            {"an unknown segment", u"ks_market"_s, u"HK"_s},
-            {"a text for the threshold", u"ks_signal_threshold"_s, u"2"_s},
-            {"a fraction of zones per side", u"ks_disp_maxside"_s, 6.5},
-            {"a leverage of nothing", u"ks_leverage"_s, 0},
-            {"a negative leverage", u"ks_leverage"_s, -3.5},
-            {"an unknown margin mode", u"ks_margin_mode"_s, u"cross"_s},
-            {"a number for the neon mode", u"ks_bling"_s, 1},
-            {"a bare text for the alerts", u"ks_alerts"_s, u"[]"_s},
-            {"alerts of which one lacks its id", u"ks_alerts"_s, QJsonArray{storedAlert(), QJsonObject()}},
+            {"a number for the coin", R"({"ks_coin":5})"},
+            {"a text for the mini mode", R"({"ks_mini":"true"})"},
+            {"an unknown segment", R"({"ks_market":"HK"})"},
+            {"a text for the threshold", R"({"ks_signal_threshold":"2"})"},
+            {"a fraction of zones per side", R"({"ks_disp_maxside":6.5})"},
+            {"a leverage of nothing", R"({"ks_leverage":0})"},
+            {"a negative leverage", R"({"ks_leverage":-3.5})"},
+            {"an unknown margin mode", R"({"ks_margin_mode":"cross"})"},
+            {"a number for the neon mode", R"({"ks_bling":1})"},
+            {"a bare text for the alerts", R"({"ks_alerts":"[]"})"},
+            {"alerts of which one lacks everything", R"({"ks_alerts":[{}]})"},
         };
         forEachRow(rows, [](const auto &row) {
             AppFixture app;
-            app.preferences.preset(row.key, row.entry);
+            preset(app, object(row.settings));
             app.preferences.preset(u"ks_risk_pct"_s, 3); // a good neighbour is not lost
             const AppState &state = app.create();
             QCOMPARE(app.preferences.writes().join(u' '),
@@ -112,15 +102,14 @@ private Q_SLOTS:
 
     void theTimeframeMustBelongToTheSegment()
     {
-        const QStringList rows[] = {{u"港股"_s, u"4H"_s, u"日线"_s},
-                                    {u"A股"_s, u"月线"_s, u"月线"_s},
-                                    {u"加密"_s, u"周线"_s, u"1H"_s},
-                                    {u"加密"_s, u"4h"_s, u"1H"_s}};
-        for (const QStringList &row : rows) {
+        const std::pair<const char *, QString> rows[] = {{R"({"ks_market":"港股","ks_tf":"4H"})", u"日线"_s},
+                                                         {R"({"ks_market":"A股","ks_tf":"月线"})", u"月线"_s},
+                                                         {R"({"ks_market":"加密","ks_tf":"周线"})", u"1H"_s},
+                                                         {R"({"ks_tf":"4h"})", u"1H"_s}};
+        for (const auto &[settings, restored] : rows) {
             AppFixture app;
-            app.preferences.preset(u"ks_market"_s, row[0]);
-            app.preferences.preset(u"ks_tf"_s, row[1]);
-            QCOMPARE(app.create().timeframe(), row[2]);
+            preset(app, object(settings));
+            QCOMPARE(app.create().timeframe(), restored);
         }
     }
 
@@ -145,23 +134,14 @@ private Q_SLOTS:
     void settingsStoreThemselvesUnchecked()
     {
         MarketDay app;
-        AppState &state = *app.state;
-        state.signalThreshold = -1;
-        state.displayRangePct = 20;
-        state.maxPerSide = 4;
-        state.accountSize = 5000;
-        state.riskPctPerTrade = 0.5;
-        state.leverage = 0;
-        state.marginMode = MarginMode::cross;
-        state.marketContextExpanded = true;
-        state.miniMode = true;
-        state.miniMode = true;
-        state.selectedZonePrice = 5.0;
-        state.coinSymbol = u"BTC"_s; // stored by the selection only
-        QCOMPARE(app.preferences.writes().join(u' '),
-                 u"ks_signal_threshold=-1 ks_disp_range=20 ks_disp_maxside=4 ks_account_size=5000 "
-                 u"ks_risk_pct=0.5 ks_leverage=0 ks_margin_mode=全仓 ks_ctx_expanded=true ks_mini=true "
-                 u"ks_mini=true"_s);
+        app->signalThreshold = -1;
+        app->maxPerSide = 4;
+        app->leverage = 0;
+        app->miniMode = true;
+        app->miniMode = true;
+        app->coinSymbol = u"BTC"_s; // stored by the selection only
+        QCOMPARE(app.written(),
+                 u"ks_signal_threshold=-1 ks_disp_maxside=4 ks_leverage=0 ks_mini=true ks_mini=true"_s);
     }
 
     void theNeonModeAtStartUpDoublesItsActions()
