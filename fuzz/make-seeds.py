@@ -40,7 +40,7 @@ def alert(**changes) -> dict:
 def settings() -> dict[str, list[bytes]]:
     alerts = json.dumps([alert(), alert(lastFiredAt=1767601800.25, triggered=True), alert(lastFiredAt=None)],
                         ensure_ascii=False)
-    stored = {"ks_coin": "BTC", "ks_mini": True, "ks_threshold": 1.5, "ks_per_side": 3, "ks_market": "加密",
+    stored = {"ks_coin": "BTC", "ks_mini": True, "ks_signal_threshold": 1.5, "ks_disp_maxside": 3, "ks_market": "加密",
               "ks_alerts": {"utf8": alerts}}
     lines = [["--snapshot", "out", "--symbol", "BTC", "--market", "加密", "--timeframe", "4H"],
              ["--market-server", "https://[::1]:8443/prefix//", "--strip"],
@@ -49,8 +49,8 @@ def settings() -> dict[str, list[bytes]]:
     return {
         "alerts": [alerts.encode(), b"[]", b"{}", b"null"],
         "preferences": [json.dumps(stored, indent=4, ensure_ascii=False).encode(), b"", b"{}", b"[1]", b"\x00" * 40,
-                        json.dumps({"ks_alerts": {"base64": "/wA="}, "ks_per_side": 3e9}).encode(),
-                        json.dumps({"ks_per_side": -2147483649, "ks_threshold": 1e308}).encode()],
+                        json.dumps({"ks_alerts": {"base64": "/wA="}, "ks_disp_maxside": 3e9}).encode(),
+                        json.dumps({"ks_disp_maxside": -2147483649, "ks_signal_threshold": 1e308}).encode()],
         "command-line": ["\0".join(line).encode() for line in lines],
         "setting-inputs": [text.encode() for text in texts],
     }

@@ -1,14 +1,16 @@
 // SPDX-License-Identifier: MIT
+#include "state/settings.h"
 #include "fuzztarget.h"
-#include "viewmodel/settingsinput.h"
 #include "platform/jsonpreferences.h"
 #include "snapshot/commandline.h"
 #include "snapshot/snapshotmode.h"
-#include "state/pricealert.h"
+#include "viewmodel/settingsinput.h"
 
 #include <QDir>
 #include <QFile>
+#include <QJsonArray>
 #include <QJsonDocument>
+#include <QJsonObject>
 #include <QTemporaryDir>
 
 #include <array>
@@ -22,7 +24,8 @@ namespace {
 
 void alerts(const QByteArray &bytes)
 {
-    const auto read = decodeAlerts(bytes);
+    const QJsonDocument document = QJsonDocument::fromJson(bytes);
+    const auto read = decodeAlerts(document.isArray() ? QJsonValue(document.array()) : document.object());
     if (!read)
         return;
     // What could be read can be stored, and reads back the same.
@@ -61,15 +64,14 @@ void preferences(const QByteArray &bytes)
     JsonPreferences stored(folder);
     bool failed = false;
     stored.onFirstWriteFailure([&failed] { failed = true; });
-    for (const QString &key :
-         {u"ks_coin"_s, u"ks_mini"_s, u"ks_threshold"_s, u"ks_per_side"_s, u"ks_alerts"_s}) {
+    for (const QString &key : {settings::coin.key, settings::miniMode.key, settings::signalThreshold.key,
+                               settings::maxPerSide.key, settings::alerts.key}) {
         static_cast<void>(stored.text(key));
         static_cast<void>(stored.boolean(key));
         const auto number = stored.number(key);
         KESTRUNE_REQUIRE(!number || std::isfinite(*number));
         const auto integer = stored.integer(key);
         KESTRUNE_REQUIRE(!integer || number == double(*integer));
-        static_cast<void>(stored.data(key));
     }
     const QJsonDocument before = QJsonDocument::fromJson(bytes);
     const bool usable = before.isObject() || bytes.isEmpty();
@@ -106,30 +108,14 @@ void commandLine(const QByteArray &bytes)
 void settingInputs(const QByteArray &bytes)
 {
     const QString text = QString::fromUtf8(bytes);
-    if (const auto value = parseDecimal(text)) {
-        KESTRUNE_REQUIRE(std::isfinite(*value));
-        const double threshold = clampThreshold(*value);
-        KESTRUNE_REQUIRE(threshold >= 0.5 && threshold <= 20);
-        KESTRUNE_REQUIRE(parseDecimal(thresholdFieldText(threshold)));
-        const double range = clampRange(*value);
-        KESTRUNE_REQUIRE(range >= 2 && range <= 30);
-        KESTRUNE_REQUIRE(parseDecimal(rangeFieldText(range)));
+    for (const NumberField *number : {&field::threshold, &field::range, &field::perSide, &field::risk,
+                                      &field::leverage, &field::account, &field::alertPrice}) {
+        const auto value = number->accepted(text);
+        if (!value)
+            continue;
+        KESTRUNE_REQUIRE(std::isfinite(*value) && *value >= number->lowest && *value <= number->highest);
+        KESTRUNE_REQUIRE(number->accepted(number->spelled(std::max(*value, 1.0))));
     }
-    if (const auto value = parseWhole(text)) {
-        const int count = clampPerSide(*value);
-        KESTRUNE_REQUIRE(count >= 1 && count <= 10);
-        KESTRUNE_REQUIRE(parseWhole(perSideFieldText(count)) == count);
-    }
-    const auto risk = acceptedRisk(text);
-    KESTRUNE_REQUIRE(!risk || (std::isfinite(*risk) && *risk > 0));
-    const auto leverage = acceptedLeverage(text);
-    KESTRUNE_REQUIRE(!leverage || (*leverage >= 1 && *leverage <= 125));
-    KESTRUNE_REQUIRE(!leverage || parseDecimal(leverageFieldText(*leverage)));
-    const auto target = acceptedAlertPrice(text);
-    KESTRUNE_REQUIRE(!target || (std::isfinite(*target) && *target > 0));
-    const double account = accountFromText(text);
-    KESTRUNE_REQUIRE(std::isfinite(account));
-    KESTRUNE_REQUIRE(account <= 0 || std::isfinite(accountFromText(accountFieldText(account))));
 }
 
 constexpr std::array<Target, 4> targets{{{"alerts", alerts},

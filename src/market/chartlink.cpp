@@ -36,19 +36,6 @@ QString tradingViewSymbol(const QString &coinSymbol, MarketSegment market)
     Q_UNREACHABLE();
 }
 
-QString tradingViewInterval(QStringView timeframe)
-{
-    if (timeframe == u"1H")
-        return u"60"_s;
-    if (timeframe == u"4H")
-        return u"240"_s;
-    if (timeframe == u"周线")
-        return u"1W"_s;
-    if (timeframe == u"月线")
-        return u"1M"_s;
-    return u"1D"_s;
-}
-
 std::optional<QUrl> tradingViewUrl(const QString &coinSymbol, MarketSegment market, QStringView timeframe)
 {
     const QString symbol = tradingViewSymbol(coinSymbol, market);

@@ -12,8 +12,6 @@ namespace kestrune {
 
 /// TradingView symbol of an instrument, for example "BINANCE:ETHUSDT.P", "SSE:600519", "HKEX:0700".
 [[nodiscard]] QString tradingViewSymbol(const QString &coinSymbol, MarketSegment market);
-/// TradingView interval of a timeframe label: "60", "240", "1W", "1M", else "1D".
-[[nodiscard]] QString tradingViewInterval(QStringView timeframe);
 /// Address of the instrument's chart page; absent when the text does not form a URL.
 [[nodiscard]] std::optional<QUrl> tradingViewUrl(const QString &coinSymbol, MarketSegment market,
                                                  QStringView timeframe);

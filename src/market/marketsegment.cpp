@@ -22,26 +22,57 @@ constexpr std::array segmentTexts{
     SegmentText{MarketSegment::hk, u"港股"},
 };
 
-struct ExchangeText
-{
-    StockMarket market;
-    QStringView rawValue;
-    QStringView displayName;
-};
-/// In the order in which prefixes are tried.
-constexpr std::array exchangeTexts{
-    ExchangeText{StockMarket::sh, u"sh", u"沪市"},
-    ExchangeText{StockMarket::sz, u"sz", u"深市"},
-    ExchangeText{StockMarket::hk, u"hk", u"港股"},
-};
+/// By StockMarket, in the order in which prefixes are tried.
+constexpr std::array exchangePrefixes{QStringView(u"sh"), QStringView(u"sz"), QStringView(u"hk")};
 
-const ExchangeText &textsOf(StockMarket market)
+/// Minutes after midnight on the Asia/Shanghai clock, both ends inclusive.
+struct TradingSession
 {
-    return exchangeTexts[static_cast<std::size_t>(market)];
-}
-
+    int start;
+    int end;
+};
 constexpr std::array chinaSessions{TradingSession{570, 690}, TradingSession{780, 900}};
 constexpr std::array hongKongSessions{TradingSession{570, 720}, TradingSession{780, 960}};
+
+constexpr QStringView hourLabel = u"1H";
+constexpr QStringView fourHoursLabel = u"4H";
+constexpr QStringView weekLabel = u"周线";
+constexpr QStringView monthLabel = u"月线";
+
+/// Without an interval or period a segment does not offer it.
+struct Timeframe
+{
+    QStringView label;
+    QStringView cryptoInterval;
+    QStringView stockPeriod;
+    QStringView chartInterval;
+};
+/// In menu order.
+constexpr std::array timeframeTable{
+    Timeframe{hourLabel, u"1h", {}, u"60"},
+    Timeframe{fourHoursLabel, u"4h", {}, u"240"},
+    Timeframe{defaultTimeframe, u"1d", u"day", u"1D"},
+    Timeframe{weekLabel, {}, u"week", u"1W"},
+    Timeframe{monthLabel, {}, u"month", u"1M"},
+};
+
+QStringList labelsWith(QStringView Timeframe::*meaning)
+{
+    QStringList labels;
+    for (const Timeframe &timeframe : timeframeTable) {
+        if (!(timeframe.*meaning).isEmpty())
+            labels.append(timeframe.label.toString());
+    }
+    return labels;
+}
+
+QString meaningOf(QStringView label, QStringView Timeframe::*meaning)
+{
+    const auto *found = std::ranges::find(timeframeTable, label, &Timeframe::label);
+    if (found == timeframeTable.end() || (found->*meaning).isEmpty())
+        found = std::ranges::find(timeframeTable, defaultTimeframe, &Timeframe::label);
+    return (found->*meaning).toString();
+}
 
 } // namespace
 
@@ -58,33 +89,46 @@ std::optional<MarketSegment> marketSegmentFromRawValue(QStringView text)
 
 const QStringList &timeframes(MarketSegment segment)
 {
-    static const QStringList crypto{u"1H"_s, u"4H"_s, u"日线"_s};
-    static const QStringList stocks{u"日线"_s, u"周线"_s, u"月线"_s};
+    static const QStringList crypto = labelsWith(&Timeframe::cryptoInterval);
+    static const QStringList stocks = labelsWith(&Timeframe::stockPeriod);
     return segment == MarketSegment::crypto ? crypto : stocks;
+}
+
+const std::array<QString, 3> &snapshotTimeframes(MarketSegment segment)
+{
+    static const std::array crypto{hourLabel.toString(), fourHoursLabel.toString(),
+                                   defaultTimeframe.toString()};
+    static const std::array stocks{defaultTimeframe.toString(), weekLabel.toString(), monthLabel.toString()};
+    return segment == MarketSegment::crypto ? crypto : stocks;
+}
+
+QString cryptoInterval(QStringView label)
+{
+    return meaningOf(label, &Timeframe::cryptoInterval);
+}
+
+QString stockPeriod(QStringView label)
+{
+    return meaningOf(label, &Timeframe::stockPeriod);
+}
+
+QString tradingViewInterval(QStringView label)
+{
+    return meaningOf(label, &Timeframe::chartInterval);
 }
 
 QString rawValue(StockMarket market)
 {
-    return textsOf(market).rawValue.toString();
-}
-
-QString displayName(StockMarket market)
-{
-    return textsOf(market).displayName.toString();
+    return exchangePrefixes[static_cast<std::size_t>(market)].toString();
 }
 
 std::optional<StockMarket> stockMarketOf(QStringView code)
 {
     const QString lower = code.left(2).toString().toLower();
-    const auto *found = std::ranges::find(exchangeTexts, QStringView{lower}, &ExchangeText::rawValue);
-    return found == exchangeTexts.end() ? std::nullopt : std::optional(found->market);
-}
-
-std::span<const TradingSession> sessions(StockMarket market)
-{
-    if (market == StockMarket::hk)
-        return hongKongSessions;
-    return chinaSessions;
+    const auto *found = std::ranges::find(exchangePrefixes, QStringView{lower});
+    if (found == exchangePrefixes.end())
+        return std::nullopt;
+    return allStockMarkets[static_cast<std::size_t>(found - exchangePrefixes.begin())];
 }
 
 bool isTrading(StockMarket market, Instant instant)
@@ -93,7 +137,8 @@ bool isTrading(StockMarket market, Instant instant)
     if (now.weekday == 0 || now.weekday == 6)
         return false;
     // deliberate: public holidays are not known, a holiday weekday counts as trading
-    return std::ranges::any_of(sessions(market), [&](const TradingSession &session) {
+    const auto &sessions = market == StockMarket::hk ? hongKongSessions : chinaSessions;
+    return std::ranges::any_of(sessions, [&](const TradingSession &session) {
         return session.start <= now.minuteOfDay && now.minuteOfDay <= session.end;
     });
 }
@@ -101,24 +146,6 @@ bool isTrading(StockMarket market, Instant instant)
 QString bareCode(const QString &code)
 {
     return stockMarketOf(code) ? code.mid(2) : code;
-}
-
-QString cryptoInterval(QStringView timeframe)
-{
-    if (timeframe == u"1H")
-        return u"1h"_s;
-    if (timeframe == u"4H")
-        return u"4h"_s;
-    return u"1d"_s;
-}
-
-QString stockPeriod(QStringView timeframe)
-{
-    if (timeframe == u"周线")
-        return u"week"_s;
-    if (timeframe == u"月线")
-        return u"month"_s;
-    return u"day"_s;
 }
 
 } // namespace kestrune

@@ -16,13 +16,6 @@
 
 namespace kestrune {
 
-struct SymbolPrice
-{
-    QString symbol; ///< upper-case
-    std::optional<double> price;
-    std::optional<double> change; ///< percent
-};
-
 /// Crypto market data with silent fallback between exchanges. Stateless; calls may overlap freely, and the
 /// object may go away while they run (the HTTP client may not).
 class MarketService

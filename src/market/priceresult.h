@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QString>
+
 #include <optional>
 
 namespace kestrune {
@@ -10,6 +12,14 @@ struct PriceResult
 {
     double price = 0;
     std::optional<double> change; ///< over 24 hours, in percent as the source states it
+};
+
+/// One of the prices of several symbols.
+struct SymbolPrice
+{
+    QString symbol; ///< upper-case
+    std::optional<double> price;
+    std::optional<double> change; ///< percent
 };
 
 } // namespace kestrune

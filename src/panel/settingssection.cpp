@@ -58,8 +58,9 @@ SettingsSection::SettingsSection(const PanelContext &context, QWidget *parent)
     connect(m_market, &ChoiceRow::picked, this, &SettingsSection::chooseMarket);
     connect(m_miniMode, &ToggleSwitch::clicked, this,
             [&state = m_context.state] { state.miniMode = !state.miniMode(); });
-    connectThreshold();
-    connectDisplay();
+    connectStepper(m_threshold, field::threshold, m_context.state.signalThreshold);
+    connectStepper(m_range, field::range, m_context.state.displayRangePct);
+    connectStepper(m_perSide, field::perSide, m_context.state.maxPerSide);
     fillFields();
 }
 
@@ -100,57 +101,19 @@ QWidget *SettingsSection::makeMarketRow()
     return row;
 }
 
-void SettingsSection::connectThreshold()
+template <typename T>
+void SettingsSection::connectStepper(StepperRow *row, const NumberField &number, Published<T> &value)
 {
-    AppState &state = m_context.state;
-    connect(m_threshold, &StepperRow::stepped, this, [this, &state](int direction) {
-        applyThreshold(state.signalThreshold() + direction * thresholdStep);
-    });
-    connect(m_threshold, &StepperRow::submitted, this, [this, &state](const QString &text) {
-        if (const auto value = parseDecimal(text))
-            applyThreshold(*value);
-        else
-            m_threshold->field()->showText(thresholdFieldText(state.signalThreshold()));
-    });
-}
-
-void SettingsSection::connectDisplay()
-{
-    AppState &state = m_context.state;
-    connect(m_range, &StepperRow::stepped, this,
-            [this, &state](int direction) { applyRange(state.displayRangePct() + direction * rangeStep); });
-    connect(m_range, &StepperRow::submitted, this, [this, &state](const QString &text) {
-        if (const auto value = parseDecimal(text))
-            applyRange(*value);
-        else
-            m_range->field()->showText(rangeFieldText(state.displayRangePct()));
-    });
-    connect(m_perSide, &StepperRow::stepped, this,
-            [this, &state](int direction) { applyPerSide(state.maxPerSide() + direction * perSideStep); });
-    connect(m_perSide, &StepperRow::submitted, this, [this, &state](const QString &text) {
-        if (const auto value = parseWhole(text))
-            applyPerSide(*value);
-        else
-            m_perSide->field()->showText(perSideFieldText(state.maxPerSide()));
-    });
-}
-
-void SettingsSection::applyThreshold(double percent)
-{
-    m_context.state.signalThreshold = clampThreshold(percent);
-    m_threshold->field()->showText(thresholdFieldText(m_context.state.signalThreshold()));
-}
-
-void SettingsSection::applyRange(double percent)
-{
-    m_context.state.displayRangePct = clampRange(percent);
-    m_range->field()->showText(rangeFieldText(m_context.state.displayRangePct()));
-}
-
-void SettingsSection::applyPerSide(qint64 count)
-{
-    m_context.state.maxPerSide = clampPerSide(count);
-    m_perSide->field()->showText(perSideFieldText(m_context.state.maxPerSide()));
+    m_fills.push_back([row, &number, &value] { row->field()->showText(number.spelled(value())); });
+    const auto set = [&number, &value, fill = m_fills.back()](std::optional<double> wanted) {
+        if (wanted)
+            value = T(number.limited(*wanted));
+        fill();
+    };
+    connect(row, &StepperRow::stepped, this,
+            [&number, &value, set](int direction) { set(value() + direction * number.step); });
+    connect(row, &StepperRow::submitted, this,
+            [&number, set](const QString &text) { set(number.accepted(text)); });
 }
 
 void SettingsSection::chooseMarket(qsizetype index)
@@ -173,9 +136,8 @@ void SettingsSection::setExpanded(bool expanded)
 
 void SettingsSection::fillFields()
 {
-    m_threshold->field()->showText(thresholdFieldText(m_context.state.signalThreshold()));
-    m_range->field()->showText(rangeFieldText(m_context.state.displayRangePct()));
-    m_perSide->field()->showText(perSideFieldText(m_context.state.maxPerSide()));
+    for (const auto &fill : m_fills)
+        fill();
     m_position->fillFields();
 }
 

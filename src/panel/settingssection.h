@@ -5,12 +5,16 @@
 
 #include <QWidget>
 
+#include <functional>
+#include <vector>
+
 namespace kestrune {
 
 class ChoiceRow;
 class Collapsible;
 class DisclosureHeader;
 class PositionSettings;
+struct NumberField;
 class StepperRow;
 class TextLabel;
 class ToggleSwitch;
@@ -33,12 +37,9 @@ public:
 private:
     [[nodiscard]] QWidget *makeContent();
     [[nodiscard]] QWidget *makeMarketRow();
-    void connectThreshold();
-    void connectDisplay();
+    template <typename T>
+    void connectStepper(StepperRow *row, const NumberField &number, Published<T> &value);
     void chooseMarket(qsizetype index);
-    void applyThreshold(double percent);
-    void applyRange(double percent);
-    void applyPerSide(qint64 count);
 
     PanelContext m_context;
     DisclosureHeader *m_header;
@@ -51,6 +52,7 @@ private:
     PositionSettings *m_position;
     StepperRow *m_range;
     StepperRow *m_perSide;
+    std::vector<std::function<void()>> m_fills; ///< put what is set into a field
 };
 
 } // namespace kestrune

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QByteArray>
+#include <QJsonValue>
 #include <QString>
 
 #include <optional>
@@ -18,19 +18,22 @@ public:
     Preferences &operator=(const Preferences &) = delete;
     virtual ~Preferences() = default;
 
-    [[nodiscard]] virtual std::optional<QString> text(const QString &key) const = 0;
-    [[nodiscard]] virtual std::optional<bool> boolean(const QString &key) const = 0;
+    [[nodiscard]] std::optional<QString> text(const QString &key) const;
+    [[nodiscard]] std::optional<bool> boolean(const QString &key) const;
     /// Any stored number, whole or not.
-    [[nodiscard]] virtual std::optional<double> number(const QString &key) const = 0;
+    [[nodiscard]] std::optional<double> number(const QString &key) const;
     /// A stored number without a fraction that fits an int.
-    [[nodiscard]] virtual std::optional<int> integer(const QString &key) const = 0;
-    [[nodiscard]] virtual std::optional<QByteArray> data(const QString &key) const = 0;
+    [[nodiscard]] std::optional<int> integer(const QString &key) const;
+    /// The entry as it is; undefined for a missing key.
+    [[nodiscard]] virtual QJsonValue json(const QString &key) const = 0;
 
-    virtual void setText(const QString &key, const QString &value) = 0;
-    virtual void setBoolean(const QString &key, bool value) = 0;
-    virtual void setNumber(const QString &key, double value) = 0;
-    virtual void setInteger(const QString &key, int value) = 0;
-    virtual void setData(const QString &key, const QByteArray &value) = 0;
+    /// Halves of surrogate pairs, which no file can hold, become replacement characters.
+    void setText(const QString &key, const QString &value);
+    void setBoolean(const QString &key, bool value) { setJson(key, value); }
+    /// A number that is not finite is not stored: the entry stays as it was.
+    void setNumber(const QString &key, double value);
+    void setInteger(const QString &key, int value) { setJson(key, value); }
+    virtual void setJson(const QString &key, const QJsonValue &value) = 0;
 };
 
 } // namespace kestrune

@@ -2,7 +2,12 @@
 #include "state/appstate.h"
 
 #include "market/chartlink.h"
+#include "market/marketservice.h"
+#include "market/stockmarketservice.h"
+#include "platform/attention.h"
 #include "state/instrumentlists.h"
+
+#include <utility>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -23,8 +28,9 @@ AppState::AppState(Private, const Dependencies &dependencies)
     : m_dependencies(dependencies)
     , m_cryptoLifetime(dependencies.cryptoHttp.lifetime())
     , m_stockLifetime(dependencies.stockHttp.lifetime())
-    , m_marketService(dependencies.cryptoHttp, dependencies.endpoints)
-    , m_stockService(dependencies.stockHttp, dependencies.clock, dependencies.endpoints)
+    , m_marketService(std::make_unique<MarketService>(dependencies.cryptoHttp, dependencies.endpoints))
+    , m_stockService(std::make_unique<StockMarketService>(dependencies.stockHttp, dependencies.clock,
+                                                          dependencies.endpoints))
     , coinList(pickerSymbols(MarketSegment::crypto))
     , cnList(pickerSymbols(MarketSegment::cn))
     , hkList(pickerSymbols(MarketSegment::hk))
@@ -40,54 +46,12 @@ AppState::~AppState()
     }
 }
 
-// Every restored value is assigned, so it is written straight back.
 void AppState::restore()
 {
-    const Preferences &preferences = m_dependencies.preferences;
-    if (const auto code = preferences.text(u"ks_coin"_s))
-        coinSymbol = *code;
-    miniMode = preferences.boolean(u"ks_mini"_s).value_or(false);
-    if (const auto segment = marketSegmentFromRawValue(preferences.text(u"ks_market"_s).value_or(QString())))
-        market = *segment;
-    const QString label = preferences.text(u"ks_tf"_s).value_or(u"日线"_s);
-    timeframe = timeframeOptions().contains(label) ? label : timeframeOptions().value(0, u"日线"_s);
-    restoreDisplaySettings();
-    restoreTradingSettings();
-    marketContextExpanded = preferences.boolean(u"ks_ctx_expanded"_s).value_or(false);
-    if (auto restored = decodeAlerts(preferences.data(u"ks_alerts"_s).value_or(QByteArray())))
-        alerts = std::move(*restored);
-    restoreBlingMode();
-}
-
-void AppState::restoreDisplaySettings()
-{
-    const Preferences &preferences = m_dependencies.preferences;
-    if (const auto threshold = preferences.number(u"ks_signal_threshold"_s))
-        signalThreshold = *threshold;
-    if (const auto range = preferences.number(u"ks_disp_range"_s))
-        displayRangePct = *range;
-    if (const auto count = preferences.integer(u"ks_disp_maxside"_s))
-        maxPerSide = *count == 4 ? 5 : *count; // deliberate: 4 was an earlier default, it becomes today's
-}
-
-void AppState::restoreTradingSettings()
-{
-    const Preferences &preferences = m_dependencies.preferences;
-    if (const auto account = preferences.number(u"ks_account_size"_s))
-        accountSize = *account;
-    if (const auto risk = preferences.number(u"ks_risk_pct"_s))
-        riskPctPerTrade = *risk;
-    if (const auto multiple = preferences.number(u"ks_leverage"_s); multiple && *multiple > 0)
-        leverage = *multiple;
-    if (const auto mode = marginModeFromRawValue(preferences.text(u"ks_margin_mode"_s).value_or(QString())))
-        marginMode = *mode;
-}
-
-void AppState::restoreBlingMode()
-{
-    if (!m_dependencies.preferences.boolean(u"ks_bling"_s).value_or(false))
+    for (const auto &restoreField : std::exchange(m_restoring, {}))
+        restoreField();
+    if (!blingMode())
         return;
-    blingMode = true;
     // deliberate: the start-up repeats what switching on has just done; the doubled first refresh is
     // harmless, and each loop replaces the one before it.
     showBlingPlaceholders();
@@ -98,9 +62,9 @@ void AppState::restoreBlingMode()
 
 void AppState::checkFirstLaunchHint()
 {
-    if (m_dependencies.preferences.boolean(u"ks_has_launched_v2"_s).value_or(false))
+    if (settings::hasLaunched.restored(m_dependencies.preferences) == true)
         return;
-    m_dependencies.preferences.setBoolean(u"ks_has_launched_v2"_s, true);
+    settings::hasLaunched.store(m_dependencies.preferences, true);
     firstLaunchHint(weak_from_this(), &m_dependencies.clock);
 }
 
@@ -134,11 +98,6 @@ double AppState::tick() const
     return isStock() ? 0.01 : 0;
 }
 
-double AppState::tradeCostPct() const
-{
-    return kestrune::tradeCostPct(market());
-}
-
 QString AppState::displayName() const
 {
     if (stockQuote() && !stockQuote()->name.isEmpty())
@@ -149,11 +108,6 @@ QString AppState::displayName() const
 QString AppState::tradingViewSymbol() const
 {
     return kestrune::tradingViewSymbol(coinSymbol(), market());
-}
-
-QString AppState::tradingViewInterval() const
-{
-    return kestrune::tradingViewInterval(timeframe());
 }
 
 std::optional<QUrl> AppState::tradingViewURL() const

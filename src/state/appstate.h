@@ -4,19 +4,17 @@
 #include "analysis/candle.h"
 #include "analysis/zone.h"
 #include "analysis/zonebuilding.h"
+#include "market/endpoints.h"
 #include "market/marketsegment.h"
-#include "market/marketservice.h"
-#include "market/stockmarketservice.h"
-#include "platform/attention.h"
+#include "market/priceresult.h"
+#include "market/stockquote.h"
 #include "platform/clock.h"
-#include "platform/httpclient.h"
-#include "platform/preferences.h"
 #include "state/barsignal.h"
 #include "state/marginmode.h"
 #include "state/marketcontext.h"
 #include "state/observable.h"
-#include "state/planselection.h"
 #include "state/pricealert.h"
+#include "state/settings.h"
 #include "state/timeframesignal.h"
 #include "state/tradeplan.h"
 
@@ -24,12 +22,19 @@
 #include <QStringList>
 #include <QUrl>
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <stop_token>
 #include <vector>
 
 namespace kestrune {
+
+class Attention;
+class HttpClient;
+class MarketService;
+class StockMarketService;
+struct PlanInputs;
 
 struct RefreshOutcome
 {
@@ -66,43 +71,62 @@ public:
     ~AppState() override;
 
 private:
-    void store(const QString &key, const QString &value) { m_dependencies.preferences.setText(key, value); }
-    void store(const QString &key, bool value) { m_dependencies.preferences.setBoolean(key, value); }
-    void store(const QString &key, double value) { m_dependencies.preferences.setNumber(key, value); }
-    void store(const QString &key, int value) { m_dependencies.preferences.setInteger(key, value); }
-    void store(const QString &key, MarketSegment value) { store(key, rawValue(value)); }
-    void store(const QString &key, MarginMode value) { store(key, rawValue(value)); }
-    /// Did-set action of a persisted field.
-    struct Stored
+    /// A field that the start sets from its setting; all of them in the order of their declaration.
+    template <typename T>
+    [[nodiscard]] Published<T> restored(const Setting<T> &setting, Published<T> AppState::*field,
+                                        typename Published<T>::DidSet didSet = {})
     {
-        AppState *state;
-        QStringView key; ///< a literal
-        void operator()(const auto &value) const { state->store(key.toString(), value); }
-    };
-    [[nodiscard]] Stored stored(QStringView key) { return {this, key}; }
+        m_restoring.push_back([this, &setting, field] {
+            if (auto value = setting.restored(m_dependencies.preferences))
+                this->*field = *std::move(value);
+        });
+        return Published<T>(*this, setting.initial, std::move(didSet));
+    }
+    /// The same, and every assignment is stored, also that of the restored value.
+    template <typename T>
+    [[nodiscard]] Published<T> kept(const Setting<T> &setting, Published<T> AppState::*field)
+    {
+        return restored(setting, field, [this, &setting](const T &value) {
+            setting.store(m_dependencies.preferences, value);
+        });
+    }
 
     Dependencies m_dependencies;
     std::weak_ptr<const void> m_cryptoLifetime, m_stockLifetime;
-    MarketService m_marketService;
-    StockMarketService m_stockService;
+    const std::unique_ptr<const MarketService> m_marketService;
+    const std::unique_ptr<const StockMarketService> m_stockService;
+    std::vector<std::function<void()>> m_restoring;
 
 public:
     // Prices in the quote currency, percentages in percent units.
     const QStringList coinList, cnList, hkList; ///< instruments in picker order
 
-    Published<QString> coinSymbol{*this, QStringLiteral("ETH")}; ///< stored by setCoin and setMarket only
-    Published<std::optional<double>> price{*this};               ///< live price
-    Published<std::optional<double>> changePct{*this};           ///< 24 h for crypto, day for stocks
-    Published<int> decimals{*this, 2};                           ///< of every price text of the instrument
-    Published<MarketSegment> market{*this, MarketSegment::crypto, stored(u"ks_market")};
+    // The settings. Three are not simply stored at every assignment: the instrument and the alerts are by
+    // their operations, and the neon mode has more to do.
+    Published<QString> coinSymbol = restored(settings::coin, &AppState::coinSymbol);
+    Published<bool> miniMode = kept(settings::miniMode, &AppState::miniMode);
+    Published<MarketSegment> market = kept(settings::market, &AppState::market);
+    Published<QString> timeframe = kept(settings::timeframe, &AppState::timeframe); ///< of timeframeOptions()
+    Published<double> signalThreshold = kept(settings::signalThreshold, &AppState::signalThreshold);
+    Published<double> displayRangePct = kept(settings::displayRange, &AppState::displayRangePct);
+    Published<int> maxPerSide = kept(settings::maxPerSide, &AppState::maxPerSide);
+    Published<double> accountSize = kept(settings::accountSize, &AppState::accountSize);
+    Published<double> riskPctPerTrade = kept(settings::riskPerTrade, &AppState::riskPctPerTrade);
+    Published<double> leverage = kept(settings::leverage, &AppState::leverage);
+    Published<MarginMode> marginMode = kept(settings::marginMode, &AppState::marginMode);
+    Published<bool> marketContextExpanded =
+        kept(settings::marketContextExpanded, &AppState::marketContextExpanded);
+    Published<std::vector<PriceAlert>> alerts =
+        restored(settings::alerts, &AppState::alerts); ///< of all instruments
+    Published<bool> blingMode =
+        restored(settings::blingMode, &AppState::blingMode, [this](bool on) { blingModeDidChange(on); });
+
+    Published<std::optional<double>> price{*this};     ///< live price
+    Published<std::optional<double>> changePct{*this}; ///< 24 h for crypto, day for stocks
+    Published<int> decimals{*this, 2};                 ///< of every price text of the instrument
     Published<std::optional<StockQuote>> stockQuote{*this};
-    Published<double> accountSize{*this, 0, stored(u"ks_account_size")};   ///< money, 0 when not set
-    Published<double> riskPctPerTrade{*this, 1.0, stored(u"ks_risk_pct")}; ///< percent of the account
-    Published<double> leverage{*this, 10.0, stored(u"ks_leverage")};       ///< multiple
-    Published<MarginMode> marginMode{*this, MarginMode::isolated, stored(u"ks_margin_mode")};
     Published<std::optional<double>> selectedZonePrice{*this}; ///< `mid` of the picked zone
     Published<std::optional<QString>> selectedZoneType{*this}; ///< its type
-    Published<QString> timeframe{*this, QStringLiteral("日线"), stored(u"ks_tf")}; ///< of timeframeOptions()
     Published<std::vector<Zone>> zones{*this};
     Published<double> zonePrice{*this};              ///< price that `zones` were built against
     Published<std::vector<double>> sparkline{*this}; ///< closes, oldest first
@@ -119,28 +143,19 @@ public:
     Published<std::optional<double>> ctxVWAP{*this};
     Published<std::vector<TimeframeSignal>> snapshot{*this};
     Published<QString> snapshotConclusion{*this, QStringLiteral("加载中…")};
-    Published<bool> marketContextExpanded{*this, false, stored(u"ks_ctx_expanded")};
-    Published<bool> miniMode{*this, false, stored(u"ks_mini")};
     std::optional<std::stop_source> priceTask, srTask, alertPulseTask, blingTask, blingPulseTask;
     CandleList lastSRCandles; ///< of the last successful zone refresh
-    Published<bool> blingMode{*this, false, [this](bool on) { blingModeDidChange(on); }};
     Published<std::vector<SymbolPrice>> multiPrices{*this};
     Published<int> blingPulse{*this};
-    Published<std::vector<PriceAlert>> alerts{*this}; ///< of all instruments, stored by saveAlerts()
     Published<int> pulsePhase{*this};
-    Published<double> signalThreshold{*this, 2.5, stored(u"ks_signal_threshold")}; ///< percent
-    Published<double> displayRangePct{*this, 12.0, stored(u"ks_disp_range")};      ///< percent
-    Published<int> maxPerSide{*this, 5, stored(u"ks_disp_maxside")};
 
     // Derived values, computed on each read.
     [[nodiscard]] const QStringList &symbolList() const;
     [[nodiscard]] bool isStock() const { return market() != MarketSegment::crypto; }
     [[nodiscard]] double tick() const; ///< price step, 0 for crypto
     [[nodiscard]] const QStringList &timeframeOptions() const { return timeframes(market()); }
-    [[nodiscard]] double tradeCostPct() const;
     [[nodiscard]] QString displayName() const;
     [[nodiscard]] QString tradingViewSymbol() const;
-    [[nodiscard]] QString tradingViewInterval() const;
     [[nodiscard]] std::optional<QUrl> tradingViewURL() const;
 
     [[nodiscard]] std::optional<double> nearestBuyDistPct() const;  ///< absolute, percent
@@ -153,7 +168,7 @@ public:
     [[nodiscard]] QString headerTitle() const;
     [[nodiscard]] QString dataSourceNote() const;
 
-    [[nodiscard]] QStringList snapshotLabels() const;
+    [[nodiscard]] const auto &snapshotLabels() const { return snapshotTimeframes(market()); }
     [[nodiscard]] QString trendText() const;
     [[nodiscard]] NamedColor trendColor() const;
     [[nodiscard]] QString rsiText() const;
@@ -206,9 +221,6 @@ private:
     using LoopFunction = QCoro::Task<> (*)(Weak, Clock *, std::stop_token);
 
     void restore();
-    void restoreDisplaySettings();
-    void restoreTradingSettings();
-    void restoreBlingMode();
     void checkFirstLaunchHint();
     static QCoro::Task<> firstLaunchHint(Weak weak, Clock *clock);
 

@@ -2,6 +2,7 @@
 #include "state/appstate.h"
 
 #include "analysis/priceformat.h"
+#include "platform/attention.h"
 #include "state/alertrules.h"
 
 #include <QUuid>
@@ -103,8 +104,7 @@ void AppState::addPlanAlerts(const TradePlan &plan)
 
 void AppState::saveAlerts()
 {
-    if (const auto json = encodeAlerts(alerts()))
-        m_dependencies.preferences.setData(u"ks_alerts"_s, *json);
+    settings::alerts.store(m_dependencies.preferences, alerts());
 }
 
 void AppState::playAlertSound()
@@ -117,9 +117,8 @@ void AppState::playAlertSound()
 // The loop runs only while there is something to count: an idle program is never woken for it.
 void AppState::startAlertPulseIfNeeded()
 {
-    if (alertPulseTask || !(alertActive() || pulsePhase() != 0))
-        return;
-    startLoop(alertPulseTask, &AppState::alertPulseLoop);
+    if (!alertPulseTask && alertActive())
+        startLoop(alertPulseTask, &AppState::alertPulseLoop);
 }
 
 bool AppState::advanceAlertPulse()

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "state/appstate.h"
 
+#include "market/marketservice.h"
+#include "market/stockmarketservice.h"
+
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
@@ -26,7 +29,7 @@ void AppState::toggleBlingMode()
 
 void AppState::blingModeDidChange(bool on)
 {
-    store(u"ks_bling"_s, on);
+    settings::blingMode.store(m_dependencies.preferences, on);
     if (on) {
         miniMode = false;
         showBlingPlaceholders();
@@ -52,7 +55,7 @@ QCoro::Task<> AppState::refreshBlingPrices()
     const auto self = shared_from_this();
     const QStringList codes = blingSymbols();
     if (isStock()) {
-        const StockQuotes quotes = co_await m_stockService.fetchQuotes(codes);
+        const StockQuotes quotes = co_await m_stockService->fetchQuotes(codes);
         std::vector<SymbolPrice> entries;
         for (const QString &code : codes) {
             if (const auto quote = quotes.constFind(code.toLower()); quote != quotes.constEnd())
@@ -60,7 +63,7 @@ QCoro::Task<> AppState::refreshBlingPrices()
         }
         multiPrices = entries.empty() ? placeholders(codes) : std::move(entries);
     } else {
-        multiPrices = co_await m_marketService.fetchPricesConcurrently(codes);
+        multiPrices = co_await m_marketService->fetchPricesConcurrently(codes);
     }
     // deliberate: a refresh that ends after the mode was switched off still shows its list.
     lastUpdated = m_dependencies.clock.now();

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "state/appstate.h"
 
+#include "state/planselection.h"
 #include "state/sessionwarning.h"
 
 namespace kestrune {

@@ -2,6 +2,8 @@
 #include "state/appstate.h"
 
 #include "analysis/priceformat.h"
+#include "market/marketservice.h"
+#include "market/stockmarketservice.h"
 #include "platform/async.h"
 
 using namespace Qt::StringLiterals;
@@ -14,7 +16,6 @@ namespace {
 constexpr int cryptoCandleCount = 200;
 constexpr int stockCandleCount = 320;
 constexpr int sparklineCount = 160;
-constexpr double stockTick = 0.01;
 
 std::vector<double> lastCloses(const CandleList &candles, std::size_t count)
 {
@@ -32,8 +33,8 @@ QCoro::Task<std::optional<CandleList>> AppState::fetchCandles(QString label)
 {
     const auto self = shared_from_this();
     auto request = isStock()
-                       ? m_stockService.fetchKlines(coinSymbol(), stockPeriod(label), stockCandleCount)
-                       : m_marketService.fetchKlines(coinSymbol(), cryptoInterval(label), cryptoCandleCount);
+                       ? m_stockService->fetchKlines(coinSymbol(), stockPeriod(label), stockCandleCount)
+                       : m_marketService->fetchKlines(coinSymbol(), cryptoInterval(label), cryptoCandleCount);
     auto candles = co_await request;
     if (!candles)
         co_return std::nullopt;
@@ -57,7 +58,7 @@ QCoro::Task<> AppState::refreshPrice()
 
 QCoro::Task<std::optional<double>> AppState::refreshStockPrice()
 {
-    auto quote = co_await m_stockService.fetchQuote(coinSymbol());
+    auto quote = co_await m_stockService->fetchQuote(coinSymbol());
     if (!quote) {
         errorMessage = u"行情获取失败"_s;
         co_return std::nullopt;
@@ -75,7 +76,7 @@ QCoro::Task<std::optional<double>> AppState::refreshStockPrice()
 
 QCoro::Task<std::optional<double>> AppState::refreshCryptoPrice()
 {
-    const auto result = co_await m_marketService.fetchPrice(coinSymbol());
+    const auto result = co_await m_marketService->fetchPrice(coinSymbol());
     if (!result) {
         errorMessage = u"价格获取失败"_s;
         co_return std::nullopt;
@@ -109,12 +110,12 @@ QCoro::Task<bool> AppState::refreshCryptoZones()
 {
     const QString code = coinSymbol();
     const auto candles =
-        co_await m_marketService.fetchKlines(code, cryptoInterval(timeframe()), cryptoCandleCount);
+        co_await m_marketService->fetchKlines(code, cryptoInterval(timeframe()), cryptoCandleCount);
     if (!candles)
         co_return false;
     applyCandles(*candles, 0);
     // For the instrument selected by now, as every request is.
-    const auto minutes = co_await m_marketService.fetchKlines(coinSymbol(), u"1m"_s, sparklineCount);
+    const auto minutes = co_await m_marketService->fetchKlines(coinSymbol(), u"1m"_s, sparklineCount);
     sparkline = minutes ? lastCloses(*minutes, minutes->size()) : lastCloses(*candles, candles->size());
     fillMarketContext(*candles);
     co_return true;
@@ -123,13 +124,14 @@ QCoro::Task<bool> AppState::refreshCryptoZones()
 QCoro::Task<bool> AppState::refreshStockZones()
 {
     const QString code = coinSymbol();
+    const double step = tick(); // of the segment that was asked, as above
     const QString period = stockPeriod(timeframe());
-    auto candles = co_await m_stockService.fetchKlines(code, period, stockCandleCount);
+    auto candles = co_await m_stockService->fetchKlines(code, period, stockCandleCount);
     if (!candles) // deliberate: one identical retry at once, for stocks only
-        candles = co_await m_stockService.fetchKlines(code, period, stockCandleCount);
+        candles = co_await m_stockService->fetchKlines(code, period, stockCandleCount);
     if (!candles)
         co_return false;
-    applyCandles(*candles, stockTick);
+    applyCandles(*candles, step);
     sparkline = lastCloses(*candles, sparklineCount);
     fillMarketContext(*candles);
     co_return true;
@@ -225,7 +227,7 @@ QCoro::Task<> AppState::srLoop(Weak weak, Clock *clock, std::stop_token stop)
 void AppState::selectCoin(const QString &code)
 {
     coinSymbol = code;
-    store(u"ks_coin"_s, code);
+    settings::coin.store(m_dependencies.preferences, code);
     startAlertPulseIfNeeded();
 }
 
@@ -242,10 +244,9 @@ void AppState::setMarket(MarketSegment segment)
     if (segment == market())
         return;
     market = segment;
-    if (!symbolList().isEmpty())
-        selectCoin(symbolList().constFirst());
-    timeframe = timeframeOptions().value(0, u"日线"_s);
-    store(u"ks_tf"_s, timeframe()); // deliberate: stored a second time, as the selection always was
+    selectCoin(symbolList().constFirst());
+    timeframe = timeframeOptions().constFirst();
+    settings::timeframe.store(m_dependencies.preferences, timeframe()); // deliberate: a second time
     if (isStock())
         leverage = 1.0; // deliberate: switching back does not restore the earlier leverage
     clearAnalysisState();

@@ -72,17 +72,10 @@ QString AppState::dataSourceNote() const
     return u"仅供学习参考，不构成投资建议。"_s;
 }
 
-QStringList AppState::snapshotLabels() const
-{
-    return timeframeOptions();
-}
-
 QCoro::Task<> AppState::refreshSnapshot()
 {
     const auto self = shared_from_this();
-    const QStringList labels = snapshotLabels();
-    if (labels.size() != 3)
-        co_return;
+    const auto &labels = snapshotLabels(); // of the segment that is asked
     auto first = fetchCandles(labels[0]);
     auto second = fetchCandles(labels[1]);
     auto third = fetchCandles(labels[2]);
@@ -104,7 +97,7 @@ QCoro::Task<> AppState::refreshSnapshot()
     scored.reserve(candles.size());
     for (std::size_t i = 0; i < candles.size(); ++i) {
         if (candles[i])
-            scored.push_back(scoreTimeframe(labels[qsizetype(i)], *candles[i], *reference));
+            scored.push_back(scoreTimeframe(labels[i], *candles[i], *reference));
     }
     snapshot = std::move(scored);
     snapshotConclusion = buildConclusion(snapshot());

@@ -10,11 +10,6 @@ QString rawValue(MarginMode mode)
     return mode == MarginMode::isolated ? u"逐仓"_s : u"全仓"_s;
 }
 
-QString displayName(MarginMode mode)
-{
-    return rawValue(mode);
-}
-
 std::optional<MarginMode> marginModeFromRawValue(QStringView text)
 {
     for (const MarginMode mode : allMarginModes) {

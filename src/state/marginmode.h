@@ -13,7 +13,6 @@ inline constexpr std::array allMarginModes{MarginMode::isolated, MarginMode::cro
 
 /// Display text and stored form: "逐仓", "全仓".
 [[nodiscard]] QString rawValue(MarginMode mode);
-[[nodiscard]] QString displayName(MarginMode mode);
 [[nodiscard]] std::optional<MarginMode> marginModeFromRawValue(QStringView text);
 
 } // namespace kestrune

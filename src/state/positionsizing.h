@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "state/tradeplan.h"
+#include "state/plansettings.h"
 
-#include <QLocale>
 #include <QString>
 
 #include <optional>

@@ -13,9 +13,6 @@ namespace kestrune {
 
 namespace {
 
-// Some 80 000 alerts. A larger text does not come from this program, and parsing it would hold up the start.
-constexpr qsizetype maxStoredBytes = qsizetype{16} * 1024 * 1024;
-
 bool isStorable(const PriceAlert &alert)
 {
     return std::isfinite(alert.targetPrice) && (!alert.lastFiredAt || std::isfinite(*alert.lastFiredAt));
@@ -59,9 +56,19 @@ std::optional<PriceAlert> fromJson(const QJsonValue &element)
     return alert;
 }
 
+QJsonValue fromText(const QJsonObject &stored)
+{
+    const QJsonValue text = stored.value("utf8"_L1);
+    const QByteArray json = text.isString()
+                                ? text.toString().toUtf8()
+                                : QByteArray::fromBase64(stored.value("base64"_L1).toString().toLatin1());
+    const QJsonDocument document = QJsonDocument::fromJson(json);
+    return document.isArray() ? QJsonValue(document.array()) : QJsonValue();
+}
+
 } // namespace
 
-std::optional<QByteArray> encodeAlerts(const std::vector<PriceAlert> &alerts)
+std::optional<QJsonArray> encodeAlerts(const std::vector<PriceAlert> &alerts)
 {
     QJsonArray array;
     for (const PriceAlert &alert : alerts) {
@@ -69,21 +76,16 @@ std::optional<QByteArray> encodeAlerts(const std::vector<PriceAlert> &alerts)
             return std::nullopt;
         array.append(toJson(alert));
     }
-    return QJsonDocument(array).toJson(QJsonDocument::Compact);
+    return array;
 }
 
-std::optional<std::vector<PriceAlert>> decodeAlerts(const QByteArray &json)
+std::optional<std::vector<PriceAlert>> decodeAlerts(const QJsonValue &stored)
 {
-    if (json.size() > maxStoredBytes)
+    const QJsonValue list = stored.isObject() ? fromText(stored.toObject()) : stored;
+    if (!list.isArray())
         return std::nullopt;
-    // The parser bounds the nesting itself, and refuses bad UTF-8 and numbers beyond a double.
-    const QJsonDocument document = QJsonDocument::fromJson(json);
-    if (!document.isArray())
-        return std::nullopt;
-    const QJsonArray array = document.array();
     std::vector<PriceAlert> alerts;
-    alerts.reserve(static_cast<std::size_t>(array.size()));
-    for (const QJsonValue element : array) {
+    for (const QJsonValue element : list.toArray()) {
         std::optional<PriceAlert> alert = fromJson(element);
         if (!alert)
             return std::nullopt;

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QByteArray>
 #include <QString>
 
 #include <optional>
 #include <vector>
+
+class QJsonArray;
+class QJsonValue;
 
 namespace kestrune {
 
@@ -22,9 +24,10 @@ struct PriceAlert
     [[nodiscard]] bool operator==(const PriceAlert &) const = default;
 };
 
-/// The stored JSON array of all alerts; absent when a number is not finite.
-[[nodiscard]] std::optional<QByteArray> encodeAlerts(const std::vector<PriceAlert> &alerts);
-/// Reads it back; absent as a whole when one element lacks a key or has a value of the wrong kind.
-[[nodiscard]] std::optional<std::vector<PriceAlert>> decodeAlerts(const QByteArray &json);
+/// The stored list of all alerts; absent when a number is not finite.
+[[nodiscard]] std::optional<QJsonArray> encodeAlerts(const std::vector<PriceAlert> &alerts);
+/// Reads it back, also as text within {"utf8": "…"} or {"base64": "…"}, the form of earlier versions; absent
+/// as a whole when one element lacks a key or has a value of the wrong kind.
+[[nodiscard]] std::optional<std::vector<PriceAlert>> decodeAlerts(const QJsonValue &stored);
 
 } // namespace kestrune

@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "market/marketsegment.h"
-#include "state/marginmode.h"
+#include "state/plansettings.h"
 
-#include <QLocale>
 #include <QString>
 
 #include <optional>
@@ -23,18 +21,6 @@ enum class TrendState { aligned, mixed, counter, breakout };
 enum class PlanGrade { good, fair, poor };
 [[nodiscard]] QString rawValue(PlanGrade grade); ///< "划算", "一般", "不划算"
 [[nodiscard]] std::optional<PlanGrade> planGradeFromRawValue(QStringView text);
-
-/// What the settings contribute to every plan text.
-struct PlanSettings
-{
-    MarketSegment market = MarketSegment::crypto;
-    int decimals = 2;           ///< of price texts
-    double accountSize = 0;     ///< money, 0 when not set
-    double riskPctPerTrade = 0; ///< percent of the account lost at the stop
-    double leverage = 1;        ///< multiple
-    MarginMode marginMode = MarginMode::isolated;
-    QLocale locale = QLocale::system(); ///< groups amounts of money
-};
 
 /// A ready-to-read trade plan. Percentages in percent units, prices in the quote currency.
 struct TradePlan

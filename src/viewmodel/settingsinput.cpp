@@ -10,94 +10,36 @@ namespace kestrune {
 
 namespace {
 
-constexpr double highestLeverage = 125;
-
-} // namespace
-
-std::optional<double> parseDecimal(const QString &text)
+std::optional<double> numberIn(const QString &text, bool whole)
 {
     bool ok = false;
-    const double value = text.toDouble(&ok);
+    const double value = whole ? double(text.toLongLong(&ok)) : text.toDouble(&ok);
     if (!ok || !std::isfinite(value))
         return std::nullopt;
     return value;
 }
 
-std::optional<qint64> parseWhole(const QString &text)
-{
-    bool ok = false;
-    const qint64 value = text.toLongLong(&ok, 10);
-    return ok ? std::optional(value) : std::nullopt;
-}
+} // namespace
 
-double clampThreshold(double percent)
-{
-    return std::clamp(percent, 0.5, 20.0);
-}
-
-double clampRange(double percent)
-{
-    return std::clamp(percent, 2.0, 30.0);
-}
-
-int clampPerSide(qint64 count)
-{
-    return int(std::clamp<qint64>(count, 1, 10));
-}
-
-QString thresholdFieldText(double percent)
-{
-    return fixedText(percent, 1);
-}
-
-QString rangeFieldText(double percent)
-{
-    return fixedText(percent, 0);
-}
-
-QString perSideFieldText(int count)
-{
-    return QString::number(count);
-}
-
-QString riskFieldText(double percent)
-{
-    return fixedText(percent, 1);
-}
-
-QString leverageFieldText(double leverage)
-{
-    return fixedText(leverage, 0);
-}
-
-QString accountFieldText(double account)
-{
-    return account > 0 ? fixedText(account, 0) : QString();
-}
-
-std::optional<double> acceptedRisk(const QString &text)
-{
-    const auto value = parseDecimal(text);
-    return value && *value > 0 ? value : std::nullopt;
-}
-
-std::optional<double> acceptedLeverage(const QString &text)
-{
-    const auto value = parseDecimal(text);
-    return value && *value >= 1 ? std::optional(std::min(*value, highestLeverage)) : std::nullopt;
-}
-
-double accountFromText(const QString &text)
+std::optional<double> NumberField::accepted(const QString &text) const
 {
     QString digits = text;
-    digits.remove(u',');
-    return parseDecimal(digits).value_or(0);
+    if (amount)
+        digits.remove(u',');
+    auto value = numberIn(digits, whole);
+    if (amount)
+        value = value.value_or(0);
+    return value && *value >= refusedBelow ? std::optional(limited(*value)) : std::nullopt;
 }
 
-std::optional<double> acceptedAlertPrice(const QString &text)
+double NumberField::limited(double value) const
 {
-    const auto value = parseDecimal(text);
-    return value && *value > 0 ? value : std::nullopt;
+    return std::clamp(value, lowest, highest);
+}
+
+QString NumberField::spelled(double value) const
+{
+    return amount && !(value > 0) ? QString() : fixedText(value, decimals);
 }
 
 } // namespace kestrune

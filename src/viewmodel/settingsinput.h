@@ -3,39 +3,41 @@
 
 #include <QString>
 
+#include <limits>
 #include <optional>
 
 namespace kestrune {
 
-// What the panel's number fields accept, and how they spell what is set. Blanks around a number do no harm.
+/// What a number field of the panel accepts, and how it spells what is set. Accepted are finite decimal
+/// numbers with a point (neither "inf" nor "nan"); blanks around a number do no harm.
+struct NumberField
+{
+    double lowest = -std::numeric_limits<double>::max(); ///< what lies below is raised to it
+    double highest = std::numeric_limits<double>::max(); ///< what lies above is lowered to it
+    double refusedBelow = -std::numeric_limits<double>::max();
+    double step = 0;     ///< of the buttons beside the field
+    int decimals = 0;    ///< that it spells
+    bool whole = false;  ///< takes base-10 integers only
+    bool amount = false; ///< takes "," anywhere; nothing is spelled, and whatever is no number counts, as 0
 
-/// A finite decimal number with a point; absent for everything else, "inf" and "nan" included.
-[[nodiscard]] std::optional<double> parseDecimal(const QString &text);
-/// A base-10 integer.
-[[nodiscard]] std::optional<qint64> parseWhole(const QString &text);
+    /// What a submitted text sets; absent when it is refused.
+    [[nodiscard]] std::optional<double> accepted(const QString &text) const;
+    [[nodiscard]] double limited(double value) const;
+    [[nodiscard]] QString spelled(double value) const;
+};
 
-inline constexpr double thresholdStep = 0.5; ///< percent
-inline constexpr double rangeStep = 1;       ///< percent
-inline constexpr int perSideStep = 1;
+namespace field {
 
-[[nodiscard]] double clampThreshold(double percent); ///< 0.5 to 20
-[[nodiscard]] double clampRange(double percent);     ///< 2 to 30
-[[nodiscard]] int clampPerSide(qint64 count);        ///< 1 to 10
+inline constexpr double aboveZero = std::numeric_limits<double>::denorm_min();
 
-[[nodiscard]] QString thresholdFieldText(double percent); ///< "%.1f"
-[[nodiscard]] QString rangeFieldText(double percent);     ///< "%.0f"
-[[nodiscard]] QString perSideFieldText(int count);
-[[nodiscard]] QString riskFieldText(double percent);      ///< "%.1f"
-[[nodiscard]] QString leverageFieldText(double leverage); ///< "%.0f"
-[[nodiscard]] QString accountFieldText(double account);   ///< "%.0f", empty for 0: the placeholder shows
+inline constexpr NumberField threshold{.lowest = 0.5, .highest = 20, .step = 0.5, .decimals = 1}; ///< percent
+inline constexpr NumberField range{.lowest = 2, .highest = 30, .step = 1};                        ///< percent
+inline constexpr NumberField perSide{.lowest = 1, .highest = 10, .step = 1, .whole = true};
+inline constexpr NumberField risk{.refusedBelow = aboveZero, .decimals = 1}; ///< percent
+inline constexpr NumberField leverage{.highest = 125, .refusedBelow = 1};
+inline constexpr NumberField account{.amount = true};
+inline constexpr NumberField alertPrice{.refusedBelow = aboveZero};
 
-/// Risk per trade in percent: above 0, without an upper limit; absent when rejected.
-[[nodiscard]] std::optional<double> acceptedRisk(const QString &text);
-/// Leverage from 1 on, at most 125; absent when rejected.
-[[nodiscard]] std::optional<double> acceptedLeverage(const QString &text);
-/// Account size with "," anywhere; whatever is no number counts as 0, not set.
-[[nodiscard]] double accountFromText(const QString &text);
-/// Target of a manual alert: above 0; absent when rejected.
-[[nodiscard]] std::optional<double> acceptedAlertPrice(const QString &text);
+} // namespace field
 
 } // namespace kestrune

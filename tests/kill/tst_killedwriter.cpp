@@ -59,8 +59,7 @@ struct Stored
         account = preferences.integer(u"ks_account_size"_s);
         other = preferences.integer(u"other"_s);
         margin = preferences.text(u"ks_margin_mode"_s);
-        if (const auto bytes = preferences.data(u"ks_alerts"_s))
-            alerts = decodeAlerts(*bytes);
+        alerts = decodeAlerts(preferences.json(u"ks_alerts"_s));
     }
     /// The newest alert, when the list is one that the writer has had at some time.
     [[nodiscard]] std::optional<int> newestAlert() const

@@ -63,8 +63,8 @@ void StorageFaultsTest::settingsOutliveADiskThatTakesNothing()
     SmallDisk disk;
     QVERIFY(disk.isThere());
     JsonPreferences preferences(disk.path(u"settings"_s));
-    const QByteArray alerts(20'000, 'a');
-    preferences.setData(u"ks_alerts"_s, alerts);
+    const QString alerts(20'000, u'a');
+    preferences.setText(u"ks_alerts"_s, alerts);
     preferences.setText(u"ks_coin"_s, u"BTC"_s);
     const QString path = disk.path(u"settings/preferences.json"_s);
     const QByteArray before = contentOf(path);
@@ -88,7 +88,7 @@ void StorageFaultsTest::settingsOutliveADiskThatTakesNothing()
     QCOMPARE(again.text(u"ks_coin"_s), u"ETH"_s); // what had not been written is made up for
     QCOMPARE(again.number(u"ks_leverage"_s), 5.0);
     QCOMPARE(again.boolean(u"ks_mini"_s), true);
-    QCOMPARE(again.data(u"ks_alerts"_s), alerts);
+    QCOMPARE(again.text(u"ks_alerts"_s), alerts);
     QCOMPARE(reports, 1);
 }
 

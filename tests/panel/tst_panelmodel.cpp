@@ -2,8 +2,8 @@
 #include "viewmodel/panelmodel.h"
 
 #include "panel/tones.h"
-#include "viewmodel/settingsinput.h"
 #include "support/testregistry.h"
+#include "viewmodel/settingsinput.h"
 #include "zonebuilder.h"
 
 #include <QTest>
@@ -206,10 +206,10 @@ void PanelModelTest::acceptedValues_data()
 void PanelModelTest::acceptedValues()
 {
     QFETCH(QString, text);
-    QTEST(acceptedRisk(text).value_or(-1), "risk");
-    QTEST(acceptedLeverage(text).value_or(-1), "leverage");
-    QTEST(accountFromText(text), "account");
-    QTEST(acceptedAlertPrice(text).value_or(-1), "alert");
+    QTEST(field::risk.accepted(text).value_or(-1), "risk");
+    QTEST(field::leverage.accepted(text).value_or(-1), "leverage");
+    QTEST(field::account.accepted(text).value_or(-1), "account");
+    QTEST(field::alertPrice.accepted(text).value_or(-1), "alert");
 }
 
 KESTRUNE_TEST(PanelModelTest)

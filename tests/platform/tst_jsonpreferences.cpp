@@ -96,8 +96,7 @@ private:
 
 void JsonPreferencesTest::everyKindSurvivesARestart()
 {
-    const QByteArray binary = QByteArray::fromHex("00ff80c328");
-    const QByteArray json = "[{\"symbol\":\"ETH\",\"note\":\"\xE5\x8A\xA0\\n\"}]";
+    const QJsonArray list{QJsonObject{{QStringLiteral("label"), QStringLiteral("加\n")}}, 0.1 + 0.2};
     {
         JsonPreferences written(folder());
         written.setText(text, QStringLiteral("日线 \"\\\n\U0001F600"));
@@ -108,8 +107,7 @@ void JsonPreferencesTest::everyKindSurvivesARestart()
         written.setNumber(QStringLiteral("tiny"), 5e-324);
         written.setNumber(QStringLiteral("whole"), 10.0);
         written.setInteger(QStringLiteral("int"), std::numeric_limits<int>::min());
-        written.setData(QStringLiteral("binary"), binary);
-        written.setData(QStringLiteral("json"), json);
+        written.setJson(QStringLiteral("list"), list);
         written.setNumber(QStringLiteral("nan"), std::numeric_limits<double>::quiet_NaN());
         written.setNumber(number, std::numeric_limits<double>::infinity()); // the stored number stays
     }
@@ -123,16 +121,15 @@ void JsonPreferencesTest::everyKindSurvivesARestart()
     QCOMPARE(read.number(QStringLiteral("whole")), std::optional(10.0));
     QCOMPARE(read.integer(QStringLiteral("whole")), std::optional(10));
     QCOMPARE(read.integer(QStringLiteral("int")), std::optional(std::numeric_limits<int>::min()));
-    QCOMPARE(read.data(QStringLiteral("binary")), std::optional(binary));
-    QCOMPARE(read.data(QStringLiteral("json")), std::optional(json));
+    QCOMPARE(read.json(QStringLiteral("list")), QJsonValue(list));
+    QVERIFY(read.json(QStringLiteral("missing")).isUndefined());
     QVERIFY(!read.number(QStringLiteral("nan")));
     QVERIFY(!read.text(QStringLiteral("missing")));
 }
 
 void JsonPreferencesTest::wrongKindsReadAsNothing()
 {
-    writeFile(file(), R"({"t":"1","b":true,"i":7,"d":2.5,"big":2147483648,"null":null,"list":[1],
-        "data":{"base64":"AAE="},"bad":{"base64":"%%"},"odd":{"base64":"AAE=","utf8":"x"},"number":{"utf8":1}})");
+    writeFile(file(), R"({"t":"1","b":true,"i":7,"d":2.5,"big":2147483648,"null":null,"list":[1]})");
     const JsonPreferences read(folder());
     const auto kinds = [&](const char *name) {
         const QString key = QString::fromLatin1(name);
@@ -145,8 +142,6 @@ void JsonPreferencesTest::wrongKindsReadAsNothing()
             found += 'n';
         if (read.integer(key))
             found += 'i';
-        if (read.data(key))
-            found += 'd';
         return found;
     };
     QCOMPARE(kinds("t"), QByteArray("t"));
@@ -154,8 +149,7 @@ void JsonPreferencesTest::wrongKindsReadAsNothing()
     QCOMPARE(kinds("i"), QByteArray("ni"));
     QCOMPARE(kinds("d"), QByteArray("n"));
     QCOMPARE(kinds("big"), QByteArray("n"));
-    QCOMPARE(kinds("data"), QByteArray("d"));
-    for (const char *nothing : {"null", "list", "bad", "odd", "number", "missing"})
+    for (const char *nothing : {"null", "list", "missing"})
         QCOMPARE(kinds(nothing), QByteArray());
 }
 
@@ -165,10 +159,9 @@ void JsonPreferencesTest::theFileIsReadableAndPrivate()
     JsonPreferences preferences(deep);
     QVERIFY(!QFileInfo::exists(deep)); // reading and looking create nothing
     preferences.setText(text, QStringLiteral("港股"));
-    preferences.setData(QStringLiteral("alerts"), "[]");
-    QCOMPARE(
-        readFile(deep + QStringLiteral("/preferences.json")),
-        QByteArray("{\n    \"alerts\": {\n        \"utf8\": \"[]\"\n    },\n    \"ks_text\": \"港股\"\n}\n"));
+    preferences.setJson(QStringLiteral("alerts"), QJsonArray());
+    QCOMPARE(readFile(deep + QStringLiteral("/preferences.json")),
+             QByteArray("{\n    \"alerts\": [\n    ],\n    \"ks_text\": \"港股\"\n}\n"));
     struct stat info = {};
     QCOMPARE(::stat(QFile::encodeName(deep + QStringLiteral("/preferences.json")).constData(), &info), 0);
     QCOMPARE(int(info.st_mode & 0777), 0600);
@@ -258,14 +251,14 @@ void JsonPreferencesTest::twoProgramsLoseNothing()
 
 void JsonPreferencesTest::killedAtAnyMomentTheFileIsComplete()
 {
-    const QByteArray large(20'000, 'x');
+    const QString large(20'000, u'x');
     JsonPreferences(folder()).setInteger(QStringLiteral("first"), 1);
     int last = 0;
     for (int round = 0; round < 25; ++round) {
         const pid_t child = inAnotherProgram([&] {
             JsonPreferences preferences(folder());
             for (int i = last;; ++i) {
-                preferences.setData(QStringLiteral("large"), large + QByteArray::number(i));
+                preferences.setText(QStringLiteral("large"), large + QString::number(i));
                 preferences.setInteger(QStringLiteral("count"), i);
             }
         });
@@ -276,7 +269,7 @@ void JsonPreferencesTest::killedAtAnyMomentTheFileIsComplete()
         QCOMPARE(read.integer(QStringLiteral("first")), std::optional(1));
         const int count = read.integer(QStringLiteral("count")).value_or(0);
         QVERIFY(count >= last); // nothing goes back
-        if (const auto data = read.data(QStringLiteral("large"))) {
+        if (const auto data = read.text(QStringLiteral("large"))) {
             const int written = data->mid(large.size()).toInt();
             QVERIFY(written == count || written == count + 1);
         }
@@ -354,13 +347,13 @@ void JsonPreferencesTest::aFullDiskLeavesTheOldFile()
     preferences.onFirstWriteFailure([&] { ++reports; });
     preferences.setNumber(number, 1);
     const QByteArray before = readFile(file());
-    preferences.setData(QStringLiteral("huge"), QByteArray(3 * 1024 * 1024, 'x'));
+    preferences.setText(QStringLiteral("huge"), QString(3 * 1024 * 1024, u'x'));
     QCOMPARE(reports, 1);
     QCOMPARE(readFile(file()), before);
     QCOMPARE(files(), QStringList(QStringLiteral("preferences.json")));
     // Not for good: the entry may become small again.
-    preferences.setData(QStringLiteral("huge"), "small");
-    QCOMPARE(JsonPreferences(folder()).data(QStringLiteral("huge")), std::optional(QByteArray("small")));
+    preferences.setText(QStringLiteral("huge"), QStringLiteral("small"));
+    QCOMPARE(JsonPreferences(folder()).text(QStringLiteral("huge")), std::optional(QStringLiteral("small")));
 
     const pid_t limited = inAnotherProgram([&] {
         // The kernel refuses the write in the middle, as it does when the disk is full.
@@ -370,13 +363,13 @@ void JsonPreferencesTest::aFullDiskLeavesTheOldFile()
         bool failed = false;
         JsonPreferences full(folder());
         full.onFirstWriteFailure([&] { failed = true; });
-        full.setData(QStringLiteral("more"), QByteArray(20'000, 'x'));
-        ::_exit(failed && full.data(QStringLiteral("more")) ? 0 : 1);
+        full.setText(QStringLiteral("more"), QString(20'000, u'x'));
+        ::_exit(failed && full.text(QStringLiteral("more")) ? 0 : 1);
     });
     QCOMPARE(waitForEnd(limited), 0);
     QCOMPARE(files(), QStringList(QStringLiteral("preferences.json")));
     QCOMPARE(JsonPreferences(folder()).number(number), std::optional(1.0));
-    QVERIFY(!JsonPreferences(folder()).data(QStringLiteral("more")));
+    QVERIFY(!JsonPreferences(folder()).text(QStringLiteral("more")));
 }
 
 void JsonPreferencesTest::aLinkStaysALink()

@@ -1,6 +1,5 @@
 kestrune_add_test(tst_appstate APP core
     SOURCES
-        tst_observable.cpp tst_appstate_restore.cpp tst_appstate_refresh.cpp tst_appstate_loops.cpp
-        tst_appstate_selection.cpp tst_appstate_signals.cpp tst_appstate_alerts.cpp tst_appstate_bling.cpp
-        tst_appstate_random.cpp
+        tst_observable.cpp tst_appstate_settings.cpp tst_appstate_refresh.cpp tst_appstate_selection.cpp
+        tst_appstate_alerts.cpp tst_appstate_loops.cpp
     LINKS Kestrune::AppFixture)

@@ -1,195 +1,225 @@
 // SPDX-License-Identifier: MIT
-#include "support/appfixture.h"
-#include "support/tasks.h"
-#include "support/testregistry.h"
-
-#include <QTest>
+#include "marketday.h"
+#include "state/conclusion.h"
+#include "state/timeframescore.h"
 
 using namespace kestrune;
 using namespace kestrune::test;
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
-namespace {
-
-const QStringList resetAnnouncements{u"sparkline"_s,          u"stockQuote"_s,  u"zones"_s,    u"zonePrice"_s,
-                                     u"ctxEMA50"_s,           u"ctxEMA200"_s,   u"ctxVegas"_s, u"ctxRSI"_s,
-                                     u"ctxMACDHist"_s,        u"ctxATR"_s,      u"ctxVWAP"_s,  u"snapshot"_s,
-                                     u"snapshotConclusion"_s, u"errorMessage"_s};
-
-void expectResetAnalysis(const AppState &state)
-{
-    QVERIFY(state.lastSRCandles.empty() && state.sparkline().empty() && state.zones().empty());
-    QVERIFY(!state.stockQuote() && !state.errorMessage() && state.snapshot().empty());
-    QCOMPARE(state.zonePrice(), 0.0);
-    QCOMPARE(state.snapshotConclusion(), u"加载中…"_s);
-    QVERIFY(!state.ctxEMA50() && !state.ctxEMA200() && !state.ctxVegas() && !state.ctxRSI() &&
-            !state.ctxMACDHist() && !state.ctxATR() && !state.ctxVWAP());
-}
-
-} // namespace
-
+// What a selection resets and asks, and what is derived from what it brings.
 class AppStateSelectionTest : public QObject
 {
     Q_OBJECT
+
+    static QString resetAnnouncements()
+    {
+        return u" sparkline stockQuote zones zonePrice ctxEMA50 ctxEMA200 ctxVegas ctxRSI ctxMACDHist ctxATR "
+               u"ctxVWAP snapshot snapshotConclusion errorMessage"_s;
+    }
+    static void expectResetAnalysis(const AppState &state)
+    {
+        QVERIFY(state.lastSRCandles.empty() && state.sparkline().empty() && state.zones().empty() &&
+                !state.stockQuote() && !state.errorMessage() && state.snapshot().empty() &&
+                state.zonePrice() == 0 && !state.ctxEMA50() && !state.ctxEMA200() && !state.ctxVegas() &&
+                !state.ctxRSI() && !state.ctxMACDHist() && !state.ctxATR() && !state.ctxVWAP());
+        QCOMPARE(state.snapshotConclusion(), u"加载中…"_s);
+    }
+    /// The labels and scores of a snapshot in one text.
+    static QString spelled(const std::vector<TimeframeSignal> &snapshot)
+    {
+        QStringList parts;
+        for (const TimeframeSignal &signal : snapshot)
+            parts.append(u"%1 %2 %3"_s.arg(signal.label).arg(signal.score).arg(signal.reason));
+        return parts.join(u" | "_s);
+    }
+    static QString scored(const QString &label, const CandleList &candles, double price)
+    {
+        return spelled({scoreTimeframe(label, candles, price)});
+    }
+
 private Q_SLOTS:
-    void anotherInstrument();
-    void theSameInstrumentAgainStartsOver();
-    void fromCryptoToShares();
-    void fromHongKongToCrypto();
-    void choosingTheSameAgainDoesNothing();
-    void anotherTimeframeKeepsTheOldZonesUntilTheNewCome();
-    void onlyTheLastOfSeveralSelectionsIsAsked();
-    void aPickedZoneOutlivesTheSelection();
+    void anotherInstrument()
+    {
+        MarketDay app;
+        const auto updated = app->lastUpdated();
+        app->selectedZonePrice = 2900.0;
+        app.crypto.fail(gateTickerLine(u"ETH"_s));
+        app.run(app->refreshPrice()); // for an error to be cleared
+        app.clearLogs();
+        app->setCoin(u"ETH"_s); // the same again starts over as well
+        expectResetAnalysis(*app.state);
+        app.clearLogs();
+        app->setCoin(u"SOL"_s);
+        QCOMPARE(app.announced(), u"coinSymbol"_s + resetAnnouncements());
+        QCOMPARE(app.written(), u"ks_coin=SOL"_s);
+        expectResetAnalysis(*app.state);
+        // The old price stays until the new one arrives, and a picked zone outlives the selection.
+        QCOMPARE(app->price(), 3000.0);
+        QCOMPARE(app->lastUpdated(), updated);
+        QVERIFY(app->changePct() && !app->dataSource().isEmpty() && app->selectedZonePrice());
+        QVERIFY(app.lines().isEmpty());
+        drainEvents();
+        QCOMPARE(app.asked(u"SOL"_s), 22); // and twice, for both
+    }
+
+    void anotherSegment()
+    {
+        MarketDay app;
+        app.serveStock(u"sh600519"_s, 1500);
+        app->setMarket(MarketSegment::cn);
+        QCOMPARE(app.announced(), u"market coinSymbol timeframe leverage"_s + resetAnnouncements());
+        QCOMPARE(app.written(), u"ks_market=A股 ks_coin=sh600519 ks_tf=日线 ks_tf=日线 ks_leverage=1"_s);
+        expectResetAnalysis(*app.state);
+        QCOMPARE(app->menuTitle(), u"600519  3,000"_s);
+        drainEvents();
+        QCOMPARE(app.lines().size(), app.asked(u"sh600519"_s));
+        QCOMPARE(app->price(), 1500.0);
+        app->leverage = 3;
+        app.clearLogs();
+        app->setMarket(MarketSegment::crypto);
+        QCOMPARE(app.written(), u"ks_market=加密 ks_coin=ETH ks_tf=1H ks_tf=1H"_s);
+        QCOMPARE(app->leverage(), 3.0); // neither restored nor reset
+        drainEvents();
+        QCOMPARE(app->price(), 3000.0);
+    }
+
+    void anotherTimeframeKeepsTheOldZonesUntilTheNewCome()
+    {
+        MarketDay app;
+        app->setMarket(MarketSegment::crypto); // choosing the same again does nothing
+        app->setTimeframe(u"日线"_s);
+        drainEvents();
+        QCOMPARE(app.announced() + app.written() + app.lines().join(u' '), QString());
+        const auto days = app->zones();
+        const CandleList hours = waveCandles(150, 3050);
+        const QString line = gateCandleLine(u"ETH"_s, u"4h"_s);
+        app.crypto.hold(line);
+        app->setTimeframe(u"4H"_s);
+        QCOMPARE(app.announced(), u"timeframe"_s);
+        QCOMPARE(app.written(), u"ks_tf=4H"_s);
+        drainEvents();
+        QVERIFY(sameZones(app->zones(), days) && app->isLoading());
+        app.crypto.release(line, gateCandles(hours));
+        QVERIFY(sameZones(app->zones(), buildZones(hours, hours.back().c)));
+        QCOMPARE(app.lines().size(), 4); // the zones' and the sparkline's
+        QVERIFY(!app.announcements.contains(u"snapshot"_s));
+    }
+
+    void onlyTheLastOfSeveralSelectionsIsAsked()
+    {
+        AppFixture app;
+        app.serveStock(u"hk00005"_s, 60);
+        AppState &state = app.create();
+        state.setCoin(u"BTC"_s);
+        state.setMarket(MarketSegment::hk);
+        state.setTimeframe(u"周线"_s);
+        state.setCoin(u"hk00005"_s);
+        drainEvents();
+        // The first refresh, three selections' and the timeframe's all ask for what is selected by then.
+        QVERIFY(app.crypto.lines().isEmpty());
+        QCOMPARE(app.stock.lines().filter(u"/q="_s).size(), 4);
+        QCOMPARE(app.stock.lines().filter(u"hk00005"_s).size(), app.stock.lines().size());
+        QVERIFY(app.stock.lines().contains(stockCandleLine(u"hk00005"_s, u"week"_s)));
+        // The snapshot has three timeframes of its own, whatever else there is to choose.
+        using Labels = std::array<QString, 3>;
+        QCOMPARE(state.snapshotLabels(), (Labels{u"日线"_s, u"周线"_s, u"月线"_s}));
+        state.market = MarketSegment::crypto;
+        QCOMPARE(state.snapshotLabels(), (Labels{u"1H"_s, u"4H"_s, u"日线"_s}));
+    }
+
+    void eachTimeframeIsScoredAgainstTheOnePrice()
+    {
+        MarketDay app;
+        const CandleList hours = waveCandles(200, 2900);
+        const CandleList days = waveCandles(50, 3300);
+        app.crypto.answer(gateCandleLine(u"ETH"_s, u"1h"_s), gateCandles(hours));
+        app.crypto.answer(gateCandleLine(u"ETH"_s, u"4h"_s), gateCandles(waveCandles(49, 2900)));
+        app.crypto.hold(gateCandleLine(u"ETH"_s, u"1d"_s));
+        app.run(app->refreshSnapshot());
+        QVERIFY(app.announcements.isEmpty()); // scored only when all three are there
+        app.priceIs(3050);
+        app.announcements.clear();
+        app.crypto.release(gateCandleLine(u"ETH"_s, u"1d"_s), gateCandles(days));
+        QCOMPARE(app.announced(), u"snapshot snapshotConclusion"_s);
+        QCOMPARE(spelled(app->snapshot()),
+                 scored(u"1H"_s, hours, 3050) + u" | 4H 0 数据不足 | "_s + scored(u"日线"_s, days, 3050));
+        QCOMPARE(app->snapshotConclusion(), buildConclusion(app->snapshot()));
+        app.crypto.fail(gateCandleLine(u"ETH"_s, u"4h"_s)); // a failed one is left out
+        app.run(app->refreshSnapshot());
+        QCOMPARE(app->snapshot().size(), 2U);
+        QCOMPARE(app->snapshot()[1].label, u"日线"_s);
+        QCOMPARE(app->snapshotConclusion(), u"数据加载中…"_s);
+        QVERIFY(!app->errorMessage());
+    }
+
+    void withoutAPriceTheFirstTimeframeGivesIt()
+    {
+        AppFixture app;
+        app.serveCrypto(3000);
+        app.crypto.failAlways(u"/api/v4/futures/usdt/tickers"_s);
+        app.crypto.failAlways(gateCandleLine(u"ETH"_s, u"1h"_s));
+        const CandleList middle = waveCandles(120, 2500);
+        const CandleList days = waveCandles(120, 4000);
+        app.crypto.answerAlways(gateCandleLine(u"ETH"_s, u"4h"_s), gateCandles(middle));
+        app.crypto.answerAlways(gateCandleLine(u"ETH"_s, u"1d"_s), gateCandles(days));
+        AppState &state = app.start();
+        const QString before =
+            scored(u"4H"_s, middle, middle.back().c) + u" | "_s + scored(u"日线"_s, days, middle.back().c);
+        QCOMPARE(spelled(state.snapshot()), before);
+
+        // Without any reference the snapshot stays.
+        app.crypto.failAlways(gateCandleLine(u"ETH"_s, u"1d"_s));
+        app.crypto.failAlways(gateCandleLine(u"ETH"_s, u"4h"_s));
+        for (const auto price : {std::optional(0.0), std::optional(std::nan("")), std::optional<double>()}) {
+            state.price = price;
+            MarketDay::run(state.refreshSnapshot());
+            QCOMPARE(state.snapshotConclusion(), u"数据加载中…"_s);
+            QCOMPARE(spelled(state.snapshot()), before);
+        }
+    }
+
+    void aContextValueThatCannotBeComputedIsKeptOrEmptied()
+    {
+        MarketDay app(3000);
+        QVERIFY(app->ctxEMA200() && app->ctxVegas() && app->ctxMACDHist());
+        const VegasTunnel tunnel = *app->ctxVegas();
+        const double histogram = *app->ctxMACDHist();
+        app.crypto.answer(gateCandleLine(u"ETH"_s, u"1d"_s), gateCandles(waveCandles(30, 2000)));
+        app.run(app->refreshSR());
+        // 30 candles: no averages, and a histogram needs 34; the tunnel and the histogram keep showing.
+        QVERIFY(!app->ctxEMA50() && !app->ctxEMA200() && app->ctxRSI() && app->ctxATR());
+        QVERIFY(app->ctxVegas()->up == tunnel.up && app->ctxMACDHist() == histogram);
+        QVERIFY(!app.announcements.contains(u"ctxVegas"_s));
+    }
+
+    void lightAndTitles()
+    {
+        AppFixture app;
+        AppState &state = app.create();
+        const auto zone = [](const QString &type, double distPct) {
+            return Zone{1, 1, 1, {}, distPct, 1, false, type, {}, {}};
+        };
+        state.zones = std::vector{zone(u"resistance"_s, 4.0), zone(u"resistance"_s, 3.0),
+                                  zone(u"current"_s, 0), zone(u"support"_s, -3.5)};
+        QCOMPARE(state.nearestBuyDistPct(), 3.5); // without its sign
+        QCOMPARE(state.statusText(), u"中间区域 · 观望"_s);
+        state.signalThreshold = 3.0;
+        QCOMPARE(state.statusText(), u"接近阻力区 · 偏卖出"_s);
+        state.coinSymbol = u"eth"_s;
+        QCOMPARE(state.headerTitle(), u"eth/USDT · 永续"_s);
+        QCOMPARE(state.menuTitle(), u"ETH  …"_s);
+        state.price = 3456.78;
+        QCOMPARE(state.menuTitle(), u"ETH  3,456.78"_s);
+        state.miniMode = true;
+        QCOMPARE(state.menuTitle(), u"3,456.78"_s);
+        state.coinSymbol = u"sz000001"_s;
+        state.stockQuote = StockQuote{}; // a name of nothing does not count
+        QCOMPARE(state.displayName(), u"000001"_s);
+        QCOMPARE(state.dataSourceNote(), u"仅供学习参考，不构成投资建议。"_s);
+    }
 };
-
-void AppStateSelectionTest::anotherInstrument()
-{
-    AppFixture app;
-    app.serveCrypto(3000);
-    AppState &state = app.start();
-    const auto updated = state.lastUpdated();
-    app.clock.setNow(app.clock.now() + 10s);
-    state.setCoin(u"SOL"_s);
-    QCOMPARE(app.announcements, QStringList{u"coinSymbol"_s} + resetAnnouncements);
-    QCOMPARE(app.preferences.writes(), QStringList{u"ks_coin=SOL"_s});
-    expectResetAnalysis(state);
-    // The old price stays until the new one arrives.
-    QCOMPARE(state.price(), 3000.0);
-    QCOMPARE(state.changePct(), 1.5);
-    QCOMPARE(state.lastUpdated(), updated);
-    QVERIFY(!state.dataSource().isEmpty());
-    QVERIFY(app.lines().isEmpty());
-    app.tickTo(150);
-    drainEvents();
-    QCOMPARE(app.lines().size(), 11);
-    QCOMPARE(app.lines().filter(u"SOL"_s).size(), 11);
-    QCOMPARE(state.price(), 150.0);
-    QCOMPARE(state.snapshot().size(), std::size_t(3));
-}
-
-void AppStateSelectionTest::theSameInstrumentAgainStartsOver()
-{
-    AppFixture app;
-    app.serveCrypto(3000);
-    AppState &state = app.start();
-    state.setCoin(u"ETH"_s);
-    expectResetAnalysis(state);
-    drainEvents();
-    QCOMPARE(app.lines().size(), 11);
-}
-
-void AppStateSelectionTest::fromCryptoToShares()
-{
-    AppFixture app;
-    app.serveCrypto(3000);
-    app.serveStock(u"sh600519"_s, 1500);
-    AppState &state = app.start();
-    state.setMarket(MarketSegment::cn);
-    QCOMPARE(app.announcements,
-             (QStringList{u"market"_s, u"coinSymbol"_s, u"timeframe"_s, u"leverage"_s} + resetAnnouncements));
-    QCOMPARE(app.preferences.writes(), (QStringList{u"ks_market=A股"_s, u"ks_coin=sh600519"_s,
-                                                    u"ks_tf=日线"_s, u"ks_tf=日线"_s, u"ks_leverage=1"_s}));
-    expectResetAnalysis(state);
-    QCOMPARE(state.price(), 3000.0);
-    QCOMPARE(state.menuTitle(), u"600519  3,000"_s);
-    drainEvents();
-    QCOMPARE(app.lines().size(), 5);
-    QCOMPARE(app.lines().filter(u"sh600519"_s).size(), 5);
-    QCOMPARE(state.price(), 1500.0);
-    QCOMPARE(state.snapshotLabels(), (QStringList{u"日线"_s, u"周线"_s, u"月线"_s}));
-    KESTRUNE_VERIFY_APP(app);
-}
-
-void AppStateSelectionTest::fromHongKongToCrypto()
-{
-    AppFixture app;
-    app.serveCrypto(3000);
-    app.serveStock(u"hk00700"_s, 380);
-    app.serveStock(u"sh600519"_s, 1500);
-    AppState &state = app.start();
-    state.setMarket(MarketSegment::hk);
-    drainEvents();
-    state.leverage = 7;
-    app.clearLogs();
-    state.setMarket(MarketSegment::cn); // stocks are never leveraged
-    QCOMPARE(state.leverage(), 1.0);
-    state.leverage = 3;
-    app.clearLogs();
-    state.setMarket(MarketSegment::crypto);
-    QCOMPARE(app.preferences.writes(),
-             (QStringList{u"ks_market=加密"_s, u"ks_coin=ETH"_s, u"ks_tf=1H"_s, u"ks_tf=1H"_s}));
-    QCOMPARE(state.leverage(), 3.0); // neither restored nor reset
-    QCOMPARE(state.timeframe(), u"1H"_s);
-    QCOMPARE(state.headerTitle(), u"ETH/USDT · 永续"_s);
-    drainEvents();
-    QCOMPARE(state.price(), 3000.0);
-}
-
-void AppStateSelectionTest::choosingTheSameAgainDoesNothing()
-{
-    AppFixture app;
-    app.serveCrypto(3000);
-    AppState &state = app.start();
-    state.setMarket(MarketSegment::crypto);
-    state.setTimeframe(u"日线"_s);
-    drainEvents();
-    QVERIFY(app.announcements.isEmpty() && app.preferences.writes().isEmpty() && app.lines().isEmpty());
-}
-
-void AppStateSelectionTest::anotherTimeframeKeepsTheOldZonesUntilTheNewCome()
-{
-    AppFixture app;
-    const CandleList days = waveCandles(200, 3000);
-    app.serveCrypto(3000, days);
-    AppState &state = app.start();
-    const CandleList hours = waveCandles(150, 3050);
-    const QString line = gateCandleLine(u"ETH"_s, u"4h"_s);
-    app.crypto.hold(line);
-    state.setTimeframe(u"4H"_s);
-    QCOMPARE(app.announcements, QStringList{u"timeframe"_s});
-    QCOMPARE(app.preferences.writes(), QStringList{u"ks_tf=4H"_s});
-    drainEvents();
-    QVERIFY(sameZones(state.zones(), buildZones(days, days.back().c)));
-    QVERIFY(state.isLoading());
-    app.crypto.release(line, gateCandles(hours));
-    QVERIFY(sameZones(state.zones(), buildZones(hours, hours.back().c)));
-    QCOMPARE(app.lines(),
-             (QStringList{line, binanceCandleLine(u"ETH"_s, u"4h"_s), gateCandleLine(u"ETH"_s, u"1m"_s, 160),
-                          binanceCandleLine(u"ETH"_s, u"1m"_s, 160)}));
-    QVERIFY(!app.announcements.contains(u"snapshot"_s));
-}
-
-void AppStateSelectionTest::onlyTheLastOfSeveralSelectionsIsAsked()
-{
-    AppFixture app;
-    app.serveCrypto(3000);
-    app.serveStock(u"hk00005"_s, 60);
-    AppState &state = app.create();
-    state.setCoin(u"BTC"_s);
-    state.setMarket(MarketSegment::hk);
-    state.setTimeframe(u"周线"_s);
-    state.setCoin(u"hk00005"_s);
-    drainEvents();
-    // The first refresh, three selections' and the timeframe's all ask for what is selected by then.
-    QVERIFY(app.crypto.lines().isEmpty());
-    QCOMPARE(app.stock.lines().filter(u"/q="_s).size(), 4);
-    QCOMPARE(app.stock.lines().filter(u"hk00005"_s).size(), app.stock.lines().size());
-    QCOMPARE(state.price(), 60.0);
-    KESTRUNE_VERIFY_APP(app);
-}
-
-void AppStateSelectionTest::aPickedZoneOutlivesTheSelection()
-{
-    AppFixture app;
-    app.serveCrypto(3000);
-    AppState &state = app.start();
-    state.selectedZonePrice = 2900.0;
-    state.selectedZoneType = u"support"_s;
-    state.setCoin(u"BTC"_s);
-    QCOMPARE(state.selectedZonePrice(), 2900.0);
-    QCOMPARE(state.selectedZoneType(), u"support"_s);
-}
 
 KESTRUNE_TEST(AppStateSelectionTest)
 #include "tst_appstate_selection.moc"

@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: MIT
+#include "state/settings.h"
+
+#include "platform/preferences.h"
+
+#include <QJsonArray>
+
+#include <type_traits>
+
+namespace kestrune {
+
+template <typename T>
+std::optional<T> Setting<T>::restored(const Preferences &preferences) const
+{
+    std::optional<T> stored;
+    if constexpr (std::is_same_v<T, QString>)
+        stored = preferences.text(key);
+    else if constexpr (std::is_same_v<T, bool>)
+        stored = preferences.boolean(key).value_or(false);
+    else if constexpr (std::is_same_v<T, double>)
+        stored = preferences.number(key);
+    else if constexpr (std::is_same_v<T, int>)
+        stored = preferences.integer(key);
+    else if constexpr (std::is_same_v<T, MarketSegment>)
+        stored = marketSegmentFromRawValue(preferences.text(key).value_or(QString()));
+    else if constexpr (std::is_same_v<T, MarginMode>)
+        stored = marginModeFromRawValue(preferences.text(key).value_or(QString()));
+    else
+        stored = decodeAlerts(preferences.json(key));
+    return rule ? rule(std::move(stored), preferences) : stored;
+}
+
+template <typename T>
+void Setting<T>::store(Preferences &preferences, const T &value) const
+{
+    if constexpr (std::is_same_v<T, QString>)
+        preferences.setText(key, value);
+    else if constexpr (std::is_same_v<T, bool>)
+        preferences.setBoolean(key, value);
+    else if constexpr (std::is_same_v<T, double>)
+        preferences.setNumber(key, value);
+    else if constexpr (std::is_same_v<T, int>)
+        preferences.setInteger(key, value);
+    else if constexpr (std::is_enum_v<T>)
+        preferences.setText(key, rawValue(value));
+    else if (const auto list = encodeAlerts(value))
+        preferences.setJson(key, *list);
+}
+
+template struct Setting<QString>;
+template struct Setting<bool>;
+template struct Setting<double>;
+template struct Setting<int>;
+template struct Setting<MarketSegment>;
+template struct Setting<MarginMode>;
+template struct Setting<std::vector<PriceAlert>>;
+
+namespace settings {
+
+std::optional<QString> offeredTimeframe(std::optional<QString> stored, const Preferences &preferences)
+{
+    const QStringList &offered = timeframes(market.restored(preferences).value_or(market.initial));
+    const QString label = stored.value_or(timeframe.initial);
+    return offered.contains(label) ? label : offered.constFirst();
+}
+
+std::optional<int> withoutEarlierInitial(std::optional<int> stored, const Preferences &)
+{
+    return stored == 4 ? maxPerSide.initial : stored;
+}
+
+std::optional<double> aboveZero(std::optional<double> stored, const Preferences &)
+{
+    return stored && *stored > 0 ? stored : std::nullopt;
+}
+
+std::optional<bool> onlyTrue(std::optional<bool> stored, const Preferences &)
+{
+    return stored == true ? stored : std::nullopt;
+}
+
+} // namespace settings
+
+} // namespace kestrune
