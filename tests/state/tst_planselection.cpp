@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 #include "state/planselection.h"
-#include "support/rows.h"
 #include "support/testregistry.h"
 
 #include <QTest>
@@ -140,32 +139,22 @@ private Q_SLOTS:
 
     void chosenEntry()
     {
-        const struct
-        {
-            const char *name;
-            double entry;
-            TradeDirection dir;
-            std::optional<double> atr;
-            double sl, waitPrice, tp;
-        } rows[] = {
-            {"a tapped support leans on the next one", 98, buy, 1, 95 - 0.5, 95, 101},
-            {"the lowest support leans on itself", 95, buy, 1, 95 - 0.5, 95, 101},
-            {"below every support the entry is the base", 90, buy, 1, 90 - 0.5, 95, 101},
-            {"a tapped resistance leans on the next one", 101, sell, 1, 104 + 0.5, 104, 98},
-            {"above every resistance 0.3 % of the lower price", 200, sell, {}, 200 + 104 * 0.003, 104, 98},
-            {"between, the lower price is the entry", 100, sell, {}, 101 + 100 * 0.003, 101, 98},
-        };
-        test::forEachRow(rows, [](const auto &row) {
+        // The stop with the price of the zone that it leans on, and the target.
+        const auto leaning = [](double entry, TradeDirection dir, std::optional<double> atr) {
             Market market({98, 95}, {101, 104});
             market.inputs.price = std::nullopt; // plays no part
-            market.inputs.atr = row.atr;
-            const std::optional<TradePlan> plan = market.at(row.entry, row.dir);
-            QVERIFY(plan);
-            QCOMPARE(plan->entry, row.entry);
-            QCOMPARE(plan->sl, row.sl);
-            QCOMPARE(plan->waitPrice, std::optional(row.waitPrice));
-            QCOMPARE(plan->tp, std::optional(row.tp));
-        });
+            market.inputs.atr = atr;
+            const std::optional<TradePlan> plan = market.at(entry, dir);
+            return plan ? Mids{plan->entry, plan->sl, *plan->waitPrice, *plan->tp} : Mids{};
+        };
+        // A tapped zone leans on the next one, the outermost on itself; beyond it the entry is the base.
+        QCOMPARE(leaning(98, buy, 1), (Mids{98, 95 - 0.5, 95, 101}));
+        QCOMPARE(leaning(95, buy, 1), (Mids{95, 95 - 0.5, 95, 101}));
+        QCOMPARE(leaning(90, buy, 1), (Mids{90, 90 - 0.5, 95, 101}));
+        QCOMPARE(leaning(101, sell, 1), (Mids{101, 104 + 0.5, 104, 98}));
+        // 0.3 % of the lower price: the anchor's, or the entry.
+        QCOMPARE(leaning(200, sell, {}), (Mids{200, 200 + 104 * 0.003, 104, 98}));
+        QCOMPARE(leaning(100, sell, {}), (Mids{100, 101 + 100 * 0.003, 101, 98}));
 
         const Market market({98, 95}, {101, 104});
         QVERIFY(!market.at(104, buy) && !market.at(95, sell)); // no target
