@@ -29,9 +29,9 @@ class PlanSelectionTest : public QObject
                int bulls = 0)
         {
             for (const double mid : resistances)
-                zones.emplace_back(mid, mid, mid, TextList{}, 0, 1, false, u"resistance"_s);
+                zones.push_back({mid, mid, mid, {}, 0, 1, false, u"resistance"_s});
             for (const double mid : supports)
-                zones.emplace_back(mid, mid, mid, TextList{}, 0, 1, false, u"support"_s);
+                zones.push_back({mid, mid, mid, {}, 0, 1, false, u"support"_s});
             for (int i = 0; i < bulls; ++i)
                 snapshot.emplace_back(u"1H"_s, 0.0, SignalType::bull, QString());
             inputs.settings.market = segment;

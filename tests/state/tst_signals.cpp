@@ -43,7 +43,7 @@ class SignalsTest : public QObject
     {
         std::vector<Zone> zones;
         const auto add = [&](double distance, const QString &type) {
-            zones.emplace_back(1, 1, 1, TextList{}, distance, 1, false, type);
+            zones.push_back({1, 1, 1, {}, distance, 1, false, type});
         };
         for (const double distance : resistances)
             add(distance, u"resistance"_s);
