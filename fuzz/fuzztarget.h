@@ -5,21 +5,25 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <span>
+#include <map>
+#include <string>
 
 namespace kestrune::fuzz {
 
-/// One kind of outside bytes and what must hold for them whatever they are.
-struct Target
-{
-    const char *name;
-    void (*run)(const QByteArray &bytes);
-};
+/// What must hold for one kind of outside bytes, whatever they are.
+using Target = void (*)(const QByteArray &bytes);
 
-// One list per source file; fuzzmain.cpp joins them.
-[[nodiscard]] std::span<const Target> marketTargets();
-[[nodiscard]] std::span<const Target> settingsTargets();
-[[nodiscard]] std::span<const Target> analysisTargets();
+/// All targets by name.
+inline std::map<std::string, Target> &targets()
+{
+    static std::map<std::string, Target> all;
+    return all;
+}
+
+struct Registration
+{
+    Registration(const char *name, Target target) { targets()[name] = target; }
+};
 
 } // namespace kestrune::fuzz
 

@@ -34,7 +34,7 @@ fuzz_one() {
     local target=$1 log=build/fuzz/logs/$1.log
     mkdir -p "build/fuzz/corpus/$target" "build/fuzz/findings/$target" build/fuzz/logs
     local longest=65536
-    case $target in *-ticker | setting-inputs | command-line) longest=4096 ;; zones | plans) longest=8192 ;; esac
+    case $target in *-tickers | setting-inputs | command-line) longest=4096 ;; analysis) longest=8192 ;; esac
     local status=0
     KESTRUNE_FUZZ_TARGET=$target TMPDIR=$scratch LC_ALL=C.UTF-8 TZ=UTC \
         UBSAN_OPTIONS=print_stacktrace=1 ASAN_OPTIONS=allocator_may_return_null=1 \

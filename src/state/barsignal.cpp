@@ -48,7 +48,7 @@ QString statusSymbol(BarSignal signal)
 
 NamedColor statusColor(BarSignal signal)
 {
-    // deliberate: here buying is green and selling red, although red means rising everywhere else
+    // deliberate: a traffic light, although red means rising everywhere else
     switch (signal) {
     case BarSignal::buy:
         return NamedColor::green;

@@ -35,7 +35,8 @@ QString buildConclusion(std::span<const TimeframeSignal> signalList)
         return u"短线回落 · "_s + label + u"方向不明"_s;
     if (longTerm == SignalType::neutral)
         return label + u"方向不明 · 建议观望"_s;
-    // deliberate: the two rows on opposed signals above take every case of this one; it keeps its place
+    // Unreachable while the two rows on opposed signals above take every case; kept so that the list of texts
+    // is complete when one of them is narrowed.
     if ((bulls(2) && bears(1)) || (bears(2) && bulls(1)))
         return u"多空分歧明显 · 谨慎操作"_s;
     return u"多空拉锯 · 方向待确认"_s;

@@ -36,8 +36,7 @@ bool isNeighbour(const Zone &zone, Side side, double reference)
     return (side == Side::support ? zone.mid < reference : zone.mid > reference) && isOfSide(zone, side);
 }
 
-/// The earliest of the nearest zones that `accepts` lets through, as a stable sort by distance would put it
-/// first.
+/// The nearest zone that `accepts` lets through, the earliest of equally near ones.
 template <typename Accepts>
 const Zone *nearest(std::span<const Zone> zones, double reference, Accepts accepts)
 {
@@ -112,8 +111,7 @@ struct Candidate
 Candidate makeCandidate(const PlanInputs &inputs, TradeDirection dir, double entry, const Zone &anchor,
                         double sl)
 {
-    constexpr double minStopPct =
-        0.05; // deliberate: floors the percentage, the stop itself stays where it is
+    constexpr double minStopPct = 0.05; // of the percentage only: the stop itself stays where it is
     const double cost = tradeCostPct(inputs.settings.market);
     const double distance = dir == TradeDirection::long_ ? entry - sl : sl - entry;
     const double slPct = std::max(distance / entry * 100, minStopPct);
@@ -189,7 +187,7 @@ std::optional<TradePlan> planForEntry(const PlanInputs &inputs, double entry, Tr
         return std::nullopt;
     const double lower = std::min(anchor->mid, entry);
     const double base = isLong ? lower : std::max(anchor->mid, entry);
-    // deliberate: the 0.3 % is taken of the lower price, for short plans too
+    // deliberate: the 0.3 % is of the lower price for short plans too, the tighter stop of the two
     const double sl = stopBehind(inputs, dir, base, lower);
     return planOf(inputs, makeCandidate(inputs, dir, entry, *anchor, sl));
 }

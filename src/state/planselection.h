@@ -28,7 +28,7 @@ struct PlanInputs
 [[nodiscard]] std::optional<TradePlan> tradePlan(const PlanInputs &inputs);
 
 /// The plan for a chosen entry price; the live price plays no part. A zone whose middle equals the entry is
-/// no neighbour of it, so the stop goes beneath the next zone further on (deliberate and kept).
+/// no neighbour of it, so the stop of a plan for a tapped zone goes behind the next one.
 [[nodiscard]] std::optional<TradePlan> planForEntry(const PlanInputs &inputs, double entry,
                                                     TradeDirection dir);
 

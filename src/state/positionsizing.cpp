@@ -6,8 +6,10 @@
 
 #include <QStringBuilder>
 
+#include <unicode/dcfmtsym.h>
+#include <unicode/numberformatter.h>
+
 #include <algorithm>
-#include <array>
 #include <cmath>
 
 using namespace Qt::StringLiterals;
@@ -18,53 +20,26 @@ namespace {
 
 constexpr double maintenanceMargin = 0.005; // share of the position
 
-/// How a locale writes whole numbers, read off samples. Qt 6.4 itself loses the leading separator where
-/// single leading digits stand alone in short numbers only (Spanish 1234, but 1.234.567), and ends at 64
-/// bits.
-struct WholeNumberStyle
+/// How a locale writes whole numbers: group separator, minus sign, digits and options are Qt's, which knows
+/// the user's settings; the sizes of the groups are ICU's. (Qt 6.4 itself loses separators of Spanish numbers
+/// and ends at 64 bits.)
+icu::number::LocalizedNumberFormatter wholeNumbers(const QLocale &locale)
 {
-    explicit WholeNumberStyle(const QLocale &used) : locale(used), separator(used.groupSeparator())
-    {
-        for (int digit = 0; digit < 10; ++digit)
-            digits[static_cast<std::size_t>(digit)] = used.toString(digit);
-        const QStringList groups = used.toString(111'111'111'111'111'111LL).split(separator);
-        const qsizetype digitSize = digits[1].size();
-        if (!separator.isEmpty() && groups.size() > 2) {
-            lowest = groups.constLast().size() / digitSize;
-            higher = groups[groups.size() - 2].size() / digitSize;
-            minLeading = used.toString(1111).contains(separator) ? 1 : 2;
-        }
-    }
-
-    [[nodiscard]] QString text(QStringView asciiDigits) const
-    {
-        const bool grouped = lowest > 0 && asciiDigits.size() - lowest >= minLeading;
-        QString result;
-        result.reserve(2 * asciiDigits.size());
-        for (qsizetype i = 0; i < asciiDigits.size(); ++i) {
-            const qsizetype left = asciiDigits.size() - i - lowest; // digits before the lowest group
-            if (grouped && i > 0 && left >= 0 && left % higher == 0)
-                result += separator;
-            result += digits[static_cast<std::size_t>(asciiDigits[i].unicode() - u'0')];
-        }
-        return result;
-    }
-
-    QLocale locale;
-    QString separator;
-    std::array<QString, 10> digits;
-    qsizetype lowest = 0;     ///< digits of the lowest group, 0 without grouping
-    qsizetype higher = 0;     ///< of every other group
-    qsizetype minLeading = 1; ///< digits that must precede the lowest group for any grouping
-};
-
-const WholeNumberStyle &styleOf(const QLocale &locale)
-{
-    // Sampling costs far more than formatting, and a run asks for one locale only.
-    thread_local WholeNumberStyle style(locale);
-    if (style.locale != locale)
-        style = WholeNumberStyle(locale);
-    return style;
+    using Symbols = icu::DecimalFormatSymbols;
+    const auto text = [](const QString &symbol) {
+        return icu::UnicodeString(reinterpret_cast<const char16_t *>(symbol.utf16()), int(symbol.size()));
+    };
+    const icu::Locale name(locale.name().toLatin1().constData());
+    UErrorCode error = U_ZERO_ERROR;
+    Symbols symbols(name, error);
+    symbols.setSymbol(Symbols::kGroupingSeparatorSymbol, text(locale.groupSeparator()));
+    symbols.setSymbol(Symbols::kMinusSignSymbol, text(locale.negativeSign()));
+    symbols.setSymbol(Symbols::kZeroDigitSymbol, text(locale.zeroDigit())); // and with it the other nine
+    const bool groupsFourDigits = locale.toString(1111).contains(locale.groupSeparator());
+    return icu::number::NumberFormatter::withLocale(name).symbols(symbols).grouping(
+        locale.numberOptions().testFlag(QLocale::OmitGroupSeparator) ? UNUM_GROUPING_OFF
+        : groupsFourDigits                                           ? UNUM_GROUPING_ON_ALIGNED
+                                                                     : UNUM_GROUPING_MIN2);
 }
 
 } // namespace
@@ -73,11 +48,17 @@ QString money(double amount, const QLocale &locale)
 {
     if (!std::isfinite(amount))
         return fixedText(amount, 0);
-    const QString rounded = roundedDecimal(amount, 0);
-    const bool negative = rounded.startsWith(u'-'); // also for what rounds to zero from below
-    const QStringView digits = QStringView(rounded).sliced(negative ? 1 : 0);
-    const QString text = styleOf(locale).text(digits);
-    return negative ? locale.negativeSign() + text : text;
+    // A formatter costs far more than its use, and a run asks for one locale only.
+    thread_local QLocale known = locale;
+    thread_local auto formatter = wholeNumbers(locale);
+    if (known != locale) {
+        known = locale;
+        formatter = wholeNumbers(locale);
+    }
+    UErrorCode error = U_ZERO_ERROR;
+    const auto digits = roundedDecimal(amount, 0).toStdString(); // has its sign also where it is zero
+    const icu::UnicodeString text = formatter.formatDecimal(digits, error).toString(error);
+    return QString::fromUtf16(text.getBuffer(), text.length());
 }
 
 bool hasRiskBudget(const PlanSettings &settings)
@@ -123,7 +104,7 @@ std::optional<QString> positionText(const PlanSettings &settings, double slPct)
     if (!isLeveraged(settings))
         return start % loss;
 
-    // deliberate: here a liquidation exactly at the stop warns already, in the plan's tip it does not
+    // deliberate: a liquidation exactly at the stop warns here, as a caution, but not in the plan's tip
     const auto liquidatedFirst = [&](double marginShare) {
         return liquidationDistance(marginShare) * 100 <= slPct;
     };

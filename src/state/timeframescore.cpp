@@ -39,7 +39,7 @@ Component rsiComponent(const std::optional<double> &rsi)
     return {};
 }
 
-// deliberate: in the next two a tie is bearish, while the context readout calls a flat histogram flat
+// deliberate: equality is bearish here, since a score takes a side; the context readout calls it flat
 
 Component macdComponent(const std::optional<MacdResult> &macd)
 {
@@ -68,7 +68,7 @@ ScoreWithReason scoreReadings(const IndicatorReadings &readings, double price)
     ScoreWithReason result;
     for (const Component &component : components) {
         result.score += component.score;
-        // deliberate: only the first phrase is shown, however many components speak
+        // Only the first phrase is shown: there is room for one.
         if (result.reason.isEmpty())
             result.reason = component.phrase;
     }

@@ -20,7 +20,7 @@ struct ScoreWithReason
 };
 
 /// Sums moving averages, RSI, MACD and VWAP as seen from a reference price; a reading that is absent counts
-/// 0. Equality counts as bearish throughout (deliberate and kept).
+/// 0. Equality counts as bearish throughout.
 [[nodiscard]] ScoreWithReason scoreReadings(const IndicatorReadings &readings, double price);
 
 /// Scores one timeframe's candles against a reference price; fewer than 50 candles give 0, "数据不足".

@@ -27,7 +27,7 @@ SignalType signalTypeForScore(double score)
         return SignalType::bull;
     if (score >= -0.5)
         return SignalType::neutral;
-    // deliberate: -2.0 itself is still `bear`, while +2.0 above is already strong
+    // deliberate: every band owns its lower bound, so the two sides differ at 2.0
     if (score >= -2.0)
         return SignalType::bear;
     return SignalType::strongBear;

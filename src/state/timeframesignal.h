@@ -10,8 +10,8 @@ namespace kestrune {
 
 enum class SignalType { strongBull, bull, neutral, bear, strongBear };
 
-/// Band of a score: lower bounds inclusive, so -2.0 is still `bear` while +2.0 is `strongBull` (deliberate
-/// and kept); NaN is `strongBear`.
+/// Band of a score: lower bounds belong to it, so -2.0 is still `bear` while +2.0 is `strongBull`; NaN is
+/// `strongBear`.
 [[nodiscard]] SignalType signalTypeForScore(double score);
 /// "强多", "偏多", "中性", "偏空", "强空".
 [[nodiscard]] QString rawValue(SignalType signal);

@@ -136,7 +136,7 @@ QString profitText(const PlanSettings &settings, double tpPct, double slPct)
 {
     if (!hasRiskBudget(settings))
         return {};
-    // Gross: the costs are in the ratio, not in this amount.
+    // Before costs, which only the ratio takes off.
     return u" +"_s % money(tpPct * positionSize(settings, slPct) / 100, settings.locale);
 }
 
@@ -273,7 +273,7 @@ TradePlan makePlan(const PlanSettings &settings, TradeDirection dir, double entr
     plan.detail = detailOf(settings, plan, tp);
     if (const std::optional<QString> warning = marginWarning(settings, plan)) {
         plan.tip = *warning;
-        // deliberate: the grade falls, the headline keeps the wording of the good one
+        // deliberate: the headline keeps the wording of the good grade, the warning stands in the tip
         if (plan.grade == PlanGrade::good)
             plan.grade = PlanGrade::fair;
     }
@@ -300,7 +300,7 @@ TradePlan makeTrendRunPlan(const PlanSettings &settings, TradeDirection dir, dou
         .trailStep = trailStep,
         .costPct = cost,
         .headline = u"趋势单 · 让利润奔跑"_s,
-        // deliberate: the stop moves "up" in the words for short plans too
+        // deliberate: one wording for both directions, so the stop of a short plan moves "up" too
         .detail = fmtP(entry, decimals) % u" 进 · 止损 "_s %
                   pricePart(sl, decimals, !isLong(dir), slPct, lossText(settings)) % u" · 每盈利 "_s %
                   fmtP(trailStep, decimals) % u" 上移一次止损"_s,
