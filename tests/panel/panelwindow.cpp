@@ -2,7 +2,7 @@
 // The panel in a popup window over a market that stands still, for the walk over the accessibility bus.
 #include "panelfixture.h"
 
-#include "ui/approot.h"
+#include "ui/accessibility.h"
 
 #include <QApplication>
 #include <QTimer>
@@ -18,7 +18,7 @@ int main(int argc, char **argv)
     QApplication::setStyle(u"Fusion"_s);
     QApplication application(argc, argv);
     QCoreApplication::setApplicationName(u"panelwindow"_s);
-    installAccessibleRoot();
+    installAccessibility();
 
     PanelFixture fixture(u"演示行情"_s);
     fixture.fillMarket();

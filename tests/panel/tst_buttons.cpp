@@ -3,7 +3,7 @@
 #include "ui/chip.h"
 #include "ui/focusring.h"
 #include "ui/iconbutton.h"
-#include "ui/segmentbutton.h"
+#include "ui/chip.h"
 #include "ui/textbutton.h"
 #include "support/testregistry.h"
 
@@ -32,7 +32,7 @@ void ButtonsTest::everyKindActsOnMouseAndKeys()
     QWidget window;
     auto *row = new QHBoxLayout(&window);
     const std::vector<FlatButton *> buttons{new IconButton(u"globe"_s), new TextButton(u"收到"_s),
-                                            new Chip(u"ETH"_s), new SegmentButton(u"4H"_s),
+                                            new Chip(u"ETH"_s), new Chip(u"4H"_s, Chip::Look::segment),
                                             new BlingButton([] { return 0.0; })};
     for (FlatButton *button : buttons)
         row->addWidget(button);
@@ -58,7 +58,7 @@ void ButtonsTest::hoverEndsWithHiding()
 {
     QWidget window;
     window.resize(100, 100);
-    auto *chip = new Chip(u"ETH"_s, &window);
+    auto *chip = new Chip(u"ETH"_s, Chip::Look::pill, &window);
     chip->resize(chip->sizeHint());
     window.show();
     const QImage idle = chip->grab().toImage();
@@ -79,7 +79,7 @@ void ButtonsTest::ringFollowsTheKeyboardAndItsWidget()
     area->setGeometry(0, 40, 200, 60);
     auto *content = new QWidget;
     content->resize(180, 400);
-    auto *chip = new Chip(u"BTC"_s, content);
+    auto *chip = new Chip(u"BTC"_s, Chip::Look::pill, content);
     chip->setGeometry(20, 30, 50, 24);
     area->setWidget(content);
     auto *ring = new FocusRing(&window);

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "viewmodel/panelmodel.h"
+#include "viewmodel/zonelisting.h"
+#include "viewmodel/paneltexts.h"
+#include "viewmodel/planbannermodel.h"
 
 #include "panel/tones.h"
 #include "viewmodel/settingsinput.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "ui/approot.h"
+#include "ui/accessibility.h"
 #include "ui/chip.h"
 #include "ui/chiprow.h"
 #include "ui/disclosure.h"
@@ -201,7 +201,7 @@ void PanelWidgetsTest::readersPressLikeTheMouse()
 
 void PanelWidgetsTest::popupsAreAmongTheApplicationsChildren()
 {
-    installAccessibleRoot();
+    installAccessibility();
     QWidget popup(nullptr, Qt::Popup);
     popup.setAccessibleName(u"popup"_s);
     popup.show();

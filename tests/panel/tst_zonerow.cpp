@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "panel/zonerow.h"
+#include "viewmodel/paneltexts.h"
+#include "panel/tones.h"
 
 #include "ui/iconbutton.h"
 #include "ui/tag.h"
