@@ -1,17 +1,14 @@
 // SPDX-License-Identifier: MIT
-// The panel in a popup window over a market that stands still, for the walk over the accessibility bus.
+// The panel in a popup window over a market that stands still, for the walk over the accessibility bus. Says
+// what it shows, then which fields change and which addresses are opened.
 #include "panelfixture.h"
 
-#include "ui/accessibility.h"
-
 #include <QApplication>
-#include <QTimer>
 
 #include <cstdio>
 
 using namespace kestrune;
 using namespace kestrune::test;
-using namespace Qt::StringLiterals;
 
 int main(int argc, char **argv)
 {
@@ -28,19 +25,15 @@ int main(int argc, char **argv)
     fixture.view->setWindowFlags(Qt::Popup | Qt::FramelessWindowHint);
     fixture.view->move(100, 20);
     fixture.view->show();
-    const auto report = [&](const char *what, const QString &value) {
+    const auto report = [](const char *what, const QString &value) {
         std::printf("%s %s\n", what, value.toUtf8().constData());
         std::fflush(stdout);
     };
+    for (QWidget *widget : fixture.readable())
+        report("shows", fixture.nameOf(widget));
     QObject::connect(fixture.state.get(), &AppState::fieldWillChange, &application,
                      [&](const PublishedField *field) { report("field", fieldName(*fixture.state, field)); });
-    qsizetype seen = 0;
-    QTimer addresses;
-    QObject::connect(&addresses, &QTimer::timeout, &application, [&] {
-        for (; seen < fixture.opened.size(); ++seen)
-            report("opened", fixture.opened[seen].toString());
-    });
-    addresses.start(50);
+    fixture.onOpened = [&](const QUrl &url) { report("opened", url.toString()); };
     QObject::connect(fixture.view.get(), &PopoverView::closeRequested, &application, &QCoreApplication::quit);
     return QCoreApplication::exec();
 }
