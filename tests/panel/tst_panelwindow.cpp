@@ -33,10 +33,8 @@ class PanelWindowTest : public QObject
     /// Whether a label has room for its text, and nothing but what can be scrolled cuts it off.
     static bool isWhole(const TextLabel &label)
     {
-        if (label.height() < label.heightForWidth(label.width()))
-            return false;
-        if (label.width() < label.sizeHint().width() && !label.hasHeightForWidth() &&
-            label.toolTip().isEmpty())
+        const bool wide = label.width() >= label.sizeHint().width() || !label.toolTip().isEmpty();
+        if (label.height() < label.heightForWidth(label.width()) || !(wide || label.hasHeightForWidth()))
             return false;
         for (const QWidget *at = label.parentWidget(); at && !at->isWindow(); at = at->parentWidget()) {
             if (!at->rect().contains(QRect(label.mapTo(at, QPoint()), label.size())))
@@ -95,9 +93,7 @@ private Q_SLOTS:
         QWidget window;
         PanelFixture panel;
         panel.fillMarket();
-        auto *layout = new QVBoxLayout(&window);
-        layout->setContentsMargins({});
-        layout->addWidget(panel.view.get());
+        (new QVBoxLayout(&window))->addWidget(panel.view.get());
         panel.state->marketContextExpanded = true;
         window.show();
         QVERIFY(panel.shows(u"RSI(14)"_s)); // unfolded at once
