@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: MIT
-"""Reads the panel over a real accessibility bus and presses one of each kind: atspi.py PROGRAM
+"""Reads the panel over a real accessibility bus and presses one of each kind: atspi.py TST_PANEL
 
 On a display and a session bus of its own. Ends with 77 (skipped) where the bus cannot be used."""
 import os
@@ -19,6 +19,8 @@ PRESSES = [
     ("买卖预警阈值 (%) 减小", "field signalThreshold"), ("全仓", "field marginMode"), ("4H", "field timeframe"),
     ("BTC", "field coinSymbol"), ("A股", "field market"),
 ]
+
+SHOW = [sys.argv[1], "--class", "PanelWindowTest", "itIsReadAndPressedOverTheBus"]
 
 
 def start_again():
@@ -62,7 +64,7 @@ def main():
     def application():
         desktop = Atspi.get_desktop(0)
         desktop.clear_cache()  # else an answer from before the program came is kept
-        nodes = [node for node in walk(desktop) if node.get_name() == "panelwindow"]
+        nodes = [node for node in walk(desktop) if node.get_name() == "tst_panel"]
         return nodes[0] if nodes and nodes[0].get_child_count() else None
 
     def press(name):
@@ -81,7 +83,7 @@ def main():
         return open("log", encoding="utf-8").read()
 
     Atspi.get_desktop(0)  # the bus and its registry are there before the program looks for them
-    with open("log", "w", encoding="utf-8") as log, subprocess.Popen([sys.argv[1]], stdout=log) as program:
+    with open("log", "w", encoding="utf-8") as log, subprocess.Popen(SHOW, stdout=log) as program:
         try:
             root = soon(application)
             if not root:
@@ -100,7 +102,7 @@ def main():
                 faults.append(f"the program has ended or showed little:\n{said()[-4000:]}")
             return "\n".join(faults) or 0
         finally:
-            program.terminate()
+            program.kill()
 
 
 sys.exit(main() if sys.argv[2:] else start_again())

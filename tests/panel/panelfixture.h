@@ -8,6 +8,7 @@
 
 #include <QAccessible>
 #include <QLineEdit>
+#include <QRegularExpression>
 #include <QTest>
 
 #include <cmath>
@@ -98,11 +99,11 @@ public:
         drainEvents();
     }
 
-    [[nodiscard]] static QAccessibleInterface *readerOf(QObject *object)
+    static QAccessibleInterface *readerOf(QObject *object)
     {
         return QAccessible::queryAccessibleInterface(object);
     }
-    [[nodiscard]] static QString nameOf(QObject *object) { return readerOf(object)->text(QAccessible::Name); }
+    static QString nameOf(QObject *object) { return readerOf(object)->text(QAccessible::Name); }
     /// Everything that shows and has a name, in reading order.
     [[nodiscard]] QList<QWidget *> readable() const
     {
@@ -128,10 +129,8 @@ public:
     /// The prices of the zone rows.
     [[nodiscard]] QString rowPrices() const
     {
-        QStringList prices;
-        for (const QString &name : texts(QAccessible::CheckBox).filter(u"%"_s))
-            prices.append(name.section(u' ', 1, 1));
-        return prices.join(u' ');
+        const QRegularExpression around(u"^[^ ]+ | [^ ]+$"_s);
+        return texts(QAccessible::CheckBox).filter(u"%"_s).replaceInStrings(around, {}).join(u' ');
     }
     /// What shows under this name: a button or a field rather than a label, of several the one at `index`;
     /// nullptr when there is none.
@@ -154,12 +153,6 @@ public:
     }
     /// Distance from the panel's top.
     [[nodiscard]] int top(const QString &name) const { return find(name)->mapTo(view.get(), QPoint()).y(); }
-    template <typename Widget>
-    [[nodiscard]] Widget *child() const
-    {
-        return view->findChild<Widget *>();
-    }
-
     /// Does what pressing it through a screen reader does.
     void press(const QString &name, qsizetype index = 0)
     {

@@ -116,14 +116,13 @@ private Q_SLOTS:
     // Deliberate: bullish is red and bearish green, the other way round than the change of the price.
     void tones()
     {
-        const std::pair<SignalType, Tone> verdicts[] = {{SignalType::strongBull, Tone::red},
-                                                        {SignalType::neutral, Tone::orange},
-                                                        {SignalType::bear, Tone::green}};
-        for (const auto &[signal, tone] : verdicts) { // the last signal alone decides about the conclusion
-            const TimeframeSignal last{u"4H"_s, 0, signal, {}};
-            QCOMPARE(conclusionTone(std::vector{TimeframeSignal{u"1H"_s, 0, SignalType::bull, {}}, last}),
-                     tone);
-        }
+        const auto conclusion = [](SignalType last) { // the last signal alone decides
+            const TimeframeSignal first{u"1H"_s, 0, SignalType::bull, {}};
+            return conclusionTone(std::vector{first, TimeframeSignal{u"4H"_s, 0, last, {}}});
+        };
+        QCOMPARE(conclusion(SignalType::strongBull), Tone::red);
+        QCOMPARE(conclusion(SignalType::neutral), Tone::orange);
+        QCOMPARE(conclusion(SignalType::bear), Tone::green);
         QCOMPARE(conclusionTone({}), Tone::secondary);
         QCOMPARE(planTone(planOf(PlanGrade::good, TradeDirection::long_)), Tone::red);
         QCOMPARE(planTone(planOf(PlanGrade::good, TradeDirection::short_)), Tone::green);

@@ -90,8 +90,8 @@ private Q_SLOTS:
                 QVERIFY2(contrastRatio(text, ground) >= 4.5,
                          qPrintable(text.name() + u" on "_s + ground.name()));
             for (const Tone tone : {Tone::secondary, Tone::accent, Tone::red, Tone::green, Tone::orange}) {
-                QVERIFY(contrastRatio(p->shapeColor(tone), p->ground) >= 3);
-                QVERIFY(contrastRatio(p->shapeColor(tone), p->raised) >= 3);
+                for (const QColor &ground : {p->ground, p->raised})
+                    QVERIFY(contrastRatio(p->shapeColor(tone), ground) >= 3);
             }
         }
     }
@@ -107,7 +107,6 @@ private Q_SLOTS:
         for (const QString &name : names.split(u' '))
             QVERIFY2(hasIcon(name) && ink(icon(name, 2), 2) > 4.9, qPrintable(name));
         QVERIFY(!hasIcon(u"no.such.icon"_s));
-        QCOMPARE(ink(icon(u"no.such.icon"_s, 2), 2), 0.0);
         const QImage cross = icon(u"xmark.circle.fill"_s, 2);
         QCOMPARE(qAlpha(cross.pixel(16, 16)), 0);  // the middle of the cross is cut out
         QCOMPARE(qAlpha(cross.pixel(16, 6)), 255); // the disc above it
@@ -156,8 +155,7 @@ private Q_SLOTS:
 
     void chineseIsNotEmboldened()
     {
-        // Large glyphs are always drawn from their outlines: small ones must carry as much ink for their
-        // size.
+        // Large glyphs are drawn from their outlines: small ones must carry as much ink for their size.
         const auto inkAt = [](double scale) {
             const QImage image = drawn({200, 20}, scale, [](QPainter &painter) {
                 painter.setPen(Qt::white);

@@ -99,26 +99,25 @@ private Q_SLOTS:
         auto *row = new QHBoxLayout(&window);
         auto *icon = new IconButton(u"globe"_s);
         icon->setTip(u"打开网页版"_s);
-        const std::pair<FlatButton *, QString> buttons[] = {
-            {icon, u"打开网页版"_s},
-            {new TextButton(u"收到"_s), u"收到"_s},
-            {new Chip(u"ETH"_s), u"ETH"_s},
-            {new Chip(u"4H"_s, Chip::Look::segment), u"4H"_s}};
-        for (const auto &[button, name] : buttons)
+        const std::vector<FlatButton *> buttons{icon, new TextButton(u"收到"_s), new Chip(u"ETH"_s),
+                                                new Chip(u"4H"_s, Chip::Look::segment)};
+        QStringList names;
+        for (FlatButton *button : buttons)
             row->addWidget(button);
         window.show();
-        for (const auto &[button, name] : buttons) {
+        for (FlatButton *button : buttons) {
             QSignalSpy clicks(button, &FlatButton::clicked);
             QTest::mouseClick(button, Qt::LeftButton);
             for (const Qt::Key key : {Qt::Key_Space, Qt::Key_Return, Qt::Key_Enter})
                 QTest::keyClick(button, key);
-            reader(button)->actionInterface()->doAction(
-                reader(button)->actionInterface()->actionNames().first());
+            auto *actions = reader(button)->actionInterface();
+            actions->doAction(actions->actionNames().first());
             QCOMPARE(clicks.count(), 5);
-            QCOMPARE(reader(button)->text(QAccessible::Name), name);
             QVERIFY(!reader(button)->state().checked); // the owner decides what it shows
+            names.append(reader(button)->text(QAccessible::Name));
         }
-        QCOMPARE(reader(buttons[2].first)->role(), QAccessible::RadioButton);
+        QCOMPARE(names.join(u' '), u"打开网页版 收到 ETH 4H"_s);
+        QCOMPARE(reader(buttons[2])->role(), QAccessible::RadioButton);
         DisclosureHeader header(u"设置"_s);
         header.setChecked(true);
         const auto state = reader(&header)->state();
@@ -159,9 +158,8 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitForWindowActive(&window));
         field->setFocus(Qt::MouseFocusReason);
         QVERIFY(!ring->target());
-        chip->setFocus(Qt::TabFocusReason);
-        QCOMPARE(ring->target(), chip);
-        QCOMPARE(ring->parentWidget(), content); // scrolls along and is cut by the viewport
+        chip->setFocus(Qt::TabFocusReason); // the ring scrolls along and is cut by the viewport
+        QVERIFY(ring->target() == chip && ring->parentWidget() == content);
         chip->move(20, 60);
         QCOMPARE(ring->geometry(), chip->geometry().adjusted(-4, -4, 4, 4));
         QTest::mouseClick(chip, Qt::LeftButton);
@@ -170,8 +168,7 @@ private Q_SLOTS:
         chip->setFocus(Qt::TabFocusReason);
         QCOMPARE(ring->target(), chip);
         delete area; // the ring outlives what it stands around
-        QVERIFY(!ring->target());
-        QCOMPARE(ring->parentWidget(), &window);
+        QVERIFY(!ring->target() && ring->parentWidget() == &window);
     }
 
     void chipsScrollByWheelAndByHand()
@@ -221,9 +218,6 @@ private Q_SLOTS:
         row.turnWheel(100);
         row.setContent(row.names, u"LINK"_s); // nothing new: the row stays where the user put it
         QCOMPARE(row.offset(), 0);
-        const auto chips = row.chips();
-        row.setContent(row.names, u"ETH"_s);
-        QCOMPARE(row.chips(), chips);
         row.setContent({u"hk00700"_s}, u"hk00700"_s);
         QCOMPARE(row.chips().size(), std::size_t(1));
     }
@@ -255,19 +249,6 @@ private Q_SLOTS:
         QCOMPARE(body->heightForWidth(300), full);
     }
 
-    void aTextOfTheSameSizeNeedsNoNewLayout()
-    {
-        QWidget window;
-        auto *label = new TextLabel(u"3,456.78"_s, TypeRole::price);
-        (new QVBoxLayout(&window))->addWidget(label);
-        window.show();
-        window.layout()->activate();
-        label->setText(u"3,460.12"_s);
-        QVERIFY(!window.layout()->activate());
-        label->setText(u"13,460.12"_s);
-        QVERIFY(window.layout()->activate());
-    }
-
     void theToastShowsTheLatestForItsFullTime()
     {
         QWidget window;
@@ -285,10 +266,7 @@ private Q_SLOTS:
         QVERIFY(gone.wait(10'000));
         QVERIFY(sinceLatest.elapsed() >= 2500 && !toast->isVisible());
 
-        toast->present(u"已刷新"_s, false);
-        QVERIFY(toast->isVisible());
-        window.hide(); // ends with its window
-        QVERIFY(toast->message().isEmpty());
+        window.hide();
         toast->present(u"没人看见"_s, false);
         window.show();
         QVERIFY(!toast->isVisible());
