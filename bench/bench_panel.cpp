@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include "viewmodel/panelmodel.h"
 #include "panel/popoverview.h"
 #include "panel/zonerow.h"
 #include "snapshot/pngwriter.h"

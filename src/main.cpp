@@ -9,7 +9,7 @@
 #include "statusbar/desktop/appdelegate.h"
 #include "statusbar/desktop/desktopattention.h"
 #include "statusbar/desktop/singleinstance.h"
-#include "viewmodel/panelmodel.h"
+#include "viewmodel/paneltexts.h"
 
 #include <QApplication>
 #include <QPointer>

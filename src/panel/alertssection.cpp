@@ -29,9 +29,7 @@ AlertsSection::AlertsSection(const PanelContext &context, QWidget *parent)
     m_input->setToolTip(tip);
     m_add->setTip(tip);
     m_add->setTone(Tone::accent);
-    auto *entry = new QHBoxLayout;
-    entry->setContentsMargins(0, 0, 0, 0);
-    entry->setSpacing(rowSpacing);
+    auto *entry = rowIn(nullptr, rowSpacing);
     entry->addWidget(m_input, 1);
     entry->addWidget(m_add);
     columnIn(m_rowBox, 4);

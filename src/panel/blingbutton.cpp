@@ -2,6 +2,7 @@
 #include "panel/blingbutton.h"
 
 #include "ui/icons.h"
+#include "ui/roundedrect.h"
 
 #include <QLinearGradient>
 #include <QPainter>
@@ -59,21 +60,19 @@ void BlingButton::updateTip()
 void BlingButton::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
-    QRectF square((width() - sparklesSide) / 2, (height() - sparklesSide) / 2, sparklesSide, sparklesSide);
+    const QRectF square((width() - sparklesSide) / 2, (height() - sparklesSide) / 2, sparklesSide,
+                        sparklesSide);
     const Palette &palette = paletteOf(this);
     if (!isOn()) {
         paintGround(painter, rect(), focusRadius(), {});
         drawIcon(painter, square, u"sparkles"_s, palette.secondary);
         return;
     }
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(warmGradient(rect()));
-    painter.drawRoundedRect(rect(), focusRadius(), focusRadius());
+    fillRounded(painter, rect(), focusRadius(), warmGradient(rect()));
     const double breath = (std::sin(m_clock() * 2 * std::numbers::pi / breathSeconds) + 1) / 2;
     // A light that comes and goes; the icon keeps its size, so that it stays on whole pixels.
-    painter.setBrush(QColor(255, 255, 255, static_cast<int>(std::lround(56 * breath))));
-    painter.drawRoundedRect(rect(), focusRadius(), focusRadius());
+    fillRounded(painter, rect(), focusRadius(),
+                QColor(255, 255, 255, static_cast<int>(std::lround(56 * breath))));
     paintGround(painter, rect(), focusRadius(), {});
     drawIcon(painter, square, u"sparkles"_s, Qt::white);
 }

@@ -5,7 +5,7 @@
 #include "ui/boxlayouts.h"
 #include "ui/disclosure.h"
 #include "ui/textlabel.h"
-#include "viewmodel/panelmodel.h"
+#include "viewmodel/paneltexts.h"
 
 namespace kestrune {
 
@@ -18,9 +18,7 @@ ContextSection::ContextSection(const PanelContext &context, QWidget *parent)
     , m_content(new QWidget)
     , m_body(new Collapsible(m_content))
 {
-    auto *rows = new QVBoxLayout(m_content);
-    rows->setContentsMargins(0, blockSpacing, 0, 0);
-    rows->setSpacing(blockSpacing);
+    columnIn(m_content, blockSpacing, {0, blockSpacing, 0, 0});
     auto *column = columnIn(this, 0);
     column->addWidget(m_header);
     column->addWidget(m_body);

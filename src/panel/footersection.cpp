@@ -22,8 +22,7 @@ FooterSection::FooterSection(const PanelContext &context, const QString &marketN
     m_refresh->setTip(u"刷新数据"_s);
     m_help->setTip(u"使用说明"_s);
     m_web->setTip(u"打开网页版"_s);
-    auto *actions = new QHBoxLayout;
-    actions->setSpacing(4);
+    auto *actions = rowIn(nullptr, 4);
     actions->addWidget(m_note);
     actions->addStretch(1);
     actions->addWidget(m_refresh);

@@ -7,12 +7,9 @@
 #include "ui/boxlayouts.h"
 #include "ui/choicerow.h"
 #include "ui/iconlabel.h"
-#include "ui/segmentbutton.h"
 #include "ui/spinner.h"
 #include "ui/textlabel.h"
-#include "viewmodel/panelmodel.h"
-
-#include <utility>
+#include "viewmodel/paneltexts.h"
 
 namespace kestrune {
 
@@ -22,7 +19,6 @@ constexpr int lineSpacing = 4;
 constexpr int titleSpacing = 6;
 constexpr QSize sparklineSize{70, 16};
 constexpr int statusIconSide = 14;
-constexpr int timeframeSpacing = 2;
 
 } // namespace
 
@@ -78,12 +74,13 @@ QWidget *HeaderSection::makeStatusRow()
     auto *line = rowIn(row, lineSpacing);
     m_statusIcon = new IconLabel(m_context.state.statusSymbol(), Tone::secondary, statusIconSide);
     m_status = new TextLabel(TypeRole::caption);
-    m_timeframeBox = new QWidget;
-    rowIn(m_timeframeBox, timeframeSpacing);
+    m_timeframes = new ChoiceRow({}, Chip::Look::segment);
+    connect(m_timeframes, &ChoiceRow::picked, this,
+            [&state = m_context.state](qsizetype, const QString &label) { state.setTimeframe(label); });
     line->addWidget(m_statusIcon);
     line->addWidget(m_status);
     line->addStretch(1);
-    line->addWidget(m_timeframeBox);
+    line->addWidget(m_timeframes);
     return row;
 }
 
@@ -116,7 +113,8 @@ void HeaderSection::refresh()
     m_statusIcon->setTone(toneOf(state.statusColor()));
     m_status->setText(state.statusText());
     m_status->setTone(toneOf(state.statusColor()));
-    refreshTimeframes();
+    m_timeframes->setChoices(state.timeframeOptions());
+    m_timeframes->setCurrent(state.timeframeOptions().indexOf(state.timeframe()));
 }
 
 // Beside a long price the title steps down a size before it is cut.
@@ -135,37 +133,9 @@ void HeaderSection::refreshTitle()
     m_title->setToolTip(title);
 }
 
-void HeaderSection::refreshTimeframes()
-{
-    AppState &state = m_context.state;
-    if (m_timeframes != state.timeframeOptions()) {
-        m_timeframes = state.timeframeOptions();
-        for (SegmentButton *button : std::as_const(m_timeframeButtons)) {
-            button->hide();
-            button->deleteLater();
-        }
-        m_timeframeButtons.clear();
-        for (const QString &label : std::as_const(m_timeframes)) {
-            auto *button = new SegmentButton(label);
-            button->installEventFilter(this);
-            connect(button, &SegmentButton::clicked, this, [&state, label] { state.setTimeframe(label); });
-            m_timeframeBox->layout()->addWidget(button);
-            button->show(); // the layout itself would only do so on a later turn
-            m_timeframeButtons.append(button);
-        }
-    }
-    for (SegmentButton *button : std::as_const(m_timeframeButtons))
-        button->setChecked(button->text() == state.timeframe());
-}
-
-bool HeaderSection::eventFilter(QObject *watched, QEvent *event)
-{
-    return moveFocusByArrows(tabStops(), watched, *event) || QWidget::eventFilter(watched, event);
-}
-
 QList<QWidget *> HeaderSection::tabStops() const
 {
-    return {m_timeframeButtons.begin(), m_timeframeButtons.end()};
+    return m_timeframes->tabStops();
 }
 
 } // namespace kestrune

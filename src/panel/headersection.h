@@ -7,9 +7,9 @@
 
 namespace kestrune {
 
+class ChoiceRow;
 class IconLabel;
 class PixelSparkline;
-class SegmentButton;
 class Spinner;
 class TextLabel;
 
@@ -24,15 +24,11 @@ public:
     void refresh();
     [[nodiscard]] QList<QWidget *> tabStops() const;
 
-protected:
-    bool eventFilter(QObject *watched, QEvent *event) override;
-
 private:
     [[nodiscard]] QWidget *makeTitleRow();
     [[nodiscard]] QWidget *makeChangeRow();
     [[nodiscard]] QWidget *makeStatusRow();
     void refreshTitle();
-    void refreshTimeframes();
 
     PanelContext m_context;
     TextLabel *m_title;
@@ -44,9 +40,7 @@ private:
     TextLabel *m_updated;
     IconLabel *m_statusIcon;
     TextLabel *m_status;
-    QWidget *m_timeframeBox;
-    QStringList m_timeframes;
-    QList<SegmentButton *> m_timeframeButtons;
+    ChoiceRow *m_timeframes;
 };
 
 } // namespace kestrune

@@ -2,8 +2,8 @@
 #include "panel/helpsheet.h"
 
 #include "panel/helpview.h"
+#include "ui/boxlayouts.h"
 
-#include <QBoxLayout>
 #include <QHideEvent>
 #include <QScreen>
 
@@ -29,9 +29,7 @@ HelpSheet::HelpSheet(QWidget *panel)
     setAttribute(Qt::WA_NoMouseReplay);
     setAccessibleName(m_view->accessibleName());
     setWindowTitle(m_view->accessibleName());
-    auto *column = new QVBoxLayout(this);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->addWidget(m_view);
+    columnIn(this, 0)->addWidget(m_view);
     connect(m_view, &HelpView::closeRequested, this, &QWidget::close);
 }
 

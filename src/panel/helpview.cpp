@@ -42,9 +42,7 @@ HelpView::HelpView(QWidget *parent) : QWidget(parent)
     setAttribute(Qt::WA_WindowPropagation);
     setAccessibleName(u"功能使用说明"_s);
     setFixedSize(viewSize);
-    auto *column = new QVBoxLayout(this);
-    column->setContentsMargins(0, margin, 0, margin);
-    column->setSpacing(paragraphSpacing);
+    auto *column = columnIn(this, paragraphSpacing, {0, margin, 0, margin});
     column->addWidget(makeTitleRow());
     column->addWidget(makeParagraphs(), 1);
     column->addWidget(makeBottomRow());
@@ -68,9 +66,7 @@ QWidget *HelpView::makeTitleRow()
 QWidget *HelpView::makeParagraphs()
 {
     auto *content = new QWidget;
-    auto *column = new QVBoxLayout(content);
-    column->setContentsMargins(margin, 0, margin, 0);
-    column->setSpacing(paragraphSpacing);
+    auto *column = columnIn(content, paragraphSpacing, {margin, 0, margin, 0});
     for (const HelpParagraph &paragraph : helpParagraphs())
         column->addWidget(makeGroup(paragraph));
     auto *area = new ScrollArea;
@@ -85,9 +81,7 @@ QWidget *HelpView::makeParagraphs()
 QWidget *HelpView::makeBottomRow()
 {
     auto *row = new QWidget;
-    auto *line = new QHBoxLayout(row);
-    line->setContentsMargins(margin, 2, margin - 8, 0); // the word, not its ground, ends at the margin
-    line->setSpacing(8);
+    auto *line = rowIn(row, 8, {margin, 2, margin - 8, 0}); // the word, not its ground, ends at the margin
     auto *disclaimer = new TextLabel(u"提示：所有数据来自交易所公开行情，仅供学习参考，不构成投资建议。"_s,
                                      TypeRole::caption, Tone::secondary);
     disclaimer->setWrap(true);

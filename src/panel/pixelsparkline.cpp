@@ -19,6 +19,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
+constexpr double lineWidth = 1;
 const QColor lineColor = QColor::fromRgbF(0.1F, 0.36F, 0.8F);
 const QColor resistanceColor = QColor::fromRgbF(0.95F, 0.25F, 0.25F);
 const QColor supportColor = QColor::fromRgbF(0.1F, 0.78F, 0.35F);
@@ -70,6 +71,24 @@ void fillDisc(QPainter &painter, const QPointF &center, double radius, QColor co
     color.setAlphaF(static_cast<float>(opacity));
     painter.setBrush(color);
     painter.drawEllipse(center, radius, radius);
+}
+
+void drawCurve(QPainter &painter, const QPainterPath &curve)
+{
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.strokePath(curve, QPen(lineColor, lineWidth, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+}
+
+void drawMarkers(QPainter &painter, std::span<const SparklineMarker> markers, double phase)
+{
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    const double base = lineWidth * 0.5 + 0.6;
+    for (const SparklineMarker &marker : markers) {
+        const QColor &color = marker.isResistance ? resistanceColor : supportColor;
+        fillDisc(painter, marker.center, base * (phase * 0.6 + 1.8), color, phase * 0.22);
+        fillDisc(painter, marker.center, base * (phase * 0.35 + 0.85), color, phase * 0.55 + 0.45);
+    }
 }
 
 } // namespace
@@ -136,27 +155,6 @@ double sparklinePhase(double epochSeconds)
     return (std::sin(epochSeconds * 5 * std::numbers::pi / 3) + 1) / 2;
 }
 
-void drawSparklineCurve(QPainter &painter, const QPainterPath &curve, double lineWidth)
-{
-    painter.setRenderHint(QPainter::Antialiasing);
-    QPen pen(lineColor, lineWidth, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin);
-    pen.setMiterLimit(10);
-    painter.strokePath(curve, pen);
-}
-
-void drawSparklineMarkers(QPainter &painter, std::span<const SparklineMarker> markers, double lineWidth,
-                          double phase)
-{
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(Qt::NoPen);
-    const double base = lineWidth * 0.5 + 0.6;
-    for (const SparklineMarker &marker : markers) {
-        const QColor &color = marker.isResistance ? resistanceColor : supportColor;
-        fillDisc(painter, marker.center, base * (phase * 0.6 + 1.8), color, phase * 0.22);
-        fillDisc(painter, marker.center, base * (phase * 0.35 + 0.85), color, phase * 0.55 + 0.45);
-    }
-}
-
 PixelSparkline::PixelSparkline(EpochClock clock, QWidget *parent) : QWidget(parent), m_clock(std::move(clock))
 {
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
@@ -179,13 +177,6 @@ void PixelSparkline::setContent(std::span<const double> values, std::span<const 
     rebuildMarkers();
 }
 
-void PixelSparkline::setLineWidth(double lineWidth)
-{
-    m_lineWidth = lineWidth;
-    m_curveImage = {};
-    update();
-}
-
 void PixelSparkline::paintEvent(QPaintEvent *)
 {
     if (m_curve.isEmpty())
@@ -198,10 +189,10 @@ void PixelSparkline::paintEvent(QPaintEvent *)
         m_curveImage.fill(Qt::transparent);
         QPainter imagePainter(&m_curveImage);
         imagePainter.scale(scale, scale);
-        drawSparklineCurve(imagePainter, m_curve, m_lineWidth);
+        drawCurve(imagePainter, m_curve);
     }
     drawPixelForPixel(painter, {0, 0}, m_curveImage);
-    drawSparklineMarkers(painter, m_markers, m_lineWidth, sparklinePhase(m_clock()));
+    drawMarkers(painter, m_markers, sparklinePhase(m_clock()));
 }
 
 void PixelSparkline::resizeEvent(QResizeEvent *)

@@ -42,10 +42,6 @@ struct SparklineMarker
 sparklineMarkers(std::span<const double> data, std::span<const SparklineLevel> levels, const QSizeF &size);
 /// 0 to 1 and back every 1.2 s.
 [[nodiscard]] double sparklinePhase(double epochSeconds);
-/// Both draw with the painter's origin as the drawing's top left corner.
-void drawSparklineCurve(QPainter &painter, const QPainterPath &curve, double lineWidth);
-void drawSparklineMarkers(QPainter &painter, std::span<const SparklineMarker> markers, double lineWidth,
-                          double phase);
 
 /// The recent closes with pulsing zone markers, drawn anew every 0.25 s while it shows.
 class PixelSparkline : public QWidget, public WithRole<QAccessible::Chart>
@@ -56,7 +52,6 @@ public:
     explicit PixelSparkline(EpochClock clock, QWidget *parent = nullptr);
 
     void setContent(std::span<const double> values, std::span<const Zone> zones);
-    void setLineWidth(double lineWidth);
     [[nodiscard]] bool isPulsing() const { return m_timer.isActive(); }
 
     [[nodiscard]] QSize sizeHint() const override { return {70, 16}; }
@@ -75,7 +70,6 @@ private:
     EpochClock m_clock;
     std::vector<double> m_data; // oldest first
     std::vector<SparklineLevel> m_levels;
-    double m_lineWidth = 1;
     QPainterPath m_curve;
     QImage m_curveImage; // the stroked curve: stroking costs far more than the pulse may
     std::vector<SparklineMarker> m_markers;

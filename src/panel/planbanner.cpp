@@ -32,10 +32,9 @@ constexpr int iconInset = 4; // of an icon inside its button
 PlanBanner::PlanBanner(QWidget *parent) : QWidget(parent)
 {
     setAccessibleName(u"开单助手"_s);
-    auto *column = new QVBoxLayout(this);
     // The icons, not their hit areas, end at the padding.
-    column->setContentsMargins(edgeWidth + sidePadding, topPadding, sidePadding - iconInset, topPadding);
-    column->setSpacing(bannerLineSpacing);
+    auto *column = columnIn(this, bannerLineSpacing,
+                            {edgeWidth + sidePadding, topPadding, sidePadding - iconInset, topPadding});
     m_headline = new TextLabel(TypeRole::section);
     m_headline->setWrap(true);
     m_detail = new TextLabel(TypeRole::caption);
@@ -67,9 +66,7 @@ QWidget *PlanBanner::makeTitleRow()
 QWidget *PlanBanner::makeBottomRow()
 {
     auto *row = new QWidget;
-    auto *line = new QHBoxLayout(row);
-    line->setContentsMargins(0, 0, iconInset, 0);
-    line->setSpacing(rowSpacing);
+    auto *line = rowIn(row, rowSpacing, {0, 0, iconInset, 0});
     m_cost = new TextLabel({}, TypeRole::caption, Tone::secondary);
     m_setAlerts = new TextButton(u"设提醒"_s);
     m_setAlerts->setIconName(u"bell.badge.plus"_s);

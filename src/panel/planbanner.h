@@ -2,7 +2,7 @@
 #pragma once
 
 #include "ui/palette.h"
-#include "viewmodel/panelmodel.h"
+#include "viewmodel/planbannermodel.h"
 
 #include <QWidget>
 
@@ -25,7 +25,6 @@ public:
     explicit PlanBanner(QWidget *parent = nullptr);
 
     void setModel(const PlanBannerModel &model);
-    [[nodiscard]] Tone tone() const { return m_tone; }
     [[nodiscard]] QList<QWidget *> tabStops() const;
 
 Q_SIGNALS:

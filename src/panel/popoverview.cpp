@@ -10,6 +10,7 @@
 #include "panel/snapshotsection.h"
 #include "panel/zonessection.h"
 #include "platform/async.h"
+#include "ui/boxlayouts.h"
 #include "ui/chip.h"
 #include "ui/chiprow.h"
 #include "ui/disclosure.h"
@@ -19,9 +20,8 @@
 #include "ui/scrollarea.h"
 #include "ui/toast.h"
 #include "ui/typography.h"
-#include "viewmodel/panelmodel.h"
+#include "viewmodel/planbannermodel.h"
 
-#include <QBoxLayout>
 #include <QDesktopServices>
 #include <QKeyEvent>
 #include <QToolTip>
@@ -41,6 +41,13 @@ PanelContext contextOf(AppState &state, const PopoverView::Options &options)
 {
     return {state, [&clock = state.clock()] { return epochSeconds(clock.now()); },
             options.openUrl ? options.openUrl : [](const QUrl &url) { QDesktopServices::openUrl(url); }};
+}
+
+void addWithMargins(QVBoxLayout *column, QWidget *widget, int rightMargin = panelMargin)
+{
+    auto *frame = rowIn(nullptr, 0, {panelMargin, 0, rightMargin, 0});
+    frame->addWidget(widget);
+    column->addLayout(frame);
 }
 
 } // namespace
@@ -63,15 +70,7 @@ PopoverView::PopoverView(std::shared_ptr<AppState> state, const Options &options
     setAutoFillBackground(true); // inside another window too
     setDark(true);
 
-    auto *column = new QVBoxLayout(this);
-    column->setContentsMargins(0, panelMargin, 0, panelMargin);
-    column->setSpacing(0);
-    const auto addFixed = [column](QWidget *widget) {
-        auto *frame = new QHBoxLayout;
-        frame->setContentsMargins(panelMargin, 0, panelMargin, 0);
-        frame->addWidget(widget);
-        column->addLayout(frame);
-    };
+    auto *column = columnIn(this, 0, {0, panelMargin, 0, panelMargin});
     auto *area = new ScrollArea;
     area->setWidget(makeScrolledContent());
     area->widget()->setAutoFillBackground(false);
@@ -82,14 +81,14 @@ PopoverView::PopoverView(std::shared_ptr<AppState> state, const Options &options
             body, &Collapsible::unfolding, area, [area, body] { area->reveal(body->parentWidget()); },
             Qt::QueuedConnection);
     }
-    addFixed(m_header);
-    addFixed(new Divider);
-    column->addWidget(area, 1);
-    addFixed(new Divider);
-    addFixed(m_footer);
     // The area's content keeps the spacing to the dividers itself, so that a focus ring at its edge shows.
-    column->insertSpacing(1, stackSpacing);
-    column->insertSpacing(5, stackSpacing);
+    addWithMargins(column, m_header);
+    column->addSpacing(stackSpacing);
+    addWithMargins(column, new Divider);
+    column->addWidget(area, 1);
+    addWithMargins(column, new Divider);
+    column->addSpacing(stackSpacing);
+    addWithMargins(column, m_footer);
     m_toast = new Toast(this);
     new FocusRing(this);
     connectActions();
@@ -100,26 +99,18 @@ PopoverView::~PopoverView() = default;
 QWidget *PopoverView::makeScrolledContent()
 {
     auto *content = new QWidget;
-    auto *column = new QVBoxLayout(content);
-    column->setContentsMargins(0, stackSpacing - ChipRow::ringRoom, 0, stackSpacing);
-    column->setSpacing(stackSpacing);
-    const auto add = [column](QWidget *widget, int rightMargin = panelMargin) {
-        auto *frame = new QHBoxLayout;
-        frame->setContentsMargins(panelMargin, 0, rightMargin, 0);
-        frame->addWidget(widget);
-        column->addLayout(frame);
-    };
-    add(m_chips);
+    auto *column = columnIn(content, stackSpacing, {0, stackSpacing - ChipRow::ringRoom, 0, stackSpacing});
+    addWithMargins(column, m_chips);
     column->addSpacing(-ChipRow::ringRoom);
-    add(new Divider);
-    add(m_snapshot);
-    add(new Divider);
+    addWithMargins(column, new Divider);
+    addWithMargins(column, m_snapshot);
+    addWithMargins(column, new Divider);
     column->addWidget(m_zones);
-    add(m_marketContext);
-    add(new Divider);
-    add(m_alerts, panelMargin - 4); // its icons, not their hit areas, end at the margin
-    add(new Divider);
-    add(m_settings);
+    addWithMargins(column, m_marketContext);
+    addWithMargins(column, new Divider);
+    addWithMargins(column, m_alerts, panelMargin - 4); // its icons, not their hit areas, end at the margin
+    addWithMargins(column, new Divider);
+    addWithMargins(column, m_settings);
     column->addStretch(1);
     return content;
 }

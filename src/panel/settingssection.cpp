@@ -11,7 +11,8 @@
 #include "ui/stepperrow.h"
 #include "ui/textlabel.h"
 #include "ui/toggleswitch.h"
-#include "viewmodel/panelmodel.h"
+#include "viewmodel/paneltexts.h"
+#include "viewmodel/planbannermodel.h"
 #include "viewmodel/settingsinput.h"
 
 #include <algorithm>
@@ -67,17 +68,13 @@ SettingsSection::SettingsSection(const PanelContext &context, QWidget *parent)
 QWidget *SettingsSection::makeContent()
 {
     auto *content = new QWidget;
-    auto *column = new QVBoxLayout(content);
-    column->setContentsMargins(0, blockSpacing, 0, 0);
-    column->setSpacing(stackSpacing);
-    auto *threshold = new QVBoxLayout;
-    threshold->setSpacing(2);
+    auto *column = columnIn(content, stackSpacing, {0, blockSpacing, 0, 0});
+    auto *threshold = columnIn(nullptr, 2);
     threshold->addWidget(m_threshold);
     m_distances->setWrap(true);
     threshold->addWidget(m_distances);
     threshold->addWidget(m_status);
-    auto *display = new QVBoxLayout;
-    display->setSpacing(blockSpacing);
+    auto *display = columnIn(nullptr, blockSpacing);
     display->addWidget(m_range);
     display->addWidget(m_perSide);
     column->addWidget(makeMarketRow());

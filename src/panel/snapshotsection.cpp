@@ -6,7 +6,7 @@
 #include "ui/flowlayout.h"
 #include "ui/iconlabel.h"
 #include "ui/textlabel.h"
-#include "viewmodel/panelmodel.h"
+#include "viewmodel/paneltexts.h"
 
 #include <QPainter>
 
@@ -29,9 +29,7 @@ public:
         : m_label(new TextLabel({}, TypeRole::caption, Tone::secondary))
         , m_verdict(new TextLabel(TypeRole::captionBold))
     {
-        auto *line = new QHBoxLayout(this);
-        line->setContentsMargins(dotSide + itemGap, 0, 0, 0);
-        line->setSpacing(itemGap);
+        auto *line = rowIn(this, itemGap, {dotSide + itemGap, 0, 0, 0});
         line->addWidget(m_label);
         line->addWidget(m_verdict);
     }
@@ -75,8 +73,7 @@ SnapshotSection::SnapshotSection(const PanelContext &context, QWidget *parent)
     , m_itemBox(new QWidget)
     , m_items(new FlowLayout(m_itemBox, itemSpacing, 2))
 {
-    auto *line = new QHBoxLayout;
-    line->setSpacing(blockSpacing);
+    auto *line = rowIn(nullptr, blockSpacing);
     auto *icon = new IconLabel(u"chart.line.uptrend.xyaxis"_s, Tone::secondary, signalIconSide);
     icon->setFixedHeight(lineHeight(TypeRole::captionBold)); // beside the first line
     m_conclusion->setWrap(true);

@@ -23,6 +23,11 @@ Tone changeTone(std::optional<double> changePct)
     return !changePct || *changePct >= 0 ? Tone::green : Tone::red;
 }
 
+Tone distanceTone(double distPct)
+{
+    return distPct >= 0 ? Tone::red : Tone::green;
+}
+
 Tone signalTone(SignalType signal)
 {
     if (isBull(signal))

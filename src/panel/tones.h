@@ -17,6 +17,8 @@ namespace kestrune {
 [[nodiscard]] Tone toneOf(NamedColor color);
 /// Green for a rise, no change and no value, red for a fall.
 [[nodiscard]] Tone changeTone(std::optional<double> changePct);
+/// Of a zone's distance: red at or above the price, green below.
+[[nodiscard]] Tone distanceTone(double distPct);
 /// Red for both bullish signals, green for both bearish ones, orange between.
 [[nodiscard]] Tone signalTone(SignalType signal);
 /// The colour of the conclusion: that of the last signal, secondary without signals.

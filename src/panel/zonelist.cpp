@@ -3,7 +3,7 @@
 
 #include "panel/zonerow.h"
 #include "ui/boxlayouts.h"
-#include "viewmodel/panelmodel.h"
+#include "viewmodel/zonelisting.h"
 
 #include <algorithm>
 

@@ -3,13 +3,14 @@
 
 #include "analysis/priceformat.h"
 #include "panel/panelcontext.h"
-#include "state/fixedtext.h"
+#include "panel/tones.h"
 #include "ui/flowlayout.h"
 #include "ui/iconbutton.h"
+#include "ui/roundedrect.h"
 #include "ui/tag.h"
 #include "ui/typography.h"
+#include "viewmodel/paneltexts.h"
 
-#include <QAccessibleWidget>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
@@ -38,32 +39,11 @@ int emptyTagHeight()
     return lineHeight(TypeRole::caption) + 1; // the distance needs its line without tags too
 }
 
-/// Label and colour of a source tag; nothing for an unknown one.
-std::optional<TagContent> sourceTag(QStringView source)
-{
-    // Zone building produces the first four; the moving averages keep their place for levels of their own.
-    if (source == "pivot"_L1)
-        return TagContent{u"Pivot"_s, Tone::purple};
-    if (source == "fib"_L1)
-        return TagContent{u"Fib"_s, Tone::blue};
-    if (source == "swing"_L1)
-        return TagContent{u"摆动"_s, Tone::teal};
-    if (source == "vol"_L1)
-        return TagContent{u"量能"_s, Tone::orange};
-    if (source == "ema"_L1)
-        return TagContent{u"EMA"_s, Tone::pink};
-    if (source == "vegas"_L1)
-        return TagContent{u"Vegas"_s, Tone::red};
-    if (source == "vwap"_L1)
-        return TagContent{u"VWAP"_s, Tone::green};
-    return std::nullopt;
-}
-
 /// A zone row is pressed to select it and reports its selection as a check mark.
-class AccessibleZoneRow : public QAccessibleWidget
+class AccessibleZoneRow : public PressableInterface
 {
 public:
-    explicit AccessibleZoneRow(ZoneRow *row) : QAccessibleWidget(row, QAccessible::CheckBox) {}
+    explicit AccessibleZoneRow(ZoneRow *row) : PressableInterface(row, QAccessible::CheckBox) {}
 
     [[nodiscard]] QAccessible::State state() const override
     {
@@ -73,51 +53,14 @@ public:
         return state;
     }
 
-    [[nodiscard]] QStringList actionNames() const override
-    {
-        return QStringList{toggleAction()} + QAccessibleWidget::actionNames();
-    }
-
-    void doAction(const QString &name) override
-    {
-        if (name == toggleAction() || name == pressAction())
-            Q_EMIT row()->tapped();
-        else
-            QAccessibleWidget::doAction(name);
-    }
+protected:
+    void press() override { Q_EMIT row()->tapped(); }
 
 private:
     [[nodiscard]] ZoneRow *row() const { return static_cast<ZoneRow *>(widget()); }
 };
 
 } // namespace
-
-std::vector<TagContent> zoneTags(const Zone &zone)
-{
-    std::vector<TagContent> tags;
-    for (auto it = zone.sources.begin(); it != zone.sources.end(); ++it) {
-        if (std::find(zone.sources.begin(), it, *it) != it)
-            continue;
-        if (auto tag = sourceTag(*it))
-            tags.push_back(*std::move(tag));
-    }
-    if (zone.confirm >= 2)
-        tags.push_back({u"多指标确认"_s, Tone::blue});
-    if (zone.isGolden)
-        tags.push_back({u"黄金位"_s, Tone::orange});
-    return tags;
-}
-
-QString distanceText(double distPct)
-{
-    const QString digits = fixedText(distPct, 2);
-    return (digits.startsWith(u'-') ? digits : u'+' + digits) + u'%';
-}
-
-Tone distanceTone(double distPct)
-{
-    return distPct >= 0 ? Tone::red : Tone::green;
-}
 
 ZoneRow::ZoneRow(const Zone &zone, int decimals, QWidget *parent)
     : QWidget(parent)
@@ -200,15 +143,10 @@ void ZoneRow::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
     const Palette &palette = paletteOf(this);
-    if (m_selected || m_fade.level() > 0) {
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.setPen(Qt::NoPen);
-        for (const QColor &ground :
-             {m_selected ? palette.accentSoft : QColor(Qt::transparent), palette.veil(m_fade.level())}) {
-            painter.setBrush(ground);
-            painter.drawRoundedRect(rect(), cornerRadius, cornerRadius);
-        }
-    }
+    if (m_selected)
+        fillRounded(painter, rect(), cornerRadius, palette.accentSoft);
+    if (m_fade.level() > 0)
+        fillRounded(painter, rect(), cornerRadius, palette.veil(m_fade.level()));
     painter.setPen(palette.text);
     drawTextLine(painter, QPointF(overhang, verticalMargin), m_price, TypeRole::zonePrice);
     painter.setPen(palette.color(distanceTone(m_zone.distPct)));

@@ -2,10 +2,10 @@
 #pragma once
 
 #include "analysis/zone.h"
+#include "panel/zonetags.h"
 #include "ui/accessibility.h"
 #include "ui/focusring.h"
 #include "ui/hoverfade.h"
-#include "ui/palette.h"
 
 #include <QWidget>
 
@@ -16,22 +16,6 @@ namespace kestrune {
 class FlowLayout;
 class IconButton;
 class Tag;
-
-struct TagContent
-{
-    QString text;
-    Tone color;
-
-    [[nodiscard]] bool operator==(const TagContent &) const = default;
-};
-
-/// The tags of a zone: its distinct known sources in order of first appearance, "多指标确认" from two
-/// levels on, "黄金位".
-[[nodiscard]] std::vector<TagContent> zoneTags(const Zone &zone);
-/// Signed distance, for example "+2.35%".
-[[nodiscard]] QString distanceText(double distPct);
-/// Red at or above the price, green below.
-[[nodiscard]] Tone distanceTone(double distPct);
 
 /// One support or resistance zone. Give it `overhang` more width on both sides than its text shall have:
 /// its highlight reaches that far beyond. All setters work in place.

@@ -8,15 +8,14 @@
 #include "platform/async.h"
 #include "ui/boxlayouts.h"
 #include "ui/iconbutton.h"
+#include "ui/roundedrect.h"
 #include "ui/spinner.h"
 #include "ui/textbutton.h"
 #include "ui/textlabel.h"
-#include "viewmodel/panelmodel.h"
+#include "viewmodel/planbannermodel.h"
+#include "viewmodel/zonelisting.h"
 
-#include <QKeyEvent>
 #include <QPainter>
-
-#include <algorithm>
 
 namespace kestrune {
 
@@ -34,10 +33,7 @@ protected:
     void paintEvent(QPaintEvent *) override
     {
         QPainter painter(this);
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(paletteOf(this).raised);
-        painter.drawRoundedRect(rect(), 6, 6);
+        fillRounded(painter, rect(), 6, paletteOf(this).raised);
     }
 };
 
@@ -53,15 +49,6 @@ QWidget *makeSpinnerWithText()
     return row;
 }
 
-/// A child column that keeps to the panel's margin.
-QVBoxLayout *marginColumn(int topMargin)
-{
-    auto *column = new QVBoxLayout;
-    column->setContentsMargins(panelMargin, topMargin, panelMargin, 0);
-    column->setSpacing(blockSpacing);
-    return column;
-}
-
 } // namespace
 
 ZonesSection::ZonesSection(const PanelContext &context, QWidget *parent)
@@ -74,30 +61,25 @@ ZonesSection::ZonesSection(const PanelContext &context, QWidget *parent)
     , m_banner(new PlanBanner)
 {
     auto *column = columnIn(this, blockSpacing);
-    const auto addList = [column](ZoneList *list) {
-        auto *frame = new QVBoxLayout;
-        frame->setContentsMargins(panelMargin - ZoneRow::overhang, 0, panelMargin - ZoneRow::overhang, 0);
-        frame->addWidget(list);
-        column->addLayout(frame);
+    const auto addPart = [column](int sideMargin) {
+        auto *part = columnIn(nullptr, blockSpacing, {sideMargin, 0, sideMargin, 0});
+        column->addLayout(part);
+        return part;
     };
-
-    auto *above = marginColumn(0);
-    above->addWidget(new TextLabel(u"阻力"_s, TypeRole::section, Tone::red));
-    column->addLayout(above);
-    addList(m_resistances);
+    addPart(panelMargin)->addWidget(new TextLabel(u"阻力"_s, TypeRole::section, Tone::red));
+    addPart(panelMargin - ZoneRow::overhang)->addWidget(m_resistances);
 
     m_empty->setRole(TypeRole::caption);
     m_empty->setTone(Tone::secondary);
     m_error->setWrap(true);
-    auto *between = marginColumn(0);
+    auto *between = addPart(panelMargin);
     between->addWidget(makeLoadingRow());
     between->addWidget(m_empty, 0, Qt::AlignHCenter);
     between->addWidget(m_error);
     between->addWidget(makePriceLine());
     between->addWidget(m_banner);
     between->addWidget(new TextLabel(u"支撑"_s, TypeRole::section, Tone::green));
-    column->addLayout(between);
-    addList(m_supports);
+    addPart(panelMargin - ZoneRow::overhang)->addWidget(m_supports);
     column->addStretch(1); // takes what a kept height leaves over
 
     connectList(m_resistances);
@@ -127,9 +109,7 @@ QWidget *ZonesSection::makePriceLine()
 {
     auto *bar = new RaisedBar;
     bar->setFixedHeight(priceLineHeight);
-    auto *line = new QHBoxLayout(bar);
-    line->setContentsMargins(rowSpacing, 0, 2, 0);
-    line->setSpacing(4);
+    auto *line = rowIn(bar, 4, {rowSpacing, 0, 2, 0});
     m_price = new TextLabel(TypeRole::bodyBold);
     m_loadingHint = makeSpinnerWithText();
     m_loadingHint->hide();
@@ -241,26 +221,13 @@ void ZonesSection::openChart()
         m_context.openUrl(*url);
 }
 
-std::vector<QWidget *> ZonesSection::allRows() const
-{
-    std::vector<QWidget *> rows(m_resistances->rows().begin(), m_resistances->rows().end());
-    rows.insert(rows.end(), m_supports->rows().begin(), m_supports->rows().end());
-    return rows;
-}
-
 bool ZonesSection::eventFilter(QObject *watched, QEvent *event)
 {
-    if (event->type() != QEvent::KeyPress)
-        return QWidget::eventFilter(watched, event);
-    const int key = static_cast<QKeyEvent *>(event)->key();
-    const std::vector<QWidget *> rows = allRows();
-    const auto at = std::ranges::find(rows, watched);
-    if (at == rows.end() || (key != Qt::Key_Up && key != Qt::Key_Down))
-        return QWidget::eventFilter(watched, event);
-    const auto to = at - rows.begin() + (key == Qt::Key_Down ? 1 : -1);
-    if (to >= 0 && to < std::ptrdiff_t(rows.size()))
-        rows[std::size_t(to)]->setFocus(Qt::TabFocusReason);
-    return true;
+    QList<QWidget *> rows;
+    for (const ZoneList *list : {m_resistances, m_supports})
+        rows.append({list->rows().begin(), list->rows().end()});
+    return moveFocusByKeys(rows, watched, *event, Qt::Key_Up, Qt::Key_Down) ||
+           QWidget::eventFilter(watched, event);
 }
 
 QList<QWidget *> ZonesSection::tabStops() const

@@ -42,7 +42,6 @@ private:
     void keepHeight(bool empty);
     void toggleSelection(const Zone &zone);
     void openChart();
-    [[nodiscard]] std::vector<QWidget *> allRows() const;
 
     PanelContext m_context;
     ZoneList *m_resistances;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "snapshot/snapshotdata.h"
 
-#include "viewmodel/panelmodel.h"
+#include "viewmodel/zonelisting.h"
 
 #include <QDateTime>
 #include <QJsonArray>

@@ -5,19 +5,19 @@
 
 namespace kestrune {
 
-/// A row, or a column, that fills `widget` to its edges.
-inline QHBoxLayout *rowIn(QWidget *widget, int spacing)
+/// A row, or a column, that fills `widget` but for the margins; without a widget a part of another layout.
+inline QHBoxLayout *rowIn(QWidget *widget, int spacing, const QMargins &margins = {})
 {
     auto *row = new QHBoxLayout(widget);
-    row->setContentsMargins(0, 0, 0, 0);
+    row->setContentsMargins(margins);
     row->setSpacing(spacing);
     return row;
 }
 
-inline QVBoxLayout *columnIn(QWidget *widget, int spacing)
+inline QVBoxLayout *columnIn(QWidget *widget, int spacing, const QMargins &margins = {})
 {
     auto *column = new QVBoxLayout(widget);
-    column->setContentsMargins(0, 0, 0, 0);
+    column->setContentsMargins(margins);
     column->setSpacing(spacing);
     return column;
 }

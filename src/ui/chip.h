@@ -5,22 +5,29 @@
 
 namespace kestrune {
 
-/// One instrument of the picker row, or one choice of a setting; `checked` marks the current one and is set
-/// by the owner only.
+/// One choice out of several in a row; `checked` marks the current one and is set by the owner only.
 class Chip : public FlatButton
 {
     Q_OBJECT
 
 public:
-    explicit Chip(const QString &text, QWidget *parent = nullptr);
+    enum class Look {
+        pill,    ///< round ends on the raised ground; blue on a soft ground when current
+        segment, ///< a thin outline; white on accent when current
+    };
 
-    [[nodiscard]] double focusRadius() const override { return height() / 2.0; }
+    explicit Chip(const QString &text, Look look = Look::pill, QWidget *parent = nullptr);
+
+    [[nodiscard]] double focusRadius() const override;
     [[nodiscard]] QAccessible::Role accessibleRole() const override { return QAccessible::RadioButton; }
     [[nodiscard]] QSize sizeHint() const override;
     [[nodiscard]] QSize minimumSizeHint() const override { return sizeHint(); }
 
 protected:
     void paintEvent(QPaintEvent *event) override;
+
+private:
+    Look m_look;
 };
 
 } // namespace kestrune

@@ -101,7 +101,7 @@ void ChipRow::rebuild()
     m_chips.clear();
     int x = 0;
     for (const QString &symbol : m_symbols) {
-        auto *chip = new Chip(symbol, m_strip);
+        auto *chip = new Chip(symbol, Chip::Look::pill, m_strip);
         chip->installEventFilter(this);
         connect(chip, &Chip::clicked, this, [this, symbol] { Q_EMIT picked(symbol); });
         chip->setGeometry(QRect(QPoint(x, ringRoom), chip->sizeHint()));
@@ -138,40 +138,25 @@ bool ChipRow::eventFilter(QObject *watched, QEvent *event)
         bringIntoView(*chip);
         return false;
     case QEvent::KeyPress:
-        return filterKey(chip, static_cast<QKeyEvent *>(event)->key());
+        return filterKey(*chip, *static_cast<QKeyEvent *>(event));
     default:
         return false;
     }
 }
 
-bool ChipRow::filterKey(Chip *chip, int key)
+bool ChipRow::filterKey(const Chip &chip, const QKeyEvent &event)
 {
-    const auto at = std::ranges::find(m_chips, chip) - m_chips.begin();
-    const auto last = std::ptrdiff_t(m_chips.size()) - 1;
-    std::ptrdiff_t to = 0;
-    switch (key) {
-    case Qt::Key_Left:
-        to = std::max<std::ptrdiff_t>(at - 1, 0);
-        break;
-    case Qt::Key_Right:
-        to = std::min(at + 1, last);
-        break;
-    case Qt::Key_Home:
-        break;
-    case Qt::Key_End:
-        to = last;
-        break;
-    default:
-        return false;
-    }
-    m_chips[std::size_t(to)]->setFocus(Qt::TabFocusReason);
+    if (event.key() != Qt::Key_Home && event.key() != Qt::Key_End)
+        return moveFocusByKeys({m_chips.begin(), m_chips.end()}, &chip, event, Qt::Key_Left, Qt::Key_Right);
+    Chip *to = event.key() == Qt::Key_Home ? m_chips.front() : m_chips.back();
+    to->setFocus(Qt::TabFocusReason);
     return true;
 }
 
 void ChipRow::wheelEvent(QWheelEvent *event)
 {
     if (farthestOffset() == 0) {
-        event->ignore(); // everything shows: the wheel is the panel's
+        event->ignore(); // everything shows: the wheel is for what is around
         return;
     }
     const QPoint pixels = event->pixelDelta();

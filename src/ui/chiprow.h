@@ -10,7 +10,7 @@ namespace kestrune {
 
 class Chip;
 
-/// The instruments in a row that scrolls sideways by wheel, by dragging and by the arrow keys, and fades out
+/// Chips in a row that scrolls sideways by wheel, by dragging and by the arrow keys, and fades out
 /// where it is cut.
 class ChipRow : public QWidget
 {
@@ -48,7 +48,7 @@ private:
     [[nodiscard]] int farthestOffset() const;
     void press(int x);
     void drag(int x);
-    bool filterKey(Chip *chip, int key);
+    bool filterKey(const Chip &chip, const QKeyEvent &event);
 
     QStringList m_symbols;
     QString m_current;

@@ -2,35 +2,33 @@
 #include "ui/choicerow.h"
 
 #include "ui/boxlayouts.h"
-#include "ui/chip.h"
 
-#include <QKeyEvent>
-
-#include <algorithm>
+#include <utility>
 
 namespace kestrune {
 
-bool moveFocusByArrows(const QList<QWidget *> &row, const QObject *watched, const QEvent &event)
+ChoiceRow::ChoiceRow(const QStringList &choices, Chip::Look look, QWidget *parent)
+    : QWidget(parent), m_look(look)
 {
-    if (event.type() != QEvent::KeyPress)
-        return false;
-    const int key = static_cast<const QKeyEvent &>(event).key();
-    const int step = key == Qt::Key_Right ? 1 : key == Qt::Key_Left ? -1 : 0;
-    const auto at = row.indexOf(watched);
-    if (step == 0 || at < 0)
-        return false;
-    row[std::clamp<qsizetype>(at + step, 0, row.size() - 1)]->setFocus(Qt::TabFocusReason);
-    return true;
+    rowIn(this, look == Chip::Look::pill ? 4 : 2);
+    setChoices(choices);
 }
 
-ChoiceRow::ChoiceRow(const QStringList &choices, QWidget *parent) : QWidget(parent)
+void ChoiceRow::setChoices(const QStringList &choices)
 {
-    auto *line = rowIn(this, 4);
+    if (m_choices == choices)
+        return;
+    m_choices = choices;
+    for (Chip *chip : std::exchange(m_chips, {})) {
+        chip->hide();
+        chip->deleteLater();
+    }
     for (qsizetype i = 0; i < choices.size(); ++i) {
-        auto *chip = new Chip(choices[i]);
+        auto *chip = new Chip(choices[i], m_look);
         chip->installEventFilter(this);
-        connect(chip, &Chip::clicked, this, [this, i] { Q_EMIT picked(i); });
-        line->addWidget(chip);
+        connect(chip, &Chip::clicked, this, [this, i, chip] { Q_EMIT picked(i, chip->text()); });
+        layout()->addWidget(chip);
+        chip->show(); // the layout itself would only do so on a later turn
         m_chips.append(chip);
     }
 }
@@ -48,7 +46,8 @@ QList<QWidget *> ChoiceRow::tabStops() const
 
 bool ChoiceRow::eventFilter(QObject *watched, QEvent *event)
 {
-    return moveFocusByArrows(tabStops(), watched, *event) || QWidget::eventFilter(watched, event);
+    return moveFocusByKeys(tabStops(), watched, *event, Qt::Key_Left, Qt::Key_Right) ||
+           QWidget::eventFilter(watched, event);
 }
 
 } // namespace kestrune

@@ -1,17 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "ui/chip.h"
+
 #include <QStringList>
-#include <QWidget>
 
 namespace kestrune {
-
-class Chip;
-
-/// Lets the left and right arrow keys move the focus along `row`, from an event filter of its widgets: true
-/// for such a key press on one of them.
-[[nodiscard]] bool moveFocusByArrows(const QList<QWidget *> &row, const QObject *watched,
-                                     const QEvent &event);
 
 /// One choice out of a few, side by side; the arrow keys move along them.
 class ChoiceRow : public QWidget
@@ -19,18 +13,23 @@ class ChoiceRow : public QWidget
     Q_OBJECT
 
 public:
-    explicit ChoiceRow(const QStringList &choices, QWidget *parent = nullptr);
+    explicit ChoiceRow(const QStringList &choices, Chip::Look look = Chip::Look::pill,
+                       QWidget *parent = nullptr);
 
+    void setChoices(const QStringList &choices);
+    /// None is current when the index is out of range.
     void setCurrent(qsizetype index);
     [[nodiscard]] QList<QWidget *> tabStops() const;
 
 Q_SIGNALS:
-    void picked(qsizetype index);
+    void picked(qsizetype index, const QString &choice);
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
+    Chip::Look m_look;
+    QStringList m_choices;
     QList<Chip *> m_chips;
 };
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "ui/flatbutton.h"
 
-#include <QAccessibleWidget>
+#include "ui/roundedrect.h"
+
 #include <QKeyEvent>
-#include <QPainter>
 
 namespace kestrune {
 
@@ -11,10 +11,11 @@ namespace {
 
 /// The toolkit's own interface would switch a checkable button without a click, so that only its look
 /// changed.
-class AccessibleFlatButton : public QAccessibleWidget
+class AccessibleFlatButton : public PressableInterface
 {
 public:
-    explicit AccessibleFlatButton(FlatButton *button) : QAccessibleWidget(button, button->accessibleRole()) {}
+    explicit AccessibleFlatButton(FlatButton *button) : PressableInterface(button, button->accessibleRole())
+    {}
 
     [[nodiscard]] QString text(QAccessible::Text kind) const override
     {
@@ -37,26 +38,11 @@ public:
         return state;
     }
 
-    [[nodiscard]] QStringList actionNames() const override
-    {
-        return QStringList{action()} + QAccessibleWidget::actionNames();
-    }
-
-    void doAction(const QString &name) override
-    {
-        if (name == toggleAction() || name == pressAction())
-            button()->click();
-        else
-            QAccessibleWidget::doAction(name);
-    }
+protected:
+    void press() override { button()->click(); }
 
 private:
     [[nodiscard]] FlatButton *button() const { return static_cast<FlatButton *>(widget()); }
-    [[nodiscard]] QString action() const
-    {
-        return role() == QAccessible::CheckBox || role() == QAccessible::RadioButton ? toggleAction()
-                                                                                     : pressAction();
-    }
 };
 
 } // namespace
@@ -92,16 +78,10 @@ void FlatButton::keyPressEvent(QKeyEvent *event)
 void FlatButton::paintGround(QPainter &painter, const QRectF &shape, double radius,
                              const QColor &ground) const
 {
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(Qt::NoPen);
-    if (ground.isValid()) {
-        painter.setBrush(ground);
-        painter.drawRoundedRect(shape, radius, radius);
-    }
-    if (m_fade.level() > 0) {
-        painter.setBrush(paletteOf(this).veil(m_fade.level()));
-        painter.drawRoundedRect(shape, radius, radius);
-    }
+    if (ground.isValid())
+        fillRounded(painter, shape, radius, ground);
+    if (m_fade.level() > 0)
+        fillRounded(painter, shape, radius, paletteOf(this).veil(m_fade.level()));
 }
 
 } // namespace kestrune

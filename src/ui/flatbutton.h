@@ -10,7 +10,7 @@
 
 namespace kestrune {
 
-/// Base of the panel's own buttons: hover and press veil, hand-over of its shape to the focus ring, Return
+/// Base of the buttons: hover and press veil, hand-over of its shape to the focus ring, Return
 /// and Enter act like Space. A checkable one shows the state it was given; a click only asks for a change.
 class FlatButton : public QAbstractButton, public FocusShape, public SelfDescribing
 {

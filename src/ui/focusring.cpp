@@ -5,9 +5,11 @@
 
 #include <QAbstractScrollArea>
 #include <QCoreApplication>
-#include <QFocusEvent>
+#include <QKeyEvent>
 #include <QPainter>
 #include <QScrollArea>
+
+#include <algorithm>
 
 namespace kestrune {
 
@@ -46,6 +48,20 @@ bool byKeyboard(Qt::FocusReason reason)
 }
 
 } // namespace
+
+bool moveFocusByKeys(const QList<QWidget *> &row, const QObject *watched, const QEvent &event, Qt::Key back,
+                     Qt::Key forward)
+{
+    if (event.type() != QEvent::KeyPress)
+        return false;
+    const int key = static_cast<const QKeyEvent &>(event).key();
+    const int step = key == forward ? 1 : key == back ? -1 : 0;
+    const auto at = row.indexOf(watched);
+    if (step == 0 || at < 0)
+        return false;
+    row[std::clamp<qsizetype>(at + step, 0, row.size() - 1)]->setFocus(Qt::TabFocusReason);
+    return true;
+}
 
 FocusRing::FocusRing(QWidget *window) : QWidget(window), m_window(window)
 {

@@ -18,6 +18,11 @@ public:
     [[nodiscard]] virtual double focusRadius() const = 0;
 };
 
+/// Lets two keys move the focus along `row`, from an event filter of its widgets: true for such a key press
+/// on one of them.
+[[nodiscard]] bool moveFocusByKeys(const QList<QWidget *> &row, const QObject *watched, const QEvent &event,
+                                   Qt::Key back, Qt::Key forward);
+
 /// The one focus ring of a window: 2 px of accent, 2 px outside the focused widget, only when the focus came
 /// by the keyboard. It moves with its widget, scrolls with it and is cut where the widget's scroll area
 /// cuts, so leave 4 px around what can be focused. Create it once as a child of the window.

@@ -19,6 +19,7 @@ namespace kestrune {
 namespace {
 
 constexpr int subpixelSteps = 4;
+constexpr int glyphCacheLimit = 1536;
 
 struct GlyphKey
 {

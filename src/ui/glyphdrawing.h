@@ -12,9 +12,7 @@ namespace kestrune {
 ///
 /// The toolkit has glyphs of PostScript-flavoured fonts, the Chinese ones among them, emboldened at small
 /// sizes: regular Chinese beside regular Latin would look bold, and bold Chinese clotted. Their glyphs are
-/// filled from the outlines here, and kept, at most `glyphCacheLimit` of them.
+/// filled from the outlines here once and kept.
 void drawGlyphs(QPainter &painter, const QTextLine &line, const QString &text, const QPointF &offset);
-
-inline constexpr int glyphCacheLimit = 1536;
 
 } // namespace kestrune

@@ -41,7 +41,7 @@ bool HelpTitle::eventFilter(QObject *watched, QEvent *event)
     return true;
 }
 
-// Only rich text is wrapped; a plain tooltip would be one line, wider than the panel.
+// Only rich text is wrapped; a plain tooltip would be one line, wider than the window.
 void HelpTitle::showHelp(const QPoint &at)
 {
     QToolTip::showText(at, u"<p>"_s + m_mark->toolTip().toHtmlEscaped() + u"</p>"_s, m_mark);

@@ -23,6 +23,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr int iconCacheLimit = 160;
+
 struct IconKey
 {
     QString name;

@@ -13,9 +13,7 @@ namespace kestrune {
 [[nodiscard]] bool hasIcon(const QString &name);
 
 /// Draws an icon of the project's set in one colour into a square, on whole device pixels at any scale of
-/// the painter. An unknown name draws nothing. Rendered icons are kept, at most `iconCacheLimit` of them.
+/// the painter. An unknown name draws nothing.
 void drawIcon(QPainter &painter, const QRectF &square, const QString &name, const QColor &color);
-
-inline constexpr int iconCacheLimit = 160;
 
 } // namespace kestrune

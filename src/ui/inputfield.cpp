@@ -2,6 +2,7 @@
 #include "ui/inputfield.h"
 
 #include "ui/palette.h"
+#include "ui/roundedrect.h"
 #include "ui/typography.h"
 
 #include <QEvent>
@@ -52,12 +53,9 @@ void InputField::paintEvent(QPaintEvent *event)
 {
     {
         QPainter painter(this);
-        painter.setRenderHint(QPainter::Antialiasing);
         const Palette &colours = paletteOf(this);
         const QColor border = hasFocus() ? colours.accent : blended(colours.hairline, colours.ground);
-        painter.setPen(QPen(border, 1));
-        painter.setBrush(colours.field);
-        painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), cornerRadius, cornerRadius);
+        outlineRounded(painter, rect(), cornerRadius, border, colours.field);
     }
     QLineEdit::paintEvent(event);
 }

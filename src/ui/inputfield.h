@@ -7,7 +7,7 @@
 
 namespace kestrune {
 
-/// A one-line text field of the panel. Return submits; what was typed and not submitted stays as it is.
+/// A one-line text field. Return submits; what was typed and not submitted stays as it is.
 class InputField : public QLineEdit, public FocusShape
 {
     Q_OBJECT

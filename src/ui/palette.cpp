@@ -90,8 +90,6 @@ QColor Palette::color(Tone tone) const
         return teal;
     case Tone::pink:
         return pink;
-    case Tone::white:
-        return Qt::white;
     }
     return text;
 }

@@ -9,22 +9,22 @@ class QWidget;
 namespace kestrune {
 
 /// A colour by its purpose. Widgets keep tones, so that a change of the palette reaches all of them.
-enum class Tone { text, secondary, accent, red, green, orange, blue, purple, teal, pink, white };
+enum class Tone { text, secondary, accent, red, green, orange, blue, purple, teal, pink };
 
-/// Every colour of the panel; the two tables stand in palette.cpp. All tones but `accent` and `white` keep a
-/// contrast of 4.5 or more as text on the grounds they stand on.
+/// Every colour of the kit; the two tables stand in palette.cpp. All tones but `accent` keep a contrast
+/// of 4.5 or more as text on the grounds they stand on.
 struct Palette
 {
     bool dark;
-    QColor ground;   ///< the panel itself
-    QColor raised;   ///< chips, price line, small buttons
+    QColor ground;   ///< of the window
+    QColor raised;   ///< chips, bars, small buttons
     QColor field;    ///< text fields, inside a hairline border
     QColor hairline; ///< dividers and borders, translucent
     QColor text;
     QColor secondary;  ///< captions, idle icons
     QColor accent;     ///< focus ring and icons; too faint for text on `raised`
     QColor accentFill; ///< ground under white text
-    QColor accentSoft; ///< selected row, current chip; translucent
+    QColor accentSoft; ///< what is selected or current; translucent
     QColor red, green, orange, blue, purple, teal, pink;
 
     [[nodiscard]] QColor color(Tone tone) const;
@@ -37,7 +37,7 @@ struct Palette
 [[nodiscard]] const Palette &darkPalette();
 [[nodiscard]] const Palette &lightPalette();
 
-/// The tokens as the toolkit's palette: set it on the panel's top-level widget, its children inherit it.
+/// The tokens as the toolkit's palette: set it on a top-level widget, its children inherit it.
 [[nodiscard]] QPalette toolkitPalette(const Palette &palette);
 /// The tokens a widget draws with: dark when the inherited window colour is dark.
 [[nodiscard]] const Palette &paletteOf(const QWidget *widget);

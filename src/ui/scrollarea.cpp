@@ -2,6 +2,7 @@
 #include "ui/scrollarea.h"
 
 #include "ui/palette.h"
+#include "ui/roundedrect.h"
 
 #include <QMouseEvent>
 #include <QPainter>
@@ -36,15 +37,12 @@ protected:
     void paintEvent(QPaintEvent *) override
     {
         QPainter painter(this);
-        painter.setRenderHint(QPainter::Antialiasing);
         const bool active = underMouse() || m_grip >= 0;
         const int thickness = active ? activeWidth : idleWidth;
         QColor color = paletteOf(this).secondary;
         color.setAlphaF(active ? 0.7F : 0.4F);
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(color);
         const QRectF shape(width() - edgeMargin - thickness, handleTop(), thickness, handleLength());
-        painter.drawRoundedRect(shape, thickness / 2.0, thickness / 2.0);
+        fillRounded(painter, shape, thickness / 2.0, color);
     }
 
     void mousePressEvent(QMouseEvent *event) override

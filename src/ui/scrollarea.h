@@ -6,7 +6,7 @@
 
 namespace kestrune {
 
-/// A frameless vertical scroll area on the panel's ground. Its thin scroll bar floats over the right margin
+/// A frameless vertical scroll area on the window's ground. Its thin scroll bar floats over the right margin
 /// of the content, so that nothing moves when it appears.
 class ScrollArea : public QScrollArea
 {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ui/tag.h"
 
+#include "ui/roundedrect.h"
 #include "ui/typography.h"
 
 #include <QPainter>
@@ -45,13 +46,10 @@ void Tag::setContent(const QString &text, Tone color)
 void Tag::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
     const QColor color = paletteOf(this).color(m_color);
     QColor ground = color;
     ground.setAlphaF(groundOpacity);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(ground);
-    painter.drawRoundedRect(rect(), radius, radius);
+    fillRounded(painter, rect(), radius, ground);
     painter.setPen(color);
     drawTextLine(painter, QPointF(tagSideMargin, tagTopMargin), m_text, TypeRole::tag);
 }

@@ -2,6 +2,7 @@
 #include "ui/textbutton.h"
 
 #include "ui/icons.h"
+#include "ui/roundedrect.h"
 
 #include <QPainter>
 
@@ -52,12 +53,8 @@ void TextButton::paintEvent(QPaintEvent *)
     QPainter painter(this);
     const Palette &palette = paletteOf(this);
     paintGround(painter, rect(), focusRadius(), m_look == Look::raised ? palette.raised : QColor());
-    if (m_look == Look::raised) { // the ground alone is lost on a ground of nearly the same colour
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.setPen(QPen(blended(palette.hairline, palette.ground), 1));
-        painter.setBrush(Qt::NoBrush);
-        painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), focusRadius(), focusRadius());
-    }
+    if (m_look == Look::raised) // the ground alone is lost on a ground of nearly the same colour
+        outlineRounded(painter, rect(), focusRadius(), blended(palette.hairline, palette.ground));
     const QColor color = palette.color(m_tone);
     double x = buttonSideMargin;
     if (!m_icon.isEmpty()) {

@@ -20,7 +20,7 @@ constexpr int endless = std::numeric_limits<int>::max();
 
 TextLabel::TextLabel(TypeRole role, QWidget *parent) : QWidget(parent), m_role(role)
 {
-    takeText({});
+    layTextIn({});
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
 }
 
@@ -28,7 +28,7 @@ TextLabel::TextLabel(const QString &text, TypeRole role, Tone tone, QWidget *par
 {
     m_text = text;
     m_tone = tone;
-    takeText(text);
+    layTextIn(text);
     setAccessibleName(text);
 }
 
@@ -81,11 +81,6 @@ void TextLabel::setElide(Qt::TextElideMode mode)
     changed();
 }
 
-int TextLabel::lineCount() const
-{
-    return linesFor(m_wrap ? width() : endless);
-}
-
 QSize TextLabel::sizeHint() const
 {
     return naturalSize();
@@ -115,9 +110,9 @@ void TextLabel::paintEvent(QPaintEvent *)
     if (m_elide != Qt::ElideNone && naturalSize().width() > width()) {
         const QString cut = QFontMetricsF(fontFor(m_role)).elidedText(m_text, m_elide, width());
         if (m_layout.text() != cut)
-            takeText(cut);
+            layTextIn(cut);
     } else if (m_layout.text() != m_text) {
-        takeText(m_text);
+        layTextIn(m_text);
     }
     layOut(m_wrap ? width() : endless);
     for (int i = 0; i < m_layout.lineCount(); ++i) {
@@ -130,13 +125,13 @@ void TextLabel::paintEvent(QPaintEvent *)
     }
 }
 
-// A fresh text of the old size needs no new layout of the panel: that is the common price tick.
+// A fresh text of the old size needs no new layout around it: that is the common case, a number that ticks.
 void TextLabel::changed()
 {
     const QSize before = m_natural;
     const int linesBefore = m_wrap ? linesFor(width()) : 1;
     m_natural = {};
-    takeText(m_text);
+    layTextIn(m_text);
     const bool sameSize =
         m_wrap ? linesFor(width()) == linesBefore : before.isValid() && naturalSize() == before;
     if (!sameSize)
@@ -144,17 +139,9 @@ void TextLabel::changed()
     update();
 }
 
-void TextLabel::takeText(const QString &text) const
+void TextLabel::layTextIn(const QString &text) const
 {
-    m_layout.clearLayout();
-    m_layout.setFont(fontFor(m_role));
-    m_layout.setText(text);
-    m_layout.setFormats({});
-    m_layout.setCacheEnabled(true);
-    QTextOption option;
-    option.setWrapMode(m_wrap ? QTextOption::WrapAtWordBoundaryOrAnywhere : QTextOption::NoWrap);
-    m_layout.setTextOption(option);
-    useColourEmoji(m_layout);
+    takeText(m_layout, text, m_role, m_wrap);
     m_layoutWidth = -1;
     m_lineCounts.fill({});
 }
@@ -163,16 +150,7 @@ void TextLabel::layOut(int width) const
 {
     if (m_layoutWidth == width)
         return;
-    int lines = 0;
-    m_layout.beginLayout();
-    for (QTextLine line = m_layout.createLine(); line.isValid(); line = m_layout.createLine()) {
-        line.setLineWidth(width);
-        // A fallback family has a taller line; every baseline stands where the role says.
-        const double baseline = lines * lineHeight(m_role) + baselineInLine(m_role);
-        line.setPosition(QPointF(0, baseline - line.ascent()));
-        ++lines;
-    }
-    m_layout.endLayout();
+    breakLines(m_layout, m_role, width);
     m_layoutWidth = width;
 }
 
@@ -193,7 +171,7 @@ QSize TextLabel::naturalSize() const
 {
     if (!m_natural.isValid()) {
         if (m_layout.text() != m_text)
-            takeText(m_text);
+            layTextIn(m_text);
         layOut(endless);
         m_natural = {static_cast<int>(std::ceil(m_layout.maximumWidth())), lineHeight(m_role)};
     }

@@ -35,8 +35,6 @@ public:
     void setWrap(bool wrap);
     /// Lets a single line shrink and be cut; Qt::ElideNone at first.
     void setElide(Qt::TextElideMode mode);
-    /// Lines the text takes at the current width.
-    [[nodiscard]] int lineCount() const;
 
     [[nodiscard]] QSize sizeHint() const override;
     [[nodiscard]] QSize minimumSizeHint() const override;
@@ -54,7 +52,7 @@ private:
     };
 
     void changed();
-    void takeText(const QString &text) const;
+    void layTextIn(const QString &text) const;
     /// Breaks the taken text for `width`.
     void layOut(int width) const;
     /// The number of its lines at `width`.

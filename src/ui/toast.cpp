@@ -4,6 +4,7 @@
 #include "ui/glyphdrawing.h"
 #include "ui/icons.h"
 #include "ui/palette.h"
+#include "ui/roundedrect.h"
 #include "ui/typography.h"
 
 #include <QAccessible>
@@ -33,11 +34,9 @@ constexpr auto role = TypeRole::caption;
 /// Widening veils beneath the capsule: a soft shadow without a blur.
 void paintShadow(QPainter &painter, const QRectF &capsule, double toastRadius)
 {
-    painter.setPen(Qt::NoPen);
     for (int spread = shadowMargin - 2; spread > 0; --spread) {
-        painter.setBrush(QColor(0, 0, 0, 1 + (shadowMargin - spread) / 2));
         const QRectF shape = capsule.adjusted(-spread, -spread, spread, spread).translated(0, 2);
-        painter.drawRoundedRect(shape, toastRadius + spread, toastRadius + spread);
+        fillRounded(painter, shape, toastRadius + spread, QColor(0, 0, 0, 1 + (shadowMargin - spread) / 2));
     }
 }
 
@@ -71,7 +70,7 @@ void Toast::present(const QString &message, bool isError)
     place();
     show();
     raise();
-    if (!isVisible()) { // the panel itself is hidden: nobody would see it go
+    if (!isVisible()) { // the parent is hidden: nobody would see it go
         clear();
         return;
     }
@@ -92,16 +91,14 @@ void Toast::setAnchor(const QPoint &bottomCenter, int maximumWidth)
 void Toast::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
     painter.setOpacity(m_presence);
     painter.translate(shadowMargin, shadowMargin + travel * (1 - m_presence));
     const Palette &palette = paletteOf(this);
     const QRectF capsule(QPointF(0, 0), m_capsule);
     const double toastRadius = std::min(capsule.height() / 2, 16.0);
     paintShadow(painter, capsule, toastRadius);
-    painter.setPen(QPen(blended(palette.hairline, palette.raised), 1));
-    painter.setBrush(palette.raised);
-    painter.drawRoundedRect(capsule.adjusted(0.5, 0.5, -0.5, -0.5), toastRadius - 0.5, toastRadius - 0.5);
+    outlineRounded(painter, capsule, toastRadius - 0.5, blended(palette.hairline, palette.raised),
+                   palette.raised);
 
     const QRectF icon(sidePadding, (capsule.height() - toastIconSide) / 2, toastIconSide, toastIconSide);
     drawIcon(painter, icon, m_isError ? u"exclamationmark.triangle.fill"_s : u"checkmark.circle.fill"_s,
@@ -128,25 +125,13 @@ void Toast::slideTo(double presence)
 void Toast::place()
 {
     const int around = 2 * sidePadding + toastIconSide + toastIconGap;
-    m_layout.setFont(fontFor(role));
-    m_layout.setText(m_message);
-    useColourEmoji(m_layout);
-    QTextOption option;
-    option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
-    m_layout.setTextOption(option);
-    m_layout.setCacheEnabled(true);
-    int lines = 0;
+    takeText(m_layout, m_message, role, true);
+    breakLines(m_layout, role, std::max(m_maximumWidth - around, 40));
     double widest = 0;
-    m_layout.beginLayout();
-    for (QTextLine line = m_layout.createLine(); line.isValid(); line = m_layout.createLine()) {
-        line.setLineWidth(std::max(m_maximumWidth - around, 40));
-        line.setPosition(QPointF(0, lines * lineHeight(role) + baselineInLine(role) - line.ascent()));
-        widest = std::max(widest, line.naturalTextWidth());
-        ++lines;
-    }
-    m_layout.endLayout();
+    for (int i = 0; i < m_layout.lineCount(); ++i)
+        widest = std::max(widest, m_layout.lineAt(i).naturalTextWidth());
     m_capsule = {static_cast<int>(std::ceil(widest)) + around,
-                 std::max(lines, 1) * lineHeight(role) + 2 * topPadding};
+                 std::max(m_layout.lineCount(), 1) * lineHeight(role) + 2 * topPadding};
     const QPoint corner = m_bottomCenter - QPoint(m_capsule.width() / 2, m_capsule.height());
     setGeometry(
         QRect(corner, m_capsule).adjusted(-shadowMargin, -shadowMargin, shadowMargin, shadowMargin + travel));

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ui/toggleswitch.h"
 
+#include "ui/roundedrect.h"
 #include "ui/typography.h"
 
 #include <QPainter>
@@ -36,16 +37,12 @@ void ToggleSwitch::paintEvent(QPaintEvent *)
     drawTextLine(painter, QPointF(0, top), text(), TypeRole::caption);
     const QRectF track(width() - switchWidth, (height() - trackHeight) / 2.0, switchWidth, trackHeight);
     const double radius = trackHeight / 2.0;
-    painter.setRenderHint(QPainter::Antialiasing);
-    if (!isChecked()) { // off needs an outline to be seen on either ground
-        painter.setPen(QPen(palette.secondary, 1));
-        painter.setBrush(palette.raised);
-        painter.drawRoundedRect(track.adjusted(0.5, 0.5, -0.5, -0.5), radius - 0.5, radius - 0.5);
-        painter.setPen(Qt::NoPen);
-    }
+    if (!isChecked()) // off needs an outline to be seen on either ground
+        outlineRounded(painter, track, radius - 0.5, palette.secondary, palette.raised);
     paintGround(painter, track, radius, isChecked() ? palette.accentFill : QColor());
     const double side = trackHeight - 2 * knobInset;
     const double x = isChecked() ? track.right() - knobInset - side : track.left() + knobInset;
+    painter.setPen(Qt::NoPen);
     painter.setBrush(isChecked() ? QColor(Qt::white) : palette.secondary);
     painter.drawEllipse(QRectF(x, track.top() + knobInset, side, side).adjusted(1, 1, -1, -1));
 }

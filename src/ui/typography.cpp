@@ -97,14 +97,6 @@ const RoleEntry &entryOf(TypeRole role)
     return table[static_cast<std::size_t>(role)];
 }
 
-/// Colour emoji at the size of `font`.
-QFont emojiFont(QFont font)
-{
-    font.setFamilies({u"Noto Color Emoji"_s});
-    font.setWeight(QFont::Normal);
-    return font;
-}
-
 bool isEmojiLead(const QString &text, qsizetype at)
 {
     const bool selected = at + 1 < text.size() && text[at + 1] == QChar(0xFE0F);
@@ -114,6 +106,26 @@ bool isEmojiLead(const QString &text, qsizetype at)
         return false;
     const char32_t point = QChar::surrogateToUcs4(text[at], text[at + 1]);
     return point >= 0x1F300 && point <= 0x1FAFF;
+}
+
+/// The emoji of a text in the colour emoji family: the warning sign with its variation selector and the
+/// pictographs beyond the basic plane would otherwise come from a text family, black.
+QList<QTextLayout::FormatRange> emojiFormats(const QString &text, QFont font)
+{
+    font.setFamilies({u"Noto Color Emoji"_s});
+    font.setWeight(QFont::Normal);
+    QList<QTextLayout::FormatRange> formats;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        if (!isEmojiLead(text, i))
+            continue;
+        QTextLayout::FormatRange range;
+        range.start = static_cast<int>(i);
+        range.length = 2; // a surrogate pair, or a sign and its variation selector
+        range.format.setFont(font);
+        formats.append(range);
+        ++i;
+    }
+    return formats;
 }
 
 } // namespace
@@ -139,22 +151,29 @@ int baselineInLine(TypeRole role)
     return entryOf(role).baseline;
 }
 
-void useColourEmoji(QTextLayout &layout)
+void takeText(QTextLayout &layout, const QString &text, TypeRole role, bool wrap)
 {
-    const QString text = layout.text();
-    QList<QTextLayout::FormatRange> formats;
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        if (!isEmojiLead(text, i))
-            continue;
-        QTextLayout::FormatRange range;
-        range.start = static_cast<int>(i);
-        range.length = 2; // a surrogate pair, or a sign and its variation selector
-        range.format.setFont(emojiFont(layout.font()));
-        formats.append(range);
-        ++i;
+    layout.clearLayout();
+    layout.setFont(fontFor(role));
+    layout.setText(text);
+    layout.setFormats(emojiFormats(text, layout.font()));
+    layout.setCacheEnabled(true);
+    QTextOption option;
+    option.setWrapMode(wrap ? QTextOption::WrapAtWordBoundaryOrAnywhere : QTextOption::NoWrap);
+    layout.setTextOption(option);
+}
+
+void breakLines(QTextLayout &layout, TypeRole role, int width)
+{
+    double top = 0;
+    layout.beginLayout();
+    for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
+        line.setLineWidth(width);
+        // A fallback family has a taller line; every baseline stands where the role says.
+        line.setPosition(QPointF(0, top + baselineInLine(role) - line.ascent()));
+        top += lineHeight(role);
     }
-    if (!formats.isEmpty())
-        layout.setFormats(formats);
+    layout.endLayout();
 }
 
 int textWidth(const QString &text, TypeRole role)

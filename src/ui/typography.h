@@ -26,7 +26,7 @@ enum class TypeRole {
 /// The font of a role: Latin family first, then Chinese, then emoji; the system's family where Noto is
 /// missing. Sizes are pixels and hinting is fixed, so that no desktop setting changes a picture.
 [[nodiscard]] const QFont &fontFor(TypeRole role);
-/// The panel's families at `pixelSize`; also for the status pictures.
+/// The Latin role families at `pixelSize`, for pictures outside the type scale.
 [[nodiscard]] QFont uiFont(int pixelSize, QFont::Weight weight);
 
 /// Height of a line of text in a role: 1.35 of the size, whole pixels.
@@ -34,9 +34,10 @@ enum class TypeRole {
 /// Distance of the baseline from the top of such a line; the same whatever scripts the line mixes.
 [[nodiscard]] int baselineInLine(TypeRole role);
 
-/// Marks the emoji of the layout's text for the colour emoji family: the warning sign with its variation
-/// selector and the pictographs beyond the basic plane would otherwise come from a text family, black.
-void useColourEmoji(QTextLayout &layout);
+/// Gives the layout a text in a role, its emoji in colour, to be wrapped or not.
+void takeText(QTextLayout &layout, const QString &text, TypeRole role, bool wrap);
+/// Breaks the text of a layout into lines of `width`, each on the role's line height.
+void breakLines(QTextLayout &layout, TypeRole role, int width);
 
 /// Advance of one line of text, rounded up to whole pixels.
 [[nodiscard]] int textWidth(const QString &text, TypeRole role);

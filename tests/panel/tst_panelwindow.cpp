@@ -1,379 +1,319 @@
 // SPDX-License-Identifier: MIT
-#include "ui/disclosure.h"
-#include "ui/focusring.h"
+#include "panelfixture.h"
+
 #include "panel/helpsheet.h"
 #include "panel/helpview.h"
-#include "ui/iconbutton.h"
-#include "ui/inputfield.h"
-#include "panel/pixelsparkline.h"
-#include "ui/scrollarea.h"
-#include "ui/textlabel.h"
-#include "panel/zonerow.h"
-#include "panelfixture.h"
 #include "support/testregistry.h"
-#include "zonebuilder.h"
+#include "ui/disclosure.h"
+#include "ui/focusring.h"
+#include "ui/iconbutton.h"
+#include "ui/scrollarea.h"
 
-#include <QAccessible>
 #include <QScrollBar>
 #include <QToolTip>
 #include <QVBoxLayout>
-
-#include <algorithm>
+#include <QVariantAnimation>
 
 using namespace kestrune;
 using namespace kestrune::test;
-using namespace Qt::StringLiterals;
 
-namespace {
-
-/// Whether nothing around a label cuts it off, but for what can be scrolled.
-bool isWithinAll(const TextLabel &label)
-{
-    for (const QWidget *at = label.parentWidget(); at && !at->isWindow(); at = at->parentWidget()) {
-        if (!at->rect().contains(QRect(label.mapTo(at, QPoint(0, 0)), label.size())))
-            return qobject_cast<const QAbstractScrollArea *>(at->parentWidget()) != nullptr;
-    }
-    return true;
-}
-
-bool isReadable(const TextLabel &label)
-{
-    return label.width() >= label.sizeHint().width() || label.sizePolicy().hasHeightForWidth() ||
-           !label.toolTip().isEmpty();
-}
-
-} // namespace
-
+/// The panel as a window: keyboard, places, colours, and the usage guide over it.
 class PanelWindowTest : public QObject
 {
     Q_OBJECT
-private Q_SLOTS:
-    void helpOpensOverThePanel();
-    void escapeClosesHelpThenThePanel();
-    void itWorksInsideAnotherWindow();
-    void tabFollowsTheReadingOrder();
-    void tabBeginsAtTheFirstButton();
-    void arrowsMoveAlongRowsAndTimeframes();
-    void unfoldedSectionsComeIntoView();
-    void nothingIsCutAtAnyPrice_data();
-    void nothingIsCutAtAnyPrice();
-    void theMarketNoticeStandsAboveTheFooter();
-    void thePanelGivesWayToALowScreen();
-    void colourSchemesAreSwitchedAtOnce();
-    void everythingHasANameForReaders();
-};
 
-void PanelWindowTest::helpOpensOverThePanel()
-{
-    QCOMPARE(sheetGeometry({500, 100, 320, 900}, {380, 460}, {0, 0, 1920, 1080}), QRect(469, 319, 380, 460));
-    QCOMPARE(sheetGeometry({0, 0, 320, 900}, {380, 460}, {0, 0, 1920, 1080}).left(), 0);
-    QCOMPARE(sheetGeometry({1600, 0, 320, 900}, {380, 460}, {0, 0, 1920, 1080}).right(), 1919);
-    QCOMPARE(sheetGeometry({100, 27, 320, 400}, {380, 460}, {0, 27, 1024, 400}).top(), 27);
+    inline static const QString bling = u"赚翻了：状态栏多标的霓虹灯效"_s;
 
-    Shown fixture;
-    fixture.click(u"使用说明"_s);
-    QVERIFY(fixture.view->isHelpShown() && fixture.view->isVisible());
-    auto *help = fixture.view->findChild<HelpView *>();
-    QCOMPARE(help->size(), QSize(380, 460));
-    QVERIFY(help->window() != fixture.view.get());
-    QCOMPARE(paletteOf(help).dark, paletteOf(fixture.view.get()).dark);
-    const auto closers = help->findChildren<QAbstractButton *>();
-    QCOMPARE(closers.size(), 2);
-    for (QAbstractButton *closer : closers) {
-        fixture.click(u"使用说明"_s);
-        QTest::mouseClick(closer, Qt::LeftButton);
-        QVERIFY(!fixture.view->isHelpShown() && fixture.view->isVisible());
-    }
-    fixture.click(u"使用说明"_s);
-    QTest::mouseClick(help->window(), Qt::LeftButton, {}, QPoint(-30, -30)); // outside
-    QVERIFY(!fixture.view->isHelpShown() && fixture.view->isVisible());
-    fixture.click(u"使用说明"_s);
-    fixture.view->hide();
-    QVERIFY(!help->isVisible());
-}
-
-void PanelWindowTest::escapeClosesHelpThenThePanel()
-{
-    Shown fixture;
-    int requests = 0;
-    connect(fixture.view.get(), &PopoverView::closeRequested, this, [&] { ++requests; });
-    fixture.click(u"使用说明"_s);
-    auto *help = fixture.view->findChild<HelpView *>();
-    QTest::keyClick(help->window()->focusWidget(), Qt::Key_PageDown); // it scrolls at once, without a Tab
-    QVERIFY(help->findChild<QScrollArea *>()->verticalScrollBar()->value() > 100);
-    QTest::keyClick(help->window()->focusWidget(), Qt::Key_Escape);
-    QVERIFY(!fixture.view->isHelpShown() && fixture.view->isVisible());
-    QCOMPARE(requests, 0);
-    fixture.field(u"目标价"_s)->setFocus();
-    QTest::keyClick(fixture.field(u"目标价"_s), Qt::Key_Escape); // from inside a field too
-    QCOMPARE(requests, 1);
-    QVERIFY(!fixture.view->isVisible());
-}
-
-// The program shows the panel inside the window of its popover.
-void PanelWindowTest::itWorksInsideAnotherWindow()
-{
-    QWidget window;
-    PanelFixture fixture;
-    fixture.fillMarket();
-    auto *layout = new QVBoxLayout(&window);
-    layout->setContentsMargins({});
-    layout->addWidget(fixture.view.get());
-    fixture.state->marketContextExpanded = true;
-    fixture.tick(3500);
-    window.show();
-    QVERIFY(fixture.texts().contains(u"3,500"_s));
-    QVERIFY(fixture.texts().contains(u"RSI(14)"_s)); // unfolded at once
-    const QImage first = window.grab().toImage();
-    fixture.settle();
-    QVERIFY(window.grab().toImage() == first); // nothing was still moving
-
-    ZoneRow *row = fixture.shown<ZoneRow>()[3];
-    row->setFocus(Qt::TabFocusReason);
-    QVERIFY(fixture.view->findChild<FocusRing *>()->target());
-    QTest::keyClick(row, Qt::Key_Escape);
-    QVERIFY(fixture.view->isVisible()); // the window's affair
-
-    auto *sparkline = fixture.view->findChild<PixelSparkline *>();
-    QVERIFY(sparkline->isPulsing());
-    window.hide();
-    QVERIFY(!sparkline->isPulsing());
-    fixture.tick(3600);
-    fixture.settle();
-    window.show();
-    QVERIFY(fixture.texts().contains(u"3,600"_s));
-}
-
-void PanelWindowTest::tabFollowsTheReadingOrder()
-{
-    Shown fixture;
-    fixture.view->setSettingsExpanded(true);
-    fixture.enterAlert(u"7"_s);
-    QTest::mouseClick(fixture.rows()[4], Qt::LeftButton);
-    std::vector<Zone> zones = fixture.state->zones();
-    zones.insert(zones.begin(), makeZone(u"resistance"_s, 3800, 9.9, 1)); // rows that came late
-    zones.push_back(makeZone(u"support"_s, 3100, -10, 3));
-    fixture.state->zones = zones;
-    fixture.view->activateWindow();
-    fixture.view->setFixedHeight(2400); // everything shows, nothing scrolls
-    fixture.settle();
-    QTest::qWait(250); // the settings unfold
-    QWidget *first = fixture.button(u"1H"_s);
-    first->setFocus(Qt::TabFocusReason);
-    QList<QWidget *> order;
-    for (QWidget *at = first; !order.contains(at); at = fixture.view->focusWidget()) {
-        order.append(at);
-        QTest::keyClick(at, Qt::Key_Tab);
-        QVERIFY2(order.size() < 200, "Tab does not come round");
-    }
-    QVERIFY(order.size() > 50);
-    QCOMPARE(fixture.view->focusWidget(), first);
-    const auto place = [&](const QWidget *widget) {
-        return widget->mapTo(fixture.view.get(), widget->rect().center());
-    };
-    for (qsizetype i = 1; i < order.size(); ++i) {
-        const QPoint here = place(order[i]);
-        const QPoint before = place(order[i - 1]);
-        const bool inside = order[i - 1]->isAncestorOf(order[i]);
-        const bool below = here.y() > before.y() + 14;
-        const bool beside = std::abs(here.y() - before.y()) <= 14 && here.x() > before.x();
-        QVERIFY2(inside || below || beside, qPrintable(u"%1 after %2"_s.arg(order[i]->accessibleName(),
-                                                                            order[i - 1]->accessibleName())));
-    }
-}
-
-void PanelWindowTest::tabBeginsAtTheFirstButton()
-{
-    Shown fixture;
-    fixture.view->setSettingsExpanded(true);
-    fixture.view->activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(fixture.view.get()));
-    // The toolkit itself gives the focus of a new window to the first stop.
-    QCOMPARE(fixture.view->focusWidget(), fixture.button(u"1H"_s));
-    QVERIFY(!fixture.view->findChild<FocusRing *>()->target()); // not by the keyboard
-    QTest::keyClick(fixture.view->focusWidget(), Qt::Key_Backtab, Qt::ShiftModifier);
-    QCOMPARE(fixture.view->focusWidget(), fixture.button(u"赚翻了：状态栏多标的霓虹灯效"_s));
-}
-
-void PanelWindowTest::arrowsMoveAlongRowsAndTimeframes()
-{
-    Shown fixture;
-    fixture.view->setMaximumPanelHeight(300);
-    fixture.settle();
-    const auto rows = fixture.rows();
-    rows[2]->setFocus(Qt::TabFocusReason);
-    QTest::keyClick(rows[2], Qt::Key_Down);
-    QCOMPARE(fixture.view->focusWidget(), rows[3]);                     // over the price line to the supports
-    QCOMPARE(rows[3]->visibleRegion().boundingRect(), rows[3]->rect()); // scrolled to where it is seen
-    QTest::keyClick(rows[3], Qt::Key_Up);
-    QTest::keyClick(rows[2], Qt::Key_Up);
-    QCOMPARE(fixture.view->focusWidget(), rows[1]);
-    QAbstractButton *day = fixture.button(u"日线"_s);
-    day->setFocus(Qt::TabFocusReason);
-    QTest::keyClick(day, Qt::Key_Right); // the last one
-    QCOMPARE(fixture.view->focusWidget(), day);
-    QTest::keyClick(day, Qt::Key_Left);
-    QTest::keyClick(fixture.view->focusWidget(), Qt::Key_Return);
-    QCOMPARE(fixture.state->timeframe(), u"4H"_s);
-}
-
-void PanelWindowTest::unfoldedSectionsComeIntoView()
-{
-    Shown fixture;
-    auto *bar = fixture.view->findChild<ScrollArea *>()->verticalScrollBar();
-    const auto inView = [&](const QWidget *widget) {
+    static bool isInView(const QWidget *widget)
+    {
         return widget->visibleRegion().boundingRect() == widget->rect();
-    };
-    const auto titled = [&](const QString &title) {
-        const auto headers = fixture.shown<DisclosureHeader>();
-        return *std::ranges::find(headers, title, &DisclosureHeader::text);
-    };
-    fixture.view->setMaximumPanelHeight(850);
-    fixture.settle();
-    bar->setValue(bar->maximum());
-    DisclosureHeader *settings = titled(u"设置"_s);
-    const QWidget *last = settings->parentWidget();
-    QVERIFY(inView(last)); // only its title yet
-    const int folded = last->height();
-    QTest::mouseClick(settings, Qt::LeftButton);
-    QTRY_VERIFY(last->height() > folded + 200 && inView(last));
-    QTest::qWait(250);
-    QVERIFY(inView(last));
-    QVERIFY(inView(settings));
+    }
 
-    // A view too low for all of it keeps the title, and folding it scrolls nothing by itself.
-    QTest::mouseClick(settings, Qt::LeftButton);
-    QTRY_COMPARE(last->height(), folded);
-    fixture.view->setMaximumPanelHeight(500);
-    fixture.settle();
-    bar->setValue(bar->maximum());
-    QTest::mouseClick(settings, Qt::LeftButton);
-    QTRY_VERIFY(last->height() > folded + 200);
-    QTest::qWait(250);
-    QVERIFY(inView(settings));
-    QVERIFY(!inView(last));
+    /// Whether a label has room for its text, and nothing but what can be scrolled cuts it off.
+    static bool isWhole(const TextLabel &label)
+    {
+        const bool wide = label.width() >= label.sizeHint().width() || !label.toolTip().isEmpty();
+        if (label.height() < label.heightForWidth(label.width()) || !(wide || label.hasHeightForWidth()))
+            return false;
+        for (const QWidget *at = label.parentWidget(); at && !at->isWindow(); at = at->parentWidget()) {
+            if (!at->rect().contains(QRect(label.mapTo(at, QPoint()), label.size())))
+                return qobject_cast<const QAbstractScrollArea *>(at->parentWidget()) != nullptr;
+        }
+        return true;
+    }
 
-    // What is in view anyway stays where it is.
-    QTest::mouseClick(settings, Qt::LeftButton);
-    QTRY_COMPARE(last->height(), folded);
-    fixture.view->setMaximumPanelHeight(900);
-    fixture.settle();
-    bar->setValue(20);
-    DisclosureHeader *context = titled(u"市场背景"_s);
-    QVERIFY(inView(context));
-    QTest::mouseClick(context, Qt::LeftButton);
-    QTest::qWait(300);
-    QVERIFY(inView(context->parentWidget()));
-}
+private Q_SLOTS:
+    void helpOpensOverThePanelAndCloses()
+    {
+        const QRect screen(0, 0, 1920, 1080);
+        QCOMPARE(sheetGeometry({500, 100, 320, 900}, {380, 460}, screen), QRect(469, 319, 380, 460));
+        QCOMPARE(sheetGeometry({0, 0, 320, 900}, {380, 460}, screen).left(), 0);
+        QCOMPARE(sheetGeometry({1600, 0, 320, 900}, {380, 460}, screen).right(), 1919);
+        QCOMPARE(sheetGeometry({100, 27, 320, 400}, {380, 460}, {0, 27, 1024, 400}).top(), 27);
 
-void PanelWindowTest::nothingIsCutAtAnyPrice_data()
-{
-    QTest::addColumn<double>("base");
-    QTest::addColumn<int>("decimals");
-    QTest::newRow("tiny") << 0.000012 << 6;
-    QTest::newRow("huge") << 1234567.89 << 2;
-}
+        Shown panel;
+        int requests = 0;
+        connect(panel.view.get(), &PopoverView::closeRequested, this, [&] { ++requests; });
+        const auto open = [&] {
+            panel.press(u"使用说明"_s);
+            return panel.view->isHelpShown();
+        };
+        const auto closedAlone = [&] {
+            return !panel.view->isHelpShown() && panel.view->isVisible() && requests == 0;
+        };
+        QVERIFY(open());
+        auto *help = panel.view->findChild<HelpView *>();
+        QVERIFY(help->size() == QSize(380, 460) && help->window() != panel.view.get());
+        const QStringList texts = panel.texts();
+        for (const HelpParagraph &paragraph : helpParagraphs())
+            QVERIFY(texts.contains(paragraph.title) && texts.contains(paragraph.text));
+        for (const TextLabel *label : help->findChildren<TextLabel *>())
+            QVERIFY2(isWhole(*label), qPrintable(label->text()));
+        panel.press(u"关闭"_s, 0);
+        QVERIFY(closedAlone() && open());
+        panel.press(u"关闭"_s, 1);
+        QVERIFY(closedAlone() && open());
+        QTest::mouseClick(help->window(), Qt::LeftButton, {}, QPoint(-30, -30)); // outside
+        QVERIFY(closedAlone() && open());
+        QTest::keyClick(help->window()->focusWidget(), Qt::Key_PageDown); // it scrolls at once, without a Tab
+        QVERIFY(help->findChild<QScrollArea *>()->verticalScrollBar()->value() > 100);
+        QTest::keyClick(help->window()->focusWidget(), Qt::Key_Escape);
+        QVERIFY(closedAlone() && open());
+        panel.view->hide(); // takes it along
+        QVERIFY(!help->isVisible());
+        panel.view->show();
+        QTest::keyClick(panel.find(u"目标价"_s), Qt::Key_Escape); // from inside a field too
+        QVERIFY(requests == 1 && !panel.view->isVisible());
+    }
 
-void PanelWindowTest::nothingIsCutAtAnyPrice()
-{
-    QFETCH(double, base);
-    QFETCH(int, decimals);
-    PanelFixture fixture;
-    fixture.fillMarket(base);
-    fixture.state->decimals = decimals;
-    fixture.state->accountSize = 123456789;
-    fixture.state->leverage = 125;
-    fixture.state->isLoading = true;
-    fixture.state->changePct = -100.0;
-    fixture.state->marketContextExpanded = true;
-    fixture.state->selectedZonePrice = fixture.state->zones()[4].mid;
-    fixture.state->selectedZoneType = u"support"_s;
-    fixture.state->addAlert(base * 1.01);
-    fixture.view->setSettingsExpanded(true);
-    fixture.view->show();
-    fixture.settle();
-    const auto labels = fixture.shown<TextLabel>();
-    QVERIFY(labels.size() > 40);
-    for (const TextLabel *label : labels) {
-        QVERIFY2(isReadable(*label), qPrintable(label->text()));
-        QVERIFY2(label->height() >= label->heightForWidth(label->width()), qPrintable(label->text()));
-        QVERIFY2(isWithinAll(*label), qPrintable(label->text()));
-        for (const TextLabel *other : labels) {
-            if (other != label && other->parentWidget() == label->parentWidget())
-                QVERIFY2(!label->geometry().intersects(other->geometry()), qPrintable(label->text()));
+    // The program shows the panel inside the window of its popover.
+    void itWorksInsideAnotherWindow()
+    {
+        QWidget window;
+        PanelFixture panel;
+        panel.fillMarket();
+        (new QVBoxLayout(&window))->addWidget(panel.view.get());
+        panel.state->marketContextExpanded = true;
+        window.show();
+        QVERIFY(panel.shows(u"RSI(14)"_s)); // unfolded at once
+        const QImage first = window.grab().toImage();
+        drainEvents();
+        QVERIFY(window.grab().toImage() == first); // nothing was still moving
+        panel.find(u"支撑 3,418 -1.12%"_s)->setFocus(Qt::TabFocusReason);
+        QVERIFY(panel.view->findChild<FocusRing *>()->target());
+        panel.key(Qt::Key_Escape);
+        QVERIFY(panel.view->isVisible()); // the window's affair
+    }
+
+    void tabFollowsTheReadingOrder()
+    {
+        Shown panel(true);
+        panel.view->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(panel.view.get()));
+        QCOMPARE(panel.view->focusWidget(), panel.find(u"1H"_s)); // the toolkit's choice: the first stop
+        QVERIFY(!panel.view->findChild<FocusRing *>()->target()); // not by the keyboard
+        QCOMPARE(panel.key(Qt::Key_Backtab, Qt::ShiftModifier), bling);
+
+        panel.enter(u"目标价"_s, u"7"_s);
+        panel.press(u"支撑 3,306 -4.37%"_s);
+        std::vector<Zone> zones = panel.state->zones();
+        zones.insert(zones.begin(), makeZone(u"resistance"_s, 3800, 9.9, 1)); // rows that came late
+        zones.push_back(makeZone(u"support"_s, 3100, -10, 3));
+        panel.state->zones = zones;
+        panel.view->setFixedHeight(2400); // everything shows, nothing scrolls
+        drainEvents();
+        panel.find(u"1H"_s)->setFocus(Qt::TabFocusReason);
+        QList<QWidget *> order;
+        for (QWidget *at = panel.view->focusWidget(); !order.contains(at); at = panel.view->focusWidget()) {
+            order.append(at);
+            QTest::keyClick(at, Qt::Key_Tab);
+        }
+        QVERIFY(order.size() > 50 && panel.view->focusWidget() == order.first());
+        const auto place = [&](QWidget *widget) {
+            return widget->mapTo(panel.view.get(), widget->rect().center());
+        };
+        for (qsizetype i = 1; i < order.size(); ++i) {
+            const QPoint step = place(order[i]) - place(order[i - 1]);
+            QVERIFY2(order[i - 1]->isAncestorOf(order[i]) || step.y() > 14 ||
+                         (step.y() >= -14 && step.x() > 0),
+                     qPrintable(order[i]->accessibleName()));
         }
     }
-    // The instrument's name is read in full beside the longest price.
-    QVERIFY(labels[0]->width() >= labels[0]->sizeHint().width());
-    for (const ZoneRow *row : fixture.shown<ZoneRow>())
-        QVERIFY(row->height() >= row->heightForWidth(row->width()));
-}
 
-void PanelWindowTest::theMarketNoticeStandsAboveTheFooter()
-{
-    const QString notice = u"行情服务器 a.very.long.host.name.of.some.market.server.example.com"_s;
-    Shown fixture(notice);
-    const auto labels = fixture.shown<TextLabel>();
-    const auto found = std::ranges::find(labels, notice, &TextLabel::text);
-    QVERIFY(found != labels.end());
-    QCOMPARE((*found)->tone(), Tone::orange);
-    QCOMPARE((*found)->toolTip(), notice); // cut in the middle, whole in the tooltip
-    QVERIFY((*found)->mapTo(fixture.view.get(), QPoint(0, 0)).y() <
-            fixture.button(u"刷新数据"_s)->mapTo(fixture.view.get(), QPoint(0, 0)).y());
-    QCOMPARE(labels.last()->text(), u"仅供学习参考，不构成投资建议。"_s);
-    QVERIFY(!Shown().texts().join(u' ').contains(u"行情服务器"_s));
-}
-
-void PanelWindowTest::thePanelGivesWayToALowScreen()
-{
-    Shown fixture;
-    QCOMPARE(fixture.view->size(), QSize(320, 900));
-    const int footer = fixture.button(u"刷新数据"_s)->mapTo(fixture.view.get(), QPoint(0, 0)).y();
-    fixture.view->setMaximumPanelHeight(600);
-    fixture.settle();
-    QCOMPARE(fixture.view->size(), QSize(320, 600));
-    QCOMPARE(fixture.button(u"刷新数据"_s)->mapTo(fixture.view.get(), QPoint(0, 0)).y(), footer - 300);
-    fixture.view->setMaximumPanelHeight(2000);
-    QCOMPARE(fixture.view->height(), 900);
-    fixture.view->setMaximumPanelHeight(-5);
-    QVERIFY(fixture.view->height() > 100);
-}
-
-void PanelWindowTest::colourSchemesAreSwitchedAtOnce()
-{
-    Shown fixture;
-    QVERIFY(paletteOf(fixture.rows()[0]).dark);
-    QCOMPARE(fixture.view->grab().toImage().pixelColor(2, 2), darkPalette().ground);
-    fixture.view->setDark(false);
-    // Tooltips too, and a long one is wrapped.
-    fixture.click(u"价格提醒 · 说明"_s);
-    const auto windows = QApplication::topLevelWidgets();
-    const auto tip = std::ranges::find_if(
-        windows, [](const QWidget *window) { return window->inherits("QTipLabel") && window->isVisible(); });
-    QVERIFY(tip != windows.end() && (*tip)->width() <= fixture.view->width());
-    QCOMPARE((*tip)->palette().color(QPalette::ToolTipText), lightPalette().text);
-    QToolTip::hideText();
-    QCOMPARE(fixture.view->grab().toImage().pixelColor(2, 2), lightPalette().ground);
-    for (QWidget *widget : fixture.view->findChildren<QWidget *>())
-        QVERIFY2(!paletteOf(widget).dark, widget->metaObject()->className());
-}
-
-void PanelWindowTest::everythingHasANameForReaders()
-{
-    Shown fixture;
-    fixture.view->setSettingsExpanded(true);
-    fixture.state->marketContextExpanded = true;
-    fixture.enterAlert(u"7"_s);
-    for (QWidget *widget : fixture.shown<QWidget>()) {
-        if (widget->focusPolicy() == Qt::NoFocus && !qobject_cast<PixelSparkline *>(widget))
-            continue;
-        const auto *reader = QAccessible::queryAccessibleInterface(widget);
-        QVERIFY(reader);
-        QVERIFY2(!reader->text(QAccessible::Name).isEmpty(), widget->metaObject()->className());
-        if (qobject_cast<IconButton *>(widget))
-            QVERIFY2(!widget->toolTip().isEmpty(), qPrintable(widget->accessibleName()));
+    void arrowsMoveAlongRowsAndTimeframes()
+    {
+        Shown panel;
+        panel.view->setMaximumPanelHeight(300);
+        drainEvents();
+        panel.find(u"阻力 3,528 +2.07%"_s)->setFocus(Qt::TabFocusReason);
+        QCOMPARE(panel.key(Qt::Key_Down), u"支撑 3,418 -1.12%"_s); // over the price line
+        QVERIFY(isInView(panel.view->focusWidget()));              // scrolled to where it is seen
+        panel.key(Qt::Key_Up);
+        QCOMPARE(panel.key(Qt::Key_Up), u"阻力 3,642 +5.36%"_s);
+        panel.find(u"日线"_s)->setFocus(Qt::TabFocusReason);
+        QCOMPARE(panel.key(Qt::Key_Right), u"日线"_s); // the last one
+        QCOMPARE(panel.key(Qt::Key_Left), u"4H"_s);
+        panel.key(Qt::Key_Return);
+        QCOMPARE(panel.state->timeframe(), u"4H"_s);
+        QVERIFY(panel.isChecked(u"4H"_s) && !panel.isChecked(u"日线"_s));
     }
-}
+
+    void unfoldedSectionsComeIntoView()
+    {
+        Shown panel;
+        auto *bar = panel.view->findChild<ScrollArea *>()->verticalScrollBar();
+        QWidget *title = panel.find(u"设置"_s);
+        const QWidget *section = title->parentWidget();
+        const int folded = section->height();
+        const auto foldAt = [&](int panelHeight, int scrolled) {
+            if (section->height() > folded) {
+                panel.press(u"设置"_s);
+                QTRY_COMPARE(section->height(), folded);
+            }
+            panel.view->setMaximumPanelHeight(panelHeight);
+            drainEvents();
+            bar->setValue(scrolled);
+        };
+        const auto unfold = [&](const QString &name) {
+            const auto *body = panel.find(name)->parentWidget()->findChild<Collapsible *>();
+            const auto *animation = body->findChild<QVariantAnimation *>({}, Qt::FindDirectChildrenOnly);
+            panel.press(name);
+            QTRY_COMPARE(animation->state(), QAbstractAnimation::Stopped);
+            drainEvents();
+        };
+        foldAt(850, 9999);
+        QVERIFY(isInView(section)); // only its title yet
+        unfold(u"设置"_s);
+        QVERIFY(section->height() > folded + 200 && isInView(section));
+        foldAt(500, 9999); // too low for all of it: the title stays
+        unfold(u"设置"_s);
+        QVERIFY(isInView(title) && !isInView(section));
+        foldAt(900, 20); // what is in view anyway stays where it is
+        const QWidget *context = panel.find(u"市场背景"_s);
+        QVERIFY(isInView(context));
+        unfold(u"市场背景"_s);
+        QVERIFY(isInView(context->parentWidget()));
+    }
+
+    // The banner above grows by the suggested position and shrinks again.
+    void fieldsStayInPlaceWhileThePlanGrows()
+    {
+        const QString account = u"账户总额"_s;
+        Shown panel(true);
+        auto *bar = panel.view->findChild<ScrollArea *>()->verticalScrollBar();
+        bar->setValue(bar->maximum());
+        const int banner = panel.find(u"开单助手"_s)->height();
+        const int before = panel.top(account);
+        panel.enter(account, u"10000"_s);
+        QVERIFY(panel.find(u"开单助手"_s)->height() > banner && panel.top(account) == before);
+        panel.enter(account, u""_s);
+        QVERIFY(panel.find(u"开单助手"_s)->height() == banner && panel.top(account) == before);
+    }
+
+    void nothingIsCutAtAnyPrice()
+    {
+        for (const auto &[base, decimals] : {std::pair(0.000012, 6), std::pair(1234567.89, 2)}) {
+            PanelFixture panel;
+            panel.fillMarket(base);
+            panel.state->decimals = decimals;
+            panel.state->accountSize = 123456789;
+            panel.state->leverage = 125;
+            panel.state->isLoading = true;
+            panel.state->changePct = -100.0;
+            panel.state->marketContextExpanded = true;
+            panel.pick(panel.state->zones()[4].mid, u"support"_s);
+            panel.state->addAlert(base * 1.01);
+            panel.view->setSettingsExpanded(true);
+            panel.view->show();
+            drainEvents();
+            QList<TextLabel *> labels = panel.view->findChildren<TextLabel *>();
+            labels.removeIf([](const TextLabel *label) { return !label->isVisible(); });
+            QVERIFY(labels.size() > 40);
+            for (const TextLabel *label : labels) {
+                QVERIFY2(isWhole(*label), qPrintable(label->text()));
+                for (const TextLabel *other : labels) {
+                    if (other != label && other->parentWidget() == label->parentWidget())
+                        QVERIFY2(!label->geometry().intersects(other->geometry()), qPrintable(label->text()));
+                }
+            }
+            // The instrument's name is read in full beside the longest price.
+            QVERIFY(labels[0]->width() >= labels[0]->sizeHint().width());
+        }
+    }
+
+    void thePanelGivesWayToALowScreen()
+    {
+        const QString notice = u"行情服务器 a.very.long.host.name.of.some.market.server.example.com"_s;
+        const QString refresh = u"刷新数据"_s;
+        Shown panel(false, notice);
+        const int footer = panel.top(refresh);
+        QVERIFY(panel.top(notice) < footer && panel.tone(notice) == Tone::orange);
+        QCOMPARE(panel.find(notice)->toolTip(), notice); // cut in the middle, whole in the tooltip
+        QCOMPARE(panel.texts().last(), u"仅供学习参考，不构成投资建议。"_s);
+        for (const auto &[room, height] : {std::pair(600, 600), std::pair(2000, 900), std::pair(-5, 240)}) {
+            panel.view->setMaximumPanelHeight(room);
+            drainEvents();
+            QCOMPARE(panel.view->size(), QSize(320, height));
+            QCOMPARE(panel.top(refresh), footer - 900 + height);
+        }
+    }
+
+    void colourSchemesAreSwitchedAtOnce()
+    {
+        Shown panel;
+        QCOMPARE(panel.view->grab().toImage().pixelColor(2, 2), darkPalette().ground);
+        panel.view->setDark(false);
+        panel.press(u"价格提醒 · 说明"_s); // tooltips too, and a long one is wrapped
+        const auto windows = QApplication::topLevelWidgets();
+        const auto tip = std::ranges::find_if(windows, [](const QWidget *window) {
+            return window->inherits("QTipLabel") && window->isVisible();
+        });
+        QVERIFY(tip != windows.end() && (*tip)->width() <= panel.view->width());
+        QCOMPARE((*tip)->palette().color(QPalette::ToolTipText), lightPalette().text);
+        QToolTip::hideText();
+        panel.press(u"使用说明"_s);
+        QCOMPARE(panel.view->grab().toImage().pixelColor(2, 2), lightPalette().ground);
+        for (QWidget *widget : panel.view->findChildren<QWidget *>())
+            QVERIFY2(!paletteOf(widget).dark, widget->metaObject()->className());
+    }
+
+    void everythingHasANameForReaders()
+    {
+        Shown panel(true);
+        panel.state->marketContextExpanded = true;
+        panel.enter(u"目标价"_s, u"7"_s);
+        for (QWidget *widget : panel.view->findChildren<QWidget *>()) {
+            const bool wanted = widget->isVisible() && widget->focusPolicy() != Qt::NoFocus;
+            QVERIFY2(!wanted || !panel.nameOf(widget).isEmpty(), widget->metaObject()->className());
+            QVERIFY2(!wanted || !qobject_cast<IconButton *>(widget) || !widget->toolTip().isEmpty(),
+                     qPrintable(widget->accessibleName()));
+        }
+    }
+
+    // Run by itself for the walk over the accessibility bus: says what it shows, what changes and what is
+    // opened.
+    void itIsReadAndPressedOverTheBus()
+    {
+        if (!qEnvironmentVariableIsSet("QT_LINUX_ACCESSIBILITY_ALWAYS_ON"))
+            return;
+        installAccessibility();
+        PanelFixture panel(u"演示行情"_s);
+        panel.fillMarket();
+        panel.state->marketContextExpanded = true;
+        panel.state->addAlert(3400, {}, true); // rings at once
+        panel.view->setSettingsExpanded(true);
+        panel.view->setWindowFlags(Qt::Popup | Qt::FramelessWindowHint);
+        panel.view->show();
+        QTextStream out(stdout);
+        for (QWidget *widget : panel.readable())
+            out << "shows " << panel.nameOf(widget) << Qt::endl;
+        connect(panel.state.get(), &AppState::fieldWillChange, this, [&](const PublishedField *field) {
+            out << "field " << fieldName(*panel.state, field) << Qt::endl;
+        });
+        panel.onOpened = [&](const QUrl &url) { out << "opened " << url.toString() << Qt::endl; };
+        QCoreApplication::exec(); // until it is killed
+    }
+};
 
 KESTRUNE_TEST(PanelWindowTest)
 #include "tst_panelwindow.moc"

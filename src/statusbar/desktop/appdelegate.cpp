@@ -9,7 +9,7 @@
 #include "statusbar/desktop/statusitemchooser.h"
 #include "statusbar/desktop/wakewatch.h"
 #include "statusbar/editactions.h"
-#include "ui/approot.h"
+#include "ui/accessibility.h"
 
 #include <QApplication>
 #include <QSessionManager>
@@ -53,7 +53,7 @@ AppDelegate::~AppDelegate() = default;
 
 void AppDelegate::applicationDidFinishLaunching()
 {
-    installAccessibleRoot();
+    installAccessibility();
     const QDBusConnection bus = QDBusConnection::sessionBus();
     m_theme = std::make_unique<DesktopTheme>(bus);
     m_item = std::make_unique<StatusItemChooser>(bus, m_launch.dependencies.preferences, m_menu.entries(),

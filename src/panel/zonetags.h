@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "analysis/zone.h"
+#include "ui/palette.h"
+
+#include <vector>
+
+namespace kestrune {
+
+/// What a tag shows: a word and its colour.
+struct TagContent
+{
+    QString text;
+    Tone color;
+
+    [[nodiscard]] bool operator==(const TagContent &) const = default;
+};
+
+/// The tags of a zone in the order they are shown: its known sources in order of first appearance, each once,
+/// then whether several levels confirm it, then whether it is a golden one.
+[[nodiscard]] std::vector<TagContent> zoneTags(const Zone &zone);
+
+} // namespace kestrune

@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: MIT
+#include "viewmodel/paneltexts.h"
+
+#include "analysis/priceformat.h"
+#include "state/appstate.h"
+#include "state/fixedtext.h"
+
+#include <QDateTime>
+#include <QUrl>
+
+#include <chrono>
+
+namespace kestrune {
+
+using namespace Qt::StringLiterals;
+
+QString changeText(double changePct)
+{
+    return (changePct >= 0 ? u"▲ "_s : u"▼ "_s) + fixedText(changePct, 2) + u'%';
+}
+
+QString updateText(Instant lastUpdated)
+{
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(lastUpdated).time_since_epoch().count();
+    return u"更新 "_s + QDateTime::fromSecsSinceEpoch(seconds).toString(u"HH:mm:ss"_s);
+}
+
+QString distanceText(double distPct)
+{
+    const QString digits = fixedText(distPct, 2);
+    return (digits.startsWith(u'-') ? digits : u'+' + digits) + u'%';
+}
+
+QString signalTip(const TimeframeSignal &signal)
+{
+    return signal.label + u"："_s + signal.reason;
+}
+
+std::vector<ContextRow> contextRows(const AppState &state)
+{
+    std::vector<ContextRow> rows{
+        {u"趋势"_s, state.trendText(), state.trendColor()},
+        {u"RSI(14)"_s, state.rsiText(), state.rsiColor()},
+        {u"MACD"_s, state.macdText(), state.macdColor()},
+        {u"ATR(14) 止损参考"_s, state.atrText(), std::nullopt},
+    };
+    if (const auto vwap = state.ctxVWAP())
+        rows.push_back({u"VWAP"_s, fmtP(*vwap, state.decimals()), std::nullopt});
+    return rows;
+}
+
+QString distancesText(std::optional<double> buyDistPct, std::optional<double> sellDistPct)
+{
+    if (!buyDistPct || !sellDistPct)
+        return u"暂无撑压数据"_s;
+    return u"距买点 "_s + fixedText(*buyDistPct, 2) + u"% · 距卖点 "_s + fixedText(*sellDistPct, 2) + u"%"_s;
+}
+
+QString marketNotice(bool demo, const std::optional<QString> &server)
+{
+    if (demo)
+        return u"演示行情"_s;
+    return server ? u"行情服务器 "_s + QUrl(*server).host() : QString();
+}
+
+} // namespace kestrune

@@ -1,0 +1,411 @@
+// SPDX-License-Identifier: MIT
+#include "panelfixture.h"
+
+#include "panel/blingbutton.h"
+#include "panel/pixelsparkline.h"
+#include "panel/zonerow.h"
+#include "support/rows.h"
+#include "support/testregistry.h"
+#include "ui/iconbutton.h"
+#include "ui/spinner.h"
+#include "ui/toast.h"
+
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QSignalSpy>
+
+using namespace kestrune;
+using namespace kestrune::test;
+
+/// What the panel shows of the state, and what pressing and typing does to the state.
+class PanelTest : public QObject
+{
+    Q_OBJECT
+
+    inline static const QString above = u"阻力 3,528 +2.07%"_s;
+    inline static const QString below = u"支撑 3,418 -1.12%"_s;
+    inline static const QString threshold = u"买卖预警阈值 (%)"_s;
+    inline static const QString range = u"显示范围 ±(%)"_s;
+    inline static const QString perSide = u"每侧最多(个)"_s;
+    inline static const QString account = u"账户总额"_s;
+    inline static const QString risk = u"单笔最多亏 (%)"_s;
+    inline static const QString leverage = u"开单杠杆 (x)"_s;
+    inline static const QString target = u"目标价"_s;
+
+private Q_SLOTS:
+    void itBeginsEmptyAndFillsAsTheMarketAnswers()
+    {
+        const QString failed = u"撑压数据获取失败"_s;
+        const QString again = u"暂无撑压数据，点击刷新"_s;
+        PanelFixture panel;
+        panel.view->show();
+        drainEvents();
+        QVERIFY(panel.shows(u"ETH/USDT · 永续"_s) && panel.shows(failed));
+        QVERIFY(panel.find(u"价格加载中"_s) && !panel.find(u"价格走势"_s)); // no price yet
+        panel.clearLogs();
+        panel.press(again);
+        QVERIFY(panel.announcements.contains(u"isLoading"_s)); // the zones alone
+        QVERIFY(!panel.announcements.contains(u"snapshotConclusion"_s));
+        panel.state->errorMessage = std::nullopt;
+        panel.state->isLoading = true;
+        drainEvents();
+        QVERIFY(panel.shows(u"加载撑压位…"_s) && !panel.find(again) && !panel.shows(failed));
+
+        panel.fillMarket();
+        panel.state->changePct = -1.23;
+        panel.state->price = 1.0; // nothing is shown inside the announcing turn
+        panel.state->decimals = 2;
+        panel.state->price = 3456.78;
+        QVERIFY(panel.shows(u"3,457"_s));
+        drainEvents();
+        QCOMPARE(panel.texts().mid(0, 5).join(u'|'),
+                 u"ETH/USDT · 永续|3,456.78|▼ -1.23%|更新 08:30:00|接近支撑区 · 偏买入"_s);
+        QVERIFY(!panel.find(u"价格加载中"_s));
+        QCOMPARE(panel.find(u"价格走势"_s)->size(), QSize(70, 16));
+        QCOMPARE(panel.tone(u"3,456.78"_s), Tone::red);
+        QCOMPARE(panel.tone(u"接近支撑区 · 偏买入"_s), Tone::green);
+    }
+
+    void aHiddenPanelRestsAndCatchesUpWhenShown()
+    {
+        Shown panel;
+        panel.state->blingMode = true;
+        panel.state->isLoading = true;
+        drainEvents();
+        const auto *sparkline = panel.view->findChild<PixelSparkline *>();
+        const auto *bling = panel.view->findChild<BlingButton *>();
+        QVERIFY(sparkline->isPulsing() && bling->isAnimating());
+        panel.view->showToast(u"刷新成功"_s, false);
+        panel.view->hide();
+        QVERIFY(!sparkline->isPulsing() && !bling->isAnimating());
+        for (const Spinner *spinner : panel.view->findChildren<Spinner *>())
+            QVERIFY(!spinner->isTurning());
+        QVERIFY(panel.view->findChild<Toast *>()->message().isEmpty());
+        const TextLabel *price = panel.view->findChildren<TextLabel *>()[1];
+        panel.tick(3500);
+        QCOMPARE(price->text(), u"3,457"_s);
+        panel.view->show(); // at once, without waiting for a change
+        QCOMPARE(price->text(), u"3,500"_s);
+    }
+
+    void rowsAreListedByRangeAndCount()
+    {
+        Shown panel;
+        QCOMPARE(panel.rowPrices(), u"3,744 3,642 3,528 3,418 3,306 3,219"_s);
+        QCOMPARE(panel.readerOf(panel.find(above))->text(QAccessible::Description),
+                 u"Fib、Pivot、多指标确认、黄金位"_s);
+        panel.state->displayRangePct = 6;
+        panel.state->maxPerSide = 1;
+        drainEvents();
+        QCOMPARE(panel.rowPrices(), u"3,528 3,418"_s); // most confirmed within 6 %
+        QVERIFY(panel.top(u"阻力"_s) < panel.top(u"现价"_s) && panel.top(u"现价"_s) < panel.top(u"支撑"_s));
+    }
+
+    void aTickKeepsRowsFocusAndScrolling()
+    {
+        Shown panel;
+        auto *bar = panel.view->findChild<QScrollArea *>()->verticalScrollBar();
+        panel.find(u"支撑 3,306 -4.37%"_s)->setFocus();
+        QWidget *row = panel.view->focusWidget();
+        bar->setValue(37);
+        panel.tick(3460);
+        QCOMPARE(panel.nameOf(panel.view->focusWidget()), u"支撑 3,306 -4.46%"_s);
+        QVERIFY(panel.view->focusWidget() == row && bar->value() == 37);
+
+        // A level between two others: their rows stay, one row is new.
+        std::vector<Zone> zones = panel.state->zones();
+        zones.insert(zones.begin() + 5, makeZone(u"support"_s, 3350, -3.2, 9));
+        panel.state->zones = zones;
+        drainEvents();
+        QCOMPARE(panel.rowPrices(), u"3,744 3,642 3,528 3,418 3,350 3,306 3,219"_s);
+        QCOMPARE(panel.view->focusWidget(), row);
+
+        panel.key(Qt::Key_Down);
+        zones.pop_back(); // a last row that goes hands its focus to the one above it
+        panel.state->zones = zones;
+        drainEvents();
+        QCOMPARE(panel.view->focusWidget(), row);
+    }
+
+    void rowsTakeTapsAndTheirBellsDoNot()
+    {
+        const decltype(Zone::sources) sources{u"vol"_s, u"fib"_s, u"pivot"_s, u"swing"_s};
+        ZoneRow row(makeZone(u"support"_s, 1234567.89, -123.45, 9, sources, true), 2);
+        row.resize(304, row.heightForWidth(304));
+        row.show();
+        QSignalSpy taps(&row, &ZoneRow::tapped);
+        QSignalSpy bells(&row, &ZoneRow::bellPressed);
+        QTest::mouseClick(&row, Qt::LeftButton, {}, {40, 10});
+        QTest::mouseClick(&row, Qt::LeftButton, {}, {10, row.height() - 8}); // its tags are part of it
+        for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Space, Qt::Key_Enter})
+            QTest::keyClick(&row, key);
+        QCOMPARE(taps.count(), 5);
+        QTest::mouseClick(&row, Qt::RightButton, {}, {40, 10});
+        QTest::keyClick(&row, Qt::Key_A);
+        QTest::mousePress(&row, Qt::LeftButton, {}, {40, 10});
+        QTest::mouseRelease(&row, Qt::LeftButton, {}, {40, 400}); // a change of mind
+        QTest::mouseClick(row.bell(), Qt::LeftButton);
+        QTest::keyClick(row.bell(), Qt::Key_Return);
+        QVERIFY(taps.count() == 5 && bells.count() == 2);
+
+        // The long price ends before the bell, tags before the distance.
+        const QImage image = row.grab().toImage();
+        for (int y = 4; y < 20; ++y)
+            QCOMPARE(image.pixel(row.bell()->x() - 1, y), image.pixel(row.bell()->x() - 4, 8));
+        for (const QWidget *tag : row.findChildren<QWidget *>()) {
+            const QRect place(tag->mapTo(&row, QPoint()), tag->size());
+            QVERIFY(!tag->inherits("kestrune::Tag") || row.rect().adjusted(0, 0, -50, 0).contains(place));
+        }
+    }
+
+    void theBannerFollowsTheSelection()
+    {
+        Shown panel;
+        const QString title = u"阻力 3,528 · 做空"_s;
+        const QString back = u"恢复现价开单助手"_s;
+        const auto plan = panel.state->tradePlan();
+        QVERIFY(panel.shows(plan->headline) && panel.shows(plan->detail));
+        QVERIFY(panel.shows(u"已扣 0.15% 手续费成本"_s) && !panel.find(back));
+        panel.press(u"设提醒"_s);
+        const auto alerts = panel.state->currentAlerts();
+        QVERIFY(alerts.size() == 2 && alerts[0].targetPrice == *plan->tp &&
+                alerts[1].targetPrice == plan->sl);
+
+        panel.press(below);
+        const std::vector<Zone> zones = panel.state->zones();
+        QCOMPARE(panel.state->selectedZonePrice(), std::optional(zones[4].mid));
+        QCOMPARE(panel.state->selectedZoneType(), std::optional(u"support"_s));
+        QVERIFY(panel.isChecked(below));
+        panel.press(above); // a resistance: short from there
+        QVERIFY(panel.isChecked(above) && !panel.isChecked(below) && panel.shows(title));
+        QVERIFY(panel.shows(panel.state->planForEntry(zones[2].mid, TradeDirection::short_)->detail));
+        panel.press(above); // once more lets go
+        QVERIFY(!panel.state->selectedZonePrice() && !panel.state->selectedZoneType());
+        panel.press(above);
+        panel.press(back);
+        QVERIFY(!panel.shows(title) && !panel.state->selectedZonePrice());
+
+        panel.pick(zones[4].mid, u"resistance"_s); // the same price on the other side is another zone
+        QVERIFY(!panel.isChecked(below));
+        panel.state->zones = std::vector{makeZone(u"resistance"_s, 3744, 8, 1)}; // no plan without a support
+        drainEvents();
+        QVERIFY(!panel.find(u"开单助手"_s));
+        panel.state->zones = zones;
+        panel.state->accountSize = 10000;
+        panel.state->leverage = 100;
+        panel.pick({}, {});
+        QCOMPARE(panel.tone(u"杠杆偏高（强平距离 < 止损距离）"_s), Tone::orange);
+    }
+
+    void bellsAndAlertRowsWorkTogether()
+    {
+        const QString label = u"阻力 3,528"_s;
+        const QString cancel = u"取消该价位提醒"_s;
+        Shown panel;
+        panel.press(u"设置该价位提醒"_s, 2);
+        QVERIFY(!panel.state->selectedZonePrice()); // the bell is not the row
+        QCOMPARE(static_cast<IconButton *>(panel.find(cancel))->iconName(), u"bell.fill"_s);
+        QVERIFY(panel.shows(label) && !panel.find(u"收到"_s));
+        panel.tick(3600);
+        panel.state->evaluateAlerts();
+        drainEvents();
+        const QWidget *fired = panel.find(label);
+        panel.press(u"收到"_s);
+        QVERIFY(!panel.find(u"收到"_s) && !panel.state->currentAlerts()[0].triggered);
+        QCOMPARE(panel.find(label), fired); // the row stayed
+        panel.find(u"删除该提醒"_s)->setFocus();
+        QCOMPARE(panel.key(Qt::Key_Space), target); // the focus is not lost with the row
+        QVERIFY(!panel.shows(label) && !panel.find(cancel));
+    }
+
+    void typedAlerts()
+    {
+        Shown panel;
+        for (const QString &text : {u"0"_s, u"-5"_s, u"inf"_s, u"1950.5"_s}) {
+            QVERIFY(panel.state->currentAlerts().empty());
+            QCOMPARE(panel.enter(target, text), u""_s); // emptied in every case
+        }
+        panel.field(target)->setText(u"7"_s);
+        panel.press(u"添加目标价提醒：价格涨/跌触及即触发"_s);
+        const auto alerts = panel.state->currentAlerts();
+        QVERIFY(alerts.size() == 2 && alerts[0].targetPrice == 1950.5 && alerts[1].targetPrice == 7);
+        QVERIFY(!alerts[0].above && panel.shows(u"手动 1,950"_s) && panel.shows(u"手动 7"_s));
+        panel.state->coinSymbol = u"BTC"_s; // another instrument's alerts are not shown
+        drainEvents();
+        QVERIFY(!panel.shows(u"手动 7"_s));
+    }
+
+    void anInstrumentIsPickedWithoutItsOldSelection()
+    {
+        const QStringList cleared{u"selectedZonePrice"_s, u"selectedZoneType"_s};
+        Shown panel(true);
+        QVERIFY(panel.isChecked(u"ETH"_s));
+        panel.pick(3418, u"support"_s);
+        panel.announcements.clear();
+        panel.press(u"BTC"_s);
+        QCOMPARE(panel.announcements.mid(0, 3), cleared + QStringList{u"coinSymbol"_s});
+        QVERIFY(panel.isChecked(u"BTC"_s) && !panel.isChecked(u"ETH"_s));
+        QCOMPARE(panel.texts().value(0), u"BTC/USDT · 永续"_s);
+        panel.pick(3418, u"support"_s);
+        panel.announcements.clear();
+        panel.press(u"A股"_s);
+        QCOMPARE(panel.announcements.mid(0, 3), cleared + QStringList{u"market"_s});
+        QVERIFY(!panel.state->selectedZonePrice() && panel.state->market() == MarketSegment::cn);
+        QVERIFY(panel.isChecked(u"A股"_s) && panel.find(u"周线"_s));
+        QCOMPARE(panel.texts().value(0), u"600519 · A股"_s);
+        panel.press(u"加密"_s);
+        QCOMPARE(panel.field(leverage)->text(), u"1"_s); // the stock's; switching back restores nothing
+    }
+
+    void theBlockKeepsItsHeightWhileItLoads()
+    {
+        Shown panel;
+        const int before = panel.top(target);
+        const auto zones = panel.state->zones();
+        const auto topWith = [&](bool loading, const std::vector<Zone> &shown) {
+            panel.state->isLoading = loading;
+            panel.state->zones = shown;
+            drainEvents();
+            return panel.top(target);
+        };
+        QCOMPARE(topWith(true, zones), before); // a refresh with rows to look at
+        QVERIFY(panel.shows(u"加载撑压位…"_s));
+        QCOMPARE(topWith(true, {}), before); // a new instrument
+        QCOMPARE(topWith(false, zones), before);
+        QCOMPARE(topWith(true, {}), before);
+        QVERIFY(topWith(false, {}) < before); // the load failed: nothing to wait for any more
+    }
+
+    void buttonsReachTheirAims()
+    {
+        Shown panel;
+        QList<QUrl> opened;
+        panel.onOpened = [&](const QUrl &url) { opened.append(url); };
+        panel.press(u"在 TradingView 打开 BINANCE:ETHUSDT.P"_s);
+        panel.press(u"打开网页版"_s);
+        QVERIFY(opened.value(0) == *panel.state->tradingViewURL() && opened.value(1).scheme() == u"https");
+        panel.press(u"赚翻了：状态栏多标的霓虹灯效"_s);
+        QVERIFY(panel.state->blingMode() && panel.find(u"停止炫彩"_s));
+
+        const QString refresh = u"刷新数据"_s;
+        const auto *toast = panel.view->findChild<Toast *>();
+        panel.press(refresh);
+        QVERIFY(toast->message() == u"撑压数据获取失败"_s && toast->isError());
+        panel.serveCrypto(3000);
+        panel.press(refresh);
+        QVERIFY(toast->message() == u"刷新成功"_s && !toast->isError());
+        QVERIFY(panel.view->rect().contains(toast->geometry())); // above the footer's actions
+        QVERIFY(toast->geometry().bottom() - 22 <= panel.find(refresh)->parentWidget()->y());
+        panel.press(refresh);
+        panel.view.reset(); // the answer of a refresh that outlives its panel goes nowhere
+        drainEvents();
+    }
+
+    void fieldsTakeNumbersAndSpellThemBack()
+    {
+        const struct
+        {
+            const char *name;
+            const QString &field;
+            QString typed, shown;
+            double stored;
+            QString down = {}, up = {}; // what the steppers make of it
+        } rows[] = {
+            {"a threshold above the limit", threshold, u"25"_s, u"20.0"_s, 20, u"19.5"_s, u"20.0"_s},
+            {"a threshold keeps its decimals inside", threshold, u"3.26"_s, u"3.3"_s, 3.26},
+            {"the lowest threshold", threshold, u"0.5"_s, u"0.5"_s, 0.5, u"0.5"_s, u"1.0"_s},
+            {"an endless range", range, u"inf"_s, u"12"_s, 12},
+            {"the lowest range", range, u"2"_s, u"2"_s, 2, u"2"_s, u"3"_s},
+            {"the highest range", range, u"30"_s, u"30"_s, 30, u"29"_s, u"30"_s},
+            {"a fraction of a zone", perSide, u"3.5"_s, u"5"_s, 5},
+            {"a huge count", perSide, u"99999999999"_s, u"10"_s, 10},
+            {"the lowest count", perSide, u"1"_s, u"1"_s, 1, u"1"_s, u"2"_s},
+            {"an account that is no number", account, u"x"_s, u"x"_s, 0},
+            {"a grouped account", account, u"12,000"_s, u"12,000"_s, 12000},
+            {"a risk without limit", risk, u"150"_s, u"150"_s, 150},
+            {"a risk of nothing", risk, u"0"_s, u"1.0"_s, 1},
+            {"a risk in another base", risk, u"0x10"_s, u"1.0"_s, 1},
+            {"a leverage below one", leverage, u"0.5"_s, u"10"_s, 10},
+            {"a leverage of one", leverage, u"1"_s, u"1"_s, 1},
+            {"a leverage above the limit stays as typed", leverage, u"200"_s, u"200"_s, 125},
+        };
+        Shown panel(true);
+        AppState &state = *panel.state;
+        forEachRow(rows, [&](const auto &row) {
+            state.accountSize = 77;
+            state.riskPctPerTrade = 1;
+            state.leverage = 10;
+            state.maxPerSide = 5;
+            QCOMPARE(panel.enter(row.field, row.typed), row.shown);
+            const std::map<QString, double> stored{
+                {threshold, state.signalThreshold()}, {range, state.displayRangePct()},
+                {perSide, state.maxPerSide()},        {account, state.accountSize()},
+                {risk, state.riskPctPerTrade()},      {leverage, state.leverage()}};
+            QCOMPARE(stored.at(row.field), row.stored);
+            if (row.down.isEmpty())
+                return;
+            panel.press(row.field + u" 减小"_s);
+            QCOMPARE(panel.field(row.field)->text(), row.down);
+            panel.enter(row.field, row.typed);
+            panel.field(row.field)->setText(u"half typed"_s);
+            panel.press(row.field + u" 增大"_s); // counts from what is set
+            QCOMPARE(panel.field(row.field)->text(), row.up);
+        });
+    }
+
+    void fieldsAreFilledWhenTheyAppear()
+    {
+        Shown panel(true);
+        QVERIFY(panel.shows(u"距买点 1.12% · 距卖点 2.07%"_s));
+        QCOMPARE(panel.field(threshold)->text(), u"2.5"_s);
+        QCOMPARE(panel.field(account)->placeholderText(), u"未设置"_s);
+        panel.field(risk)->setText(u"half typed"_s);
+        panel.tick(3500);
+        QCOMPARE(panel.field(risk)->text(), u"half typed"_s); // a tick takes nothing away
+        panel.state->accountSize = 5000;
+        panel.view->hide();
+        panel.view->show();
+        QCOMPARE(panel.field(risk)->text() + u' ' + panel.field(account)->text(), u"1.0 5000"_s);
+        panel.press(u"设置"_s);
+        QTRY_VERIFY(!panel.field(account));
+        panel.state->accountSize = 0;
+        panel.press(u"设置"_s);
+        QCOMPARE(panel.field(account)->text(), u""_s);
+        panel.press(u"极简模式（状态栏只显示价格数字）"_s);
+        QVERIFY(panel.state->miniMode());
+    }
+
+    void stocksHaveNoLeverageAndNoMargin()
+    {
+        Shown panel(true);
+        panel.press(u"全仓"_s);
+        QCOMPARE(panel.state->marginMode(), MarginMode::cross);
+        QVERIFY(panel.isChecked(u"全仓"_s) && !panel.isChecked(u"逐仓"_s) && panel.field(leverage));
+        panel.state->market = MarketSegment::hk;
+        drainEvents();
+        QVERIFY(!panel.field(leverage) && !panel.find(u"全仓"_s));
+        for (const QString &text : {u"股票市场不能做空，固定 1x（现货）"_s, u"股票现货无保证金模式"_s}) {
+            const QWidget *note = panel.find(text);
+            QVERIFY(note && note->geometry().center().y() == note->parentWidget()->rect().center().y());
+        }
+        QVERIFY(panel.shows(u"股票市场固定 1x（现货）。填了账户额，开单助手按止损距离算出建议仓位。"_s));
+    }
+
+    void theMarketContextUnfoldsAndRemembers()
+    {
+        Shown panel;
+        QVERIFY(!panel.shows(u"RSI(14)"_s));
+        panel.press(u"市场背景"_s);
+        QVERIFY(panel.state->marketContextExpanded());
+        QTRY_VERIFY(panel.shows(u"VWAP"_s));
+        for (const QString &text : {u"趋势"_s, u"61.2 中性"_s, u"多头（柱为正）"_s, u"ATR(14) 止损参考"_s,
+                                    panel.state->atrText(), u"3,429"_s})
+            QVERIFY2(panel.shows(text), qPrintable(text));
+        panel.state->ctxVWAP = std::nullopt;
+        drainEvents();
+        QVERIFY(!panel.shows(u"VWAP"_s));
+    }
+};
+
+KESTRUNE_TEST(PanelTest)
+#include "tst_panel.moc"

@@ -1,0 +1,258 @@
+// SPDX-License-Identifier: MIT
+#include "panelfixture.h"
+
+#include "panel/pixelsparkline.h"
+#include "panel/tones.h"
+#include "panel/zonetags.h"
+#include "support/rows.h"
+#include "support/testregistry.h"
+#include "viewmodel/paneltexts.h"
+#include "viewmodel/planbannermodel.h"
+#include "viewmodel/zonelisting.h"
+
+#include <QPainter>
+
+#include <limits>
+
+using namespace kestrune;
+using namespace kestrune::test;
+
+/// What the panel shows, worked out without it.
+class PanelModelsTest : public QObject
+{
+    Q_OBJECT
+
+    using Values = std::vector<double>;
+    using Points = std::vector<QPointF>;
+    static constexpr QSizeF drawing{72, 18}; // 70 x 16 inside the sparkline's margin of one unit
+
+    static TradePlan planOf(PlanGrade grade, TradeDirection dir)
+    {
+        TradePlan plan{};
+        plan.grade = grade;
+        plan.dir = dir;
+        return plan;
+    }
+
+private Q_SLOTS:
+    void listedZonesAreTheBestOnesNearThePrice()
+    {
+        const QString up = u"resistance"_s;
+        const QString down = u"support"_s;
+        const std::vector<Zone> zones{
+            makeZone(up, 101, 1, 1),   makeZone(up, 102, 2, 3),     makeZone(down, 95, -5, 5),
+            makeZone(up, 104, 4, 3),   makeZone(up, 103, 3, 2),     makeZone(u"current"_s, 100, 0, 9),
+            makeZone(up, 112, 12, 1),  makeZone(up, 113, 12.01, 9), makeZone(down, 99, -1, 5),
+            makeZone(down, 97, -3, 1), makeZone(down, 90, -10, 0),  makeZone(down, 91, 10, 0)};
+        const struct
+        {
+            const char *name;
+            QString type;
+            int count;
+            Values mids;
+        } rows[] = {
+            {"of confirm 1, 3, 3, 2, 1 the two threes, the farther on top", up, 2, {104, 102}},
+            {"the range is inclusive, beyond it no strength counts", up, 9, {112, 104, 103, 102, 101}},
+            {"supports begin at the price, equals keep their order", down, 9, {99, 97, 95, 90, 91}},
+            {"the nearer of two equally confirmed", down, 1, {99}},
+            {"the first of two equally near", down, 4, {99, 97, 95, 90}},
+            {"no room", down, 0, {}},
+        };
+        forEachRow(rows, [&](const auto &row) {
+            Values mids;
+            for (const Zone &zone : listedZones(zones, row.type, 12, row.count))
+                mids.push_back(zone.mid);
+            QCOMPARE(mids, row.mids);
+        });
+    }
+
+    void rowsAreMatchedByLevelThenByPlace()
+    {
+        const struct
+        {
+            const char *name;
+            Values shown, next; // a negative middle: a resistance, else a support
+            std::vector<std::optional<std::size_t>> matches;
+        } rows[] = {
+            {"the same levels", {1, 2, 3}, {1, 2, 3}, {0, 1, 2}},
+            {"moved and gone", {1, 2, 3}, {3, 1}, {2, 0}},
+            {"a new level in the same place", {1, 2, 3}, {1, 9, 3}, {0, 1, 2}},
+            {"the place is taken by its own level", {1, 2, 3}, {9, 1, 2, 3}, {std::nullopt, 0, 1, 2}},
+            {"the other side", {1, 2, 3}, {-1}, {std::nullopt}},
+            {"each row once", {1, 1}, {1, 1}, {0, 1}},
+        };
+        forEachRow(rows, [](const auto &row) {
+            std::vector<Zone> zones[2];
+            for (const double mid : row.shown)
+                zones[0].push_back(makeZone(u"support"_s, mid));
+            for (const double mid : row.next)
+                zones[1].push_back(makeZone(mid < 0 ? u"resistance"_s : u"support"_s, std::abs(mid)));
+            QCOMPARE(matchRows(zones[0], zones[1]), row.matches);
+        });
+    }
+
+    void composedTexts()
+    {
+        QCOMPARE(changeText(2.345), u"▲ 2.35%"_s); // the binary value lies above the half
+        QCOMPARE(changeText(0), u"▲ 0.00%"_s);
+        QCOMPARE(changeText(-0.001), u"▼ -0.00%"_s); // too small to show
+        QCOMPARE(distanceText(0), u"+0.00%"_s);      // at the price it counts as above
+        QCOMPARE(distanceText(-0.001), u"-0.00%"_s); // a trace below keeps its sign
+        QCOMPARE(pickedZoneTitle(1234.5, u"support", 1), u"支撑 1,234.5 · 做多"_s);
+        QCOMPARE(signalTip({u"4H"_s, 0, SignalType::bull, u"均线多头"_s}), u"4H：均线多头"_s);
+        QCOMPARE(distancesText(1.2, std::nullopt), u"暂无撑压数据"_s);
+        QCOMPARE(marketNotice(true, std::nullopt), u"演示行情"_s);
+        QCOMPARE(marketNotice(false, u"http://127.0.0.1:8080/prefix"_s), u"行情服务器 127.0.0.1"_s);
+        QVERIFY(marketNotice(false, std::nullopt).isEmpty());
+        const QByteArray zone = qgetenv("TZ");
+        qputenv("TZ", "Asia/Shanghai");
+        tzset();
+        const QString shanghai = updateText(Instant(std::chrono::milliseconds(1767601805999)));
+        qputenv("TZ", zone);
+        tzset();
+        QCOMPARE(shanghai, u"更新 16:30:05"_s);
+    }
+
+    // Deliberate: bullish is red and bearish green, the other way round than the change of the price.
+    void tones()
+    {
+        const auto conclusion = [](SignalType last) { // the last signal alone decides
+            const TimeframeSignal first{u"1H"_s, 0, SignalType::bull, {}};
+            return conclusionTone(std::vector{first, TimeframeSignal{u"4H"_s, 0, last, {}}});
+        };
+        QCOMPARE(conclusion(SignalType::strongBull), Tone::red);
+        QCOMPARE(conclusion(SignalType::neutral), Tone::orange);
+        QCOMPARE(conclusion(SignalType::bear), Tone::green);
+        QCOMPARE(conclusionTone({}), Tone::secondary);
+        QCOMPARE(planTone(planOf(PlanGrade::good, TradeDirection::long_)), Tone::red);
+        QCOMPARE(planTone(planOf(PlanGrade::good, TradeDirection::short_)), Tone::green);
+        QCOMPARE(planTone(planOf(PlanGrade::fair, TradeDirection::long_)), Tone::orange);
+        QVERIFY(changeTone(0) == Tone::green && changeTone(-0.001) == Tone::red);
+        QVERIFY(changeTone(std::nullopt) == Tone::green);
+        QVERIFY(distanceTone(0) == Tone::red && distanceTone(-0.001) == Tone::green);
+    }
+
+    void planLinesPutWarningsApart()
+    {
+        const struct
+        {
+            const char *name;
+            QStringList texts; // tip, then position, then session where there are any
+            QStringList lines; // warnings behind a "!"
+        } rows[] = {
+            {"in the order of reading", {u"顺"_s, u"仓 5"_s, u"周末"_s}, {u"仓 5"_s, u"顺"_s, u"!周末"_s}},
+            {"a tip that is a warning", {u"⚠️ 会被强平"_s}, {u"!会被强平"_s}},
+            {"a warning after the position",
+             {u"顺"_s, u"仓 5 · 逐仓 · ⚠️ 杠杆"_s},
+             {u"仓 5 · 逐仓"_s, u"!杠杆"_s, u"顺"_s}},
+        };
+        forEachRow(rows, [](const auto &row) {
+            TradePlan plan = planOf(PlanGrade::good, TradeDirection::long_);
+            plan.tip = row.texts[0];
+            if (row.texts.size() > 1)
+                plan.positionText = row.texts[1];
+            if (row.texts.size() > 2)
+                plan.sessionText = row.texts[2];
+            QStringList lines;
+            for (const PlanLine &line : planLines(plan))
+                lines.append((line.isWarning ? u"!"_s : QString()) + line.text);
+            QCOMPARE(lines, row.lines);
+        });
+    }
+
+    void tagsOfZones()
+    {
+        const struct
+        {
+            const char *name;
+            decltype(Zone::sources) sources;
+            int confirm;
+            bool golden;
+            QString words;
+        } rows[] = {
+            {"one level", {u"fib"_s}, 1, false, u"Fib"_s},
+            {"sources once each", {u"vol"_s, u"fib"_s, u"vol"_s}, 3, true, u"量能 Fib 多指标确认 黄金位"_s},
+            {"two levels confirm already", {u"pivot"_s, u"pivot"_s}, 2, false, u"Pivot 多指标确认"_s},
+            {"unknown sources are skipped", {u"moon"_s, u"swing"_s}, 1, false, u"摆动"_s},
+        };
+        forEachRow(rows, [](const auto &row) {
+            QStringList words;
+            for (const TagContent &tag : zoneTags(makeZone({}, 1, 1, row.confirm, row.sources, row.golden)))
+                words.append(tag.text);
+            QCOMPARE(words.join(u' '), row.words);
+        });
+    }
+
+    void theSparklineLagsHalfWayAndMeetsTheEnd()
+    {
+        QCOMPARE(sparklinePoints(Values{10, 30, 20}, drawing), (Points{{1, 17}, {36, 1}, {71, 9}}));
+        QCOMPARE(sparklinePoints(Values{5, 5}, drawing), (Points{{1, 17}, {71, 17}})); // on the lower margin
+        const double endless = std::numeric_limits<double>::infinity();
+        for (const Values &data : {Values{1}, Values{1, std::nan(""), 2}, Values{1, 2, endless}})
+            QVERIFY(sparklineCurve(sparklinePoints(data, drawing)).isEmpty());
+        const QPainterPath path = sparklineCurve(Points{{0, 0}, {8, 8}, {16, 0}});
+        // A quadratic curve is kept as a cubic: move, three elements per curve, then the closing line. The
+        // pen is its own control point, so that the first inner control point stays with it.
+        QCOMPARE(path.elementCount(), 8);
+        const std::pair<int, QPointF> elements[] = {
+            {1, {0, 0}}, {3, {4, 4}}, {4, {4, 4}}, {6, {10, 2}}, {7, {16, 0}}};
+        for (const auto &[at, point] : elements)
+            QCOMPARE(QPointF(path.elementAt(at)), point);
+    }
+
+    void levelsAreMarkedWhereTheLineCrossesThem()
+    {
+        const std::vector zones{makeZone(u"resistance"_s, 12), makeZone(u"current"_s, 13),
+                                makeZone(u"support"_s, 11), makeZone({}, 12)};
+        QCOMPARE(sparklineLevels(zones), (std::vector<SparklineLevel>{{12, true}, {11, false}}));
+        const struct
+        {
+            const char *name;
+            Values data;
+            double mid;
+            Points centers;
+        } rows[] = {
+            {"interpolated on the crossing segment", {10, 30}, 15, {{18.5, 13}}},
+            {"on the last of several crossings", {10, 30, 10}, 15, {{62.25, 13}}},
+            {"touching a value crosses both its segments", {10, 20, 30}, 20, {{36, 9}}},
+            {"a flat series is marked at its first value", {5, 5, 5}, 5, {{1, 17}}},
+            {"just above the range", {10, 30}, 30.0001, {}},
+            {"a level that is no number", {10, 30}, std::nan(""), {}},
+            {"a series of one", {1}, 1, {}},
+        };
+        forEachRow(rows, [](const auto &row) {
+            Points centers;
+            for (const auto &marker :
+                 sparklineMarkers(row.data, std::vector<SparklineLevel>{{row.mid, true}}, drawing))
+                centers.push_back(marker.center);
+            QCOMPARE(centers, row.centers);
+        });
+    }
+
+    void theSparklinePulsesWhileItsMarkersShow()
+    {
+        QWidget window;
+        auto *sparkline = new PixelSparkline([] { return 0.3; }, &window); // full pulse
+        sparkline->resize(drawing.toSize());
+        const Values data{10, 10, 30};
+        sparkline->setContent(data, std::vector{makeZone(u"resistance"_s, 30)});
+        QImage image(144, 36, QImage::Format_ARGB32_Premultiplied);
+        image.setDevicePixelRatio(2);
+        image.fill(Qt::white);
+        sparkline->render(&image, {}, {}, QWidget::DrawChildren);
+        QCOMPARE(image.pixel(20, 33), QColor::fromRgbF(0.1F, 0.36F, 0.8F).rgba());   // along the lower margin
+        QCOMPARE(image.pixel(141, 2), QColor::fromRgbF(0.95F, 0.25F, 0.25F).rgba()); // the opaque core disc
+        QVERIFY(closeTo(sparklinePhase(1700000000.7), 1, 1e-5) &&
+                closeTo(sparklinePhase(1700000001.3), 0, 1e-5));
+        window.show();
+        QVERIFY(sparkline->isPulsing());
+        window.hide();
+        QVERIFY(!sparkline->isPulsing());
+        window.show();
+        sparkline->setContent(data, {}); // nothing left to pulse
+        QVERIFY(!sparkline->isPulsing());
+    }
+};
+
+KESTRUNE_TEST(PanelModelsTest)
+#include "tst_panelmodels.moc"
