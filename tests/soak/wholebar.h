@@ -3,7 +3,7 @@
 
 #include "platform/jsonpreferences.h"
 #include "platform/qthttpclient.h"
-#include "replay/replayserver.h"
+#include "support/program.h"
 #include "statusbar/desktop/appdelegate.h"
 #include "statusbar/fakewatcher.h"
 #include "statusbar/privatebus.h"
