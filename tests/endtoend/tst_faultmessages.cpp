@@ -21,16 +21,6 @@ class FaultMessagesTest : public QObject
     using Answer = LoopbackServer::Answer;
     using Fault = LoopbackServer::Fault;
 
-    static Answer answer(const QByteArray &body, Fault fault = Fault::none, int status = 200)
-    {
-        Answer made;
-        made.body = body;
-        made.fault = fault;
-        made.status = status;
-        made.interval = 200ms;
-        return made;
-    }
-
     static Answer damagedGzip()
     {
         Answer made = LoopbackServer::gzipped("[[]]");
@@ -54,13 +44,14 @@ class FaultMessagesTest : public QObject
         void heal()
         {
             const CandleList days = waveCandles(200, 60000);
-            server.serve(u"/api/v4/spot/candlesticks"_s, answer(gateCandles(days)));
-            server.serve(u"/api/v3/klines"_s, answer(binanceCandles(days)));
-            server.serve(u"/api/v4/futures/usdt/tickers"_s, answer(gateTicker(61234.5, -2.25)));
-            server.serve(u"/fapi/v1/ticker/24hr"_s, answer(binanceTicker(61234.5, -2.25)));
-            server.serve(u"/q=sh600519"_s, answer(stockQuotes({{"sh600519", "Name", 1500, 1.25}})));
+            server.serve(u"/api/v4/spot/candlesticks"_s, {.body = gateCandles(days)});
+            server.serve(u"/api/v3/klines"_s, {.body = binanceCandles(days)});
+            server.serve(u"/api/v4/futures/usdt/tickers"_s, {.body = gateTicker(61234.5, -2.25)});
+            server.serve(u"/fapi/v1/ticker/24hr"_s, {.body = binanceTicker(61234.5, -2.25)});
+            server.serve(u"/q=sh600519"_s, {.body = stockQuotes({{"sh600519", "Name", 1500, 1.25}})});
             // For the day alone: the snapshot then holds one record.
-            server.serve(u"/appstock/app/fqkline/get"_s, answer(stockCandles(u"sh600519"_s, u"day"_s, days)));
+            server.serve(u"/appstock/app/fqkline/get"_s,
+                         {.body = stockCandles(u"sh600519"_s, u"day"_s, days)});
         }
         void breakAll(const QStringList &paths, const Answer &broken)
         {
@@ -105,15 +96,15 @@ private Q_SLOTS:
             const char *name;
             Answer answer;
         } rows[] = {
-            {"reset", answer(body, Fault::reset)},
-            {"cut off", answer(body, Fault::truncate)},
-            {"stall", answer(body, Fault::stall)},
-            {"drip", answer(body, Fault::drip)},
-            {"endless body", answer(page, Fault::endless)},
-            {"no HTTP", answer(body, Fault::garbage)},
-            {"empty", answer({})},
-            {"page", answer(page)},
-            {"501 with a page", answer(page, Fault::none, 501)},
+            {"reset", {.body = body, .fault = Fault::reset}},
+            {"cut off", {.body = body, .fault = Fault::truncate}},
+            {"stall", {.body = body, .fault = Fault::stall}},
+            {"drip", {.body = body, .fault = Fault::drip, .interval = 200ms}},
+            {"endless body", {.body = page, .fault = Fault::endless}},
+            {"no HTTP", {.body = body, .fault = Fault::garbage}},
+            {"empty", {.body = {}}},
+            {"page", {.body = page}},
+            {"501 with a page", {.body = page, .status = 501}},
             {"gzip bomb", LoopbackServer::gzipped(QByteArray(qsizetype{64} * 1024 * 1024, ' '))},
             {"damaged gzip", damagedGzip()},
             {"refused", LoopbackServer::redirect("http://127.0.0.1:1/")},

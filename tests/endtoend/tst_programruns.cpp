@@ -39,21 +39,14 @@ class ProgramRunsTest : public QObject
         return files;
     }
 
-    static LoopbackServer::Answer sound(const QByteArray &body)
-    {
-        LoopbackServer::Answer answer;
-        answer.body = body;
-        return answer;
-    }
-
     static void serveStock(LoopbackServer &market, const QString &prefix, const QString &code,
                            const QString &period)
     {
         const QByteArray name = "\xb9\xf3\xd6\xdd\xc3\xa9\xcc\xa8"; // 贵州茅台
-        market.serve(prefix + u"/q="_s + code, sound(stockQuotes({{code.toLatin1(), name, 1500, 1.25}})));
+        market.serve(prefix + u"/q="_s + code, {.body = stockQuotes({{code.toLatin1(), name, 1500, 1.25}})});
         // The two other periods have no candles; the snapshot then holds one record.
         market.serve(prefix + u"/appstock/app/fqkline/get"_s,
-                     sound(stockCandles(code, period, waveCandles(320, 1500))));
+                     {.body = stockCandles(code, period, waveCandles(320, 1500))});
     }
 
     /// A snapshot run into the folder "out".
@@ -152,8 +145,8 @@ private Q_SLOTS:
     void aSnapshotOfACoin()
     {
         LoopbackServer market;
-        market.serve(u"/api/v4/futures/usdt/tickers"_s, sound(gateTicker(61234.5, -2.25)));
-        market.serve(u"/api/v4/spot/candlesticks"_s, sound(gateCandles(waveCandles(200, 60000))));
+        market.serve(u"/api/v4/futures/usdt/tickers"_s, {.body = gateTicker(61234.5, -2.25)});
+        market.serve(u"/api/v4/spot/candlesticks"_s, {.body = gateCandles(waveCandles(200, 60000))});
         Program bar;
         // Qt's own options are unknown arguments here.
         takeSnapshot(bar, market.url({}).toString(),

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/qthttpclient.h"
-#include "support/program.h"
 #include "support/eventloop.h"
 #include "support/loopbackserver.h"
+#include "support/program.h"
 #include "support/testregistry.h"
 
 #include <QElapsedTimer>

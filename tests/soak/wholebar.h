@@ -3,11 +3,11 @@
 
 #include "platform/jsonpreferences.h"
 #include "platform/qthttpclient.h"
-#include "support/program.h"
 #include "statusbar/desktop/appdelegate.h"
 #include "statusbar/fakewatcher.h"
 #include "statusbar/privatebus.h"
 #include "support/fakeclock.h"
+#include "support/program.h"
 #include "support/recordingattention.h"
 
 #include <QTemporaryDir>
