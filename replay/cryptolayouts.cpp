@@ -47,17 +47,6 @@ std::optional<Listing> findPair(Market &market, const QByteArray &pair, QByteArr
     return listing && listing->instrument().venue == Venue::crypto ? listing : std::nullopt;
 }
 
-QByteArray joinRows(const std::vector<QByteArray> &rows)
-{
-    QByteArray body("[");
-    for (const QByteArray &row : rows) {
-        if (body.size() > 1)
-            body.append(',');
-        body.append(row);
-    }
-    return body.append(']');
-}
-
 /// The last 24 hours up to the listing's moment.
 Block lastDay(const Listing &listing)
 {
@@ -75,14 +64,9 @@ int tickDecimals(const Instrument &instrument)
     return std::max(0, static_cast<int>(std::lround(std::log10(instrument.ticksPerUnit))));
 }
 
-Answer gateError(const char *body)
+Answer refusal(const QByteArray &body)
 {
-    return {400, "application/json", body};
-}
-
-Answer binanceError(const char *body)
-{
-    return {400, "application/json", body};
+    return {body, 400};
 }
 
 QByteArray gateTickerObject(const Listing &listing)
@@ -92,11 +76,9 @@ QByteArray gateTickerObject(const Listing &listing)
     const double tick = 1 / instrument.ticksPerUnit;
     const double quote = quoteVolume(day.v, day.o, day.h, day.l, day.c);
     const QByteArray last = price(day.c);
-    QByteArray json("{");
-    const auto add = [&json](const char *key, const QByteArray &text) {
-        if (json.size() > 1)
-            json.append(',');
-        json.append('"').append(key).append("\":").append(quoted(text));
+    QByteArrayList members;
+    const auto add = [&members](const char *key, const QByteArray &text) {
+        members.append(quoted(key) + ':' + quoted(text));
     };
     add("contract", QByteArray(instrument.code) + "_USDT");
     add("last", last);
@@ -118,7 +100,7 @@ QByteArray gateTickerObject(const Listing &listing)
     add("quanto_base_rate", "");
     add("highest_bid", last);
     add("lowest_ask", price(snapToTick(instrument, day.c + tick)));
-    return json.append('}');
+    return '{' + members.join(',') + '}';
 }
 
 QByteArray binanceTickerObject(const Listing &listing)
@@ -191,29 +173,28 @@ Answer gateCandles(Market &market, const Query &query)
 {
     const QByteArray pair = query.value("currency_pair");
     if (pair.isEmpty()) {
-        return gateError(
+        return refusal(
             R"({"label":"MISSING_REQUIRED_PARAM","message":"Missing required parameter: currency_pair"})");
     }
     const auto listing = findPair(market, pair, "_USDT");
     if (!listing) {
         const QByteArray base = pair.left(std::max<qsizetype>(0, pair.indexOf('_')));
         const QString shown = QString::fromUtf8(base.isEmpty() ? pair : base);
-        return {400, "application/json",
-                R"({"label":"INVALID_CURRENCY","message":)" +
-                    escapedJson(QLatin1String("Invalid currency ") + shown) + '}'};
+        return refusal(R"({"label":"INVALID_CURRENCY","message":)" +
+                       escapedJson(QLatin1String("Invalid currency ") + shown) + '}');
     }
     const QByteArray asked = query.value("interval");
     const auto interval = intervalFromText(asked.isEmpty() ? QByteArrayView("30m") : QByteArrayView(asked));
     if (!interval)
-        return gateError(R"({"label":"INVALID_PARAM_VALUE","message":"Invalid interval"})");
+        return refusal(R"({"label":"INVALID_PARAM_VALUE","message":"Invalid interval"})");
     const auto limit = query.number("limit", 100);
     if (!limit)
-        return gateError(R"({"label":"INVALID_PARAM_VALUE","message":"Invalid limit"})");
+        return refusal(R"({"label":"INVALID_PARAM_VALUE","message":"Invalid limit"})");
     if (*limit > 1000) {
-        return gateError(R"({"label":"INVALID_PARAM_VALUE","message":"Candlestick range too broad. )"
-                         R"(Maximum 1000 data points are allowed per request"})");
+        return refusal(R"({"label":"INVALID_PARAM_VALUE","message":"Candlestick range too broad. )"
+                       R"(Maximum 1000 data points are allowed per request"})");
     }
-    std::vector<QByteArray> rows;
+    QByteArrayList rows;
     for (const Row &row : listing->timeline->rows(*interval, *limit, listing->now)) {
         const Candle &candle = row.candle;
         rows.push_back(R"([")" + QByteArray::number(candle.ts / 1000) + R"(",")" +
@@ -222,41 +203,41 @@ Answer gateCandles(Market &market, const Query &query)
                        fixedText(candle.v, 8) + R"(",")" + (row.end <= listing->now ? "true" : "false") +
                        R"("])");
     }
-    return {200, "application/json", joinRows(rows)};
+    return {jsonArray(rows)};
 }
 
 Answer gateTicker(Market &market, const Query &query)
 {
     const QByteArray contract = query.value("contract");
-    std::vector<QByteArray> tickers;
+    QByteArrayList tickers;
     if (contract.isEmpty()) {
         for (const Listing &listing : market.all(Venue::crypto))
             tickers.push_back(gateTickerObject(listing));
     } else if (const auto listing = findPair(market, contract, "_USDT")) {
         tickers.push_back(gateTickerObject(*listing));
     } else {
-        return gateError(R"({"label":"CONTRACT_NOT_FOUND"})");
+        return refusal(R"({"label":"CONTRACT_NOT_FOUND"})");
     }
-    return {200, "application/json", joinRows(tickers)};
+    return {jsonArray(tickers)};
 }
 
 Answer binanceCandles(Market &market, const Query &query)
 {
     const QByteArray symbol = query.value("symbol");
     if (symbol.isEmpty()) {
-        return binanceError(
+        return refusal(
             R"({"code":-1102,"msg":"Mandatory parameter 'symbol' was not sent, was empty/null, or malformed."})");
     }
     const auto listing = findPair(market, symbol, "USDT");
     if (!listing)
-        return binanceError(R"({"code":-1121,"msg":"Invalid symbol."})");
+        return refusal(R"({"code":-1121,"msg":"Invalid symbol."})");
     const auto interval = binanceInterval(query.value("interval"));
     if (!interval)
-        return binanceError(R"({"code":-1120,"msg":"Invalid interval."})");
+        return refusal(R"({"code":-1120,"msg":"Invalid interval."})");
     const auto limit = query.number("limit", 500);
     if (!limit)
-        return binanceError(R"({"code":-1130,"msg":"Data sent for parameter 'limit' is not valid."})");
-    std::vector<QByteArray> rows;
+        return refusal(R"({"code":-1130,"msg":"Data sent for parameter 'limit' is not valid."})");
+    QByteArrayList rows;
     for (const Row &row : listing->timeline->rows(*interval, std::min(*limit, 1000), listing->now)) {
         const Candle &candle = row.candle;
         const double quote = quoteVolume(candle);
@@ -269,22 +250,22 @@ Answer binanceCandles(Market &market, const Query &query)
                        QByteArray::number(static_cast<qint64>(quote / 900) + 1) + R"(,")" +
                        fixedText(candle.v * taken, 8) + R"(",")" + fixedText(quote * taken, 8) + R"(","0"])");
     }
-    return {200, "application/json", joinRows(rows)};
+    return {jsonArray(rows)};
 }
 
 Answer binanceTicker(Market &market, const Query &query)
 {
     const QByteArray symbol = query.value("symbol");
     if (symbol.isEmpty()) {
-        std::vector<QByteArray> tickers;
+        QByteArrayList tickers;
         for (const Listing &listing : market.all(Venue::crypto))
             tickers.push_back(binanceTickerObject(listing));
-        return {200, "application/json", joinRows(tickers)};
+        return {jsonArray(tickers)};
     }
     const auto listing = findPair(market, symbol, "USDT");
     if (!listing)
-        return binanceError(R"({"code":-1121,"msg":"Invalid symbol."})");
-    return {200, "application/json", binanceTickerObject(*listing)};
+        return refusal(R"({"code":-1121,"msg":"Invalid symbol."})");
+    return {binanceTickerObject(*listing)};
 }
 
 Answer okxCandles(Market &market, const Query &query)
@@ -297,20 +278,18 @@ Answer okxCandles(Market &market, const Query &query)
     if (!listing) {
         // An unknown instrument is a success on the HTTP level.
         return {
-            200, "application/json",
             R"({"code":"51001","msg":"Instrument ID, Instrument ID code, or Spread ID doesn't exist.","data":[]})"};
     }
     const QByteArray bar = query.value("bar");
     const auto interval = okxInterval(bar.isEmpty() ? QByteArray("1m") : bar);
     const auto limit = query.number("limit", 100);
     if (!interval || !limit) {
-        return {400, "application/json",
-                QByteArray(R"({"code":"51000","msg":"Parameter )") + (interval ? "limit" : "bar") +
-                    R"( error","data":[]})"};
+        return refusal(QByteArray(R"({"code":"51000","msg":"Parameter )") + (interval ? "limit" : "bar") +
+                       R"( error","data":[]})");
     }
     std::vector<Row> rows = listing->timeline->rows(*interval, std::min(*limit, 300), listing->now);
     std::reverse(rows.begin(), rows.end());
-    std::vector<QByteArray> texts;
+    QByteArrayList texts;
     for (const Row &row : rows) {
         const Candle &candle = row.candle;
         const QByteArray base = trimmedText(candle.v, 8);
@@ -322,7 +301,7 @@ Answer okxCandles(Market &market, const Query &query)
                         volume + R"(",")" + (swap ? base : quote) + R"(",")" + quote + R"(",")" +
                         (row.end <= listing->now ? "1" : "0") + R"("])");
     }
-    return {200, "application/json", R"({"code":"0","msg":"","data":)" + joinRows(texts) + '}'};
+    return {R"({"code":"0","msg":"","data":)" + jsonArray(texts) + '}'};
 }
 
 } // namespace kestrune::replay

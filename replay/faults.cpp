@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "replay/faults.h"
 
+#include <QtEndian>
+
 #include <algorithm>
+
+#include <zlib.h>
 
 namespace kestrune::replay {
 
@@ -99,39 +103,19 @@ QByteArray errorBody(Endpoint endpoint)
     return {};
 }
 
-/// The checksum that gzip asks for, of so many zero bytes.
-quint32 crc32OfZeros(qsizetype count)
-{
-    std::array<quint32, 256> table{};
-    for (quint32 i = 0; i < table.size(); ++i) {
-        table[i] = i;
-        for (int bit = 0; bit < 8; ++bit)
-            table[i] = (table[i] >> 1) ^ ((table[i] & 1) != 0 ? 0xedb88320U : 0U);
-    }
-    quint32 crc = 0xffffffff;
-    for (qsizetype i = 0; i < count; ++i)
-        crc = (crc >> 8) ^ table[crc & 0xff];
-    return ~crc;
-}
-
-void appendLittleEndian(QByteArray &bytes, quint32 value)
-{
-    for (int shift = 0; shift < 32; shift += 8)
-        bytes.append(static_cast<char>((value >> shift) & 0xff));
-}
-
 /// A well-formed gzip file of some 60 KiB that unpacks to 64 MiB.
 const QByteArray &gzipBomb()
 {
     static const QByteArray bomb = [] {
-        constexpr qsizetype size = 64LL * 1024 * 1024;
+        const QByteArray zeros(qsizetype{64} * 1024 * 1024, '\0');
+        const auto size = static_cast<uInt>(zeros.size());
+        const quint32 trailer[] = {qToLittleEndian(static_cast<quint32>(
+                                       crc32(0, reinterpret_cast<const Bytef *>(zeros.constData()), size))),
+                                   qToLittleEndian<quint32>(size)};
         // Qt's form is a length (4 bytes), a zlib head (2), the compressed data and a checksum (4).
-        const QByteArray packed = qCompress(QByteArray(size, '\0'), 9);
-        QByteArray gzip("\x1f\x8b\x08\0\0\0\0\0\x02\xff", 10);
-        gzip.append(packed.sliced(6, packed.size() - 10));
-        appendLittleEndian(gzip, crc32OfZeros(size));
-        appendLittleEndian(gzip, static_cast<quint32>(size));
-        return gzip;
+        const QByteArray packed = qCompress(zeros, 9);
+        return QByteArray("\x1f\x8b\x08\0\0\0\0\0\x02\xff", 10) + packed.sliced(6, packed.size() - 10) +
+               QByteArray(reinterpret_cast<const char *>(trailer), sizeof trailer);
     }();
     return bomb;
 }

@@ -23,7 +23,7 @@ using Faults = std::array<Fault, endpointCount>;
 /// unknown endpoint or kind, and for two kinds that exclude each other.
 [[nodiscard]] bool addFault(Faults &faults, const QByteArray &text);
 
-/// Lets a fault have its way with a sound reply.
+/// Changes a sound reply as the fault says.
 void applyFault(const Fault &fault, Endpoint endpoint, HttpReply &reply);
 
 } // namespace kestrune::replay

@@ -150,7 +150,7 @@ std::optional<Recording> makeRecording(const Instrument &instrument, std::vector
     const std::size_t count = recording.blocks.size();
     recording.previousClose = count > 1 ? recording.blocks[count - 2].c : recording.blocks[0].o;
     for (Series &each : series) {
-        each.candles.pop_back(); // may be unfinished; the blocks know better
+        each.candles.pop_back(); // it may be unfinished; the blocks, which go on, give that one
         recording.ownRows.emplace(each.interval.length, std::move(each.candles));
     }
     return recording;

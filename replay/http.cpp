@@ -5,7 +5,9 @@
 #include <QTcpSocket>
 #include <QTimer>
 
+#include <algorithm>
 #include <memory>
+#include <utility>
 
 #include <sys/socket.h>
 
@@ -31,36 +33,23 @@ struct ParsedHead
 
 const char *reason(int status)
 {
-    switch (status) {
-    case 200:
-        return "OK";
-    case 302:
-        return "Found";
-    case 400:
-        return "Bad Request";
-    case 403:
-        return "Forbidden";
-    case 404:
-        return "Not Found";
-    case 405:
-        return "Method Not Allowed";
-    case 429:
-        return "Too Many Requests";
-    case 431:
-        return "Request Header Fields Too Large";
-    case 500:
-        return "Internal Server Error";
-    case 501:
-        return "Not Implemented";
-    case 502:
-        return "Bad Gateway";
-    case 503:
-        return "Service Unavailable";
-    case 505:
-        return "HTTP Version Not Supported";
-    default:
-        return "Status";
-    }
+    static constexpr std::pair<int, const char *> reasons[] = {
+        {200, "OK"},
+        {302, "Found"},
+        {400, "Bad Request"},
+        {403, "Forbidden"},
+        {404, "Not Found"},
+        {405, "Method Not Allowed"},
+        {429, "Too Many Requests"},
+        {431, "Request Header Fields Too Large"},
+        {500, "Internal Server Error"},
+        {501, "Not Implemented"},
+        {502, "Bad Gateway"},
+        {503, "Service Unavailable"},
+        {505, "HTTP Version Not Supported"},
+    };
+    const auto *const found = std::ranges::find(reasons, status, &std::pair<int, const char *>::first);
+    return found == std::end(reasons) ? "Status" : found->second;
 }
 
 /// The header fields that matter here.

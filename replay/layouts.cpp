@@ -3,8 +3,6 @@
 
 #include <QByteArrayList>
 
-#include <algorithm>
-
 namespace kestrune::replay {
 
 Query::Query(QByteArrayView text)
@@ -52,7 +50,7 @@ Answer answerRequest(Market &market, const Target &target)
     case Endpoint::tencentCandles:
         return tencentCandles(market, Query(target.argument));
     }
-    return {404, "text/plain", {}};
+    return {{}, 404, "text/plain"};
 }
 
 } // namespace kestrune::replay

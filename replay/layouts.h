@@ -9,9 +9,9 @@ namespace kestrune::replay {
 /// What a source answers, before anything is done to it on the wire.
 struct Answer
 {
+    QByteArray body;
     int status = 200;
     QByteArray contentType = "application/json";
-    QByteArray body;
 };
 
 /// The decoded "key=value" pairs of a query; the first of several equal keys counts.

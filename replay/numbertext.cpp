@@ -45,4 +45,9 @@ QByteArray escapedJson(const QString &text)
     return json.append('"');
 }
 
+QByteArray jsonArray(const QByteArrayList &entries)
+{
+    return '[' + entries.join(',') + ']';
+}
+
 } // namespace kestrune::replay

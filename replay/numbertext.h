@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QByteArray>
+#include <QByteArrayList>
 
 namespace kestrune::replay {
 
@@ -13,5 +13,7 @@ namespace kestrune::replay {
 [[nodiscard]] int neededDecimals(double value, int least, int most);
 /// A JSON string of ASCII text: quoted; other letters as \uXXXX, "/" escaped too, as the stock source does.
 [[nodiscard]] QByteArray escapedJson(const QString &text);
+/// A JSON array of entries that are JSON already.
+[[nodiscard]] QByteArray jsonArray(const QByteArrayList &entries);
 
 } // namespace kestrune::replay

@@ -84,13 +84,10 @@ QByteArray marketState(qint64 now)
 
 QByteArray escapedList(const QStringList &texts)
 {
-    QByteArray json("[");
-    for (const QString &text : texts) {
-        if (json.size() > 1)
-            json.append(',');
-        json.append(escapedJson(text));
-    }
-    return json.append(']');
+    QByteArrayList entries;
+    for (const QString &text : texts)
+        entries.append(escapedJson(text));
+    return jsonArray(entries);
 }
 
 /// The object of one code; `quote` is "[]" for a code that nobody trades.
@@ -98,10 +95,9 @@ Answer candleAnswer(const QByteArray &code, const QByteArray &key, const QByteAr
                     const QByteArray &quote, qint64 now, const QByteArray &before)
 {
     const QByteArray name = escapedJson(QString::fromUtf8(code));
-    return {200, "application/json",
-            R"({"code":0,"msg":"","data":{)" + name + R"(:{")" + key + R"(":)" + rows + R"(,"qt":{)" + name +
-                ':' + quote + R"(,"market":[)" + marketState(now) +
-                R"(]},"mx_price":{"mx":[],"price":[]},"prec":")" + before + R"(","version":"16"}}})"};
+    return {R"({"code":0,"msg":"","data":{)" + name + R"(:{")" + key + R"(":)" + rows + R"(,"qt":{)" + name +
+            ':' + quote + R"(,"market":[)" + marketState(now) +
+            R"(]},"mx_price":{"mx":[],"price":[]},"prec":")" + before + R"(","version":"16"}}})"};
 }
 
 Answer stockCandles(const Listing &listing, const QByteArray &period, const Interval &interval, int count,
@@ -117,20 +113,18 @@ Answer stockCandles(const Listing &listing, const QByteArray &period, const Inte
         dayBefore = rows.front().candle.ts;
         rows.erase(rows.begin());
     }
-    QByteArray text("[");
+    QByteArrayList texts;
     for (const Row &row : rows) {
-        if (text.size() > 1)
-            text.append(',');
         const bool daily = period == "day";
         const bool running = !daily && row.end > listing.now;
-        text.append(
+        texts.append(
             rowText(instrument, row, running, daily ? dayNote(instrument, row, dayBefore) : QByteArray()));
         dayBefore = row.candle.ts;
     }
-    text.append(']');
     // Hong Kong candles come under the bare period whatever adjustment was asked for.
     const QByteArray key = instrument.venue == Venue::hongkong ? period : adjustment + period;
-    return candleAnswer(instrument.code, key, text, escapedList(quoteFields(listing)), listing.now, before);
+    return candleAnswer(instrument.code, key, jsonArray(texts), escapedList(quoteFields(listing)),
+                        listing.now, before);
 }
 
 } // namespace
@@ -146,7 +140,7 @@ Answer tencentQuotes(Market &market, QByteArrayView codes)
     }
     if (body.isEmpty())
         body = "v_pv_none_match=\"1\";\n";
-    return {200, "text/html; charset=GBK", body};
+    return {body, 200, "text/html; charset=GBK"};
 }
 
 Answer tencentCandles(Market &market, const Query &query)
@@ -159,7 +153,7 @@ Answer tencentCandles(Market &market, const Query &query)
     const auto interval = parts.size() > 1 ? periodFromText(parts[1]) : std::nullopt;
     const bool knownAdjustment = adjustment.isEmpty() || adjustment == "qfq" || adjustment == "hfq";
     if (parts[0].isEmpty() || !interval || !countIsNumber || asked < 1 || !knownAdjustment)
-        return {200, "application/json", R"({"code":1,"msg":"bad params"})"};
+        return {R"({"code":1,"msg":"bad params"})"};
     const auto listing = market.find(parts[0]);
     if (!isStock(listing))
         return candleAnswer(parts[0], parts[1], "[]", "[]", market.now(), {});

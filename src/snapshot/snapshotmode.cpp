@@ -2,7 +2,6 @@
 #include "snapshot/snapshotmode.h"
 
 #include "platform/async.h"
-#include "snapshot/pngwriter.h"
 #include "snapshot/snapshotdata.h"
 #include "snapshot/snapshotpicture.h"
 
@@ -86,25 +85,23 @@ void SnapshotMode::capture()
     if (image.isNull())
         return;
     QDir().mkpath(m_config.dir); // a failure shows in the writes, which are not reported either
-    writeFile(u"popover.png"_s, encodePng(image));
+    writeFile(u"popover.png"_s, [&](QIODevice &file) { return writePng(image, file); });
     writeJSON();
-}
-
-void SnapshotMode::writeFile(const QString &name, const QByteArray &bytes) const
-{
-    QSaveFile file(m_config.dir + u'/' + name);
-    file.setDirectWriteFallback(true); // a writable file in a folder that is not
-    if (file.open(QIODevice::WriteOnly)) {
-        file.write(bytes);
-        file.commit();
-    }
 }
 
 void SnapshotMode::writeJSON() const
 {
-    const auto summary = snapshotSummary(*m_state, m_clock.now());
-    if (summary)
-        writeFile(u"data.json"_s, *summary);
+    if (const auto summary = snapshotSummary(*m_state, m_clock.now()))
+        writeFile(u"data.json"_s, [&](QIODevice &file) { return file.write(*summary) == summary->size(); });
+}
+
+// An earlier file stays whole until the new one is.
+void SnapshotMode::writeFile(const QString &name, const std::function<bool(QIODevice &)> &write) const
+{
+    QSaveFile file(m_config.dir + u'/' + name);
+    file.setDirectWriteFallback(true); // a writable file in a folder that is not
+    if (file.open(QIODevice::WriteOnly) && write(file))
+        file.commit();
 }
 
 } // namespace kestrune

@@ -7,6 +7,7 @@
 #include <QObject>
 #include <QStringList>
 
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -53,7 +54,7 @@ private:
     QCoro::Task<> waitUntilReady(Instant deadline);
     void capture();
     void writeJSON() const;
-    void writeFile(const QString &name, const QByteArray &bytes) const;
+    void writeFile(const QString &name, const std::function<bool(QIODevice &)> &write) const;
 
     Config m_config;
     QString m_marketNotice;

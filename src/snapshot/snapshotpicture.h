@@ -9,6 +9,8 @@
 
 #include <memory>
 
+class QIODevice;
+
 namespace kestrune {
 
 class PopoverView;
@@ -31,5 +33,9 @@ public:
 private:
     std::unique_ptr<PopoverView> m_panel;
 };
+
+/// Writes an image as PNG with its device pixel ratio as resolution (1 is 72 pixels per inch); false when
+/// that fails.
+[[nodiscard]] bool writePng(QImage image, QIODevice &device);
 
 } // namespace kestrune

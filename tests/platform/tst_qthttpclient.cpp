@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/qthttpclient.h"
-#include "replay/replayserver.h"
 #include "support/eventloop.h"
 #include "support/loopbackserver.h"
+#include "support/program.h"
 #include "support/testregistry.h"
 
 #include <QElapsedTimer>
@@ -395,7 +395,7 @@ void QtHttpClientTest::aBodyThatNobodyReadsTakesNoMemory()
     // A busy machine: the main thread comes to nothing while Qt's thread receives.
     ReplayServer flooding({u"--fault"_s, u"all=flood"_s});
     QtHttpClient client;
-    const QUrl url(QString::fromLatin1(flooding.address().trimmed()) + u"/q=sh600519"_s);
+    const QUrl url(flooding.address() + u"/q=sh600519"_s);
     const auto result = start(client, url);
     drainEvents();
     const qint64 before = residentKiB();

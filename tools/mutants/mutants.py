@@ -223,4 +223,4 @@ m(T+'snapshotmode.cpp','co_await m_clock.sleep(readinessPoll)','co_await m_clock
 m(T+'snapshotmode.cpp','m_clock.now() <= deadline','(@ ? m_clock.now() < deadline : m_clock.now() <= deadline)','deadline edge')
 m(T+'snapshotmode.cpp','!m_state->zones().empty() && !m_state->snapshot().empty();','!m_state->zones().empty() && (@ || !m_state->snapshot().empty());','ready without snapshot')
 m(T+'commandline.cpp','    if (line.marketServer)\n        return;','    if (line.marketServer && !@)\n        return;','first server counts')
-m(T+'pngwriter.cpp','pixelsPerMetre * image.devicePixelRatio()','pixelsPerMetre * (@ ? 1.0 : image.devicePixelRatio())','resolution')
+m(T+'snapshotpicture.cpp','pixelsPerMetre * image.devicePixelRatio()','pixelsPerMetre * (@ ? 1.0 : image.devicePixelRatio())','resolution')
