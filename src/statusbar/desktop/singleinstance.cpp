@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "statusbar/desktop/singleinstance.h"
 
-#include "statusbar/desktop/activation.h"
+#include "statusbar/wayland.h"
 
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "statusbar/desktop/xembeditem.h"
 
-#include "statusbar/desktop/screens.h"
-#include "statusbar/desktop/xcbreply.h"
 #include "statusbar/panelplacement.h"
 
 #include <cmath>
@@ -31,7 +29,6 @@ XEmbedItem::XEmbedItem(TrayWatch &watch)
     m_check.setSingleShot(true);
     connect(&m_check, &QTimer::timeout, this, &XEmbedItem::checkSize);
     connect(&m_watch, &TrayWatch::reparented, this, &XEmbedItem::reparented);
-    connect(&m_watch, &TrayWatch::textColorChanged, this, &StatusItem::barTextColorChanged);
     connect(m_widget.get(), &ItemWidget::resizeWanted, this, &XEmbedItem::applySize);
     connect(m_widget.get(), &ItemWidget::resized, this, &XEmbedItem::checkSizeLater);
     connect(m_widget.get(), &ItemWidget::clicked, this,
