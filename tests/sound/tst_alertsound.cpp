@@ -7,9 +7,6 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QtEndian>
-
-#include <algorithm>
 
 using namespace kestrune;
 using namespace Qt::StringLiterals;
@@ -83,21 +80,6 @@ private Q_SLOTS:
         QVERIFY(!loadAlertSound({u"/nonexistent"_s}));
     }
 
-    void soundFileIsShortSoftAndFades()
-    {
-        QFile file(QStringLiteral(KESTRUNE_SOURCE_DIR "/resources/sound/ding.wav"));
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        const QByteArray wav = file.readAll();
-        QVERIFY(wav.size() < 60 * 1024);
-        std::vector<int> loudness;
-        for (qsizetype i = 44; i + 1 < wav.size(); i += 2)
-            loudness.push_back(std::abs(qFromLittleEndian<qint16>(wav.constData() + i)));
-        const int peak = *std::max_element(loudness.begin(), loudness.end());
-        QVERIFY2(peak > 8000 && peak < 29000, qPrintable(QString::number(peak))); // audible, never clipped
-        QVERIFY(loudness.front() < 50);
-        QVERIFY(*std::max_element(loudness.end() - 40, loudness.end()) < 50); // no click at the end
-    }
-
     /// Runs in a process of its own, which knows the module and a sound server by its environment.
     void actsOfAnotherProcess()
     {
@@ -126,7 +108,8 @@ private Q_SLOTS:
     void ringsOnEveryKindOfSoundSystem()
     {
         const QByteArray fails = "echo no server >&2; exit 1";
-        const QByteArray plays = "PATH=/usr/bin:/bin; cp \"$1\" \"${0%/*}/heard.wav\"; exec sleep 2";
+        const QByteArray plays = "PATH=/usr/bin:/bin; cmp \"$1\" " KESTRUNE_SOURCE_DIR
+                                 "/resources/sound/ding.wav && exec sleep 2; exit 1";
         const struct
         {
             const char *name;
@@ -164,11 +147,6 @@ private Q_SLOTS:
             const QByteArray output = process.readAllStandardOutput();
             QVERIFY2(process.exitCode() == 0 && !output.contains("\nQWARN"), row.name + ("\n" + output));
             QCOMPARE(process.readAllStandardError(), QByteArray()); // nor does a library say anything
-            if (QFile heard(folder.filePath(u"heard.wav"_s)); heard.open(QIODevice::ReadOnly)) {
-                QFile sound(QStringLiteral(KESTRUNE_SOURCE_DIR "/resources/sound/ding.wav"));
-                QVERIFY(sound.open(QIODevice::ReadOnly));
-                QCOMPARE(heard.readAll(), sound.readAll());
-            }
         }
     }
 };

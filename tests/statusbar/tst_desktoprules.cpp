@@ -5,7 +5,6 @@
 #include "statusbar/editactions.h"
 #include "statusbar/panelplacement.h"
 #include "statusbar/presentation.h"
-#include "support/rows.h"
 #include "support/testregistry.h"
 
 #include <QKeyEvent>
@@ -22,63 +21,48 @@ class TestDesktopRules : public QObject
 private Q_SLOTS:
     void whatIsDark()
     {
-        const QColor white(Qt::white);
-        const QColor ink(46, 52, 54);
-        const struct
-        {
-            const char *name;
-            BarColors bar;
-            std::optional<bool> prefersDark;
-            bool darkPalette;
-            Appearance expected;
-        } rows[] = {
-            {"nothing is known but a light palette", {}, {}, false, {false, false}},
-            {"nothing is known but a dark palette", {}, {}, true, {true, true}},
-            {"the desktop's preference beats the palette", {}, false, true, {false, false}},
-            {"light words are on a dark bar, windows stay light", {white}, false, false, {true, false}},
-            {"dark words are on a light bar, windows stay dark", {ink}, true, true, {false, true}},
-            {"a silent bar is what bars like it are", {{}, true}, {}, false, {true, false}},
-            {"but follows a preference for light", {{}, true}, false, false, {false, false}},
-            {"and its own words first", {ink, true}, {}, false, {false, false}},
+        const BarColors lightWords{.text = Qt::white};
+        const BarColors darkWords{.text = QColor(46, 52, 54), .usuallyDark = true};
+        const BarColors silent{.usuallyDark = true};
+        const auto dark = [](const BarColors &bar, std::optional<bool> prefersDark, bool darkPalette) {
+            const Appearance appearance = appearanceOf(bar, prefersDark, darkPalette);
+            return QByteArray(appearance.darkBar ? "bar " : "") + (appearance.darkDesktop ? "windows" : "");
         };
-        test::forEachRow(rows, [](const auto &row) {
-            QVERIFY(appearanceOf(row.bar, row.prefersDark, row.darkPalette) == row.expected);
-        });
+        QCOMPARE(dark({}, {}, false), "");
+        QCOMPARE(dark({}, {}, true), "bar windows");
+        QCOMPARE(dark({}, false, true), ""); // the desktop's preference beats the palette
+        QCOMPARE(dark({}, true, false), "bar windows");
+        QCOMPARE(dark(lightWords, false, false), "bar "); // a bar goes by its own words first
+        QCOMPARE(dark(darkWords, true, true), "windows");
+        QCOMPARE(dark(darkWords, {}, false), "");
+        QCOMPARE(dark(silent, {}, false), "bar "); // it is what bars like it are
+        QCOMPARE(dark(silent, false, true), "");   // but follows a preference for light
     }
 
     void whichPresentationsShow()
     {
         using enum NotifierHost;
-        constexpr Presentation strip{.strip = true};
-        constexpr Presentation tray{.tray = true};
-        constexpr Presentation item{.notifier = true};
-        constexpr Presentation both{.notifier = true, .strip = true};
-        const struct
-        {
-            const char *name;
-            DesktopFacts facts;
-            Presentation expected;
-        } rows[] = {
-            {"an empty desktop waits", {}, {}},
-            {"and gets the strip then", {.waited = true}, strip},
-            {"a tray at once", {.tray = true}, tray},
-            {"a tray before a label", {.tray = true, .notifier = label, .waited = true}, tray},
-            {"wide pictures before a tray", {.tray = true, .notifier = wide}, item},
-            {"not a shell's squeezing tray", {.tray = true, .notifier = shell, .waited = true}, item},
-            {"a silent tray has the time of all hosts", {.tray = true, .trayIsLate = true}, tray},
-            {"then a strip beside it",
-             {.tray = true, .trayIsLate = true, .waited = true},
-             {.tray = true, .strip = true}},
-            {"it does not keep a label away",
-             {.tray = true, .trayIsLate = true, .notifier = label},
-             {.tray = true, .notifier = true}},
-            {"a label cannot be neon", {.notifier = label, .waited = true, .bling = true}, both},
-            {"a dot shows at once, its strip waits for a tray", {.notifier = dot}, item},
-            {"a dot and its strip", {.notifier = dot, .waited = true}, both},
-            {"asked for", {.stripForced = true, .tray = true, .notifier = wide, .bling = true}, strip},
+        const auto shown = [](const DesktopFacts &facts) {
+            const Presentation now = choosePresentation(facts);
+            return QByteArray(now.tray ? "tray " : "") + (now.notifier ? "item " : "") +
+                   (now.strip ? "strip" : "");
         };
-        test::forEachRow(rows,
-                         [](const auto &row) { QVERIFY(choosePresentation(row.facts) == row.expected); });
+        QCOMPARE(shown({}), ""); // an empty desktop gets the strip after the wait
+        QCOMPARE(shown({.waited = true}), "strip");
+        QCOMPARE(shown({.tray = true}), "tray ");
+        QCOMPARE(shown({.tray = true, .notifier = label, .waited = true}), "tray ");
+        QCOMPARE(shown({.tray = true, .notifier = wide}), "item ");
+        QCOMPARE(shown({.tray = true, .notifier = shell, .waited = true}), "item "); // its tray squeezes
+        // A tray that does not answer goes on being asked beside what would show without it.
+        QCOMPARE(shown({.tray = true, .trayIsLate = true}), "tray ");
+        QCOMPARE(shown({.tray = true, .trayIsLate = true, .waited = true}), "tray strip");
+        QCOMPARE(shown({.tray = true, .trayIsLate = true, .notifier = label}), "tray item ");
+        QCOMPARE(shown({.notifier = label, .waited = true}), "item ");
+        QCOMPARE(shown({.notifier = label, .waited = true, .bling = true}),
+                 "item strip"); // it cannot be neon
+        QCOMPARE(shown({.notifier = dot}), "item ");
+        QCOMPARE(shown({.notifier = dot, .waited = true}), "item strip");
+        QCOMPARE(shown({.stripForced = true, .tray = true, .notifier = wide, .bling = true}), "strip");
     }
 
     void hostsAreKnownByTheirProcess()
@@ -97,29 +81,24 @@ private Q_SLOTS:
     {
         constexpr QRect screen(0, 27, 1280, 973);
         constexpr QRect whole(0, 0, 1280, 1000);
-        const struct
-        {
-            const char *name;
-            QRect item, available, expected;
-        } rows[] = {
-            {"under a narrow item", {600, 0, 100, 26}, screen, {490, 27, 320, 900}},
-            {"under the last 340 points of a wide one", {300, 0, 500, 26}, screen, {470, 27, 320, 900}},
-            {"340 points count whole", {300, 0, 340, 26}, screen, {310, 27, 320, 900}},
-            {"in from the right edge", {1200, 0, 80, 26}, screen, {960, 27, 320, 900}},
-            {"in from the left edge", {0, 0, 80, 26}, screen, {0, 27, 320, 900}},
-            {"above", {600, 974, 100, 26}, {0, 0, 1280, 974}, {490, 74, 320, 900}},
-            {"below, if it fits", {600, 560, 100, 22}, {0, 0, 1280, 1100}, {490, 582, 320, 518}},
-            {"a strip stays free", {1100, 27, 172, 22}, {0, 27, 1280, 693}, {960, 49, 320, 671}},
-            {"a low screen: over it", {600, 350, 100, 22}, {0, 0, 1280, 720}, {490, 0, 320, 480}},
-            {"below at a tie", {600, 300, 100, 20}, {0, 0, 1280, 620}, {490, 140, 320, 480}},
-            {"left screen", {-200, 0, 100, 26}, {-1280, 27, 1280, 973}, {-320, 27, 320, 900}},
-            {"a screen narrower than it", {0, 0, 50, 26}, {0, 26, 240, 294}, {0, 26, 240, 294}},
-            {"the corner of the free area", cornerAnchor(screen, whole), screen, {960, 27, 320, 900}},
-            {"below a bar that cannot be seen", cornerAnchor(whole, whole), whole, {960, 32, 320, 900}},
+        const auto at = [](const QRect &item, const QRect &available) {
+            return placePanel(item, QSize(320, 900), available);
         };
-        test::forEachRow(rows, [](const auto &row) {
-            QCOMPARE(placePanel(row.item, QSize(320, 900), row.available), row.expected);
-        });
+        QCOMPARE(at({600, 0, 100, 26}, screen), QRect(490, 27, 320, 900));
+        QCOMPARE(at({300, 0, 500, 26}, screen), QRect(470, 27, 320, 900)); // under the last 340 points
+        QCOMPARE(at({300, 0, 340, 26}, screen), QRect(310, 27, 320, 900));
+        QCOMPARE(at({1200, 0, 80, 26}, screen), QRect(960, 27, 320, 900)); // in from the edges
+        QCOMPARE(at({0, 0, 80, 26}, screen), QRect(0, 27, 320, 900));
+        QCOMPARE(at({600, 974, 100, 26}, {0, 0, 1280, 974}), QRect(490, 74, 320, 900)); // above
+        // Below where there is enough room, though there is more above, and at a tie.
+        QCOMPARE(at({600, 560, 100, 22}, {0, 0, 1280, 1100}), QRect(490, 582, 320, 518));
+        QCOMPARE(at({600, 300, 100, 20}, {0, 0, 1280, 620}), QRect(490, 140, 320, 480));
+        QCOMPARE(at({1100, 27, 172, 22}, {0, 27, 1280, 693}), QRect(960, 49, 320, 671)); // a strip stays free
+        QCOMPARE(at({600, 350, 100, 22}, {0, 0, 1280, 720}), QRect(490, 0, 320, 480));   // too low a screen
+        QCOMPARE(at({-200, 0, 100, 26}, {-1280, 27, 1280, 973}), QRect(-320, 27, 320, 900));
+        QCOMPARE(at({0, 0, 50, 26}, {0, 26, 240, 294}), QRect(0, 26, 240, 294)); // a screen narrower than it
+        QCOMPARE(at(cornerAnchor(screen, whole), screen), QRect(960, 27, 320, 900));
+        QCOMPARE(at(cornerAnchor(whole, whole), whole), QRect(960, 32, 320, 900)); // below a bar unseen
     }
 
     void placesInTheWindowSystemsPixels()
