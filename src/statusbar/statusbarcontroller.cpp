@@ -62,7 +62,7 @@ StatusItemContent StatusBarController::content() const
     content.status.signal = m_state->barSignal();
     content.status.align = VAlign::center;
     content.status.alertActive = m_state->alertActive();
-    // Only whether it is even shows; without an alert nothing of it does.
+    // Only odd and even look different, and only during an alert.
     content.status.pulse = content.status.alertActive ? m_state->pulsePhase() & 1 : 0;
     content.status.dark = m_appearance.darkBar;
     if (content.bling) {
@@ -79,7 +79,7 @@ void StatusBarController::subscribe()
     const auto redrawAtChange = [this](const PublishedField &field) {
         m_state->onChange(field, this, [this] { redraw(); });
     };
-    // Every change of any of these redraws, nothing is folded together.
+    // Each change is looked at by itself; redraw() passes on only what looks or reads different.
     redrawAtChange(m_state->blingMode);
     redrawAtChange(m_state->blingPulse);
     redrawAtChange(m_state->pulsePhase);

@@ -289,9 +289,7 @@ class Session:
                  f"{name} is on the bus", limit)
 
     def start_tray(self):
-        if shutil.which("xfce4-panel"):
-            return self.start("xfce4-panel", "--disable-wm-check")
-        return self.start("trayer", "--edge", "top", "--align", "right", "--widthtype", "request", "--height", "26")
+        return self.start("xfce4-panel", "--disable-wm-check")
 
 
 @contextlib.contextmanager

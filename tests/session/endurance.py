@@ -70,4 +70,4 @@ def watch(session):
 
 
 if __name__ == "__main__":
-    sys.exit(desktop.run(watch, []))
+    sys.exit(desktop.run(watch, ["xfce4-panel"]))

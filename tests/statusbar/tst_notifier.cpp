@@ -27,7 +27,6 @@ class TestNotifier : public QObject
     inline static const QString itemInterface = u"org.kde.StatusNotifierItem"_s;
     static constexpr Presentation nothing{};
     static constexpr Presentation stripOnly{.strip = true};
-    static constexpr Presentation dotOnly{.notifier = true};
     static constexpr Presentation dotAndStrip{.notifier = true, .strip = true};
 
     /// A picture; with a pulse it is that of an alert.
@@ -264,19 +263,6 @@ private Q_SLOTS:
         }
         desktop.bus.stop(); // says nothing of the names that go with it
         QVERIFY(becomes(stripOnly));
-    }
-
-    void survivesARestartOfTheHostWithoutFlicker()
-    {
-        Desktop desktop;
-        desktop.watcher.start();
-        const auto item = desktop.chooser(1min);
-        for (int restart = 0; restart < 2; ++restart) {
-            QVERIFY(waitFor([&] { return item->presentation() == dotOnly; }));
-            desktop.watcher.stop();
-            QVERIFY(waitFor([&] { return item->presentation() == nothing; }));
-            desktop.watcher.start();
-        }
     }
 };
 

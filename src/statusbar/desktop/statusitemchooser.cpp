@@ -51,7 +51,7 @@ DesktopFacts StatusItemChooser::facts() const
 
 void StatusItemChooser::trayChanged()
 {
-    m_squeezed = false; // another tray, another chance
+    m_squeezed = false; // another tray may have more room
     m_unanswered = false;
     m_tray.reset(); // its window went with the old one
     m_presentation.tray = false;
