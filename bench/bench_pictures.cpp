@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "panel/helpview.h"
 #include "panel/pixelsparkline.h"
-#include "ui/textlabel.h"
 #include "panel/zonerow.h"
 #include "statusbar/statusimage.h"
+#include "ui/textlabel.h"
 
 #include <QCoreApplication>
 #include <QImage>
@@ -21,14 +21,6 @@ using namespace kestrune;
 using namespace Qt::StringLiterals;
 
 namespace {
-
-class DarkBar : public AppearanceSource
-{
-public:
-    [[nodiscard]] std::optional<QColor> trayTextColor() const override { return {}; }
-    [[nodiscard]] std::optional<bool> prefersDark() const override { return true; }
-    [[nodiscard]] bool paletteIsDark() const override { return true; }
-};
 
 long contextSwitches()
 {
@@ -58,10 +50,12 @@ QString priceText(int turn)
 
 void statusPicture(benchmark::State &state)
 {
-    const DarkBar bar;
-    drawPictures(state, [&bar](int turn) {
-        benchmark::DoNotOptimize(
-            makeStatusBarImage(priceText(turn), BarSignal::buy, VAlign::center, 0, turn % 2 == 0, turn, bar));
+    drawPictures(state, [](int turn) {
+        benchmark::DoNotOptimize(makeStatusBarImage({.text = priceText(turn),
+                                                     .signal = BarSignal::buy,
+                                                     .alertActive = turn % 2 == 0,
+                                                     .pulse = turn,
+                                                     .dark = true}));
     });
 }
 BENCHMARK(statusPicture)->Unit(benchmark::kMicrosecond);

@@ -12,4 +12,4 @@ install_missing "${build_packages[@]}" "${run_packages[@]}" "${test_packages[@]}
 cd "$root"
 cmake --preset release >/dev/null
 cmake --build --preset release --target kestrune-bar kestrune-replay kestrune-sound >&2
-PYTHONDONTWRITEBYTECODE=1 python3 tests/session/pictures.py "$target" build/release/bin
+PYTHONDONTWRITEBYTECODE=1 python3 tools/pictures.py "$target" build/release/bin

@@ -46,9 +46,8 @@ int main(int argc, char **argv)
     AnsweringClient crypto;
     AnsweringClient stock;
     FakeItem item;
-    FakeTheme theme;
     const StatusBarController controller(
-        AppState::create({crypto, stock, clock, preferences, attention, Endpoints::live()}), item, theme,
-        [](const std::shared_ptr<AppState> &, QWidget *) { return PanelContent{}; });
+        AppState::create({crypto, stock, clock, preferences, attention, Endpoints::live()}), item,
+        Appearance{}, [](const std::shared_ptr<AppState> &, QWidget *) { return PanelContent{}; });
     return QApplication::exec();
 }

@@ -25,9 +25,9 @@ constexpr int loadLimitMs = 1000;
 // play for longer has lost its server.
 constexpr qint64 stuckMs = 15'000;
 
-// Qt's engine leaves the sound server without locking its own thread out. While that thread still hears of
-// the stream that ended with the effect, the program can abort at its very end (Qt 6.4); so let it hear it
-// all first.
+// Qt's engine leaves the sound server without locking its own thread out. While that thread still receives
+// news of the stream that ended with the effect, the program can abort at its very end (Qt 6.4); so it is
+// given the time to receive them all.
 constexpr unsigned long serverNewsMs = 150;
 
 // Where the message goes that is not dropped; set before the filter is installed.
@@ -50,9 +50,8 @@ void handleMessage(QtMsgType type, const QMessageLogContext &context, const QStr
 
 } // namespace
 
-/// Drops what the audio library itself says in the default category, also between the sounds, when the server
-/// goes away: the one diagnostic line tells the outcome, and everything else on standard error is somebody's
-/// real message.
+/// Drops the messages of the audio library itself in the default category, also those between the sounds,
+/// when the server goes away: the one diagnostic line gives the outcome. Messages of others pass.
 class EffectSound::ChatterFilter
 {
 public:

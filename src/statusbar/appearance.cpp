@@ -3,13 +3,15 @@
 
 namespace kestrune {
 
-bool isDarkMenuBar(const AppearanceSource &appearance)
+Appearance appearanceOf(const BarColors &bar, std::optional<bool> prefersDark, bool darkPalette)
 {
-    if (const auto text = appearance.trayTextColor())
-        return qGray(text->rgb()) >= 128; // light words are written on a dark bar
-    if (const auto dark = appearance.prefersDark())
-        return *dark;
-    return appearance.paletteIsDark();
+    Appearance appearance;
+    appearance.darkDesktop = prefersDark.value_or(darkPalette);
+    if (bar.text)
+        appearance.darkBar = qGray(bar.text->rgb()) >= 128; // light words are written on a dark bar
+    else
+        appearance.darkBar = prefersDark.value_or(bar.usuallyDark || darkPalette);
+    return appearance;
 }
 
 } // namespace kestrune

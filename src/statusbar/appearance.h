@@ -7,25 +7,28 @@
 
 namespace kestrune {
 
-/// What the desktop tells about light and dark. Every answer may be missing.
-class AppearanceSource
+/// What is dark around the program.
+struct Appearance
 {
-public:
-    AppearanceSource() = default;
-    AppearanceSource(const AppearanceSource &) = delete;
-    AppearanceSource &operator=(const AppearanceSource &) = delete;
-    virtual ~AppearanceSource() = default;
+    bool darkBar = false;     ///< the bar under the item
+    bool darkDesktop = false; ///< windows, our panel among them
 
-    /// The colour in which the bar that holds the item writes its own texts.
-    [[nodiscard]] virtual std::optional<QColor> trayTextColor() const = 0;
-    /// The desktop's colour scheme; nothing when it has no preference or cannot be asked.
-    [[nodiscard]] virtual std::optional<bool> prefersDark() const = 0;
-    /// The toolkit's palette is a dark one.
-    [[nodiscard]] virtual bool paletteIsDark() const = 0;
+    [[nodiscard]] bool operator==(const Appearance &) const = default;
 };
 
-/// Whether the bar under the item is dark, from the nearest witness that answers: the bar's own text colour
-/// (a desktop can be dark with a light bar), the desktop's colour scheme, the toolkit's palette.
-[[nodiscard]] bool isDarkMenuBar(const AppearanceSource &appearance);
+/// What is known of the colours of the bar that shows the item.
+struct BarColors
+{
+    std::optional<QColor> text = std::nullopt; ///< of the bar's own texts
+    bool usuallyDark = false;                  ///< bars like it are dark unless somebody asks for light ones
+
+    [[nodiscard]] bool operator==(const BarColors &) const = default;
+};
+
+/// The bar goes by the colour of its own texts (a dark desktop can have a light bar), then by the desktop's
+/// preference, then by what is usual. Windows go by the preference only. Where the desktop has none or cannot
+/// be asked, the toolkit's palette decides.
+[[nodiscard]] Appearance appearanceOf(const BarColors &bar, std::optional<bool> prefersDark,
+                                      bool darkPalette);
 
 } // namespace kestrune

@@ -14,24 +14,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const char *slotOf(EditCommand command)
-{
-    switch (command) {
-    case EditCommand::undo:
-        return "undo";
-    case EditCommand::redo:
-        return "redo";
-    case EditCommand::cut:
-        return "cut";
-    case EditCommand::copy:
-        return "copy";
-    case EditCommand::paste:
-        return "paste";
-    case EditCommand::selectAll:
-        return "selectAll";
-    }
-    return "";
-}
+// Of text fields, in the order of the commands.
+constexpr std::array slotNames{"undo", "redo", "cut", "copy", "paste", "selectAll"};
 
 struct EditKey
 {
@@ -56,8 +40,9 @@ bool isLatin(int key)
 
 bool applyEditCommand(EditCommand command, QWidget *target)
 {
-    return target && target->metaObject()->indexOfMethod(QByteArray(slotOf(command)) + "()") >= 0 &&
-           QMetaObject::invokeMethod(target, slotOf(command));
+    const char *slot = slotNames[static_cast<std::size_t>(command)];
+    return target && target->metaObject()->indexOfMethod(QByteArray(slot) + "()") >= 0 &&
+           QMetaObject::invokeMethod(target, slot);
 }
 
 std::optional<EditCommand> editCommandOf(const QKeyEvent &key)

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "statusbar/panelplacement.h"
 
+#include <QGuiApplication>
+#include <QScreen>
+
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
@@ -9,10 +12,11 @@ namespace kestrune {
 
 namespace {
 
+constexpr int anchorWidth = 340;      // the panel hangs under at most this much of the item, its right end
 constexpr int leastPanelHeight = 480; // below this the panel rather covers its item
 constexpr int edgeDepth = 64;         // a bar is not thicker
 constexpr int unseenBar = 32;
-// A host may tell a corner of a wide item instead of the pointer's place.
+// A host may give a corner of a wide item instead of the pointer's place.
 constexpr int hostSlackX = 480;
 constexpr int hostSlackY = 64;
 
@@ -30,6 +34,14 @@ bool nearEdge(const QPoint &point, const QRect &screen)
 }
 
 } // namespace
+
+std::vector<ScreenShape> screenShapes()
+{
+    std::vector<ScreenShape> shapes;
+    for (const QScreen *screen : QGuiApplication::screens())
+        shapes.push_back({screen->geometry(), screen->devicePixelRatio()});
+    return shapes;
+}
 
 QPoint toLogical(const QPoint &native, std::span<const ScreenShape> screens)
 {
@@ -60,16 +72,16 @@ QRect placePanel(const QRect &item, const QSize &wanted, const QRect &available)
     return {x, y, width, height};
 }
 
-std::optional<QRect> anchorOfClick(const QPoint &told, const QPoint &pointer,
+std::optional<QRect> anchorOfClick(const QPoint &given, const QPoint &pointer,
                                    std::span<const ScreenShape> screens)
 {
     const bool atEdge = std::any_of(screens.begin(), screens.end(), [&](const ScreenShape &screen) {
-        return nearEdge(told, screen.logical);
+        return nearEdge(given, screen.logical);
     });
-    const QPoint off = told - pointer;
+    const QPoint off = given - pointer;
     if (!atEdge || std::abs(off.x()) > hostSlackX || std::abs(off.y()) > hostSlackY)
         return std::nullopt;
-    return QRect(told, QSize(1, 1));
+    return QRect(given, QSize(1, 1));
 }
 
 std::optional<QRect> placeInSight(const QRect &item, std::span<const ScreenShape> screens)

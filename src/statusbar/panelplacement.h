@@ -7,11 +7,9 @@
 
 #include <optional>
 #include <span>
+#include <vector>
 
 namespace kestrune {
-
-inline constexpr int anchorWidth =
-    340; ///< the panel hangs under at most this much of the item, its right end
 
 /// A screen as the window system counts it and as the toolkit does: the logical rectangle has the same top
 /// left corner and a size divided by the scale factor.
@@ -21,6 +19,9 @@ struct ScreenShape
     double scale = 1;
 };
 
+/// The screens as they are now.
+[[nodiscard]] std::vector<ScreenShape> screenShapes();
+
 /// A position in the window system's pixels as a logical one, on the screen that holds it.
 [[nodiscard]] QPoint toLogical(const QPoint &native, std::span<const ScreenShape> screens);
 
@@ -28,10 +29,10 @@ struct ScreenShape
 /// when the item sits at the lower edge, inside `available`, and never taller than there is room.
 [[nodiscard]] QRect placePanel(const QRect &item, const QSize &wanted, const QRect &available);
 
-/// The place of an item whose host only tells where the click was: that point when it can be trusted, that is
-/// when it lies at an edge of one of the screens and the pointer is near it. Hosts are known to tell
-/// coordinates inside their own window.
-[[nodiscard]] std::optional<QRect> anchorOfClick(const QPoint &told, const QPoint &pointer,
+/// The place of an item whose host only passes on where the click was: `given` when it can be trusted, that
+/// is when it lies at an edge of one of the screens and the pointer is near it. Some hosts give coordinates
+/// inside their own window.
+[[nodiscard]] std::optional<QRect> anchorOfClick(const QPoint &given, const QPoint &pointer,
                                                  std::span<const ScreenShape> screens);
 
 /// The item's place, if any of it lies on a screen: a tray keeps what it has not laid out yet far outside.

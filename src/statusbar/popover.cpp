@@ -2,6 +2,7 @@
 #include "statusbar/popover.h"
 
 #include "statusbar/panelplacement.h"
+#include "statusbar/wayland.h"
 #include "ui/palette.h"
 
 #include <QGuiApplication>
@@ -26,7 +27,7 @@ constexpr auto sameClick = 300ms;
 Qt::WindowFlags popoverFlags()
 {
     // A popup without a parent window is refused there; it closes when the program becomes inactive.
-    if (QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
+    if (isWayland())
         return Qt::Window | Qt::FramelessWindowHint;
     return Qt::Popup | Qt::FramelessWindowHint;
 }

@@ -9,7 +9,7 @@
 
 namespace kestrune {
 
-/// What the popover shows, and how it is told of its surroundings.
+/// What the popover shows, and how it hands on what it knows of its surroundings.
 struct PanelContent
 {
     QWidget *widget = nullptr;

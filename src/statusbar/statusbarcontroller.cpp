@@ -12,13 +12,10 @@
 #include <iterator>
 
 using namespace Qt::StringLiterals;
-using namespace std::chrono_literals;
 
 namespace kestrune {
 
 namespace {
-
-constexpr auto appearancePoll = 2s;
 
 std::vector<BlingItem> signsOf(const AppState &state)
 {
@@ -42,25 +39,15 @@ QString titleOf(const AppState &state)
     return title;
 }
 
-bool isDarkDesktop(const ThemeSource &theme)
-{
-    // The bar's own colours are no witness for windows.
-    return theme.prefersDark().value_or(theme.paletteIsDark());
-}
-
 } // namespace
 
 StatusBarController::StatusBarController(std::shared_ptr<AppState> state, StatusItem &statusItem,
-                                         ThemeSource &theme, const PanelFactory &makePanel)
+                                         const Appearance &appearance, const PanelFactory &makePanel)
     : m_state(std::move(state))
     , m_statusItem(statusItem)
-    , m_theme(theme)
     , m_popover([shared = m_state, makePanel](QWidget *parent) { return makePanel(shared, parent); })
 {
-    m_lastDarkAppearance = isDarkMenuBar(m_theme);
-    m_lastDarkDesktop = isDarkDesktop(m_theme);
-    applyPalette();
-    redraw();
+    setAppearance(appearance);
     connect(&m_statusItem, &StatusItem::activated, this, &StatusBarController::togglePopover);
     subscribe();
 }
@@ -75,9 +62,9 @@ StatusItemContent StatusBarController::content() const
     content.status.signal = m_state->barSignal();
     content.status.align = VAlign::center;
     content.status.alertActive = m_state->alertActive();
-    // Only whether it is even shows; without an alert nothing of it does.
+    // Only odd and even look different, and only during an alert.
     content.status.pulse = content.status.alertActive ? m_state->pulsePhase() & 1 : 0;
-    content.status.dark = isDarkMenuBar(m_theme);
+    content.status.dark = m_appearance.darkBar;
     if (content.bling) {
         content.signs = signsOf(*m_state);
         content.blingPulse = m_state->blingPulse();
@@ -92,7 +79,7 @@ void StatusBarController::subscribe()
     const auto redrawAtChange = [this](const PublishedField &field) {
         m_state->onChange(field, this, [this] { redraw(); });
     };
-    // Every change of any of these redraws, nothing is folded together.
+    // Each change is looked at by itself; redraw() passes on only what looks or reads different.
     redrawAtChange(m_state->blingMode);
     redrawAtChange(m_state->blingPulse);
     redrawAtChange(m_state->pulsePhase);
@@ -101,14 +88,6 @@ void StatusBarController::subscribe()
     redrawAtChange(m_state->alerts);
     redrawAtChange(m_state->multiPrices);
     m_state->onChange(m_state->blingMode, this, [this] { m_popover.close(); });
-
-    connect(&m_theme, &ThemeSource::changed, this, &StatusBarController::themeChanged, Qt::QueuedConnection);
-    connect(&m_statusItem, &StatusItem::barTextColorChanged, this, &StatusBarController::themeChanged,
-            Qt::QueuedConnection);
-    connect(&m_theme, &ThemeSource::announcesChanged, this, &StatusBarController::updatePolling);
-    connect(&m_appearanceTimer, &QTimer::timeout, this, &StatusBarController::pollAppearance);
-    m_appearanceTimer.setInterval(appearancePoll);
-    updatePolling();
 }
 
 void StatusBarController::redraw()
@@ -120,35 +99,11 @@ void StatusBarController::redraw()
     m_shown = std::move(now);
 }
 
-void StatusBarController::themeChanged()
+void StatusBarController::setAppearance(const Appearance &appearance)
 {
-    applyPalette();
+    m_appearance = appearance;
+    m_popover.setDark(appearance.darkDesktop);
     redraw();
-}
-
-void StatusBarController::pollAppearance()
-{
-    // Each by itself: a bar that tells its own text colour stays as it is when windows change.
-    const bool darkBar = isDarkMenuBar(m_theme);
-    const bool darkDesktop = isDarkDesktop(m_theme);
-    if (darkBar == m_lastDarkAppearance && darkDesktop == m_lastDarkDesktop)
-        return;
-    m_lastDarkAppearance = darkBar;
-    m_lastDarkDesktop = darkDesktop;
-    themeChanged();
-}
-
-void StatusBarController::updatePolling()
-{
-    if (m_theme.announces())
-        m_appearanceTimer.stop();
-    else if (!m_appearanceTimer.isActive())
-        m_appearanceTimer.start();
-}
-
-void StatusBarController::applyPalette()
-{
-    m_popover.setDark(isDarkDesktop(m_theme));
 }
 
 void StatusBarController::togglePopover(const QRect &anchor)

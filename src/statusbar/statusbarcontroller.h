@@ -2,11 +2,9 @@
 #pragma once
 
 #include "state/appstate.h"
+#include "statusbar/appearance.h"
 #include "statusbar/popover.h"
 #include "statusbar/statusitem.h"
-#include "statusbar/themesource.h"
-
-#include <QTimer>
 
 #include <functional>
 #include <memory>
@@ -22,14 +20,13 @@ class StatusBarController : public QObject
 {
     Q_OBJECT
 public:
-    /// Item and theme outlive the controller.
-    StatusBarController(std::shared_ptr<AppState> state, StatusItem &statusItem, ThemeSource &theme,
+    /// The item outlives the controller.
+    StatusBarController(std::shared_ptr<AppState> state, StatusItem &statusItem, const Appearance &appearance,
                         const PanelFactory &makePanel);
     ~StatusBarController() override;
 
-    /// The picture of the current state.
-    [[nodiscard]] StatusPicture renderImage() const { return pictureOf(content()); }
     [[nodiscard]] Popover &popover() { return m_popover; }
+    void setAppearance(const Appearance &appearance);
 
     /// The item's click: closes the open panel, else opens it under `anchor`, or under the item where the
     /// host gave no place.
@@ -42,19 +39,12 @@ private:
     [[nodiscard]] StatusItemContent content() const;
     void subscribe();
     void redraw();
-    void themeChanged();
-    void pollAppearance();
-    void updatePolling();
-    void applyPalette();
 
     std::shared_ptr<AppState> m_state;
     StatusItem &m_statusItem;
-    ThemeSource &m_theme;
+    Appearance m_appearance;
     Popover m_popover;
     std::optional<StatusItemContent> m_shown; ///< what the item was given last
-    QTimer m_appearanceTimer;                 ///< stands still while the theme announces its changes
-    bool m_lastDarkAppearance = false;        ///< of the bar, as the poll saw it last
-    bool m_lastDarkDesktop = false;           ///< of windows, likewise
 };
 
 } // namespace kestrune

@@ -272,11 +272,8 @@ StatusPicture finished(StatusPicture picture)
 
 } // namespace
 
-StatusPicture makeStatusBarImage(const QString &text, BarSignal signal, VAlign align, double baselineShift,
-                                 bool alertActive, int pulse, const AppearanceSource &appearance)
+StatusPicture makeStatusBarImage(const StatusContent &content)
 {
-    const StatusContent content{
-        text, signal, align, baselineShift, alertActive, pulse, isDarkMenuBar(appearance)};
     return finished(renderStatus(content, pictureScale));
 }
 

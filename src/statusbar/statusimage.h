@@ -2,8 +2,8 @@
 #pragma once
 
 #include "state/barsignal.h"
-#include "statusbar/appearance.h"
 
+#include <QColor>
 #include <QImage>
 #include <QString>
 
@@ -50,11 +50,8 @@ struct StatusPicture
     double width; ///< logical width in points, fractions kept
 };
 
-/// Dot and text; with an alert an 18-point shift for a bell and a blinking text. `appearance` only serves
-/// the dark test.
-[[nodiscard]] StatusPicture makeStatusBarImage(const QString &text, BarSignal signal, VAlign align,
-                                               double baselineShift, bool alertActive, int pulse,
-                                               const AppearanceSource &appearance);
+/// Dot and text; with an alert an 18-point shift for a bell and a blinking text.
+[[nodiscard]] StatusPicture makeStatusBarImage(const StatusContent &content);
 /// A row of neon signs that breathe out of step; no items stand for the eight great coins without prices.
 [[nodiscard]] StatusPicture makeBlingStatusBarImage(const std::vector<BlingItem> &items, int pulse);
 

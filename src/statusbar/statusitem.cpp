@@ -7,20 +7,6 @@ namespace kestrune {
 
 namespace {
 
-/// Answers with a darkness that has been decided already.
-class DecidedAppearance final : public AppearanceSource
-{
-public:
-    explicit DecidedAppearance(bool dark) : m_dark(dark) {}
-
-    [[nodiscard]] std::optional<QColor> trayTextColor() const override { return std::nullopt; }
-    [[nodiscard]] std::optional<bool> prefersDark() const override { return m_dark; }
-    [[nodiscard]] bool paletteIsDark() const override { return m_dark; }
-
-private:
-    bool m_dark;
-};
-
 bool sameSigns(const std::vector<BlingItem> &a, const std::vector<BlingItem> &b)
 {
     // By label: a price that moves below its last digit draws the same sign.
@@ -45,11 +31,8 @@ bool sameContent(const StatusItemContent &a, const StatusItemContent &b)
 
 StatusPicture pictureOf(const StatusItemContent &content)
 {
-    if (content.bling)
-        return makeBlingStatusBarImage(content.signs, content.blingPulse);
-    const StatusContent &status = content.status;
-    return makeStatusBarImage(status.text, status.signal, status.align, status.baselineShift,
-                              status.alertActive, status.pulse, DecidedAppearance(status.dark));
+    return content.bling ? makeBlingStatusBarImage(content.signs, content.blingPulse)
+                         : makeStatusBarImage(content.status);
 }
 
 double widthOf(const StatusItemContent &content, double scale)

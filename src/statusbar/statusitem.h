@@ -43,18 +43,13 @@ public:
     using QObject::QObject;
 
     virtual void show(const StatusItemContent &content) = 0;
-    /// Where the item is; nothing when its host does not tell.
+    /// Where the item is; nothing when its host does not say.
     [[nodiscard]] virtual std::optional<QRect> place() const = 0;
-    /// The colour in which the bar that holds the item writes; nothing when it is not known.
-    [[nodiscard]] virtual std::optional<QColor> barTextColor() const { return std::nullopt; }
-    /// Whether bars like the one that shows the item's picture are dark unless somebody asks for light ones.
-    [[nodiscard]] virtual bool barIsUsuallyDark() const { return false; }
 
 Q_SIGNALS:
     /// Clicked; `anchor` is the item's place, or just a point of it.
     void activated(const QRect &anchor);
     void contextMenuRequested(const QPoint &position);
-    void barTextColorChanged(); ///< or whether it is usually dark
 };
 
 } // namespace kestrune

@@ -1,6 +1,8 @@
 # SPDX-License-Identifier: MIT
-"""What the session tests need of a desktop: processes, windows, the pointer, pixels, the settings file."""
+"""What looking at the program from outside needs: a display of its own, processes, windows, the pointer, pixels."""
 import contextlib
+import http.client
+import http.server
 import json
 import os
 import pathlib
@@ -10,12 +12,12 @@ import signal
 import subprocess
 import sys
 import tempfile
+import threading
 import time
 
 SKIPPED = 77
 TITLE = "Kestrune Bar"
 FOLDER = pathlib.Path(__file__).resolve().parent
-SIMULATED = {"ks_coin": "DOGE"}  # four decimals: every tick changes the text
 
 
 class Failure(Exception):
@@ -41,43 +43,31 @@ def python_with(namespace, version):
     return None
 
 
-def has_accessibility():
-    return python_with("Atspi", "2.0")
-
-
-def has_bus_bindings():
-    return python_with("Gio", "2.0")
-
-
 def output(*command):
     return subprocess.run(command, capture_output=True, text=True, timeout=20, check=False).stdout
 
 
-def wait_for(condition, what, limit=10.0):
-    """The first true value of the condition."""
-    end = time.monotonic() + limit
-    while True:
-        value = condition()
-        if value:
-            return value
-        if time.monotonic() > end:
-            raise Failure(f"waited {limit} s in vain: {what}")
-        time.sleep(0.1)
+def act(*command):
+    subprocess.run([str(part) for part in command], timeout=20, check=True)
 
 
-def wait_until_it_stays(look, what, limit=10.0, still=1.0):
-    """The first true value that does not change for a while: what desktops lay out in several steps."""
+def wait_for(condition, what, limit=10.0, still=0.0):
+    """The first true value of the condition, or the first that does not change for `still` seconds: desktops lay
+    things out in several steps."""
     end = time.monotonic() + limit
     last, since = None, 0.0
     while True:
-        now = look()
-        if not now or repr(now) != repr(last):
-            last, since = now, time.monotonic()
-        elif time.monotonic() - since >= still:
-            return now
-        if time.monotonic() > end:
-            raise Failure(f"waited {limit} s in vain: {what}")
-        time.sleep(0.1)
+        value = condition()
+        if not value or repr(value) != repr(last):
+            last, since = value, time.monotonic()
+        if value and time.monotonic() - since >= still:
+            return value
+        expect(time.monotonic() < end, f"waited {limit} s in vain: {what}")
+        time.sleep(0.05)
+
+
+def wait_until_it_stays(look, what, limit=10.0, still=0.5):
+    return wait_for(look, what, limit, still)
 
 
 class Window:
@@ -88,27 +78,17 @@ class Window:
         self.depth = (len(match.group(1)) - 5) // 3
         self.id = match.group(2)
         self.width, self.height, self.x, self.y = (int(text) for text in match.groups()[2:])
-
-    @property
-    def right(self):
-        return self.x + self.width
-
-    @property
-    def bottom(self):
-        return self.y + self.height
-
-    def is_viewable(self):
-        return "IsViewable" in output("xwininfo", "-id", self.id)
+        self.right, self.bottom = self.x + self.width, self.y + self.height
 
     def __repr__(self):
         return f"{self.width}x{self.height}+{self.x}+{self.y}"
 
 
-def windows():
+def windows(name=f'"{TITLE}"'):
     """The program's visible windows."""
     lines = output("xwininfo", "-root", "-tree").splitlines()
-    found = [Window(line) for line in lines if f'"{TITLE}"' in line]
-    return [window for window in found if window.is_viewable()]
+    found = [Window(line) for line in lines if name in line]
+    return [window for window in found if "IsViewable" in output("xwininfo", "-id", window.id)]
 
 
 def items():
@@ -116,90 +96,76 @@ def items():
     return [window for window in windows() if window.height <= 64]
 
 
-def item():
-    return next(iter(items()), None)
-
-
-def panel():
-    return next((window for window in windows() if window.width == 320 and window.height > 300), None)
-
-
-def is_tray_item(window):
-    return window.depth >= 2 and window.y < 60  # a window manager's frame is one level
-
-
-def tray_item():
-    window = item()
-    return window if window and is_tray_item(window) else None
+def tray_item(wanted=True):
+    """The item in a tray; a window manager's frame is one level only."""
+    return next((window for window in items() if (window.depth >= 2 and window.y < 60) == wanted), None)
 
 
 def strip():
-    window = item()
-    return window if window and not is_tray_item(window) else None
+    return tray_item(False)
+
+
+def panel(scale=1.0):
+    return next((window for window in windows() if window.width == round(320 * scale) and window.height > 300), None)
 
 
 def menu():
     """The item's context menu; like every menu it bears the program's name only."""
-    lines = output("xwininfo", "-root", "-tree").splitlines()
-    found = [Window(line) for line in lines if '"kestrune-bar": ' in line]
-    return next((window for window in found if window.width > 50 and window.is_viewable()), None)
-
-
-def pixels(x, y, width, height):
-    """The screen's pixels of a rectangle, as bytes of red, green and blue."""
-    shot = subprocess.run(["import", "-silent", "-window", "root", "-crop", f"{width}x{height}+{x}+{y}", "-depth",
-                           "8", "rgb:-"], capture_output=True, timeout=20, check=True)
-    return shot.stdout
+    return next((window for window in windows('"kestrune-bar": ') if window.width > 50), None)
 
 
 def picture(window):
-    """A window's own pixels, wherever it stands."""
-    shot = subprocess.run(["import", "-silent", "-window", window.id, "-depth", "8", "rgb:-"], capture_output=True,
-                          timeout=20, check=False)
-    return shot.stdout  # nothing of a window that has just gone
+    """A window's own pixels, as bytes of red, green and blue; nothing of a window that has just gone."""
+    return subprocess.run(["import", "-silent", "-window", window.id, "-depth", "8", "rgb:-"], capture_output=True,
+                          timeout=20, check=False).stdout
 
 
 def move_pointer(x, y):
-    subprocess.run(["xdotool", "mousemove", str(x), str(y)], timeout=10, check=True)
-    time.sleep(0.2)
-
-
-def click(x, y, button=1):
-    move_pointer(x, y)
-    subprocess.run(["xdotool", "click", str(button)], timeout=10, check=True)
-
-
-def drag(x, y, to_x, to_y):
-    steps = [("mousemove", x, y), ("mousedown", 1), ("mousemove", (x + to_x) // 2, (y + to_y) // 2),
-             ("mousemove", to_x, to_y), ("mouseup", 1)]
-    for step in steps:
-        subprocess.run(["xdotool", *(str(part) for part in step)], timeout=10, check=True)
-        time.sleep(0.1)
-
-
-def chord(code):
-    """A key by its place on the keyboard, with Control: its letter depends on the layout."""
-    subprocess.run(["xdotool", "keydown", "Control_L", "key", str(code), "keyup", "Control_L"], timeout=10, check=True)
+    act("xdotool", "mousemove", x, y)
     time.sleep(0.1)
 
 
+def click(window, button=1):
+    move_pointer(window.x + 20, window.y + window.height // 2)
+    act("xdotool", "click", button)
+
+
 def keys(*names):
-    subprocess.run(["xdotool", "key", "--delay", "40", *names], timeout=10, check=True)
+    act("xdotool", "key", "--delay", "40", *names)
 
 
-def open_by_strip():
-    """Clicks the strip once it stands still: it is as wide as its text."""
-    window = wait_until_it_stays(strip, "the strip shows", 12)
-    click(window.x + 10, window.y + 10)
+def close_panel():
+    keys("Escape")
+    wait_for(lambda: not panel(), "Escape closes the panel")
 
 
-def accessible(interpreter, name, action):
-    """Asks something of a named control of the program over the accessibility bus."""
-    return output(interpreter, str(FOLDER / "field.py"), "kestrune-bar", name, action).strip()
+class Gate(http.server.ThreadingHTTPServer):
+    """A door in front of a market, which counts requests for candles: they come once a minute, and with everything
+    that asks for all data."""
+
+    class Handler(http.server.BaseHTTPRequestHandler):
+        def do_GET(self):  # noqa: N802  pylint: disable=invalid-name
+            self.server.candle_requests += "candle" in self.path or "kline" in self.path
+            market = http.client.HTTPConnection(self.server.market)
+            market.request("GET", self.path)
+            reply = market.getresponse()
+            self.send_response(reply.status)
+            self.end_headers()
+            self.wfile.write(reply.read())
+
+        def log_message(self, *_):
+            pass
+
+    def __init__(self, market):
+        super().__init__(("127.0.0.1", 0), self.Handler)
+        self.market = market.removeprefix("http://")
+        self.candle_requests = 0
+        self.address = f"http://127.0.0.1:{self.server_port}"
+        threading.Thread(target=self.serve_forever, daemon=True).start()
 
 
-class Bar:
-    """A bar that shows status notifier items, and can be asked what it sees."""
+class Services:
+    """Stand-ins for services of the desktop, see services.py."""
 
     def __init__(self, process):
         self.process = process
@@ -208,7 +174,7 @@ class Bar:
         self.process.stdin.write(json.dumps(request) + "\n")
         self.process.stdin.flush()
         line = self.process.stdout.readline()
-        expect(line, f"the bar did not survive {request}")
+        expect(line, f"the services did not survive {request}")
         return json.loads(line)
 
 
@@ -221,8 +187,8 @@ class Session:
         self.running = []
         self.environment = dict(os.environ, HOME=str(self.folder), QT_QPA_PLATFORM="xcb", LC_ALL="C.UTF-8",
                                 TZ="UTC", no_proxy="", NO_PROXY="")
-        for name in ("http_proxy", "https_proxy", "all_proxy", "HTTP_PROXY", "HTTPS_PROXY", "ALL_PROXY"):
-            self.environment[name] = "http://127.0.0.1:1"  # nothing but the loopback can be reached
+        for name in ("http_proxy", "https_proxy", "all_proxy"):  # nothing but the loopback can be reached
+            self.environment[name] = self.environment[name.upper()] = "http://127.0.0.1:1"
         for name in ("WAYLAND_DISPLAY", "QT_SCALE_FACTOR"):
             self.environment.pop(name, None)
 
@@ -230,15 +196,15 @@ class Session:
         return self
 
     def __exit__(self, *_):
-        for process in reversed(self.running):
+        for process in reversed(self.running[:]):
             self.end(process)
         shutil.rmtree(self.folder, ignore_errors=True)
 
-    def start(self, *command, log=None, **variables):
-        environment = dict(self.environment, **variables)
+    def start(self, *command, log=None, talking=False, **variables):
         target = open(self.folder / log, "wb") if log else subprocess.DEVNULL
-        process = subprocess.Popen(command, env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
-                                   stderr=target, cwd=self.folder)
+        pipe = subprocess.PIPE if talking else subprocess.DEVNULL
+        process = subprocess.Popen(command, env=dict(self.environment, **variables), stdin=pipe, stdout=pipe,
+                                   stderr=target, text=True, cwd=self.folder)
         self.running.append(process)
         return process
 
@@ -266,55 +232,42 @@ class Session:
         for file in (*self.folder.glob("*.err"), *self.config.glob("kestrune-bar/**/*.json")):
             shutil.copy(file, folder)
 
-    # The program
-
     @property
     def config(self):
         return pathlib.Path(self.environment["XDG_CONFIG_HOME"])
 
-    def settings_file(self, demo=True):
-        return self.config / "kestrune-bar" / ("demo" if demo else "") / "preferences.json"
+    def settings(self):
+        return json.loads((self.config / "kestrune-bar" / "preferences.json").read_text(encoding="utf-8"))
 
-    def settings(self, demo=True):
-        file = self.settings_file(demo)
-        return json.loads(file.read_text(encoding="utf-8")) if file.exists() else {}
-
-    def preset(self, demo=True, **values):
-        """Settings as an earlier run left them; no hint of the first start."""
-        file = self.settings_file(demo)
-        file.parent.mkdir(parents=True, exist_ok=True)
-        file.write_text(json.dumps({"ks_has_launched_v2": True, **values}), encoding="utf-8")
+    def preset(self, **values):
+        """Settings as an earlier run left them, with four decimals: every tick changes the text."""
+        for folder in ("", "demo"):
+            file = self.config / "kestrune-bar" / folder / "preferences.json"
+            file.parent.mkdir(parents=True, exist_ok=True)
+            file.write_text(json.dumps({"ks_has_launched_v2": True, "ks_coin": "DOGE", **values}), encoding="utf-8")
 
     def start_bar(self, *arguments, log="bar.err", **variables):
         return self.start(str(self.bin / "kestrune-bar"), *arguments, log=log, **variables)
 
     def start_market(self, *arguments):
         """A simulated market; gives its address."""
-        return self.start_talking(str(self.bin / "kestrune-replay"), *arguments).stdout.readline().split()[-1]
+        return self.start(str(self.bin / "kestrune-replay"), *arguments, talking=True).stdout.readline().split()[-1]
 
-    def start_talking(self, *command):
-        process = subprocess.Popen(command, env=self.environment, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                                   stderr=subprocess.DEVNULL, text=True, cwd=self.folder)
-        self.running.append(process)
-        return process
-
-    def start_bar_of(self, kind):
-        """A bar for status notifier items that is taken for one of this kind."""
-        program = self.folder / kind
-        if not program.exists():
-            program.symlink_to(FOLDER / "watcher.py")
-        process = self.start_talking(has_bus_bindings(), str(program))
-        self.wait_for_name("org.kde.StatusNotifierWatcher")
-        return Bar(process)
+    def start_services(self, *names, known_as="services"):
+        """Services under these names on the bus, by a program of this name."""
+        program = self.folder / known_as
+        program.symlink_to(FOLDER / "services.py")
+        process = self.start(python_with("Gio", "2.0"), str(program), *names, talking=True)
+        for name in names:
+            self.wait_for_name(name)
+        return Services(process)
 
     def quit_bar(self, bar, log="bar.err", by=None, allowed=""):
-        """Ends the program, by a signal or as told; nothing may be left of it, nor said but what is allowed."""
+        """Ends the program, by a signal or another act; nothing may be left of it, nor said but what is allowed."""
         children = output("pgrep", "-P", str(bar.pid)).split()
         if by:
             by()
-            with contextlib.suppress(subprocess.TimeoutExpired):
-                bar.wait(10)
-            expect(bar.poll() is not None, "the program did not end when told to")
+            wait_for(lambda: bar.poll() is not None, "the program ends")
         status = self.end(bar)
         expect(status == 0, f"the program ended with {status}")
         wait_for(lambda: not any(pathlib.Path("/proc", child).exists() for child in children),
@@ -323,26 +276,20 @@ class Session:
         words = (self.folder / log).read_text(encoding="utf-8", errors="replace")
         expect(re.fullmatch(allowed, words), f"on standard error is:\n{words}")
 
-    # The desktop
-
     def start_window_manager(self):
         self.start("openbox")
-        wait_for(lambda: "window id" in output("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"), "a window manager",
-                 30)
+        wait_for(lambda: "window id" in output("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"), "a window manager", 30)
 
-    def wait_for_name(self, name, limit=20, bus=None):
-        """Waits until somebody owns a name on the session bus, or another one."""
-        question = ["dbus-send", f"--bus={bus}" if bus else "--session", "--print-reply",
-                    "--dest=org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus.NameHasOwner",
-                    f"string:{name}"]
-        wait_for(lambda: "boolean true" in output(*question), f"{name} is on the bus", limit)
+    @staticmethod
+    def wait_for_name(name, limit=20):
+        """Waits until somebody owns a name on the session bus."""
+        wait_for(lambda: "boolean true" in output("dbus-send", "--session", "--print-reply",
+                                                  "--dest=org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                                  "org.freedesktop.DBus.NameHasOwner", f"string:{name}"),
+                 f"{name} is on the bus", limit)
 
     def start_tray(self):
-        if shutil.which("xfce4-panel"):
-            tray = self.start("xfce4-panel", "--disable-wm-check")
-        else:
-            tray = self.start("trayer", "--edge", "top", "--align", "right", "--widthtype", "request", "--height", "26")
-        return tray
+        return self.start("xfce4-panel", "--disable-wm-check")
 
 
 @contextlib.contextmanager
@@ -368,20 +315,47 @@ def display():
 
 def inside_session(arguments):
     """Runs this script again in a display and on a bus of its own."""
-    script = pathlib.Path(sys.argv[0]).resolve()
     home = tempfile.mkdtemp(prefix="kestrune-home-")
     runtime = pathlib.Path(home, "run")
     runtime.mkdir(mode=0o700)
     config = pathlib.Path(home, "config")
-    shutil.copytree(pathlib.Path(__file__).resolve().parent / "config", config)
+    shutil.copytree(FOLDER / "config", config)
     environment = dict(os.environ, XDG_CONFIG_HOME=str(config), XDG_RUNTIME_DIR=str(runtime), NO_AT_BRIDGE="1",
                        XDG_CURRENT_DESKTOP=os.environ.get("KESTRUNE_SESSION_DESKTOP", "XFCE"),
                        QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1", PYTHONDONTWRITEBYTECODE="1")
     try:
         with display() as name:
             # The bus gets the environment too: the settings daemon that it starts must find our folders.
-            return subprocess.run(["dbus-run-session", "--", sys.executable, str(script), "--inside", *arguments],
+            return subprocess.run(["dbus-run-session", "--", sys.executable, str(pathlib.Path(sys.argv[0]).resolve()),
+                                   "--inside", *arguments],
                                   env=dict(environment, DISPLAY=name), stderr=subprocess.STDOUT,
                                   check=False).returncode
     finally:
         shutil.rmtree(home, ignore_errors=True)
+
+
+def run(work, tools, bindings=None):
+    """The whole of a script: runs `work` with a session of its own and gives the exit code. The script's last
+    argument is the folder of the programs."""
+    if sys.argv[1] != "--inside":
+        lacking = missing(["Xvfb", "dbus-run-session", "openbox", "xdotool", "xwininfo", "xprop", "import", "pgrep",
+                           "dbus-send", *tools])
+        lacking += [f"Python bindings of {name} {version}" for name, version in (bindings or {}).items()
+                    if not python_with(name, version)]
+        if lacking:
+            print(f"SKIP: not installed: {', '.join(lacking)}")
+            return SKIPPED
+        return inside_session(sys.argv[1:])
+    evidence = pathlib.Path(sys.argv[-1]).resolve().parent / "session-evidence" / pathlib.Path(sys.argv[2]).name
+    try:
+        with Session(sys.argv[-1]) as session:
+            try:
+                work(session)
+            except (Failure, subprocess.SubprocessError):
+                session.keep_evidence(evidence)
+                raise
+    except (Failure, subprocess.SubprocessError) as failure:
+        print(f"FAIL: {failure} (what was seen is in {evidence})")
+        return 1
+    print("PASS")
+    return 0

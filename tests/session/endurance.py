@@ -11,7 +11,7 @@ import time
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
 import desktop  # noqa: E402  pylint: disable=wrong-import-position
-from desktop import Failure, Session, expect, item, wait_for  # noqa: E402  pylint: disable=wrong-import-position
+from desktop import Failure, expect, items, wait_for  # noqa: E402  pylint: disable=wrong-import-position
 
 SETTLING = 2  # minutes until everything has been loaded once
 GROWTH_LIMIT = 1024  # KiB after that
@@ -38,12 +38,13 @@ def sample(process):
     return found
 
 
-def watch(session, minutes):
+def watch(session):
+    minutes = int(sys.argv[-2])
     session.start_window_manager()
     session.start_tray()
-    session.preset(ks_coin="DOGE")
+    session.preset()
     bar = session.start_bar("--demo")
-    wait_for(item, "the item shows", 20)
+    wait_for(items, "the item shows", 20)
     print("minute  Rss KiB  Anonymous KiB  switches  CPU ms", flush=True)
     before, settled, peak = None, None, 0
     for minute in range(minutes + 1):
@@ -68,24 +69,5 @@ def watch(session, minutes):
     session.quit_bar(bar)
 
 
-def main():
-    inside = sys.argv[1] == "--inside"
-    minutes, bin_dir = sys.argv[-2:]
-    if not inside:
-        lacking = desktop.missing(["Xvfb", "dbus-run-session", "openbox", "xwininfo", "xprop", "pgrep"])
-        if lacking:
-            print(f"Not installed: {', '.join(lacking)}")
-            return 1
-        return desktop.inside_session([minutes, bin_dir])
-    try:
-        with Session(bin_dir) as session:
-            watch(session, int(minutes))
-    except Failure as failure:
-        print(f"FAIL: {failure}")
-        return 1
-    print("PASS")
-    return 0
-
-
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(desktop.run(watch, ["xfce4-panel"]))

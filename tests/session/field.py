@@ -1,9 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Reads a text field of a program over the accessibility bus or gives it the focus, or presses a button.
-
-Usage: field.py APPLICATION NAME text|focus|press
-"""
+"""Uses a named text field or button of the program over the accessibility bus: field.py NAME text|focus|press"""
 import sys
 import warnings
 
@@ -14,36 +11,29 @@ warnings.simplefilter("ignore")
 from gi.repository import Atspi  # noqa: E402  pylint: disable=wrong-import-position
 
 
-ROLES = {False: (Atspi.Role.TEXT, Atspi.Role.ENTRY), True: (Atspi.Role.PUSH_BUTTON,)}
-
-
-def nodes(node):
-    yield node
-    for index in range(node.get_child_count()):
-        child = node.get_child_at_index(index)
-        if child:
-            yield from nodes(child)
+def below(node):
+    """The node and everything in it."""
+    if node:
+        yield node
+        for index in range(node.get_child_count()):
+            yield from below(node.get_child_at_index(index))
 
 
 def main():
-    application, name, action = sys.argv[1:]
+    name, action = sys.argv[1:]
+    roles = [Atspi.Role.PUSH_BUTTON] if action == "press" else [Atspi.Role.TEXT, Atspi.Role.ENTRY]
     root = Atspi.get_desktop(0)
-    for index in range(root.get_child_count()):
-        program = root.get_child_at_index(index)
-        if not program or program.get_name() != application:
-            continue
-        for node in nodes(program):
-            if node.get_name() != name or node.get_role() not in ROLES[action == "press"]:
-                continue
-            if action == "press":
-                print("pressed" if Atspi.Action.do_action(node.get_action_iface(), 0) else "refused")
-            elif action == "focus":
-                print("focused" if Atspi.Component.grab_focus(node.get_component_iface()) else "refused")
-            else:
-                print(Atspi.Text.get_text(node.get_text_iface(), 0, -1))
-            return 0
-    return 1
+    programs = [root.get_child_at_index(index) for index in range(root.get_child_count())]
+    for node in (node for program in programs if program and program.get_name() == "kestrune-bar"
+                 for node in below(program) if node.get_name() == name and node.get_role() in roles):
+        if action == "press":
+            print(Atspi.Action.do_action(node.get_action_iface(), 0))
+        elif action == "focus":
+            print(Atspi.Component.grab_focus(node.get_component_iface()))
+        else:
+            print(Atspi.Text.get_text(node.get_text_iface(), 0, -1))
+        return
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    main()

@@ -2,9 +2,6 @@
 #pragma once
 
 #include "statusbar/statusitem.h"
-#include "statusbar/themesource.h"
-
-#include <vector>
 
 namespace kestrune::test {
 
@@ -19,29 +16,6 @@ public:
     [[nodiscard]] std::optional<QRect> place() const override { return where; }
     [[nodiscard]] const StatusItemContent &last() const { return shown.back(); }
     void click(const QRect &anchor) { Q_EMIT activated(anchor); }
-};
-
-class FakeTheme final : public ThemeSource
-{
-public:
-    std::optional<QColor> barText;
-    bool dark = false;
-    bool tells = true;
-
-    [[nodiscard]] std::optional<QColor> trayTextColor() const override { return barText; }
-    [[nodiscard]] std::optional<bool> prefersDark() const override { return dark; }
-    [[nodiscard]] bool paletteIsDark() const override { return dark; }
-    [[nodiscard]] bool announces() const override { return tells; }
-    void tell(bool toDark)
-    {
-        dark = toDark;
-        Q_EMIT changed();
-    }
-    void setTells(bool now)
-    {
-        tells = now;
-        Q_EMIT announcesChanged();
-    }
 };
 
 } // namespace kestrune::test

@@ -8,37 +8,32 @@
 
 namespace kestrune::test {
 
-using namespace Qt::StringLiterals;
-
-/// Stands for a desktop's bar: takes registrations and counts the items' signals.
+/// Stands for a desktop's bar: takes registrations and keeps the names of the items' signals.
 class FakeWatcher : public QObject
 {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierWatcher")
-    Q_PROPERTY(bool IsStatusNotifierHostRegistered READ hasHost)
+    Q_PROPERTY(bool IsStatusNotifierHostRegistered MEMBER host)
 
 public:
     explicit FakeWatcher(const QDBusConnection &connection) : m_connection(connection)
     {
-        m_connection.registerObject(u"/StatusNotifierWatcher"_s, this,
+        m_connection.registerObject(QStringLiteral("/StatusNotifierWatcher"), this,
                                     QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllProperties |
                                         QDBusConnection::ExportAllSignals);
-        m_connection.connect({}, u"/StatusNotifierItem"_s, u"org.kde.StatusNotifierItem"_s, {}, this,
+        m_connection.connect({}, QStringLiteral("/StatusNotifierItem"),
+                             QStringLiteral("org.kde.StatusNotifierItem"), {}, this,
                              SLOT(heard(QDBusMessage)));
-        m_connection.connect({}, {}, u"com.canonical.dbusmenu"_s, u"LayoutUpdated"_s, this,
-                             SLOT(heard(QDBusMessage)));
+        m_connection.connect({}, {}, QStringLiteral("com.canonical.dbusmenu"),
+                             QStringLiteral("LayoutUpdated"), this, SLOT(heard(QDBusMessage)));
     }
     ~FakeWatcher() override { stop(); }
-    void start() { m_connection.registerService(name); }
-    void stop() { m_connection.unregisterService(name); }
-    [[nodiscard]] bool hasHost() const { return host; }
+    void start() { m_connection.registerService(QStringLiteral("org.kde.StatusNotifierWatcher")); }
+    void stop() { m_connection.unregisterService(QStringLiteral("org.kde.StatusNotifierWatcher")); }
     void setHost(bool there)
     {
         host = there;
-        if (there)
-            Q_EMIT StatusNotifierHostRegistered();
-        else
-            Q_EMIT StatusNotifierHostUnregistered();
+        Q_EMIT there ? StatusNotifierHostRegistered() : StatusNotifierHostUnregistered();
     }
 
     QStringList items;
@@ -56,7 +51,6 @@ private Q_SLOTS:
     void heard(const QDBusMessage &message) { heardSignals.append(message.member()); }
 
 private:
-    inline static const QString name = u"org.kde.StatusNotifierWatcher"_s;
     QDBusConnection m_connection;
 };
 

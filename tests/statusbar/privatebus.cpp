@@ -3,7 +3,6 @@
 
 #include "support/eventloop.h"
 
-#include <QDBusMessage>
 #include <QDBusPendingCall>
 #include <QDBusPendingReply>
 
@@ -34,8 +33,7 @@ void PrivateBus::stop()
 
 QDBusConnection PrivateBus::connection(const QString &name)
 {
-    if (!m_names.contains(name))
-        m_names.append(name);
+    m_names.insert(name);
     return QDBusConnection::connectToBus(m_address, name);
 }
 
@@ -45,9 +43,7 @@ QDBusMessage PrivateBus::call(const QDBusConnection &from, const QString &servic
     QDBusMessage message = QDBusMessage::createMethodCall(service, path, interface, member);
     message.setArguments(arguments);
     const QDBusPendingCall pending = from.asyncCall(message, 3000);
-    if (!waitFor([&] { return pending.isFinished(); }))
-        return {};
-    return pending.reply();
+    return waitFor([&] { return pending.isFinished(); }) ? pending.reply() : QDBusMessage();
 }
 
 } // namespace kestrune::test

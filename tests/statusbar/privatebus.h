@@ -2,8 +2,9 @@
 #pragma once
 
 #include <QDBusConnection>
+#include <QDBusMessage>
 #include <QProcess>
-#include <QStringList>
+#include <QSet>
 
 namespace kestrune::test {
 
@@ -15,13 +16,11 @@ public:
     PrivateBus();
     ~PrivateBus();
 
-    [[nodiscard]] bool isRunning() const { return !m_address.isEmpty(); }
     /// What DBUS_SESSION_BUS_ADDRESS wants; empty when the bus does not run.
     [[nodiscard]] QString address() const { return m_address; }
     /// The daemon ends; its connections notice.
     void stop();
     [[nodiscard]] QDBusConnection connection(const QString &name);
-
     /// Calls and lets the event loop run until the answer is there.
     [[nodiscard]] static QDBusMessage call(const QDBusConnection &from, const QString &service,
                                            const QString &path, const QString &interface,
@@ -30,7 +29,7 @@ public:
 private:
     QProcess m_daemon;
     QString m_address;
-    QStringList m_names;
+    QSet<QString> m_names;
 };
 
 } // namespace kestrune::test

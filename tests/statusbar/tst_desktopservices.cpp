@@ -1,24 +1,26 @@
 // SPDX-License-Identifier: MIT
+#include "statusbar/desktop/autostart.h"
 #include "statusbar/desktop/desktoptheme.h"
-#include "statusbar/desktop/quitsignals.h"
 #include "statusbar/desktop/singleinstance.h"
+#include "statusbar/desktop/statusitemchooser.h"
 #include "statusbar/desktop/wakewatch.h"
 #include "statusbar/privatebus.h"
 #include "support/eventloop.h"
+#include "support/memorypreferences.h"
 #include "support/testregistry.h"
 
-#include <QColor>
-#include <QDBusMessage>
+#include <QApplication>
+#include <QDBusVariant>
+#include <QDir>
+#include <QPalette>
 #include <QSignalSpy>
+#include <QTemporaryDir>
 #include <QTest>
-
-#include <csignal>
-
-#include <unistd.h>
 
 using namespace kestrune;
 using namespace kestrune::test;
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 /// The desktop portal's settings, as far as they are asked for.
 class FakePortal : public QObject
@@ -27,21 +29,18 @@ class FakePortal : public QObject
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Settings")
 
 public:
-    explicit FakePortal(const QDBusConnection &connection) : m_connection(connection)
+    uint scheme = 0;
+
+    explicit FakePortal(QDBusConnection connection)
     {
-        m_connection.registerObject(u"/org/freedesktop/portal/desktop"_s, this,
-                                    QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals);
+        connection.registerObject(u"/org/freedesktop/portal/desktop"_s, this,
+                                  QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals);
     }
-    ~FakePortal() override { stop(); }
-    void start() { m_connection.registerService(u"org.freedesktop.portal.Desktop"_s); }
-    void stop() { m_connection.unregisterService(u"org.freedesktop.portal.Desktop"_s); }
     void set(uint newScheme, const QString &key = u"color-scheme"_s)
     {
         scheme = newScheme;
         Q_EMIT SettingChanged(u"org.freedesktop.appearance"_s, key, QDBusVariant(scheme));
     }
-
-    uint scheme = 0;
 
 public Q_SLOTS:
     QDBusVariant Read(const QString &, const QString &)
@@ -51,149 +50,114 @@ public Q_SLOTS:
 
 Q_SIGNALS:
     void SettingChanged(const QString &group, const QString &key, const QDBusVariant &value);
-
-private:
-    QDBusConnection m_connection;
-};
-
-/// The login manager's announcement.
-class FakeLogin : public QObject
-{
-    Q_OBJECT
-    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.login1.Manager")
-
-Q_SIGNALS:
-    void PrepareForSleep(bool begins);
 };
 
 class TestDesktopServices : public QObject
 {
     Q_OBJECT
 
+    static constexpr Appearance light{};
+    static constexpr Appearance dark{true, true};
+
 private Q_SLOTS:
-    void themeFollowsThePortal();
-    void barColourIsPassedOn();
-    void oneInstancePerBus();
-    void quitSignalsReachTheEventLoop();
-    void withoutABusOneIsAlone();
-    void activationArrives();
-    void awakeAfterASleep();
-};
+    void themeFollowsPalettePortalAndBar()
+    {
+        PrivateBus bus;
+        DesktopTheme theme(bus.connection(u"ours"_s), 20ms);
+        const QSignalSpy changed(&theme, &DesktopTheme::changed);
+        const auto becomes = [&](const Appearance &expected) {
+            return waitFor([&] { return theme.appearance() == expected; });
+        };
+        const QPalette before = QApplication::palette();
+        QApplication::setPalette(QColor(30, 30, 30)); // looked at while nobody else knows
+        QVERIFY(becomes(dark));
+        theme.setBar({.text = Qt::black});
+        QVERIFY(theme.appearance() == (Appearance{.darkBar = false, .darkDesktop = true}));
+        QApplication::setPalette(before); // windows only
+        QVERIFY(becomes(light));
+        theme.setBar({});
 
-void TestDesktopServices::themeFollowsThePortal()
-{
-    PrivateBus bus;
-    DesktopTheme theme(bus.connection(u"ours"_s));
-    const QSignalSpy changed(&theme, &ThemeSource::changed);
-    const QSignalSpy announces(&theme, &ThemeSource::announcesChanged);
-    QVERIFY(!waitFor([&] { return theme.announces(); }, std::chrono::milliseconds(100)));
-    FakePortal portal(bus.connection(u"theirs"_s)); // may come later
-    portal.scheme = 1;
-    portal.start();
-    QVERIFY(waitFor([&] { return theme.announces(); }));
-    QCOMPARE(theme.prefersDark(), std::optional(true));
-    portal.set(0);
-    QVERIFY(waitFor([&] { return !theme.prefersDark(); }));
-    portal.set(2);
-    QVERIFY(waitFor([&] { return theme.prefersDark() == std::optional(false); }));
-    QCOMPARE(changed.size(), 3);
-    portal.set(1, u"accent-color"_s);
-    QVERIFY(!waitFor([&] { return changed.size() > 3; }, std::chrono::milliseconds(100)));
-    portal.stop(); // and go
-    QVERIFY(waitFor([&] { return !theme.announces(); }));
-    QCOMPARE(announces.size(), 2);
-    QCOMPARE(theme.prefersDark(), std::optional(false));
-}
-
-void TestDesktopServices::barColourIsPassedOn()
-{
-    PrivateBus bus;
-    DesktopTheme theme(bus.connection(u"ours"_s));
-    QVERIFY(!theme.trayTextColor());
-    const auto yes = [] { return true; };
-    theme.setBar([] { return std::optional(QColor(Qt::white)); }, yes);
-    QVERIFY(isDarkMenuBar(theme));
-    theme.setBar([] { return std::optional(QColor(Qt::black)); }, yes);
-    QVERIFY(!isDarkMenuBar(theme));
-
-    // A bar that does not tell is what bars like it usually are, unless the desktop is asked to be light.
-    theme.setBar([] { return std::optional<QColor>(); }, yes);
-    QVERIFY(isDarkMenuBar(theme));
-    FakePortal portal(bus.connection(u"portal"_s));
-    portal.scheme = 2;
-    portal.start();
-    QVERIFY(waitFor([&] { return theme.prefersDark() == std::optional(false); }));
-    QVERIFY(!isDarkMenuBar(theme));
-}
-
-void TestDesktopServices::oneInstancePerBus()
-{
-    PrivateBus bus;
-    auto first = std::make_unique<SingleInstance>(bus.connection(u"first"_s));
-    QCOMPARE(first->claim(), SingleInstance::Role::first);
-    SingleInstance second(bus.connection(u"second"_s));
-    QCOMPARE(second.claim(), SingleInstance::Role::second);
-    first.reset();
-    SingleInstance next(bus.connection(u"third"_s));
-    QCOMPARE(next.claim(), SingleInstance::Role::first);
-}
-
-void TestDesktopServices::withoutABusOneIsAlone()
-{
-    const QDBusConnection dead(u"nobody knows this connection"_s);
-    SingleInstance instance(dead);
-    QCOMPARE(instance.claim(), SingleInstance::Role::alone);
-    const DesktopTheme theme(dead);
-    QVERIFY(!theme.announces());
-    const WakeWatch wake(dead);
-}
-
-void TestDesktopServices::activationArrives()
-{
-    PrivateBus bus;
-    SingleInstance instance(bus.connection(u"first"_s));
-    QCOMPARE(instance.claim(), SingleInstance::Role::first);
-    const QSignalSpy activated(&instance, &SingleInstance::activated);
-    const QDBusConnection other = bus.connection(u"other"_s);
-    const auto call = [&](const QString &member, const QVariantList &arguments) {
-        return PrivateBus::call(other, u"org.kestrune.bar"_s, u"/org/kestrune/bar"_s,
-                                u"org.freedesktop.Application"_s, member, arguments)
-            .type();
-    };
-    QCOMPARE(call(u"Activate"_s, {QVariantMap{{u"activation-token"_s, u"t"_s}}}), QDBusMessage::ReplyMessage);
-    QCOMPARE(call(u"Open"_s, {QStringList{u"file:///x"_s}, QVariantMap()}), QDBusMessage::ReplyMessage);
-    QCOMPARE(call(u"ActivateAction"_s, {u"any"_s, QVariantList(), QVariantMap()}),
-             QDBusMessage::ReplyMessage);
-    QVERIFY(waitFor([&] { return activated.size() == 3; }));
-    QCOMPARE(call(u"deleteLater"_s, {}), QDBusMessage::ErrorMessage);
-}
-
-void TestDesktopServices::awakeAfterASleep()
-{
-    PrivateBus bus;
-    QDBusConnection theirs = bus.connection(u"theirs"_s);
-    FakeLogin login;
-    theirs.registerObject(u"/org/freedesktop/login1"_s, &login, QDBusConnection::ExportAllSignals);
-    theirs.registerService(u"org.freedesktop.login1"_s);
-    WakeWatch wake(bus.connection(u"ours"_s));
-    const QSignalSpy awake(&wake, &WakeWatch::awake);
-    Q_EMIT login.PrepareForSleep(true);
-    QVERIFY(!waitFor([&] { return !awake.isEmpty(); }, std::chrono::milliseconds(100)));
-    Q_EMIT login.PrepareForSleep(false);
-    QVERIFY(waitFor([&] { return awake.size() == 1; }));
-}
-
-void TestDesktopServices::quitSignalsReachTheEventLoop()
-{
-    QuitSignals quit;
-    const QSignalSpy received(&quit, &QuitSignals::received);
-    int count = 0;
-    for (const int number : {SIGTERM, SIGINT, SIGHUP}) {
-        ::kill(::getpid(), number);
-        ++count;
-        QVERIFY2(waitFor([&] { return received.size() == count; }), qPrintable(QString::number(number)));
+        QDBusConnection theirs = bus.connection(u"theirs"_s);
+        FakePortal portal(theirs); // may come later
+        portal.scheme = 1;
+        theirs.registerService(u"org.freedesktop.portal.Desktop"_s);
+        QVERIFY(becomes(dark));
+        portal.set(0);
+        QVERIFY(becomes(light)); // as the palette
+        portal.set(1);
+        QVERIFY(becomes(dark));
+        const qsizetype count = changed.size();
+        portal.set(2, u"accent-color"_s);
+        theirs.unregisterService(u"org.freedesktop.portal.Desktop"_s); // and go: what it said still holds
+        QVERIFY(!waitFor([&] { return changed.size() > count; }, 100ms));
+        theirs.registerService(u"org.freedesktop.portal.Desktop"_s); // has another scheme now
+        QVERIFY(becomes(light));
     }
-}
+
+    void oneInstancePerBus()
+    {
+        PrivateBus bus;
+        auto first = std::make_unique<SingleInstance>(bus.connection(u"first"_s));
+        QCOMPARE(first->claim(), SingleInstance::Role::first);
+        const QDBusConnection other = bus.connection(u"second"_s);
+        SingleInstance second(other);
+        QCOMPARE(second.claim(), SingleInstance::Role::second);
+        const QSignalSpy activated(first.get(), &SingleInstance::activated);
+        const auto call = [&](const QString &member, const QVariantList &arguments) {
+            return PrivateBus::call(other, u"org.kestrune.bar"_s, u"/org/kestrune/bar"_s,
+                                    u"org.freedesktop.Application"_s, member, arguments)
+                       .type() == QDBusMessage::ReplyMessage;
+        };
+        QVERIFY(call(u"Activate"_s, {QVariantMap{{u"activation-token"_s, u"t"_s}}}));
+        QVERIFY(call(u"Open"_s, {QStringList{u"file:///x"_s}, QVariantMap()}));
+        QVERIFY(call(u"ActivateAction"_s, {u"any"_s, QVariantList(), QVariantMap()}));
+        QVERIFY(!call(u"deleteLater"_s, {}));
+        QCOMPARE(activated.size(), 3);
+        first.reset();
+        QCOMPARE(SingleInstance(bus.connection(u"third"_s)).claim(), SingleInstance::Role::first);
+    }
+
+    void everythingWorksWithoutABus()
+    {
+        const QDBusConnection dead(u"nobody knows this connection"_s);
+        QCOMPARE(SingleInstance(dead).claim(), SingleInstance::Role::alone);
+        QVERIFY(DesktopTheme(dead).appearance() == light);
+        const WakeWatch wake(dead);
+        MemoryPreferences preferences;
+        StatusItemChooser item(dead, preferences, {}, {.hostWait = 10ms});
+        item.show({});
+        QVERIFY(waitFor([&] { return item.presentation() == Presentation{.strip = true}; }));
+    }
+
+    void autostartIsWrittenAndRemoved()
+    {
+        const QTemporaryDir home;
+        const QString folder = home.filePath(u"config/autostart"_s);
+        const Autostart autostart(folder, u"/opt/Kestrune Bar/kestrune-bar"_s);
+        QVERIFY(!autostart.isOn());
+        QVERIFY(autostart.set(true));
+        QVERIFY(autostart.isOn());
+        QFile file(folder + u"/org.kestrune.bar.desktop"_s);
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        const QByteArray text = file.readAll();
+        QVERIFY(text.startsWith("[Desktop Entry]\nType=Application\n"));
+        QVERIFY(text.contains("\nExec=\"/opt/Kestrune Bar/kestrune-bar\"\n"));
+        // Session settings switch an entry off by a key.
+        for (const char *line :
+             {"Hidden = true\r\n", "X-GNOME-Autostart-enabled=false\n", "# Hidden=true\n"}) {
+            file.resize(0);
+            file.write(QByteArray("[Desktop Entry]\nExec=kestrune-bar\n") + line);
+            file.flush();
+            QVERIFY2(autostart.isOn() == (line[0] == '#'), line);
+        }
+        file.close();
+        QVERIFY(autostart.set(true)); // writes the entry anew
+        QVERIFY(autostart.isOn());
+        QVERIFY(autostart.set(false) && autostart.set(false));
+        QVERIFY(QDir(folder).isEmpty());
+        QVERIFY(!Autostart(u"/dev/null/autostart"_s, u"/usr/bin/kestrune-bar"_s).set(true));
+    }
+};
 
 KESTRUNE_TEST(TestDesktopServices)
 #include "tst_desktopservices.moc"

@@ -1,216 +1,226 @@
 // SPDX-License-Identifier: MIT
 #include "statusbar/statusimage.h"
 
+#include "statusbar/pixelshapes.h"
+#include "support/rows.h"
 #include "support/testregistry.h"
 
 #include <QPainter>
 #include <QTest>
 
 #include <cmath>
-#include <limits>
 
 using namespace kestrune;
 using namespace Qt::StringLiterals;
 using test::closeTo;
 
-namespace {
-
-class FixedAppearance : public AppearanceSource
-{
-public:
-    explicit FixedAppearance(bool paletteDark, std::optional<bool> scheme = {},
-                             std::optional<QColor> text = {})
-        : m_paletteDark(paletteDark), m_scheme(scheme), m_text(text)
-    {}
-
-    [[nodiscard]] std::optional<QColor> trayTextColor() const override { return m_text; }
-    [[nodiscard]] std::optional<bool> prefersDark() const override { return m_scheme; }
-    [[nodiscard]] bool paletteIsDark() const override { return m_paletteDark; }
-
-private:
-    bool m_paletteDark;
-    std::optional<bool> m_scheme;
-    std::optional<QColor> m_text;
-};
-
-const FixedAppearance darkBar(true);
-const FixedAppearance lightBar(false);
-
-StatusPicture normal(const QString &text, BarSignal signal, bool alert = false, int pulse = 0,
-                     const AppearanceSource &appearance = darkBar)
-{
-    return makeStatusBarImage(text, signal, VAlign::center, 0, alert, pulse, appearance);
-}
-
-/// The strongest pixel from column `from` on: the colour of the text.
-QRgb textColor(const QImage &image, int from)
-{
-    QRgb strongest = 0;
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = from; x < image.width(); ++x) {
-            if (qAlpha(image.pixel(x, y)) > qAlpha(strongest))
-                strongest = image.pixel(x, y);
-        }
-    }
-    return strongest;
-}
-
-/// First and last row with ink from column `from` on.
-std::pair<int, int> inkRows(const QImage &image, int from)
-{
-    int first = image.height();
-    int last = -1;
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = from; x < image.width(); ++x) {
-            if (qAlpha(image.pixel(x, y)) > 0) {
-                first = std::min(first, y);
-                last = y;
-            }
-        }
-    }
-    return {first, last};
-}
-
-} // namespace
-
 class StatusImageTest : public QObject
 {
     Q_OBJECT
 
-private Q_SLOTS:
-    void darkness();
-    void emptyTextsHaveTheirWidths();
-    void bitmapIsTwiceAsLargeAndCut();
-    void dotStandsInPlace();
-    void alertBlinks();
-    void signalColoursTheText();
-    void alignmentAndShift();
-    void paintsTheSameOnAnyPainter_data();
-    void paintsTheSameOnAnyPainter();
-};
+    using Items = std::vector<BlingItem>;
+    static constexpr int alertShift = 36; // columns; the bell's room before the dot
 
-void StatusImageTest::darkness()
-{
-    QVERIFY(!isDarkMenuBar(lightBar));
-    QVERIFY(isDarkMenuBar(darkBar)); // nothing known but the palette
-    QVERIFY(!isDarkMenuBar(FixedAppearance(true, false)));
-    QVERIFY(!isDarkMenuBar(FixedAppearance(true, true, QColor(46, 52, 54)))); // the bar itself knows best
-}
-
-void StatusImageTest::emptyTextsHaveTheirWidths()
-{
-    const StatusPicture calm = normal({}, BarSignal::neutral);
-    QCOMPARE(calm.width, 18.0);
-    QCOMPARE(calm.image.size(), QSize(36, 44));
-    const StatusPicture alarmed = normal({}, BarSignal::neutral, true);
-    QCOMPARE(alarmed.width, 36.0);
-    QCOMPARE(alarmed.image.size(), QSize(72, 44));
-}
-
-void StatusImageTest::bitmapIsTwiceAsLargeAndCut()
-{
-    // Some of these advances are no whole pixels: the bitmap is cut, the width is not.
-    bool someFraction = false;
-    for (const QString &text : {u"ETH 3,456.78"_s, u"W"_s, u"1"_s, u"Ty."_s, u"贵州茅台 1,688.00"_s}) {
-        const StatusPicture picture = normal(text, BarSignal::buy);
-        QCOMPARE(picture.image.devicePixelRatio(), 2.0);
-        QCOMPARE(picture.image.height(), 44);
-        QCOMPARE(picture.image.width(), static_cast<int>(std::floor(picture.width * 2)));
-        QCOMPARE(picture.width, statusWidth({.text = text}));
-        someFraction |= picture.width * 2 != std::floor(picture.width * 2);
-    }
-    QVERIFY(someFraction);
-}
-
-void StatusImageTest::dotStandsInPlace()
-{
-    for (const bool alert : {false, true}) {
-        const int left = alert ? 42 : 6; // bitmap column; the bell has its room before the dot
-        const QImage image = normal({}, alert ? BarSignal::neutral : BarSignal::buy, alert, 1).image;
-        const QColor middle = image.pixelColor(left + 8, 22);
-        QCOMPARE(middle.alpha(), 255);
-        QVERIFY(alert ? middle == QColor(128, 128, 128) : middle.hue() > 100 && middle.hue() < 160);
-        // 16 columns and rows, 14 to 29, touched in their middles; corners and neighbours are clear.
-        for (const QPoint edge :
-             {QPoint(left, 22), QPoint(left + 15, 22), QPoint(left + 8, 14), QPoint(left + 8, 29)})
-            QVERIFY(qAlpha(image.pixel(edge)) > 128);
-        for (const QPoint outside : {QPoint(left - 1, 22), QPoint(left + 16, 22), QPoint(left + 8, 13),
-                                     QPoint(left + 8, 30), QPoint(left, 14), QPoint(left + 15, 29)})
-            QCOMPARE(qAlpha(image.pixel(outside)), 0);
-    }
-}
-
-void StatusImageTest::alertBlinks()
-{
-    const QString text = u"ETH 3,456.78"_s;
-    const int from = 66;                      // behind the dot
-    for (int pulse = 0; pulse < 8; ++pulse) { // the bell has its room but leaves no mark
-        const QImage image = normal(u"ETH"_s, BarSignal::buy, true, pulse).image;
-        QVERIFY(inkRows(image.copy(0, 0, 42, 44), 0).second < 0);
-    }
-    const QRgb orange = textColor(normal(text, BarSignal::neutral, true, 0).image, from);
-    QVERIFY(QColor(orange).hue() > 25 && QColor(orange).hue() < 50);
-    for (const int pulse : {2, 4})
-        QCOMPARE(textColor(normal(text, BarSignal::buy, true, pulse).image, from), orange);
-    for (const int pulse : {1, 3}) {
-        QCOMPARE(textColor(normal(text, BarSignal::neutral, true, pulse).image, from), qRgb(255, 255, 255));
-        QCOMPARE(textColor(normal(text, BarSignal::neutral, true, pulse, lightBar).image, from),
-                 qRgb(0, 0, 0));
-    }
-}
-
-void StatusImageTest::signalColoursTheText()
-{
-    for (const BarSignal signal : {BarSignal::buy, BarSignal::sell}) {
-        const QImage image = normal(u"ETH 3,456.78"_s, signal).image;
-        QCOMPARE(textColor(image, 30), image.pixel(14, 22)); // the dot's colour
-    }
-    QCOMPARE(textColor(normal(u"ETH"_s, BarSignal::neutral).image, 30), qRgb(255, 255, 255));
-    QCOMPARE(textColor(normal(u"ETH"_s, BarSignal::neutral, false, 0, lightBar).image, 30), qRgb(0, 0, 0));
-}
-
-void StatusImageTest::alignmentAndShift()
-{
-    const auto rows = [](VAlign align, double shift) {
-        return inkRows(makeStatusBarImage(u"188"_s, BarSignal::buy, align, shift, false, 0, darkBar).image,
-                       30);
-    };
-    const auto center = rows(VAlign::center, 0);
-    // Digits are cap-high: their middle stands near the middle of the line box, that in the picture's.
-    QVERIFY(std::abs((center.first + center.second) / 2 - 22) <= 2);
-    QVERIFY(rows(VAlign::top, 0).second > center.second); // the lower edge, in spite of its name
-    QVERIFY(rows(VAlign::bottom, 0).second < center.second);
-    QCOMPARE(rows(VAlign::center, 1).second, center.second + 2); // one point down, two pixels
-}
-
-void StatusImageTest::paintsTheSameOnAnyPainter_data()
-{
-    QTest::addColumn<double>("scale");
-    QTest::newRow("1.25x") << 1.25;
-    QTest::newRow("2x") << 2.0;
-}
-
-void StatusImageTest::paintsTheSameOnAnyPainter()
-{
-    QFETCH(const double, scale);
-    const StatusContent content{.text = u"ETH 3,456.78"_s, .signal = BarSignal::buy, .dark = true};
-    const double width = statusWidth(content, scale);
-    QImage screen(static_cast<int>(width * scale) + 8, static_cast<int>(std::lround(22 * scale)),
-                  QImage::Format_ARGB32_Premultiplied);
-    screen.fill(Qt::transparent);
+    /// Where there is ink from column `from` on: its rows, and its strongest pixel, which is the text's
+    /// colour.
+    struct Ink
     {
-        QPainter painter(&screen);
-        painter.scale(scale, scale);
-        paintStatus(painter, {0, 0}, content);
+        int first = -1, last = -1;
+        QRgb strongest = 0;
+
+        Ink(const QImage &image, int from)
+        {
+            for (int y = 0; y < image.height(); ++y) {
+                for (int x = from; x < image.width(); ++x) {
+                    const QRgb pixel = image.pixel(x, y);
+                    if (qAlpha(pixel) == 0)
+                        continue;
+                    first = first < 0 ? y : first;
+                    last = y;
+                    strongest = qAlpha(pixel) > qAlpha(strongest) ? pixel : strongest;
+                }
+            }
+        }
+    };
+
+private Q_SLOTS:
+    void sizes()
+    {
+        const StatusPicture calm = makeStatusBarImage({});
+        QCOMPARE(calm.width, 18.0);
+        QCOMPARE(calm.image.size(), QSize(36, 44));
+        QCOMPARE(makeStatusBarImage({.text = {}, .alertActive = true}).width, 36.0);
+        // Some of these advances are no whole pixels: the bitmap is cut, the width is not.
+        bool someFraction = false;
+        for (const QString &text : {u"ETH 3,456.78"_s, u"W"_s, u"1"_s, u"Ty."_s, u"贵州茅台 1,688.00"_s}) {
+            const StatusPicture picture = makeStatusBarImage({.text = text, .signal = BarSignal::buy});
+            QCOMPARE(picture.image.devicePixelRatio(), 2.0);
+            QCOMPARE(picture.image.size(), QSize(static_cast<int>(picture.width * 2), 44));
+            QCOMPARE(picture.width, statusWidth({.text = text}));
+            someFraction |= picture.width * 2 != std::floor(picture.width * 2);
+        }
+        QVERIFY(someFraction);
     }
-    QCOMPARE(QColor(screen.pixel(qRound(7 * scale), qRound(11 * scale))), QColor(textColor(screen, 0)));
-    QVERIFY(inkRows(screen, static_cast<int>((width - 3) * scale) + 2).second < 0); // the right margin
-    if (scale == 2) {
-        QImage picture = normal(content.text, content.signal).image;
+
+    void dotStandsInPlace()
+    {
+        for (const bool alert : {false, true}) {
+            const int left = alert ? 6 + alertShift : 6;
+            const QImage image = makeStatusBarImage({.text = {}, .alertActive = alert}).image;
+            // 16 columns and rows, 14 to 29, touched in their middles; corners and neighbours are clear.
+            for (const QPoint edge :
+                 {QPoint(left, 22), QPoint(left + 15, 22), QPoint(left + 8, 14), QPoint(left + 8, 29)})
+                QVERIFY(qAlpha(image.pixel(edge)) > 128);
+            for (const QPoint outside : {QPoint(left - 1, 22), QPoint(left + 16, 22), QPoint(left + 8, 13),
+                                         QPoint(left + 8, 30), QPoint(left, 14), QPoint(left + 15, 29)})
+                QCOMPARE(qAlpha(image.pixel(outside)), 0);
+        }
+    }
+
+    void colours()
+    {
+        constexpr QRgb grey = 0xff808080;
+        constexpr int calm = -1;
+        const struct
+        {
+            const char *name;
+            BarSignal signal;
+            int pulse; ///< of an alert, or calm
+            bool dark;
+            QRgb dot, text;
+        } rows[] = {
+            {"neutral on a dark bar", BarSignal::neutral, calm, true, grey, 0xffffffff},
+            {"neutral on a light bar", BarSignal::neutral, calm, false, grey, 0xff000000},
+            {"buy on a dark bar", BarSignal::buy, calm, true, 0xff32D15B, 0xff32D15B},
+            {"sell on a dark bar", BarSignal::sell, calm, true, 0xffFF5A50, 0xffFF5A50},
+            {"buy on a light bar", BarSignal::buy, calm, false, 0xff17803A, 0xff17803A},
+            {"sell on a light bar", BarSignal::sell, calm, false, 0xffC9281E, 0xffC9281E},
+            {"an alert begins orange", BarSignal::neutral, 0, true, grey, 0xffFF9F0A},
+            {"and shows the signal in turn", BarSignal::buy, 1, true, 0xff32D15B, 0xff32D15B},
+            {"and is orange again", BarSignal::buy, 2, true, 0xff32D15B, 0xffFF9F0A},
+            {"or black in turn", BarSignal::neutral, 3, false, grey, 0xff000000},
+            {"orange on a light bar", BarSignal::sell, 4, false, 0xffC9281E, 0xffA85800},
+        };
+        test::forEachRow(rows, [](const auto &row) {
+            const bool alert = row.pulse != calm;
+            const StatusContent content{.text = u"ETH 3,456.78"_s,
+                                        .signal = row.signal,
+                                        .alertActive = alert,
+                                        .pulse = row.pulse,
+                                        .dark = row.dark};
+            const QImage image = makeStatusBarImage(content).image;
+            const int shift = alert ? alertShift : 0;
+            QCOMPARE(image.pixel(14 + shift, 22), row.dot);
+            QCOMPARE(Ink(image, 30 + shift).strongest, row.text);
+            QVERIFY(Ink(image.copy(0, 0, 6 + shift, 44), 0).last < 0); // the bell leaves no mark
+        });
+    }
+
+    void alignmentAndShift()
+    {
+        const auto ink = [](VAlign align, double shift) {
+            const StatusContent content{.text = u"188"_s, .align = align, .baselineShift = shift};
+            return Ink(makeStatusBarImage(content).image, 30);
+        };
+        const Ink center = ink(VAlign::center, 0);
+        // Digits are cap-high: their middle stands near the middle of the line box, that in the picture's.
+        QVERIFY(std::abs((center.first + center.last) / 2 - 22) <= 2);
+        QVERIFY(ink(VAlign::top, 0).last > center.last); // the lower edge, in spite of its name
+        QVERIFY(ink(VAlign::bottom, 0).last < center.last);
+        QCOMPARE(ink(VAlign::center, 1).last, center.last + 2); // one point down, two pixels
+    }
+
+    void paintsTheSameOnAnyPainter()
+    {
+        const StatusContent content{.text = u"ETH 3,456.78"_s, .signal = BarSignal::buy, .dark = true};
+        QImage picture = makeStatusBarImage(content).image;
         picture.setDevicePixelRatio(1);
-        QCOMPARE(screen.copy(picture.rect()), picture);
+        for (const double scale : {1.25, 2.0}) {
+            const double width = statusWidth(content, scale);
+            QImage screen(static_cast<int>(width * scale) + 8, static_cast<int>(std::lround(22 * scale)),
+                          QImage::Format_ARGB32_Premultiplied);
+            screen.fill(Qt::transparent);
+            QPainter painter(&screen);
+            painter.scale(scale, scale);
+            paintStatus(painter, {0, 0}, content);
+            painter.end();
+            QCOMPARE(screen.pixel(qRound(7 * scale), qRound(11 * scale)), Ink(screen, 0).strongest);
+            QVERIFY(Ink(screen, static_cast<int>((width - 3) * scale) + 2).last < 0); // the right margin
+            if (scale == 2)
+                QCOMPARE(screen.copy(picture.rect()), picture);
+        }
     }
-}
+
+    void signLabels()
+    {
+        QCOMPARE(blingLabel({u"BTC"_s, 67250.5, 1.2}), u"BTC ▲67,250"_s); // half to even
+        QCOMPARE(blingLabel({u"SOL"_s, 171.25, 0.0}), u"SOL ▲171.2"_s);   // no change at all points up
+        QCOMPARE(blingLabel({u"BNB"_s, 612.3, {}}), u"BNB 612.3"_s);
+        QCOMPARE(blingLabel({u"ADA"_s, {}, -2.0}), u"ADA ▼--"_s);
+    }
+
+    void signsBreatheOutOfStep()
+    {
+        const auto phase = [](int pulse, std::size_t index) {
+            return (std::sin(1.2 * pulse + 1.25 * static_cast<double>(index)) + 1) / 2;
+        };
+        const auto sign = [&](const QString &symbol, std::size_t index, double red, double green,
+                              double blue) {
+            const Items before(index, {u"x"_s, {}, {}});
+            Items items = before;
+            items.push_back({symbol, 1688.0, {}});
+            // Near the cell's left edge, at half height, no text covers its body.
+            const int column = static_cast<int>((blingStatusWidth(before) + 3) * 2) + 5;
+            for (const int pulse : {0, 1, 1000}) {
+                const QColor body = makeBlingStatusBarImage(items, pulse).image.pixelColor(column, 22);
+                const double k = (0.45 + 0.55 * phase(pulse, index)) * 255;
+                if (!closeTo(body.red(), k * red, 1) || !closeTo(body.green(), k * green, 1) ||
+                    !closeTo(body.blue(), k * blue, 1))
+                    return false;
+            }
+            return true;
+        };
+        QVERIFY(sign(u"LINK"_s, 1, 0.45, 0.3, 0.95));    // a known coin keeps its colour anywhere
+        QVERIFY(sign(u"sh600519"_s, 3, 1.0, 0.8, 0.0));  // a stock takes the palette's entry of its place
+        QVERIFY(sign(u"sh600519"_s, 8, 1.0, 0.58, 0.0)); // the ninth begins the palette again
+        // The first sign's outline: its middle runs 1.5 points above the cell, in the pixel rows 0 and 1.
+        const QColor glow = makeBlingStatusBarImage({{u"BTC"_s, 67250.5, 1.2}}, 1).image.pixelColor(40, 1);
+        QVERIFY(closeTo(glow.alphaF(), 0.25 + 0.6 * phase(1, 0), 0.01));
+        QVERIFY(closeTo(glow.redF(), 1, 0.02) && closeTo(glow.greenF(), 0.93, 0.02) &&
+                closeTo(glow.blueF(), 0.35, 0.02));
+    }
+
+    void emptyListShowsTheGreatCoins()
+    {
+        Items coins;
+        for (const QString &symbol : u"BTC ETH SOL BNB XRP DOGE ADA LINK"_s.split(u' '))
+            coins.push_back({symbol, {}, {}});
+        const StatusPicture picture = makeBlingStatusBarImage({}, 3);
+        QCOMPARE(picture.image, makeBlingStatusBarImage(coins, 3).image);
+        const double two = blingStatusWidth({coins[0], coins[1]});
+        QVERIFY(closeTo(two, blingStatusWidth({coins[0]}) + 3 + blingStatusWidth({coins[1]}), 1e-9));
+        QCOMPARE(picture.image.size(), QSize(static_cast<int>(picture.width * 2), 44));
+    }
+
+    void shapesCoverTheirPixels()
+    {
+        // A pixel's opacity is half a pixel minus the distance of its middle from the outline, in 255ths.
+        QImage image(8, 8, QImage::Format_ARGB32_Premultiplied);
+        image.fill(Qt::transparent);
+        const QRectF box(1.5, 2, 5, 4);
+        fillRoundedRect(image, box, 1, Qt::red);
+        QCOMPARE(image.pixel(3, 3), 0xffff0000);
+        QCOMPARE(qAlpha(image.pixel(1, 3)), 128); // cut in two by the left edge
+        QCOMPARE(qAlpha(image.pixel(6, 3)), 128);
+        QCOMPARE(qAlpha(image.pixel(1, 2)), 97); // the corner: sqrt(1 + 0.25) - 1 outside
+        QCOMPARE(qAlpha(image.pixel(3, 1)) + qAlpha(image.pixel(0, 3)) + qAlpha(image.pixel(7, 3)), 0);
+        strokeRoundedRect(image, box, 1, 1, QColor(0, 0, 255, 128));
+        QCOMPARE(image.pixel(3, 3), 0xffff0000);             // 1.5 inside
+        QCOMPARE(image.pixel(1, 3), qRgba(64, 0, 128, 192)); // premultiplied: half blue over half red
+        QCOMPARE(image.pixel(3, 2), qRgb(191, 0, 64));       // half of its own width over full red
+        QCOMPARE(qAlpha(image.pixel(3, 1)), 64);
+    }
+};
 
 KESTRUNE_TEST(StatusImageTest)
 #include "tst_statusimage.moc"

@@ -207,7 +207,7 @@ m(B+'desktop/statusitemchooser.cpp','if (m_registeredWith != m_notifierWatch.gen
 m(B+'statusbarcontroller.cpp','    else if (m_popover.hasJustClosed())','    else if (m_popover.hasJustClosed() && !@)','press that closed does not open')
 m(B+'statusbarcontroller.cpp','[this] { m_popover.close(); });','[this] { if (!@) m_popover.close(); });','bling closes panel')
 m(B+'statusbarcontroller.cpp','    redrawAtChange(m_state->alerts);','    if (!@) redrawAtChange(m_state->alerts);','redraw at alerts')
-m(B+'statusbarcontroller.cpp','if (darkBar == m_lastDarkAppearance && darkDesktop == m_lastDarkDesktop)','if (darkBar == m_lastDarkAppearance && (@ || darkDesktop == m_lastDarkDesktop))','poll windows apart')
+m(B+'desktop/desktoptheme.cpp','    if (now == m_appearance)','    if (@ ? now.darkBar == m_appearance.darkBar : now == m_appearance)','poll windows apart')
 m(B+'presentation.cpp','*facts.notifier != NotifierHost::dot && !facts.bling;','*facts.notifier != NotifierHost::dot && (@ || !facts.bling);','bling needs strip')
 m(B+'presentation.cpp','presentation.tray = true; // it goes','presentation.tray = !@; // it goes','late tray waits on')
 m(B+'desktop/autostart.cpp','key == "hidden=true" ||','(key == "hidden=true" && !@) ||','hidden entry')

@@ -58,14 +58,17 @@ void AppDelegate::applicationDidFinishLaunching()
     m_theme = std::make_unique<DesktopTheme>(bus);
     m_item = std::make_unique<StatusItemChooser>(bus, m_launch.dependencies.preferences, m_menu.entries(),
                                                  StatusItemChooser::Options{.stripForced = m_launch.strip});
-    m_theme->setBar([item = m_item.get()] { return item->barTextColor(); },
-                    [item = m_item.get()] { return item->barIsUsuallyDark(); });
+    connect(m_item.get(), &StatusItemChooser::barChanged, m_theme.get(), &DesktopTheme::setBar);
     m_state = AppState::create(m_launch.dependencies);
     m_controller = std::make_unique<StatusBarController>(
-        m_state, *m_item, *m_theme,
+        m_state, *m_item, m_theme->appearance(),
         [notice = m_launch.marketNotice](const std::shared_ptr<AppState> &state, QWidget *parent) {
             return makePanel(state, notice, parent);
         });
+    // Queued: the item may announce its bar while it is being redrawn.
+    connect(m_theme.get(), &DesktopTheme::changed, m_controller.get(), &StatusBarController::setAppearance,
+            Qt::QueuedConnection);
+    m_controller->setAppearance(m_theme->appearance()); // the first picture has brought the bar's colours
     addApplicationActions(&m_controller->popover(), this, [] { QCoreApplication::quit(); });
     m_keyFallbackMonitor = std::make_unique<EditKeyFallback>(nullptr);
     connectMenu();

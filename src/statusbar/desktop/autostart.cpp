@@ -52,7 +52,8 @@ bool Autostart::set(bool on) const
 
 QString quotedForExec(const QString &path)
 {
-    // Once for the argument's quotes, once for the string that holds them, and percent signs are codes.
+    // Escaped twice: for the argument's quotes and for the string that holds them. A percent sign begins a
+    // code.
     QString quoted;
     for (const QChar c : path) {
         if (c == u'\\')

@@ -4,30 +4,39 @@
 #include <QApplication>
 #include <QFile>
 #include <QMessageBox>
+#include <QPluginLoader>
+
+#include <cstdio>
 
 namespace kestrune {
 
 using namespace Qt::StringLiterals;
 
-namespace {
+DesktopAttention::DesktopAttention(const QStringList &moduleFolders)
+    : DesktopAttention(
+          {.loadSound = [moduleFolders] { return loadAlertSound(moduleFolders); },
+           .beep = [] { QApplication::beep(); },
+           .writeLine = [](const QString &line) { std::fprintf(stderr, "%s\n", line.toUtf8().constData()); }})
+{}
 
-AlertSound *loadFrom(const QStringList &folders)
+void DesktopAttention::playAlertSound()
 {
-    for (const QString &folder : folders) {
-        const QString file = folder + u"/kestrune-sound.so"_s;
-        if (!QFile::exists(file))
-            continue;
-        if (AlertSound *sound = Chime::loadModule(file))
-            return sound;
-    }
-    return nullptr;
+    if (!m_sound)
+        m_sound = m_ringing.loadSound();
+    if (m_sound)
+        m_sound->play([this](AlertSound::Outcome outcome) { report(outcome); });
+    else
+        report({});
 }
 
-} // namespace
-
-DesktopAttention::DesktopAttention(const QStringList &moduleFolders)
-    : m_chime([moduleFolders] { return loadFrom(moduleFolders); }, [] { QApplication::beep(); })
-{}
+void DesktopAttention::report(AlertSound::Outcome outcome)
+{
+    if (!outcome.played)
+        m_ringing.beep();
+    const auto word = [](bool value) { return value ? u"true"_s : u"false"_s; };
+    m_ringing.writeLine(u"[Kestrune] playAlertSound: dingLoaded=%1 played=%2"_s.arg(word(outcome.loaded),
+                                                                                    word(outcome.played)));
+}
 
 void DesktopAttention::inform(const QString &title, const QString &text, const QString &button)
 {
@@ -38,6 +47,19 @@ void DesktopAttention::inform(const QString &title, const QString &text, const Q
     box->addButton(button, QMessageBox::AcceptRole);
     box->setModal(false);
     box->show();
+}
+
+AlertSound *loadAlertSound(const QStringList &folders)
+{
+    for (const QString &folder : folders) {
+        const QString file = folder + u"/kestrune-sound.so"_s;
+        if (!QFile::exists(file))
+            continue;
+        QPluginLoader loader(file);
+        if (auto *sound = qobject_cast<AlertSound *>(loader.instance()))
+            return sound;
+    }
+    return nullptr;
 }
 
 } // namespace kestrune

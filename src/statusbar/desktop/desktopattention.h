@@ -2,9 +2,11 @@
 #pragma once
 
 #include "platform/attention.h"
-#include "statusbar/desktop/chime.h"
+#include "sound/alertsound.h"
 
 #include <QStringList>
+
+#include <functional>
 
 namespace kestrune {
 
@@ -12,14 +14,30 @@ namespace kestrune {
 class DesktopAttention final : public Attention
 {
 public:
+    /// What ringing uses of the system.
+    struct Ringing
+    {
+        std::function<AlertSound *()> loadSound; ///< may give nothing; asked again at the next alert then
+        std::function<void()> beep;
+        std::function<void(const QString &)> writeLine; ///< to standard error
+    };
+
     /// The sound module is looked for in these folders, in their order, at the first alert.
     explicit DesktopAttention(const QStringList &moduleFolders);
+    explicit DesktopAttention(Ringing ringing) : m_ringing(std::move(ringing)) {}
 
-    void playAlertSound() override { m_chime.ring(); }
+    /// Returns at once. This object must outlive the sound's report.
+    void playAlertSound() override;
     void inform(const QString &title, const QString &text, const QString &button) override;
 
 private:
-    Chime m_chime;
+    void report(AlertSound::Outcome outcome);
+
+    Ringing m_ringing;
+    AlertSound *m_sound = nullptr;
 };
+
+/// The sound of the first module found; nothing when none can be loaded. It lives as long as the process.
+[[nodiscard]] AlertSound *loadAlertSound(const QStringList &folders);
 
 } // namespace kestrune

@@ -7,8 +7,6 @@
 #include <QGuiApplication>
 #include <QPalette>
 
-#include <utility>
-
 namespace kestrune {
 
 using namespace Qt::StringLiterals;
@@ -32,9 +30,12 @@ uint unwrapped(QVariant value)
 
 } // namespace
 
-DesktopTheme::DesktopTheme(const QDBusConnection &connection)
+DesktopTheme::DesktopTheme(const QDBusConnection &connection, std::chrono::milliseconds palettePoll)
     : m_connection(connection), m_watcher(portalName, connection, QDBusServiceWatcher::WatchForOwnerChange)
 {
+    connect(&m_poll, &QTimer::timeout, this, &DesktopTheme::look);
+    m_poll.start(palettePoll);
+    look();
     if (!m_connection.isConnected())
         return;
     // Unregistered, the connection below is refused while no portal is there to be asked for its types.
@@ -43,9 +44,7 @@ DesktopTheme::DesktopTheme(const QDBusConnection &connection)
                          SLOT(settingChanged(QString, QString, QDBusVariant)));
     connect(&m_watcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
             [this](const QString &, const QString &, const QString &owner) {
-                if (owner.isEmpty())
-                    setAnnounces(false); // what it said last still holds
-                else
+                if (!owner.isEmpty()) // what a portal that goes has said still holds
                     ask();
             });
     ask();
@@ -62,44 +61,41 @@ void DesktopTheme::ask()
         if (!reply.isValid())
             return; // no portal, or one without this setting
         setScheme(unwrapped(reply.value().variant()));
-        setAnnounces(true);
     });
 }
 
-void DesktopTheme::setAnnounces(bool announces)
+void DesktopTheme::setBar(const BarColors &bar)
 {
-    if (std::exchange(m_portalAnswers, announces) != announces)
-        Q_EMIT announcesChanged();
+    m_bar = bar;
+    look();
 }
 
 void DesktopTheme::setScheme(uint scheme)
 {
-    std::optional<bool> dark;
+    m_prefersDark.reset();
     if (scheme == 1 || scheme == 2) // dark, light; anything else is no preference
-        dark = scheme == 1;
-    if (std::exchange(m_prefersDark, dark) != dark)
-        Q_EMIT changed();
+        m_prefersDark = scheme == 1;
+    if (m_prefersDark)
+        m_poll.stop();
+    else
+        m_poll.start();
+    look();
+}
+
+void DesktopTheme::look()
+{
+    const bool darkPalette = QGuiApplication::palette().color(QPalette::Window).lightness() < 128;
+    const Appearance now = appearanceOf(m_bar, m_prefersDark, darkPalette);
+    if (now == m_appearance)
+        return;
+    m_appearance = now;
+    Q_EMIT changed(now);
 }
 
 void DesktopTheme::settingChanged(const QString &group, const QString &key, const QDBusVariant &value)
 {
     if (group == appearanceGroup && key == schemeKey)
         setScheme(unwrapped(value.variant()));
-}
-
-std::optional<QColor> DesktopTheme::trayTextColor() const
-{
-    if (const auto color = m_barTextColor ? m_barTextColor() : std::nullopt)
-        return color;
-    // Black on a bar that is dark as they come could not be read; who has chosen light desktops gets that.
-    if (!m_prefersDark && m_barIsUsuallyDark && m_barIsUsuallyDark())
-        return QColor(Qt::white);
-    return std::nullopt;
-}
-
-bool DesktopTheme::paletteIsDark() const
-{
-    return QGuiApplication::palette().color(QPalette::Window).lightness() < 128;
 }
 
 } // namespace kestrune

@@ -1,51 +1,47 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "statusbar/themesource.h"
+#include "statusbar/appearance.h"
 
 #include <QDBusConnection>
 #include <QDBusServiceWatcher>
 #include <QDBusVariant>
+#include <QObject>
+#include <QTimer>
 
-#include <functional>
+#include <chrono>
 #include <optional>
 
 namespace kestrune {
 
-/// Light or dark by the desktop portal's colour scheme; the toolkit's palette where there is no portal.
-class DesktopTheme final : public ThemeSource
+/// What is dark now: by the bar's colours, the desktop portal's colour scheme and the toolkit's palette.
+class DesktopTheme final : public QObject
 {
     Q_OBJECT
 public:
-    explicit DesktopTheme(const QDBusConnection &connection);
+    explicit DesktopTheme(const QDBusConnection &connection,
+                          std::chrono::milliseconds palettePoll = std::chrono::seconds(2));
 
-    /// Who knows the colour of the bar's texts, and whether bars like it are dark when nobody has a
-    /// preference.
-    void setBar(std::function<std::optional<QColor>()> textColor, std::function<bool()> isUsuallyDark)
-    {
-        m_barTextColor = std::move(textColor);
-        m_barIsUsuallyDark = std::move(isUsuallyDark);
-    }
+    [[nodiscard]] const Appearance &appearance() const { return m_appearance; }
+    void setBar(const BarColors &bar);
 
-    [[nodiscard]] std::optional<QColor> trayTextColor() const override;
-    [[nodiscard]] std::optional<bool> prefersDark() const override { return m_prefersDark; }
-    [[nodiscard]] bool paletteIsDark() const override;
-    [[nodiscard]] bool announces() const override { return m_portalAnswers; }
+Q_SIGNALS:
+    void changed(const kestrune::Appearance &appearance);
 
 private Q_SLOTS:
     void settingChanged(const QString &group, const QString &key, const QDBusVariant &value);
 
 private:
     void ask();
-    void setAnnounces(bool announces);
     void setScheme(uint scheme);
+    void look();
 
     QDBusConnection m_connection;
     QDBusServiceWatcher m_watcher;
-    std::function<std::optional<QColor>()> m_barTextColor;
-    std::function<bool()> m_barIsUsuallyDark;
+    QTimer m_poll; ///< stands still while the portal has a preference: the palette does not count then
+    BarColors m_bar;
     std::optional<bool> m_prefersDark;
-    bool m_portalAnswers = false;
+    Appearance m_appearance;
 };
 
 } // namespace kestrune

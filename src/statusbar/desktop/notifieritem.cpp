@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "statusbar/desktop/notifieritem.h"
 
-#include "statusbar/desktop/activation.h"
 #include "statusbar/desktop/notifiertypes.h"
-#include "statusbar/desktop/screens.h"
+#include "statusbar/panelplacement.h"
 #include "statusbar/pixelshapes.h"
+#include "statusbar/wayland.h"
 
 #include <QCoreApplication>
 #include <QCursor>
@@ -271,10 +271,10 @@ bool NotifierItem::call(const QString &member, const QVariantList &arguments, co
     return (member == "SecondaryActivate"_L1 && position) || (member == "Scroll"_L1 && signature == "is"_L1);
 }
 
-void NotifierItem::clicked(const QPoint &told)
+void NotifierItem::clicked(const QPoint &given)
 {
     const auto shapes = screenShapes();
-    m_lastClick = anchorOfClick(toLogical(told, shapes), QCursor::pos(), shapes);
+    m_lastClick = anchorOfClick(toLogical(given, shapes), QCursor::pos(), shapes);
     // After the answer, so that a host that waits for it is not held up.
     QMetaObject::invokeMethod(
         this, [this] { Q_EMIT activated(m_lastClick.value_or(QRect())); }, Qt::QueuedConnection);

@@ -14,7 +14,7 @@
 namespace kestrune {
 
 /// The item as a StatusNotifierItem on the session bus. Its properties are made when a host asks for them;
-/// a host is told only about those that have changed.
+/// a host hears only of those that have changed.
 class NotifierItem final : public StatusItem
 {
     Q_OBJECT
@@ -38,7 +38,7 @@ private:
     [[nodiscard]] bool call(const QString &member, const QVariantList &arguments, const QString &signature);
     [[nodiscard]] bool showsWide() const { return m_host == NotifierHost::wide; }
     [[nodiscard]] bool samePictureForHost(const StatusItemContent &a, const StatusItemContent &b) const;
-    void clicked(const QPoint &told);
+    void clicked(const QPoint &given);
     void announce(const QString &signal, const QVariantList &arguments = {});
 
     QDBusConnection m_connection;

@@ -8,6 +8,28 @@
 
 namespace kestrune {
 
+namespace {
+
+template <typename... Members>
+QDBusArgument &writeStructure(QDBusArgument &argument, const Members &...members)
+{
+    argument.beginStructure();
+    (argument << ... << members);
+    argument.endStructure();
+    return argument;
+}
+
+template <typename... Members>
+const QDBusArgument &readStructure(const QDBusArgument &argument, Members &...members)
+{
+    argument.beginStructure();
+    (argument >> ... >> members);
+    argument.endStructure();
+    return argument;
+}
+
+} // namespace
+
 NotifierPixmap toNotifierPixmap(const QImage &image)
 {
     const QImage straight = image.convertToFormat(QImage::Format_ARGB32);
@@ -31,34 +53,22 @@ void registerNotifierTypes()
 
 QDBusArgument &operator<<(QDBusArgument &argument, const NotifierPixmap &pixmap)
 {
-    argument.beginStructure();
-    argument << pixmap.width << pixmap.height << pixmap.pixels;
-    argument.endStructure();
-    return argument;
+    return writeStructure(argument, pixmap.width, pixmap.height, pixmap.pixels);
 }
 
 const QDBusArgument &operator>>(const QDBusArgument &argument, NotifierPixmap &pixmap)
 {
-    argument.beginStructure();
-    argument >> pixmap.width >> pixmap.height >> pixmap.pixels;
-    argument.endStructure();
-    return argument;
+    return readStructure(argument, pixmap.width, pixmap.height, pixmap.pixels);
 }
 
 QDBusArgument &operator<<(QDBusArgument &argument, const NotifierToolTip &toolTip)
 {
-    argument.beginStructure();
-    argument << toolTip.iconName << toolTip.icon << toolTip.title << toolTip.text;
-    argument.endStructure();
-    return argument;
+    return writeStructure(argument, toolTip.iconName, toolTip.icon, toolTip.title, toolTip.text);
 }
 
 const QDBusArgument &operator>>(const QDBusArgument &argument, NotifierToolTip &toolTip)
 {
-    argument.beginStructure();
-    argument >> toolTip.iconName >> toolTip.icon >> toolTip.title >> toolTip.text;
-    argument.endStructure();
-    return argument;
+    return readStructure(argument, toolTip.iconName, toolTip.icon, toolTip.title, toolTip.text);
 }
 
 QDBusArgument &operator<<(QDBusArgument &argument, const MenuNode &node)
@@ -91,18 +101,12 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, MenuNode &node)
 
 QDBusArgument &operator<<(QDBusArgument &argument, const MenuProperties &entry)
 {
-    argument.beginStructure();
-    argument << entry.id << entry.properties;
-    argument.endStructure();
-    return argument;
+    return writeStructure(argument, entry.id, entry.properties);
 }
 
 const QDBusArgument &operator>>(const QDBusArgument &argument, MenuProperties &entry)
 {
-    argument.beginStructure();
-    argument >> entry.id >> entry.properties;
-    argument.endStructure();
-    return argument;
+    return readStructure(argument, entry.id, entry.properties);
 }
 
 } // namespace kestrune

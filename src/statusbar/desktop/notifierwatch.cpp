@@ -61,7 +61,7 @@ NotifierWatch::NotifierWatch(const QDBusConnection &connection)
     for (const QString &signal : {u"StatusNotifierHostRegistered"_s, u"StatusNotifierHostUnregistered"_s})
         m_connection.connect(notifierWatcherName, notifierWatcherPath, notifierWatcherName, signal, this,
                              SLOT(askForHost()));
-    // A bus that ends takes the watcher along without a word about its name.
+    // When the bus itself ends, no change of the name's owner is announced.
     m_connection.connect({}, u"/org/freedesktop/DBus/Local"_s, u"org.freedesktop.DBus.Local"_s,
                          u"Disconnected"_s, this, SLOT(busGone()));
     askForOwner();

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "statusbar/desktop/singleinstance.h"
 
-#include "statusbar/desktop/activation.h"
+#include "statusbar/wayland.h"
 
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
@@ -72,7 +72,7 @@ void SingleInstance::Activate(const QVariantMap &platformData)
 
 void SingleInstance::Open(const QStringList &, const QVariantMap &platformData)
 {
-    Activate(platformData); // there is nothing that could be opened but the panel
+    Activate(platformData); // the panel is all there is to open
 }
 
 void SingleInstance::ActivateAction(const QString &, const QVariantList &, const QVariantMap &platformData)

@@ -26,6 +26,7 @@ StatusItemChooser::StatusItemChooser(const QDBusConnection &connection, Preferen
     , m_notifierWatch(connection)
 {
     connect(&m_trayWatch, &TrayWatch::ownerChanged, this, &StatusItemChooser::trayChanged);
+    connect(&m_trayWatch, &TrayWatch::textColorChanged, this, &StatusItemChooser::checkBar);
     connect(&m_notifierWatch, &NotifierWatch::changed, this, &StatusItemChooser::hostsChanged);
     m_wait.setSingleShot(true);
     m_wait.setTimerType(Qt::PreciseTimer); // a coarse one may end a quarter of a second early
@@ -50,7 +51,7 @@ DesktopFacts StatusItemChooser::facts() const
 
 void StatusItemChooser::trayChanged()
 {
-    m_squeezed = false; // another tray, another chance
+    m_squeezed = false; // another tray may have more room
     m_unanswered = false;
     m_tray.reset(); // its window went with the old one
     m_presentation.tray = false;
@@ -88,22 +89,35 @@ void StatusItemChooser::choose()
 void StatusItemChooser::apply(const Presentation &next)
 {
     m_presentation = next;
-    showTray(next.tray);
-    showNotifier(next.notifier);
-    showStrip(next.strip);
-    const std::pair bar(barTextColor(), barIsUsuallyDark());
-    if (std::exchange(m_bar, bar) != bar)
-        Q_EMIT barTextColorChanged();
+    if (!next.tray)
+        m_tray.reset();
+    else if (!m_tray)
+        makeTray();
+    if (next.notifier)
+        makeOrRegisterNotifier();
+    else
+        m_notifier.reset();
+    if (!next.strip) {
+        m_strip.reset();
+    } else if (!m_strip) {
+        m_strip = std::make_unique<StripItem>(m_preferences);
+        forward(*m_strip);
+        m_strip->show(*m_content);
+    }
+    checkBar();
 }
 
-void StatusItemChooser::showTray(bool wanted)
+void StatusItemChooser::checkBar()
 {
-    if (wanted == (m_tray != nullptr))
-        return;
-    if (!wanted) {
-        m_tray.reset();
-        return;
-    }
+    // Both kinds of host that keep wide pictures come dark.
+    const BarColors bar{.text = m_tray ? m_trayWatch.textColor() : std::nullopt,
+                        .usuallyDark = m_notifier && m_notifierWatch.host() == NotifierHost::wide};
+    if (std::exchange(m_bar, bar) != bar)
+        Q_EMIT barChanged(bar);
+}
+
+void StatusItemChooser::makeTray()
+{
     m_tray = std::make_unique<XEmbedItem>(m_trayWatch);
     forward(*m_tray);
     connect(
@@ -122,12 +136,8 @@ void StatusItemChooser::showTray(bool wanted)
     m_tray->show(*m_content);
 }
 
-void StatusItemChooser::showNotifier(bool wanted)
+void StatusItemChooser::makeOrRegisterNotifier()
 {
-    if (!wanted) {
-        m_notifier.reset();
-        return;
-    }
     const NotifierHost host = *m_notifierWatch.host();
     if (m_notifier) {
         if (m_registeredWith != m_notifierWatch.generation())
@@ -141,24 +151,10 @@ void StatusItemChooser::showNotifier(bool wanted)
     m_registeredWith = m_notifierWatch.generation();
 }
 
-void StatusItemChooser::showStrip(bool wanted)
-{
-    if (wanted == (m_strip != nullptr))
-        return;
-    if (!wanted) {
-        m_strip.reset();
-        return;
-    }
-    m_strip = std::make_unique<StripItem>(m_preferences);
-    forward(*m_strip);
-    m_strip->show(*m_content);
-}
-
 void StatusItemChooser::forward(StatusItem &item)
 {
     connect(&item, &StatusItem::activated, this, &StatusItem::activated);
     connect(&item, &StatusItem::contextMenuRequested, this, &StatusItem::contextMenuRequested);
-    connect(&item, &StatusItem::barTextColorChanged, this, &StatusItem::barTextColorChanged);
 }
 
 std::optional<QRect> StatusItemChooser::place() const
@@ -169,17 +165,6 @@ std::optional<QRect> StatusItemChooser::place() const
     if (m_tray)
         return m_tray->place();
     return m_notifier ? m_notifier->place() : std::nullopt;
-}
-
-bool StatusItemChooser::barIsUsuallyDark() const
-{
-    // Both kinds of host that keep wide pictures come dark.
-    return m_notifier && m_notifierWatch.host() == NotifierHost::wide;
-}
-
-std::optional<QColor> StatusItemChooser::barTextColor() const
-{
-    return m_tray ? m_tray->barTextColor() : std::nullopt;
 }
 
 } // namespace kestrune

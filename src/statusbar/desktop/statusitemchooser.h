@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "statusbar/appearance.h"
 #include "statusbar/desktop/notifierwatch.h"
 #include "statusbar/desktop/traywatch.h"
 #include "statusbar/presentation.h"
@@ -12,7 +13,6 @@
 
 #include <chrono>
 #include <memory>
-#include <utility>
 
 class QAction;
 
@@ -42,12 +42,11 @@ public:
 
     void show(const StatusItemContent &content) override;
     [[nodiscard]] std::optional<QRect> place() const override;
-    [[nodiscard]] std::optional<QColor> barTextColor() const override;
-    [[nodiscard]] bool barIsUsuallyDark() const override;
 
     [[nodiscard]] const Presentation &presentation() const { return m_presentation; }
 
 Q_SIGNALS:
+    void barChanged(const kestrune::BarColors &bar);
     void menuAboutToShow();
 
 private:
@@ -56,10 +55,10 @@ private:
     void hostsChanged();
     void choose();
     void apply(const Presentation &next);
-    void showTray(bool wanted);
-    void showNotifier(bool wanted);
-    void showStrip(bool wanted);
+    void makeTray();
+    void makeOrRegisterNotifier();
     void forward(StatusItem &item);
+    void checkBar();
 
     QDBusConnection m_connection;
     Preferences &m_preferences;
@@ -74,7 +73,7 @@ private:
     int m_registeredWith = 0;
     std::optional<StatusItemContent> m_content;
     Presentation m_presentation;
-    std::pair<std::optional<QColor>, bool> m_bar; ///< what was last told of its colours
+    BarColors m_bar; ///< as announced last
     std::unique_ptr<XEmbedItem> m_tray;
     std::unique_ptr<NotifierItem> m_notifier;
     std::unique_ptr<StripItem> m_strip;

@@ -2,6 +2,7 @@
 #include "statusbar/desktop/stripitem.h"
 
 #include "platform/preferences.h"
+#include "statusbar/wayland.h"
 
 #include <QGuiApplication>
 #include <QScreen>
@@ -18,11 +19,6 @@ namespace {
 
 const QString placeKey = u"ks_strip_pos"_s; // "X,Y" of the top right corner, logical
 constexpr int edgeGap = 8;
-
-bool isWayland()
-{
-    return QGuiApplication::platformName().startsWith("wayland"_L1);
-}
 
 Qt::WindowFlags stripFlags()
 {

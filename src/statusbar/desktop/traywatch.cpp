@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "statusbar/desktop/traywatch.h"
 
-#include "statusbar/desktop/xcbreply.h"
-
 #include <QGuiApplication>
 
 namespace kestrune {

@@ -5,11 +5,22 @@
 #include <QColor>
 #include <QObject>
 
+#include <cstdlib>
+#include <memory>
 #include <optional>
 
 #include <xcb/xcb.h>
 
 namespace kestrune {
+
+struct FreeReply
+{
+    void operator()(void *reply) const { std::free(reply); }
+};
+
+/// An answer of the X server; null when there was none or an error.
+template <typename T>
+using XcbReply = std::unique_ptr<T, FreeReply>;
 
 /// Atoms of the system tray protocol.
 struct TrayAtoms
@@ -34,7 +45,7 @@ public:
     [[nodiscard]] const TrayAtoms &atoms() const { return m_atoms; }
     /// The tray's window, XCB_WINDOW_NONE while there is none.
     [[nodiscard]] xcb_window_t owner() const { return m_owner; }
-    /// The colour of the tray's own texts, where it tells.
+    /// The colour of the tray's own texts, where it publishes one.
     [[nodiscard]] std::optional<QColor> textColor() const { return m_textColor; }
 
     bool nativeEventFilter(const QByteArray &type, void *message, qintptr *result) override;

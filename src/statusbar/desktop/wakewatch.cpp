@@ -32,7 +32,7 @@ void WakeWatch::watchNetwork()
         return;
     const auto *network = QNetworkInformation::instance();
     const auto isReachable = [](QNetworkInformation::Reachability reachability) {
-        // What cannot be told is tried.
+        // Unknown counts as reachable: asking in vain costs little.
         return reachability == QNetworkInformation::Reachability::Online ||
                reachability == QNetworkInformation::Reachability::Unknown;
     };

@@ -6,8 +6,8 @@
 
 namespace kestrune {
 
-/// Tells when what is shown may be old for a reason that no loop knows: the machine slept, or the network
-/// came back.
+/// Announces what makes the shown data old between two refreshes: the machine slept, or the network came
+/// back.
 class WakeWatch : public QObject
 {
     Q_OBJECT

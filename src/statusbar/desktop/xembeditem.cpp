@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "statusbar/desktop/xembeditem.h"
 
-#include "statusbar/desktop/screens.h"
-#include "statusbar/desktop/xcbreply.h"
 #include "statusbar/panelplacement.h"
 
 #include <cmath>
@@ -14,7 +12,7 @@ namespace kestrune {
 
 namespace {
 
-constexpr auto dockLimit = 2s;   // longer than that nobody should miss the price
+constexpr auto dockLimit = 2s;   // without a price on the screen
 constexpr auto resizeLimit = 1s; // a tray lays itself out again within that
 constexpr int leastHeight = 14;  // the letters themselves; below this they are cut
 constexpr uint32_t requestDock = 0;
@@ -31,7 +29,6 @@ XEmbedItem::XEmbedItem(TrayWatch &watch)
     m_check.setSingleShot(true);
     connect(&m_check, &QTimer::timeout, this, &XEmbedItem::checkSize);
     connect(&m_watch, &TrayWatch::reparented, this, &XEmbedItem::reparented);
-    connect(&m_watch, &TrayWatch::textColorChanged, this, &StatusItem::barTextColorChanged);
     connect(m_widget.get(), &ItemWidget::resizeWanted, this, &XEmbedItem::applySize);
     connect(m_widget.get(), &ItemWidget::resized, this, &XEmbedItem::checkSizeLater);
     connect(m_widget.get(), &ItemWidget::clicked, this,
@@ -114,7 +111,7 @@ void XEmbedItem::checkSizeLater()
 
 std::optional<QSize> XEmbedItem::visibleSize() const
 {
-    // The window may be wider than the place that the tray gives it: its parent tells.
+    // The window may be wider than the place that the tray gives it, which is the size of its parent.
     xcb_connection_t *connection = m_watch.connection();
     const XcbReply<xcb_query_tree_reply_t> tree(
         xcb_query_tree_reply(connection, xcb_query_tree(connection, m_window), nullptr));

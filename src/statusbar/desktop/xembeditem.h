@@ -22,7 +22,6 @@ public:
 
     void show(const StatusItemContent &content) override;
     [[nodiscard]] std::optional<QRect> place() const override;
-    [[nodiscard]] std::optional<QColor> barTextColor() const override { return m_watch.textColor(); }
 
 Q_SIGNALS:
     /// The tray makes the window too narrow to be read, or throws it out.

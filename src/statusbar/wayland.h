@@ -5,6 +5,9 @@
 
 namespace kestrune {
 
+/// Whether our windows are Wayland's own; false under XWayland.
+[[nodiscard]] bool isWayland();
+
 /// Keeps the permission that another program gave for our next window to take the focus. Only Wayland asks
 /// for one; there the toolkit takes it from the environment and removes it.
 void useActivationToken(const QString &token);

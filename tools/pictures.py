@@ -12,10 +12,10 @@ import sys
 import tempfile
 import time
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "tests" / "session"))
 import desktop  # noqa: E402  pylint: disable=wrong-import-position
 from desktop import (  # noqa: E402  pylint: disable=wrong-import-position
-    Failure, Session, click, item, keys, menu, output, panel, strip, tray_item, wait_for, wait_until_it_stays)
+    act, click, close_panel, items, keys, menu, output, panel, strip, tray_item, wait_for, wait_until_it_stays)
 
 WALLPAPER = "#4a6a86"
 WIDTH = 480  # of the crops, from the right edge of the screen
@@ -44,18 +44,13 @@ swaymsg exit
 
 def shot(target, width, height):
     """The screen's right upper corner."""
-    subprocess.run(["import", "-silent", "-window", "root", "-crop", f"{width}x{height}+{1280 - width}+0", "+repage",
-                    "-strip", str(target)], timeout=20, check=True)
-
-
-def stack(target, *parts):
-    subprocess.run(["convert", *(str(part) for part in parts), "-append", "-strip", str(target)], timeout=20,
-                   check=True)
+    act("import", "-silent", "-window", "root", "-crop", f"{width}x{height}+{1280 - width}+0", "+repage", "-strip",
+        target)
 
 
 def set_dark(session, dark):
     """The panel says once, at its start, in which colour it writes."""
-    desktop.output("xfconf-query", "-c", "xfce4-panel", "-p", "/panels/dark-mode", "-n", "-t", "bool", "-s",
+    output("xfconf-query", "-c", "xfce4-panel", "-p", "/panels/dark-mode", "-n", "-t", "bool", "-s",
                    str(dark).lower())
     tray = session.start_tray()
     session.wait_for_name("org.kde.StatusNotifierWatcher")
@@ -67,7 +62,7 @@ def tray_pictures(session, folder, market):
     parts = {}
     for name, dark, neon in (("light", False, False), ("dark", True, False), ("neon", True, True)):
         tray = set_dark(session, dark)
-        session.preset(demo=False, ks_bling=neon)
+        session.preset(ks_coin="ETH", ks_bling=neon)
         bar = session.start_bar("--market-server", market, log=f"{name}.err")
         wait_until_it_stays(tray_item, f"the item docks in the {name} panel", 20, still=2)
         time.sleep(6 if neon else 1)  # the signs' prices come one after the other
@@ -77,26 +72,25 @@ def tray_pictures(session, folder, market):
             opened_pictures(folder)
         session.quit_bar(bar, log=f"{name}.err")
         session.end(tray)
-        wait_for(lambda: not item(), "the tray is gone")
-    stack(folder / "tray.png", parts["dark"], parts["light"], parts["neon"])
+        wait_for(lambda: not items(), "the tray is gone")
+    act("convert", parts["dark"], parts["light"], parts["neon"], "-append", "-strip", folder / "tray.png")
 
 
 def opened_pictures(folder):
     window = tray_item()
-    click(window.x + 20, window.y + 10, 3)
+    click(window, 3)
     wait_until_it_stays(menu, "the menu opens", still=0.5)
     shot(folder / "menu.png", WIDTH, 150)
     keys("Escape")
     wait_for(lambda: not menu(), "the menu closes")
-    click(window.x + 20, window.y + 10)
+    click(window)
     wait_until_it_stays(panel, "the panel opens", still=2)
     shot(folder / "opened.png", WIDTH, 400)
-    keys("Escape")
-    wait_for(lambda: not panel(), "the panel closes")
+    close_panel()
 
 
 def strip_picture(session, folder, market):
-    session.preset(demo=False)
+    session.preset(ks_coin="ETH")
     bar = session.start_bar("--strip", "--market-server", market, log="strip.err")
     wait_until_it_stays(strip, "the strip shows", 12, still=2)
     shot(folder / "strip.png", WIDTH, 60)
@@ -134,36 +128,23 @@ def waybar_picture(bin_dir, folder):
         if not screen.exists():
             print("waybar.png is not made: sway did not start")
             return
-        subprocess.run(["convert", str(screen), "-gravity", "NorthEast", "-crop", f"{WIDTH}x28+0+0", "+repage",
-                        "-strip", str(folder / "waybar.png")], timeout=20, check=True)
+        act("convert", screen, "-gravity", "NorthEast", "-crop", f"{WIDTH}x28+0+0", "+repage", "-strip",
+            folder / "waybar.png")
     finally:
         market.terminate()
         market.wait()
         shutil.rmtree(home, ignore_errors=True)
 
 
-def main():
-    inside = sys.argv[1] == "--inside"
-    folder, bin_dir = (pathlib.Path(text).resolve() for text in sys.argv[-2:])
-    if not inside:
-        waybar_picture(bin_dir, folder)
-        lacking = desktop.missing(["Xvfb", "openbox", "xfce4-panel", "xfconf-query", "xsetroot", "import", "convert"])
-        if lacking:
-            print(f"The other pictures are not made: {', '.join(lacking)} not installed")
-            return 1
-        return desktop.inside_session([str(folder), str(bin_dir)])
-    try:
-        with Session(bin_dir) as session:
-            session.start_window_manager()
-            output("xsetroot", "-solid", WALLPAPER)
-            market = session.start_market(*MARKET_TIME)
-            strip_picture(session, folder, market)
-            tray_pictures(session, folder, market)
-    except (Failure, subprocess.SubprocessError) as failure:
-        print(f"The remaining pictures are not made: {failure}")
-        return 1
-    return 0
+def all_pictures(session):
+    folder = pathlib.Path(sys.argv[-2]).resolve()
+    waybar_picture(session.bin, folder)
+    session.start_window_manager()
+    act("xsetroot", "-solid", WALLPAPER)
+    market = session.start_market(*MARKET_TIME)
+    strip_picture(session, folder, market)
+    tray_pictures(session, folder, market)
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(desktop.run(all_pictures, ["xfce4-panel", "xfconf-query", "xsetroot", "convert"]))

@@ -1,13 +1,18 @@
 // SPDX-License-Identifier: MIT
-#include "statusbar/desktop/activation.h"
+#include "statusbar/wayland.h"
 
 #include <QGuiApplication>
 
 namespace kestrune {
 
+bool isWayland()
+{
+    return QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+}
+
 void useActivationToken(const QString &token)
 {
-    if (!token.isEmpty() && QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
+    if (!token.isEmpty() && isWayland())
         qputenv("XDG_ACTIVATION_TOKEN", token.toUtf8());
 }
 
