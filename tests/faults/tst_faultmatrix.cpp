@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "faults/certificates.h"
+#include "support/certificates.h"
 #include "faults/faultrun.h"
 #include "support/loopbackserver.h"
 #include "support/testregistry.h"
