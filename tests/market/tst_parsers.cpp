@@ -85,31 +85,24 @@ private Q_SLOTS:
     void numbers()
     {
         constexpr double infinity = std::numeric_limits<double>::infinity();
-        const struct
-        {
-            const char *name;
-            QByteArray text;
-            double value;
-        } rows[] = {
-            {"decimal", "-0.3892", -0.3892},
-            {"leading plus", "+2.50", 2.5},
-            {"exponent", "1.5E+3", 1500},
-            {"a point at the end", "5.", 5},
-            {"leading point", ".5", 0.5},
-            {"more digits than a double", "27.17900000000000000000000000000001", 27.179},
-            {"smallest double", "4.9e-324", 4.9e-324},
-            {"above the range", "+1e400", infinity},
-            {"below the range", "-1e400", -infinity},
-            {"next to nothing", "1e-400", 0},
-            {"huge exponent", "1e99999999999999999999", infinity},
-            {"a million digits", QByteArray(1'000'000, '7'), infinity},
-            {"a long way to nothing", "0." + QByteArray(1'000'000, '0') + "1", 0},
-            {"plus infinity in capitals", "+INFINITY", infinity},
-            {"minus inf", "-Inf", -infinity},
-        };
-        forEachRow(rows, [](const auto &row) {
-            QCOMPARE(decimalNumber(row.text.toStdString()), std::optional(row.value));
-        });
+        const std::vector<std::pair<QByteArray, double>> literals{
+            {"-0.3892", -0.3892},
+            {"+2.50", 2.5},
+            {"1.5E+3", 1500},
+            {"5.", 5},
+            {".5", 0.5},
+            {"27.17900000000000000000000000000001", 27.179},
+            {"4.9e-324", 4.9e-324},
+            {"+1e400", infinity},
+            {"-1e400", -infinity},
+            {"1e-400", 0},
+            {"1e99999999999999999999", infinity},
+            {"+INFINITY", infinity},
+            {"-Inf", -infinity},
+            {QByteArray(1'000'000, '7'), infinity},
+            {"0." + QByteArray(1'000'000, '0') + "1", 0}};
+        for (const auto &[text, value] : literals)
+            QVERIFY2(decimalNumber(text.toStdString()) == value, text.left(30).constData());
         QVERIFY(std::isnan(decimalNumber("NaN").value_or(0)));
         for (const char *text :
              {"",    " ",   " 1", "1 ",   "1,5", "1.5.2", "0x10",  "1e",    "e5",           "+", "-", "+-1",
@@ -147,6 +140,10 @@ private Q_SLOTS:
 
     void rowsAreCounted()
     {
+        const auto gateWith = [](const char *row) { return parseGateCandles(with(row, gate(24))); };
+        const auto binanceWith = [](const char *row) { return parseBinanceCandles(with(row, binance(24))); };
+        const auto okxWith = [](const char *row) { return parseOkxCandles(with(row, okx(24))); };
+        const auto stockWith = [](const char *row) { return parseStock(with(row, stock(24))); };
         const struct
         {
             const char *name;
@@ -155,93 +152,63 @@ private Q_SLOTS:
         } rows[] = {
             {"25 are enough", parseGateCandles(gate(25)), 25},
             {"24 are not", parseGateCandles(gate(24)), 0},
-            {"a flat candle counts", parseGateCandles(with(R"(["1","9","5","5","5","5","0"])", gate(24))),
-             25},
-            {"low above high", parseGateCandles(with(R"(["1","9","5","4","6","5","1"])", gate(24))), 0},
-            {"a price of zero", parseGateCandles(with(R"(["1","9","5","6","0","5","1"])", gate(24))), 0},
-            {"six entries", parseGateCandles(with(R"(["1","9","5","5","5","5"])", gate(24))), 0},
-            {"Binance is trusted", parseBinanceCandles(with(R"([1,"5","4","6","5","1"])", binance(24))), 25},
-            {"but for what it leaves out",
-             parseBinanceCandles(with(R"([1,null,"6","4","5","1"])", binance(24))), 0},
-            {"OKX likewise", parseOkxCandles(with(R"(["1",null,"6","4","5","1"])", okx(24))), 0},
-            {"a volume may be missing", parseOkxCandles(with(R"(["1","5","6","4","5",null])", okx(24))), 25},
-            {"an infinite price of a stock",
-             parseStock(with(R"(["2024-01-01","5","5","inf","4","1"])", stock(24))), 0},
-            {"a stock row of eleven entries",
-             parseStock(
-                 with(R"(["2024-01-01","5","5","6","4","1",{"fhcontent":"x"},"","",{},7])", stock(24))),
-             25},
+            {"a flat candle counts", gateWith(R"(["1","9","5","5","5","5","0"])"), 25},
+            {"low above high", gateWith(R"(["1","9","5","4","6","5","1"])"), 0},
+            {"a price of zero", gateWith(R"(["1","9","5","6","0","5","1"])"), 0},
+            {"six entries", gateWith(R"(["1","9","5","5","5","5"])"), 0},
+            {"Binance is trusted", binanceWith(R"([1,"5","4","6","5","1"])"), 25},
+            {"but for what it leaves out", binanceWith(R"([1,null,"6","4","5","1"])"), 0},
+            {"OKX likewise", okxWith(R"(["1",null,"6","4","5","1"])"), 0},
+            {"a volume may be missing", okxWith(R"(["1","5","6","4","5",null])"), 25},
+            {"an infinite price of a stock", stockWith(R"(["2024-01-01","5","5","inf","4","1"])"), 0},
+            {"more entries than are read", stockWith(R"(["2024-01-01","5","5","6","4","1",{},"","",7])"), 25},
         };
         forEachRow(rows, [](const auto &row) { QCOMPARE(row.found ? row.found->size() : 0, row.count); });
     }
 
     void damagedBodiesFailTheirSource()
     {
-        const struct
-        {
-            const char *name;
-            QByteArray unread;
-            bool good;
-        } rows[] = {
-            {"undamaged", "null", true},
-            {"nested a hundred deep", nested(100), true},
-            {"nested ten thousand deep", nested(10'000), false},
-            {"a NaN literal", "NaN", false},
-            {"an Infinity literal", "-Infinity", false},
-            {"an integer beyond 64 bits", "99999999999999999999999", false},
-            {"a number beyond doubles", "1e999", false},
-            {"broken UTF-8", "\"\xff\"", false},
-            {"a bare line break in a text", "\"\n\"", false},
-            {"single quotation marks", "'a'", false},
-            {"above 128 KiB", '"' + QByteArray(300'000, 'x') + '"', true},
-            {"above 4 MiB", '"' + QByteArray(4 * 1024 * 1024, 'x') + '"', false},
+        const auto taken = [](const QByteArray &unread) {
+            return QList<bool>{parseGateCandles(aside(unread, gate(30))).has_value(),
+                               parseBinanceCandles(aside(unread, binance(30))).has_value(),
+                               parseOkxCandles(aside(unread, okx(30))).has_value(),
+                               parseStock(aside(unread, stock(30))).has_value(),
+                               parseGateTicker(aside(unread, gateTicker(5))).has_value(),
+                               parseBinanceTicker(aside(unread, binanceTicker(5))).has_value()};
         };
-        forEachRow(rows, [](const auto &row) {
-            QCOMPARE(parseGateCandles(aside(row.unread, gate(30))).has_value(), row.good);
-            QCOMPARE(parseBinanceCandles(aside(row.unread, binance(30))).has_value(), row.good);
-            QCOMPARE(parseOkxCandles(aside(row.unread, okx(30))).has_value(), row.good);
-            QCOMPARE(parseStock(aside(row.unread, stock(30))).has_value(), row.good);
-            QCOMPARE(parseGateTicker(aside(row.unread, gateTicker(5))).has_value(), row.good);
-            QCOMPARE(parseBinanceTicker(aside(row.unread, binanceTicker(5))).has_value(), row.good);
-            QVERIFY(parseGateCandles(gate(30))); // what the last body left behind does not leak into the next
-        });
+        for (const QByteArray &bad :
+             {nested(10'000), QByteArray("NaN"), QByteArray("-Infinity"),
+              QByteArray("99999999999999999999999"), QByteArray("1e999"), QByteArray("\"\xff\""),
+              QByteArray("\"\n\""), QByteArray("'a'"), '"' + QByteArray(4 * 1024 * 1024, 'x') + '"'}) {
+            QVERIFY2(taken(bad) == QList<bool>(6, false), bad.left(30).constData());
+            // What it left behind does not leak into the next.
+            for (const QByteArray &good :
+                 {QByteArray("null"), nested(100), '"' + QByteArray(300'000, 'x') + '"'})
+                QVERIFY2(taken(good) == QList<bool>(6, true), good.left(30).constData());
+        }
     }
 
     void otherLayoutsFailTheirSource()
     {
-        const struct
-        {
-            const char *name;
-            QByteArray body;
-        } rows[] = {
-            {"empty", ""},
-            {"null", "null"},
-            {"a number", "5"},
-            {"an empty array", "[]"},
-            {"an empty object", "{}"},
-            {"a page", "<html><body>501</body></html>"},
-            {"an error of Gate.io", R"({"label":"INVALID_CURRENCY","message":"Invalid currency X"})"},
-            {"an error of Binance", R"({"code":-1121,"msg":"Invalid symbol."})"},
-            {"an error of OKX", R"({"code":"51001","data":[],"msg":"Instrument ID does not exist"})"},
-            {"an error of Tencent", R"({"code":1,"msg":"bad params","data":[]})"},
-            {"data that is no array", R"({"code":"0","data":{"0":[]}})"},
-            {"cut off", gate(30).chopped(1)},
-            {"something behind the end", binance(30) + "]"},
-            {"a text among the rows", with("\"x\"", gate(30))},
-            {"an object among the rows", with("{}", binance(30))},
-            {"a null among the data rows", with("null", okx(30))},
-            {"a million empty rows", "[[]" + QByteArray(",[]").repeated(1'000'000) + "]"},
-            {"a ticker list of arrays", R"([["last","5"]])"},
-            {"a ticker list with a stray entry", gateTicker(5).chopped(1) + ",null]"},
-            {"tickers without a price", R"([{"change_percentage":"1","last":null}])"},
-            {"a ticker without a price", R"({"priceChangePercent":"1","lastPrice":" 5"})"},
-        };
-        forEachRow(rows, [](const auto &row) {
-            QVERIFY(!parseGateCandles(row.body) && !parseBinanceCandles(row.body) &&
-                    !parseOkxCandles(row.body));
-            QVERIFY(!parseStock(row.body) && !parseGateTicker(row.body) && !parseBinanceTicker(row.body));
-            QVERIFY(parseQuotes(QString::fromUtf8(row.body), parsedAt).isEmpty());
-        });
+        const QByteArrayList bodies{
+            "", "null", "5", "[]", "{}", "<html><body>501</body></html>",
+            R"({"label":"INVALID_CURRENCY","message":"Invalid currency X"})",
+            R"({"code":-1121,"msg":"Invalid symbol."})",
+            R"({"code":"51001","data":[],"msg":"Instrument ID does not exist"})",
+            R"({"code":1,"msg":"bad params","data":[]})", R"({"code":"0","data":{"0":[]}})",
+            // Cut off, something behind the end, rows of another kind.
+            gate(30).chopped(1), binance(30) + "]", with("\"x\"", gate(30)), with("{}", binance(30)),
+            with("null", okx(30)), "[[]" + QByteArray(",[]").repeated(1'000'000) + "]",
+            // Tickers of another kind or without a price.
+            R"([["last","5"]])", gateTicker(5).chopped(1) + ",null]",
+            R"([{"change_percentage":"1","last":null}])", R"({"priceChangePercent":"1","lastPrice":" 5"})"};
+        for (const QByteArray &body : bodies) {
+            const bool failed = !parseGateCandles(body) && !parseBinanceCandles(body) &&
+                                !parseOkxCandles(body) && !parseStock(body) && !parseGateTicker(body) &&
+                                !parseBinanceTicker(body) &&
+                                parseQuotes(QString::fromUtf8(body), parsedAt).isEmpty();
+            QVERIFY2(failed, body.left(60).constData());
+        }
     }
 
     void times()
@@ -250,35 +217,33 @@ private Q_SLOTS:
         {
             const char *name;
             QByteArray time;
-            QString gate, binance, okx;
+            const char *gate, *binance, *okx; // null where the row is left out
         } rows[] = {
-            {"text", R"("1700000000")", u"1700000000000"_s, u"skipped"_s, u"1700000000"_s},
-            {"integer", "1700000000", u"1700000000000"_s, u"1700000000"_s, u"1700000000"_s},
-            {"with an exponent", "1.7e9", u"1700000000000"_s, u"1700000000"_s, u"1700000000"_s},
-            {"a fraction", "1.9", u"1000"_s, u"skipped"_s, u"1"_s},
-            {"a negative fraction", R"("-1.9")", u"-1000"_s, u"skipped"_s, u"-1"_s},
-            {"fits until it is milliseconds", "9223372036854775807", u"skipped"_s, u"9223372036854775807"_s,
-             u"skipped"_s},
-            {"unsigned beyond 64 bits", "9223372036854775808", u"skipped"_s, u"skipped"_s, u"skipped"_s},
-            {"two to the 63rd as a double", "9.223372036854775808e18", u"skipped"_s, u"skipped"_s,
-             u"skipped"_s},
-            {"its negative fits", "-9.223372036854775808e18", u"skipped"_s, u"-9223372036854775808"_s,
-             u"-9223372036854775808"_s},
-            {"infinite", R"("inf")", u"skipped"_s, u"skipped"_s, u"skipped"_s},
-            {"true", "true", u"skipped"_s, u"skipped"_s, u"skipped"_s},
-            {"null", "null", u"skipped"_s, u"skipped"_s, u"skipped"_s},
+            {"text", R"("1700000000")", "1700000000000", nullptr, "1700000000"},
+            {"integer", "1700000000", "1700000000000", "1700000000", "1700000000"},
+            {"with an exponent", "1.7e9", "1700000000000", "1700000000", "1700000000"},
+            {"a fraction", "1.9", "1000", nullptr, "1"},
+            {"a negative fraction", R"("-1.9")", "-1000", nullptr, "-1"},
+            {"too large in milliseconds", "9223372036854775807", nullptr, "9223372036854775807", nullptr},
+            {"unsigned beyond 64 bits", "9223372036854775808", nullptr, nullptr, nullptr},
+            {"two to the 63rd as a double", "9.223372036854775808e18", nullptr, nullptr, nullptr},
+            {"its negative", "-9.223372036854775808e18", nullptr, "-9223372036854775808",
+             "-9223372036854775808"},
+            {"infinite", R"("inf")", nullptr, nullptr, nullptr},
+            {"true", "true", nullptr, nullptr, nullptr},
+            {"null", "null", nullptr, nullptr, nullptr},
         };
-        const auto spelled = [](const Candles &candles, auto newest) {
-            return candles && candles->size() == 26 ? QString::number(newest(*candles).ts) : u"skipped"_s;
+        const auto timeOf = [](const Candles &candles, bool last) {
+            if (!candles || candles->size() != 26)
+                return QByteArray();
+            return QByteArray::number((last ? candles->back() : candles->front()).ts);
         };
-        const auto front = [](const CandleList &list) { return list.front(); };
-        const auto back = [](const CandleList &list) { return list.back(); };
         forEachRow(rows, [&](const auto &row) {
             const QByteArray six = '[' + row.time + R"(,"2","3","1","2","5"])";
             const QByteArray seven = '[' + row.time + R"(,"9","2","3","1","2","5"])";
-            QCOMPARE(spelled(parseGateCandles(with(seven, gate(25))), front), row.gate);
-            QCOMPARE(spelled(parseBinanceCandles(with(six, binance(25))), front), row.binance);
-            QCOMPARE(spelled(parseOkxCandles(with(six, okx(25))), back), row.okx);
+            QCOMPARE(timeOf(parseGateCandles(with(seven, gate(25))), false), QByteArray(row.gate));
+            QCOMPARE(timeOf(parseBinanceCandles(with(six, binance(25))), false), QByteArray(row.binance));
+            QCOMPARE(timeOf(parseOkxCandles(with(six, okx(25))), true), QByteArray(row.okx));
         });
     }
 

@@ -80,6 +80,12 @@ void LoopbackServer::closeConnections()
         socket->disconnectFromHost();
 }
 
+void LoopbackServer::setDoor(bool open)
+{
+    ::listen(static_cast<int>(m_server->socketDescriptor()), open ? SOMAXCONN : 0);
+    open ? m_server->resumeAccepting() : m_server->pauseAccepting();
+}
+
 LoopbackServer::Answer LoopbackServer::gzipped(const QByteArray &body)
 {
     const auto bytesOf = [](qsizetype number) {
@@ -87,8 +93,10 @@ LoopbackServer::Answer LoopbackServer::gzipped(const QByteArray &body)
         return QByteArray(reinterpret_cast<const char *>(&little), sizeof little);
     };
     const uLong sum = crc32_z(0, reinterpret_cast<const Bytef *>(body.constData()), size_t(body.size()));
-    // What stands between Qt's six bytes in front and four behind is the same in both formats.
-    const QByteArray content = qCompress(body, 9).sliced(6).chopped(4);
+    // What stands between Qt's six bytes in front and four behind is the same in both formats; nothing is no
+    // case of its.
+    const QByteArray content =
+        body.isEmpty() ? QByteArray::fromHex("0300") : qCompress(body, 9).sliced(6).chopped(4);
     return {.body = QByteArray::fromHex("1f8b08000000000002ff") + content + bytesOf(qsizetype(sum)) +
                     bytesOf(body.size()),
             .headers = {"Content-Encoding: gzip"}};

@@ -75,6 +75,8 @@ public:
 
     /// Closes all connections, as a host that restarts does; the server goes on listening.
     void closeConnections();
+    /// Shut, one connection may stand before the door; while one does, others cannot even be set up.
+    void setDoor(bool open);
 
     /// An answer that was compressed with gzip and says so.
     [[nodiscard]] static Answer gzipped(const QByteArray &body);
