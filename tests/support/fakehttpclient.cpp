@@ -16,6 +16,12 @@ QString FakeHttpClient::Request::line() const
     return url.hasQuery() ? path + u'?' + url.query(QUrl::FullyEncoded) : path;
 }
 
+QByteArray FakeHttpClient::Request::header(const QByteArray &name) const
+{
+    const auto found = std::ranges::find(headers, name, &HttpHeader::name);
+    return found == headers.end() ? QByteArray() : found->value;
+}
+
 FakeHttpClient::~FakeHttpClient()
 {
     m_closing = true;

@@ -31,6 +31,8 @@ public:
         std::vector<HttpHeader> headers;
         /// Path and query as sent.
         [[nodiscard]] QString line() const;
+        /// The value of a header; empty when there is none.
+        [[nodiscard]] QByteArray header(const QByteArray &name) const;
     };
 
     ~FakeHttpClient() override;
