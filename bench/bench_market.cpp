@@ -2,7 +2,6 @@
 // From the bytes of an answer to candles: the parsers, and beside each a plain version over QJsonDocument.
 
 #include "market/candleparsers.h"
-#include "market/stockparsers.h"
 
 #include <QDate>
 #include <QDateTime>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "fuzztarget.h"
 #include "market/candleparsers.h"
-#include "market/stockparsers.h"
+#include "market/quoteparser.h"
 #include "platform/decompression.h"
 #include "platform/jsonpreferences.h"
 #include "platform/textdecoding.h"

@@ -5,6 +5,7 @@
 #include <QDateTime>
 #include <QTimeZone>
 
+#include <charconv>
 #include <chrono>
 
 namespace kestrune {
@@ -13,8 +14,8 @@ namespace {
 
 using namespace std::chrono;
 
-// The zone's last change of clocks was in September 1991. From here on the offset is plain arithmetic, which
-// spares a zone lookup for each of some hundred candle rows; earlier dates ask the zone database.
+// The zone's last change of clocks was in September 1991. From here on midnight is plain arithmetic, which
+// spares a zone lookup for each of some hundred candle rows; for earlier dates the zone database is asked.
 constexpr sys_days fixedOffsetSince = 1992y / January / 1d;
 constexpr hours fixedOffset{8};
 
@@ -27,37 +28,23 @@ const QTimeZone &shanghaiZone()
     return zone;
 }
 
-/// The number that `text` spells in decimal digits alone; -1 for any other character.
-int digits(std::string_view text)
+/// The number that `text` spells in decimal digits alone; 0 for any other text.
+unsigned digits(std::string_view text)
 {
-    int value = 0;
-    for (const char c : text) {
-        if (c < '0' || c > '9')
-            return -1;
-        value = value * 10 + (c - '0');
-    }
-    return value;
+    unsigned value = 0;
+    const char *const end = text.data() + text.size();
+    const auto [stopped, error] = std::from_chars(text.data(), end, value);
+    return stopped == end ? value : 0;
 }
 
 std::optional<year_month_day> parseDate(std::string_view text)
 {
     if (text.size() != 10 || text[4] != '-' || text[7] != '-')
         return std::nullopt;
-    const int y = digits(text.substr(0, 4));
-    const int m = digits(text.substr(5, 2));
-    const int d = digits(text.substr(8, 2));
-    if (y < 1 || m < 1 || d < 1) // there is no year 0
-        return std::nullopt;
-    const year_month_day date{year{y}, month{static_cast<unsigned>(m)}, day{static_cast<unsigned>(d)}};
-    return date.ok() ? std::optional(date) : std::nullopt;
-}
-
-seconds offsetAt(sys_seconds instant)
-{
-    if (instant >= fixedOffsetSince)
-        return fixedOffset;
-    const qint64 epoch = instant.time_since_epoch().count();
-    return seconds{shanghaiZone().offsetFromUtc(QDateTime::fromSecsSinceEpoch(epoch, Qt::UTC))};
+    const unsigned y = digits(text.substr(0, 4));
+    const year_month_day date{year{static_cast<int>(y)}, month{digits(text.substr(5, 2))},
+                              day{digits(text.substr(8, 2))}};
+    return y > 0 && date.ok() ? std::optional(date) : std::nullopt; // there is no year 0
 }
 
 } // namespace
@@ -77,11 +64,9 @@ std::optional<qint64> shanghaiMidnight(std::string_view date)
 
 ShanghaiTime shanghaiTime(Instant instant)
 {
-    const auto utc = floor<seconds>(instant);
-    const sys_seconds local = utc + offsetAt(utc);
-    const auto midnight = floor<days>(local);
-    return {static_cast<int>(weekday{midnight}.c_encoding()),
-            static_cast<int>(floor<minutes>(local - midnight).count())};
+    const auto epoch = floor<milliseconds>(instant).time_since_epoch();
+    const QDateTime local = QDateTime::fromMSecsSinceEpoch(epoch.count(), shanghaiZone());
+    return {local.date().dayOfWeek() % 7, local.time().hour() * 60 + local.time().minute()};
 }
 
 } // namespace kestrune

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "market/stockmarketservice.h"
 
-#include "market/stockparsers.h"
+#include "market/candleparsers.h"
+#include "market/quoteparser.h"
 #include "platform/textdecoding.h"
 
 #include <utility>

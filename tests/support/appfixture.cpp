@@ -45,54 +45,22 @@ QString quoteLine(const QString &codes)
 
 QString fieldName(const AppState &state, const PublishedField *field)
 {
-#define KESTRUNE_FIELD(name)                                                                                 \
-    {                                                                                                        \
-        &state.name, u"" #name##_s                                                                           \
-    }
-    const std::vector<std::pair<const PublishedField *, QString>> names{KESTRUNE_FIELD(coinSymbol),
-                                                                        KESTRUNE_FIELD(price),
-                                                                        KESTRUNE_FIELD(changePct),
-                                                                        KESTRUNE_FIELD(decimals),
-                                                                        KESTRUNE_FIELD(market),
-                                                                        KESTRUNE_FIELD(stockQuote),
-                                                                        KESTRUNE_FIELD(accountSize),
-                                                                        KESTRUNE_FIELD(riskPctPerTrade),
-                                                                        KESTRUNE_FIELD(leverage),
-                                                                        KESTRUNE_FIELD(marginMode),
-                                                                        KESTRUNE_FIELD(selectedZonePrice),
-                                                                        KESTRUNE_FIELD(selectedZoneType),
-                                                                        KESTRUNE_FIELD(timeframe),
-                                                                        KESTRUNE_FIELD(zones),
-                                                                        KESTRUNE_FIELD(zonePrice),
-                                                                        KESTRUNE_FIELD(sparkline),
-                                                                        KESTRUNE_FIELD(lastUpdated),
-                                                                        KESTRUNE_FIELD(dataSource),
-                                                                        KESTRUNE_FIELD(isLoading),
-                                                                        KESTRUNE_FIELD(errorMessage),
-                                                                        KESTRUNE_FIELD(ctxEMA50),
-                                                                        KESTRUNE_FIELD(ctxEMA200),
-                                                                        KESTRUNE_FIELD(ctxVegas),
-                                                                        KESTRUNE_FIELD(ctxRSI),
-                                                                        KESTRUNE_FIELD(ctxMACDHist),
-                                                                        KESTRUNE_FIELD(ctxATR),
-                                                                        KESTRUNE_FIELD(ctxVWAP),
-                                                                        KESTRUNE_FIELD(snapshot),
-                                                                        KESTRUNE_FIELD(snapshotConclusion),
-                                                                        KESTRUNE_FIELD(marketContextExpanded),
-                                                                        KESTRUNE_FIELD(miniMode),
-                                                                        KESTRUNE_FIELD(blingMode),
-                                                                        KESTRUNE_FIELD(multiPrices),
-                                                                        KESTRUNE_FIELD(blingPulse),
-                                                                        KESTRUNE_FIELD(alerts),
-                                                                        KESTRUNE_FIELD(pulsePhase),
-                                                                        KESTRUNE_FIELD(signalThreshold),
-                                                                        KESTRUNE_FIELD(displayRangePct),
-                                                                        KESTRUNE_FIELD(maxPerSide)};
-#undef KESTRUNE_FIELD
-    for (const auto &[known, name] : names) {
+#define FIELDS(X)                                                                                            \
+    X(coinSymbol)                                                                                            \
+    X(price)                                                                                                 \
+    X(changePct) X(decimals) X(market) X(stockQuote) X(accountSize) X(riskPctPerTrade) X(leverage)           \
+        X(marginMode) X(selectedZonePrice) X(selectedZoneType) X(timeframe) X(zones) X(zonePrice)            \
+            X(sparkline) X(lastUpdated) X(dataSource) X(isLoading) X(errorMessage) X(ctxEMA50) X(ctxEMA200)  \
+                X(ctxVegas) X(ctxRSI) X(ctxMACDHist) X(ctxATR) X(ctxVWAP) X(snapshot) X(snapshotConclusion)  \
+                    X(marketContextExpanded) X(miniMode) X(blingMode) X(multiPrices) X(blingPulse) X(alerts) \
+                        X(pulsePhase) X(signalThreshold) X(displayRangePct) X(maxPerSide)
+#define NAMED(name) std::pair<const PublishedField *, QString>{&state.name, u"" #name##_s},
+    for (const auto &[known, name] : {FIELDS(NAMED)}) {
         if (known == field)
             return name;
     }
+#undef NAMED
+#undef FIELDS
     return u"unknown field"_s;
 }
 

@@ -12,22 +12,15 @@ namespace kestrune::test {
 
 QString FakeHttpClient::Request::line() const
 {
-    QString line = url.path(QUrl::FullyEncoded);
-    if (url.hasQuery())
-        line += u'?' + url.query(QUrl::FullyEncoded);
-    return line;
+    const QString path = url.path(QUrl::FullyEncoded);
+    return url.hasQuery() ? path + u'?' + url.query(QUrl::FullyEncoded) : path;
 }
 
 QByteArray FakeHttpClient::Request::header(const QByteArray &name) const
 {
-    for (const HttpHeader &header : headers) {
-        if (header.name.compare(name, Qt::CaseInsensitive) == 0)
-            return header.value;
-    }
-    return {};
+    const auto found = std::ranges::find(headers, name, &HttpHeader::name);
+    return found == headers.end() ? QByteArray() : found->value;
 }
-
-FakeHttpClient::FakeHttpClient(Unexpected unexpected) : m_unexpected(unexpected) {}
 
 FakeHttpClient::~FakeHttpClient()
 {
@@ -37,55 +30,12 @@ FakeHttpClient::~FakeHttpClient()
         finish(m_open.front().completion, std::nullopt);
 }
 
-void FakeHttpClient::answer(const QString &route, const QByteArray &body)
+void FakeHttpClient::release(const QString &route, const Body &body)
 {
-    enqueue(route, body, false);
-}
-
-void FakeHttpClient::fail(const QString &route)
-{
-    enqueue(route, std::nullopt, false);
-}
-
-void FakeHttpClient::hold(const QString &route)
-{
-    enqueue(route, std::nullopt, true);
-}
-
-void FakeHttpClient::enqueue(const QString &route, Body body, bool held)
-{
-    m_queues[route].push_back(std::make_shared<Answer>(Answer{route, std::move(body), held}));
-}
-
-void FakeHttpClient::answerAlways(const QString &route, const QByteArray &body)
-{
-    m_standing[route] = std::make_shared<Answer>(Answer{route, body, false});
-}
-
-void FakeHttpClient::failAlways(const QString &route)
-{
-    m_standing[route] = std::make_shared<Answer>(Answer{route, std::nullopt, false});
-}
-
-void FakeHttpClient::release(const QString &route, const QByteArray &body)
-{
-    releaseWith(route, body);
-}
-
-void FakeHttpClient::releaseFailure(const QString &route)
-{
-    releaseWith(route, std::nullopt);
-}
-
-void FakeHttpClient::releaseWith(const QString &route, Body body)
-{
-    const auto held = std::find_if(m_open.begin(), m_open.end(),
-                                   [&](const Open &open) { return !route.isEmpty() && open.route == route; });
-    if (held == m_open.end()) {
-        problem(QStringLiteral("no request waits on ") + route);
-        return;
-    }
-    finish(held->completion, std::move(body));
+    const auto held = std::ranges::find(m_open, route, &Open::heldOn);
+    if (held == m_open.end())
+        return problem(QStringLiteral("no request waits on ") + route);
+    finish(held->completion, body);
     drainEvents();
 }
 
@@ -113,53 +63,42 @@ QCoro::Task<std::optional<QByteArray>> FakeHttpClient::get(QUrl url, std::vector
         co_return std::nullopt;
     m_requests.push_back({std::move(url), std::move(headers)});
     const auto completion = std::make_shared<Completion<Body>>();
-    const auto answer = take(m_requests.back());
-    const bool held = answer && answer->held;
-    m_open.push_back({held ? answer->route : QString(), completion});
-    m_mostOpen = std::max(m_mostOpen, openCount());
-    if (!held)
-        answerLater(completion, answer ? answer->body : std::nullopt);
+    const Answer answer = take(m_requests.back());
+    m_open.push_back({answer.heldOn, completion});
+    if (answer.heldOn.isEmpty()) {
+        // No real answer arrives inside the call that asks for it.
+        const auto arrive = [this, completion, body = answer.body] { finish(completion, body); };
+        QMetaObject::invokeMethod(m_context.get(), arrive, Qt::QueuedConnection);
+    }
     co_return co_await *completion;
 }
 
-std::shared_ptr<FakeHttpClient::Answer> FakeHttpClient::take(const Request &request)
+FakeHttpClient::Answer FakeHttpClient::take(const Request &request)
 {
-    const QString host = request.url.host();
-    const QString line = request.line();
-    const QString path = request.url.path(QUrl::FullyEncoded);
-    for (const QString &route : {QString(host + line), line, QString(host + path), path}) {
+    for (const QString &route : {request.line(), request.url.path(QUrl::FullyEncoded)}) {
         if (const auto queue = m_queues.find(route); queue != m_queues.end() && !queue->second.empty()) {
-            const auto answer = queue->second.front();
+            const Answer answer = queue->second.front();
             queue->second.pop_front();
             return answer;
         }
         if (const auto standing = m_standing.find(route); standing != m_standing.end())
             return standing->second;
     }
-    problem(QStringLiteral("unexpected request ") + host + line);
-    return nullptr;
+    problem(QStringLiteral("unexpected request ") + request.url.host() + request.line());
+    return {};
 }
 
-// No real answer arrives inside the call that asks for it.
-void FakeHttpClient::answerLater(const std::shared_ptr<Completion<Body>> &completion, Body body)
-{
-    QMetaObject::invokeMethod(
-        m_context.get(),
-        [this, completion, body = std::move(body)]() mutable { finish(completion, std::move(body)); },
-        Qt::QueuedConnection);
-}
-
-void FakeHttpClient::finish(const std::shared_ptr<Completion<Body>> &completion, Body body)
+void FakeHttpClient::finish(const std::shared_ptr<Completion<Body>> &completion, const Body &body)
 {
     const auto own = completion;
     std::erase_if(m_open, [&](const Open &open) { return open.completion == own; });
-    own->complete(std::move(body));
+    own->complete(body);
 }
 
 void FakeHttpClient::problem(const QString &text)
 {
     m_problems.append(text);
-    if (m_unexpected == Unexpected::failTest && QTest::currentTestFunction())
+    if (QTest::currentTestFunction())
         QTest::qFail(qPrintable(text), __FILE__, __LINE__);
 }
 

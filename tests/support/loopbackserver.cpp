@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "support/loopbackserver.h"
 
-#include <QHostAddress>
+#include <QFile>
+#include <QSslConfiguration>
+#include <QSslKey>
+#include <QSslServer>
 #include <QTcpSocket>
 #include <QTimer>
+#include <QtEndian>
 
-#include <stdexcept>
 #include <utility>
 
 #include <sys/socket.h>
@@ -15,24 +18,33 @@ namespace kestrune::test {
 
 namespace {
 
-using Fault = LoopbackServer::Fault;
-
-QByteArray head(const LoopbackServer::Answer &answer)
+QByteArray headOf(const LoopbackServer::Answer &answer)
 {
-    QByteArray head = "HTTP/1.1 " + QByteArray::number(answer.status) + " Told so\r\n";
-    for (const QByteArray &line : answer.headers)
-        head += line + "\r\n";
+    using Fault = LoopbackServer::Fault;
+    QByteArrayList lines{"HTTP/1.1 " + QByteArray::number(answer.status) + " Answer"};
+    lines += answer.headers;
     if (answer.fault == Fault::truncateChunked)
-        head += "Transfer-Encoding: chunked\r\n";
+        lines += "Transfer-Encoding: chunked";
     else if (answer.fault == Fault::lengthNonsense)
-        head += "Content-Length: many\r\n";
-    else if (answer.fault == Fault::lengthTooShort)
-        head += "Content-Length: " + QByteArray::number(answer.body.size() / 2) + "\r\n";
+        lines += "Content-Length: many";
     else if (answer.fault != Fault::endless)
-        head += "Content-Length: " + QByteArray::number(answer.body.size()) + "\r\n";
+        lines += "Content-Length: " + QByteArray::number(answer.body.size());
     if (answer.close)
-        head += "Connection: close\r\n";
-    return head + "\r\n";
+        lines += "Connection: close";
+    return lines.join("\r\n") + "\r\n\r\n";
+}
+
+std::unique_ptr<QTcpServer> secureServer(const Certificate &files)
+{
+    QFile key(files.key);
+    if (!key.open(QIODevice::ReadOnly))
+        qFatal("no key for the loopback server");
+    QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
+    configuration.setLocalCertificateChain(QSslCertificate::fromPath(files.certificate));
+    configuration.setPrivateKey(QSslKey(&key, QSsl::Ec));
+    auto server = std::make_unique<QSslServer>();
+    server->setSslConfiguration(configuration);
+    return server;
 }
 
 } // namespace
@@ -47,68 +59,59 @@ QByteArray LoopbackServer::Request::header(const QByteArray &name) const
     return {};
 }
 
-LoopbackServer::LoopbackServer()
+LoopbackServer::LoopbackServer(const std::optional<Certificate> &certificate)
+    : m_scheme(certificate ? QStringLiteral("https") : QStringLiteral("http"))
+    , m_server(certificate ? secureServer(*certificate) : std::make_unique<QTcpServer>())
 {
-    connect(&m_server, &QTcpServer::newConnection, this, [this] { accept(); });
-    if (!m_server.listen(QHostAddress::LocalHost))
-        throw std::runtime_error("no loopback port");
+    connect(m_server.get(), &QTcpServer::pendingConnectionAvailable, this, &LoopbackServer::accept);
+    if (!m_server->listen(QHostAddress::LocalHost))
+        qFatal("no loopback port");
 }
 
 QUrl LoopbackServer::url(const QString &pathAndQuery) const
 {
-    return QUrl(QStringLiteral("http://127.0.0.1:%1%2").arg(m_server.serverPort()).arg(pathAndQuery));
+    return {
+        QStringLiteral("%1://127.0.0.1:%2%3").arg(m_scheme).arg(m_server->serverPort()).arg(pathAndQuery)};
 }
 
 void LoopbackServer::closeConnections()
 {
-    for (QTcpSocket *socket : m_server.findChildren<QTcpSocket *>())
+    for (QTcpSocket *socket : m_server->findChildren<QTcpSocket *>())
         socket->disconnectFromHost();
 }
 
-QByteArray LoopbackServer::gzip(const QByteArray &bytes)
+void LoopbackServer::setDoor(bool open)
 {
-    constexpr int gzipWindow = 15 + 16; // zlib's way of asking for the gzip format
-    constexpr int memory = 8;
-    z_stream stream = {};
-    if (deflateInit2(&stream, Z_BEST_COMPRESSION, Z_DEFLATED, gzipWindow, memory, Z_DEFAULT_STRATEGY) != Z_OK)
-        throw std::runtime_error("zlib");
-    QByteArray packed(static_cast<qsizetype>(deflateBound(&stream, static_cast<uLong>(bytes.size()))), 0);
-    stream.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(bytes.constData()));
-    stream.avail_in = static_cast<uInt>(bytes.size());
-    stream.next_out = reinterpret_cast<Bytef *>(packed.data());
-    stream.avail_out = static_cast<uInt>(packed.size());
-    deflate(&stream, Z_FINISH);
-    packed.truncate(static_cast<qsizetype>(stream.total_out));
-    deflateEnd(&stream);
-    return packed;
+    ::listen(static_cast<int>(m_server->socketDescriptor()), open ? SOMAXCONN : 0);
+    open ? m_server->resumeAccepting() : m_server->pauseAccepting();
 }
 
 LoopbackServer::Answer LoopbackServer::gzipped(const QByteArray &body)
 {
-    Answer answer;
-    answer.body = gzip(body);
-    answer.headers = {"Content-Encoding: gzip"};
-    return answer;
-}
-
-LoopbackServer::Answer LoopbackServer::redirect(const QByteArray &location)
-{
-    Answer answer;
-    answer.status = 302;
-    answer.headers = {"Location: " + location};
-    return answer;
+    const auto bytesOf = [](qsizetype number) {
+        const auto little = qToLittleEndian(static_cast<quint32>(number));
+        return QByteArray(reinterpret_cast<const char *>(&little), sizeof little);
+    };
+    const uLong sum = crc32_z(0, reinterpret_cast<const Bytef *>(body.constData()), size_t(body.size()));
+    // What stands between Qt's six bytes in front and four behind is the same in both formats; nothing is no
+    // case of its.
+    const QByteArray content =
+        body.isEmpty() ? QByteArray::fromHex("0300") : qCompress(body, 9).sliced(6).chopped(4);
+    return {.body = QByteArray::fromHex("1f8b08000000000002ff") + content + bytesOf(qsizetype(sum)) +
+                    bytesOf(body.size()),
+            .headers = {"Content-Encoding: gzip"}};
 }
 
 void LoopbackServer::accept()
 {
-    while (QTcpSocket *socket = m_server.nextPendingConnection()) {
+    while (QTcpSocket *socket = m_server->nextPendingConnection()) {
         const int connection = m_connections++;
-        connect(socket, &QTcpSocket::readyRead, this,
-                [this, socket, connection] { read(socket, connection); });
+        connect(socket, &QTcpSocket::readyRead, this, [=, this] { read(socket, connection); });
         connect(socket, &QTcpSocket::disconnected, this, [this, socket] {
             m_pending.erase(socket);
             socket->deleteLater();
         });
+        read(socket, connection); // over TLS the request may be there already
     }
 }
 
@@ -122,62 +125,63 @@ void LoopbackServer::read(QTcpSocket *socket, int connection)
     const qsizetype lineEnd = pending.indexOf("\r\n");
     m_requests.push_back({pending.left(lineEnd), pending.mid(lineEnd + 2, end - lineEnd - 2), connection});
     pending.remove(0, end + 4);
+    const Answer next = answerTo(m_requests.back());
+    if (next.delay.count() > 0)
+        QTimer::singleShot(next.delay, socket, [this, socket, next] { answer(socket, next); });
+    else
+        answer(socket, next);
+}
 
-    const QByteArray target = m_requests.back().line.split(' ').value(1);
-    const auto found = m_answers.find(QString::fromLatin1(target.split('?').first()));
-    Answer told;
-    if (found != m_answers.end())
-        told = found->second;
-    else
-        told.status = 404;
-    if (told.delay.count() > 0)
-        QTimer::singleShot(told.delay, socket, [this, socket, told] { answer(socket, told); });
-    else
-        answer(socket, told);
+LoopbackServer::Answer LoopbackServer::answerTo(const Request &request) const
+{
+    if (const auto found = m_answers.find(request.target().section(u'?', 0, 0)); found != m_answers.end())
+        return found->second;
+    const QByteArray body = m_others ? m_others(request.target()) : QByteArray();
+    return {.body = body, .status = body.isEmpty() ? 404 : 200};
 }
 
 void LoopbackServer::answer(QTcpSocket *socket, const Answer &answer)
 {
-    const QByteArray start = head(answer);
+    const QByteArray head = headOf(answer);
     const QByteArray half = answer.body.left(answer.body.size() / 2);
+    bool close = answer.close;
     switch (answer.fault) {
     case Fault::none:
-    case Fault::lengthNonsense:
-    case Fault::lengthTooShort:
-        send(socket, start + answer.body);
-        if (answer.close || answer.fault != Fault::none)
-            socket->disconnectFromHost();
+        send(socket, head + answer.body);
         break;
     case Fault::stall:
         break;
     case Fault::stallInBody:
-        send(socket, start + half);
+        send(socket, head + half);
         break;
     case Fault::stallInHeaders:
-        send(socket, start.left(start.size() / 2));
+        send(socket, head.left(head.size() / 2));
         break;
     case Fault::reset:
-        reset(socket);
-        break;
+        return reset(socket);
     case Fault::resetInBody:
-        send(socket, start + half);
+        send(socket, head + half);
         socket->flush();
         QTimer::singleShot(std::chrono::milliseconds(20), socket, [socket] { reset(socket); });
         break;
     case Fault::truncate:
-        send(socket, start + half);
-        socket->disconnectFromHost();
+        send(socket, head + half);
+        close = true;
         break;
     case Fault::truncateChunked:
-        send(socket, start + QByteArray::number(half.size(), 16) + "\r\n" + half + "\r\n");
-        socket->disconnectFromHost();
+        send(socket, head + QByteArray::number(half.size(), 16) + "\r\n" + half + "\r\n");
+        close = true;
+        break;
+    case Fault::lengthNonsense:
+        send(socket, head + answer.body);
+        close = true;
         break;
     case Fault::drip:
-        send(socket, start);
+        send(socket, head);
         drip(socket, answer.body, answer.interval);
         break;
     case Fault::endless:
-        send(socket, start);
+        send(socket, head);
         sendEndlessly(socket, answer.body);
         break;
     case Fault::endlessHeaders:
@@ -186,12 +190,14 @@ void LoopbackServer::answer(QTcpSocket *socket, const Answer &answer)
         break;
     case Fault::garbage:
         send(socket, "\x16\x03\x01 this is no HTTP\r\n\r\n" + answer.body);
-        socket->disconnectFromHost();
+        close = true;
         break;
     case Fault::closeAtOnce:
-        socket->disconnectFromHost();
+        close = true;
         break;
     }
+    if (close)
+        socket->disconnectFromHost();
 }
 
 void LoopbackServer::send(QTcpSocket *socket, const QByteArray &bytes)

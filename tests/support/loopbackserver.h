@@ -1,23 +1,23 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QByteArray>
-#include <QObject>
-#include <QStringList>
+#include "support/certificates.h"
+
 #include <QTcpServer>
 #include <QUrl>
 
 #include <chrono>
-#include <deque>
+#include <functional>
 #include <map>
+#include <memory>
 #include <vector>
 
 class QTcpSocket;
 
 namespace kestrune::test {
 
-/// A small HTTP/1.1 server on 127.0.0.1 that answers as told, faults included. It lives in the thread of the
-/// test, so it answers whenever the test's event loop runs.
+/// A small HTTP/1.1 server on 127.0.0.1 that answers as it was told to, faults included. It lives in the
+/// thread of the test, so it answers whenever the test's event loop runs.
 class LoopbackServer final : public QObject
 {
     Q_OBJECT
@@ -31,7 +31,6 @@ public:
         resetInBody,     // connection reset after half of the body
         truncate,        // connection closed in order after half of the body
         truncateChunked, // the same in chunks without the last one
-        lengthTooShort,  // Content-Length is less than the body sent
         lengthNonsense,  // Content-Length is no number
         drip,            // one byte of the body per interval
         endless,         // a body without end, as fast as it is taken
@@ -42,9 +41,9 @@ public:
 
     struct Answer
     {
-        QByteArray body;
+        QByteArray body = {};
         int status = 200;
-        std::vector<QByteArray> headers = {}; // whole lines without the line end
+        QByteArrayList headers = {}; // whole lines without the line end
         Fault fault = Fault::none;
         std::chrono::milliseconds delay{0};     // before the first byte
         std::chrono::milliseconds interval{20}; // of a drip
@@ -57,44 +56,53 @@ public:
         QByteArray headers; // as sent, without the request line
         int connection;     // the number of the connection, from 0
         [[nodiscard]] QByteArray header(const QByteArray &name) const;
+        [[nodiscard]] QString target() const { return QString::fromLatin1(line.split(' ').value(1)); }
     };
 
-    LoopbackServer();
+    /// Over TLS where a certificate is given.
+    explicit LoopbackServer(const std::optional<Certificate> &certificate = std::nullopt);
 
     /// An address of this server, for example url("/v1/kline?symbol=BTC").
     [[nodiscard]] QUrl url(const QString &pathAndQuery) const;
 
-    /// Answers every request for the path (a query does not matter) so, until told otherwise; 404 for paths
-    /// that nobody named.
+    /// Answers every request for the path (a query does not matter) so, until it is told otherwise.
     void serve(const QString &path, Answer answer) { m_answers[path] = std::move(answer); }
+    /// Answers what is asked of no such path with this body for path and query; 404 for an empty one.
+    void serveOthers(std::function<QByteArray(const QString &)> body) { m_others = std::move(body); }
 
     [[nodiscard]] const std::vector<Request> &requests() const { return m_requests; }
-    [[nodiscard]] int connectionCount() const { return m_connections; }
     [[nodiscard]] qint64 bytesSent() const { return m_bytesSent; }
 
     /// Closes all connections, as a host that restarts does; the server goes on listening.
     void closeConnections();
+    /// Shut, one connection may stand before the door; while one does, others cannot even be set up.
+    void setDoor(bool open);
 
-    [[nodiscard]] static QByteArray gzip(const QByteArray &bytes);
     /// An answer that was compressed with gzip and says so.
     [[nodiscard]] static Answer gzipped(const QByteArray &body);
-    [[nodiscard]] static Answer redirect(const QByteArray &location);
+    [[nodiscard]] static Answer redirect(const QByteArray &location)
+    {
+        return {.status = 302, .headers = {"Location: " + location}};
+    }
 
 private:
     void accept();
     void read(QTcpSocket *socket, int connection);
+    [[nodiscard]] Answer answerTo(const Request &request) const;
     void answer(QTcpSocket *socket, const Answer &answer);
     void send(QTcpSocket *socket, const QByteArray &bytes);
     void drip(QTcpSocket *socket, const QByteArray &bytes, std::chrono::milliseconds interval);
     void sendEndlessly(QTcpSocket *socket, const QByteArray &piece);
     static void reset(QTcpSocket *socket);
 
+    QString m_scheme;
     std::map<QString, Answer> m_answers;
+    std::function<QByteArray(const QString &)> m_others;
     std::map<QTcpSocket *, QByteArray> m_pending;
     std::vector<Request> m_requests;
     int m_connections = 0;
     qint64 m_bytesSent = 0;
-    QTcpServer m_server; // goes first: its sockets still report that they close
+    std::unique_ptr<QTcpServer> m_server; // goes first: its sockets still report that they close
 };
 
 } // namespace kestrune::test

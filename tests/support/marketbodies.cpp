@@ -3,11 +3,14 @@
 
 #include <QDateTime>
 #include <QLocale>
+#include <QUrlQuery>
 
 #include <algorithm>
 #include <cmath>
 
 namespace kestrune::test {
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -19,26 +22,29 @@ QByteArray spelled(double value)
     return QByteArray::number(value, 'g', QLocale::FloatingPointShortest);
 }
 
-QByteArray quoted(double value)
+/// The pattern filled in for each candle: {s} and {ms} since the epoch, {day} in Shanghai, {o}, {h}, {l},
+/// {c}, {v}.
+QByteArray rows(const CandleList &candles, const QByteArray &pattern)
 {
-    return '"' + spelled(value) + '"';
-}
-
-QByteArray rows(const CandleList &candles, QByteArray (*row)(const Candle &))
-{
-    QByteArrayList parts;
-    for (const Candle &candle : candles)
-        parts.append('[' + row(candle) + ']');
-    return '[' + parts.join(',') + ']';
+    QByteArrayList list;
+    for (const Candle &candle : candles) {
+        const QDateTime day = QDateTime::fromMSecsSinceEpoch(candle.ts + shanghaiOffsetMs, Qt::UTC);
+        QByteArray row = pattern;
+        row.replace("{s}", QByteArray::number(candle.ts / 1000))
+            .replace("{ms}", QByteArray::number(candle.ts));
+        row.replace("{day}", day.toString(u"yyyy-MM-dd").toLatin1()).replace("{v}", spelled(candle.v));
+        row.replace("{o}", spelled(candle.o)).replace("{h}", spelled(candle.h));
+        row.replace("{l}", spelled(candle.l)).replace("{c}", spelled(candle.c));
+        list.append(row);
+    }
+    return '[' + list.join(',') + ']';
 }
 
 QByteArray ticker(const QByteArray &priceKey, double price, const QByteArray &changeKey,
                   std::optional<double> change)
 {
-    QByteArray object = "{\"" + priceKey + "\":" + quoted(price);
-    if (change)
-        object += ",\"" + changeKey + "\":" + quoted(*change);
-    return object + '}';
+    const QByteArray more = change ? ",\"" + changeKey + "\":\"" + spelled(*change) + '"' : QByteArray();
+    return "{\"" + priceKey + "\":\"" + spelled(price) + '"' + more + '}';
 }
 
 } // namespace
@@ -60,25 +66,18 @@ CandleList waveCandles(std::size_t count, double base)
 
 QByteArray gateCandles(const CandleList &candles)
 {
-    return rows(candles, [](const Candle &c) {
-        return QByteArrayList{'"' + QByteArray::number(c.ts / 1000) + '"',
-                              "\"1\"",
-                              quoted(c.c),
-                              quoted(c.h),
-                              quoted(c.l),
-                              quoted(c.o),
-                              quoted(c.v)}
-            .join(',');
-    });
+    return rows(candles, R"(["{s}","1","{c}","{h}","{l}","{o}","{v}"])");
 }
 
 QByteArray binanceCandles(const CandleList &candles)
 {
-    return rows(candles, [](const Candle &c) {
-        return QByteArrayList{
-            QByteArray::number(c.ts), quoted(c.o), quoted(c.h), quoted(c.l), quoted(c.c), quoted(c.v)}
-            .join(',');
-    });
+    return rows(candles, R"([{ms},"{o}","{h}","{l}","{c}","{v}"])");
+}
+
+QByteArray okxCandles(CandleList candles)
+{
+    std::ranges::reverse(candles);
+    return R"({"code":"0","data":)" + rows(candles, R"(["{ms}","{o}","{h}","{l}","{c}","{v}"])") + '}';
 }
 
 QByteArray gateTicker(double price, std::optional<double> change)
@@ -91,20 +90,11 @@ QByteArray binanceTicker(double price, std::optional<double> change)
     return ticker("lastPrice", price, "priceChangePercent", change);
 }
 
-QByteArray stockCandles(const QString &code, const QString &period, const CandleList &candles)
+QByteArray stockCandles(const QString &code, const QString &period, const CandleList &candles,
+                        const QByteArray &adjusted)
 {
-    const QByteArray list = rows(candles, [](const Candle &c) {
-        const QDateTime day = QDateTime::fromMSecsSinceEpoch(c.ts + shanghaiOffsetMs, Qt::UTC);
-        return QByteArrayList{'"' + day.toString(QStringLiteral("yyyy-MM-dd")).toLatin1() + '"',
-                              quoted(c.o),
-                              quoted(c.c),
-                              quoted(c.h),
-                              quoted(c.l),
-                              quoted(c.v)}
-            .join(',');
-    });
-    return "{\"code\":0,\"data\":{\"" + code.toLatin1() + "\":{\"qfq" + period.toLatin1() + "\":" + list +
-           "}}}";
+    return R"({"code":0,"data":{")" + code.toLatin1() + R"(":{")" + adjusted + period.toLatin1() +
+           "\":" + rows(candles, R"(["{day}","{o}","{c}","{h}","{l}","{v}"])") + "}}}";
 }
 
 QByteArray stockQuotes(const std::vector<QuoteLine> &quotes)
@@ -115,13 +105,32 @@ QByteArray stockQuotes(const std::vector<QuoteLine> &quotes)
         fields[0] = "1";
         fields[1] = quote.name;
         fields[2] = quote.code.mid(2);
-        fields[3] = spelled(quote.price);
-        fields[4] = spelled(quote.price);
-        fields[5] = spelled(quote.price);
+        fields[3] = fields[4] = fields[5] = spelled(quote.price);
         fields[32] = spelled(quote.changePct);
         body += "v_" + quote.code + "=\"" + fields.join('~') + "\";\n";
     }
     return body;
+}
+
+QByteArray healthyMarket(const QString &pathAndQuery)
+{
+    const QString path = pathAndQuery.section(u'?', 0, 0);
+    if (path.startsWith("/q="_L1)) {
+        std::vector<QuoteLine> quotes;
+        for (const QString &code : path.mid(3).split(u','))
+            quotes.push_back({code.toLatin1(), "\xb9\xf3\xd6\xdd\xc3\xa9\xcc\xa8", 1500, 1.25}); // 贵州茅台
+        return stockQuotes(quotes);
+    }
+    if (path == "/appstock/app/fqkline/get"_L1) {
+        const QStringList parts =
+            QUrlQuery(pathAndQuery.section(u'?', 1)).queryItemValue(u"param"_s).split(u',');
+        return stockCandles(parts.value(0), parts.value(1), waveCandles(320, 1500));
+    }
+    if (path == "/api/v4/futures/usdt/tickers"_L1)
+        return gateTicker(61234.5, -2.25);
+    if (path == "/api/v4/spot/candlesticks"_L1)
+        return gateCandles(waveCandles(200, 60000));
+    return path == "/api/v3/klines"_L1 ? "[]" : "";
 }
 
 } // namespace kestrune::test

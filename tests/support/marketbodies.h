@@ -11,17 +11,19 @@
 
 namespace kestrune::test {
 
-/// Smooth waves around `base`, one candle per Shanghai day from 2024-01-01 on, rows that every source
+/// Smooth waves that begin at `base`, one candle per Shanghai day from 2024-01-01 on, rows that every source
 /// accepts.
 [[nodiscard]] CandleList waveCandles(std::size_t count, double base);
 
 // Answer bodies in the sources' own layouts; numbers round-trip exactly.
 [[nodiscard]] QByteArray gateCandles(const CandleList &candles);
 [[nodiscard]] QByteArray binanceCandles(const CandleList &candles);
+[[nodiscard]] QByteArray okxCandles(CandleList candles); ///< newest first, as it sends them
 [[nodiscard]] QByteArray gateTicker(double price, std::optional<double> change = {});
 [[nodiscard]] QByteArray binanceTicker(double price, std::optional<double> change = {});
-/// `period` is "day", "week" or "month".
-[[nodiscard]] QByteArray stockCandles(const QString &code, const QString &period, const CandleList &candles);
+/// `period` is "day", "week" or "month"; the rows are the adjusted ones unless `adjusted` is empty.
+[[nodiscard]] QByteArray stockCandles(const QString &code, const QString &period, const CandleList &candles,
+                                      const QByteArray &adjusted = "qfq");
 
 struct QuoteLine
 {
@@ -31,5 +33,9 @@ struct QuoteLine
     double changePct = 0;
 };
 [[nodiscard]] QByteArray stockQuotes(const std::vector<QuoteLine> &quotes);
+
+/// What a market in good health answers a request for any instrument: BTC at 61234.5, -2.25 %, everything
+/// else alike; Binance has no history. Empty for what is no request of ours.
+[[nodiscard]] QByteArray healthyMarket(const QString &pathAndQuery);
 
 } // namespace kestrune::test

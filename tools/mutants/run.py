@@ -27,7 +27,7 @@ TESTS = {
     "analysis": "tst_(analysis|state|appstate)",
     "market": "tst_(market|appstate)",
     "state": "tst_(state|appstate|snapshot|panel)",
-    "platform": "tst_(platform|appstate|kill)",
+    "platform": "tst_(platform|appstate)",
     "panel": "tst_(panel|snapshot|statusbar)",
     "ui": "tst_(ui|panel)",
     "viewmodel": "tst_(panel|snapshot)",

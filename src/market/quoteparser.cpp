@@ -1,22 +1,15 @@
 // SPDX-License-Identifier: MIT
-#include "market/stockparsers.h"
+#include "market/quoteparser.h"
 
-#include "market/jsonbody.h"
 #include "market/jsonnumber.h"
-#include "market/shanghaitime.h"
-
-#include <simdjson.h>
 
 #include <algorithm>
 #include <array>
 #include <span>
-#include <string>
-#include <string_view>
 
 namespace kestrune {
 
 using namespace Qt::StringLiterals;
-namespace dom = simdjson::dom;
 
 namespace {
 
@@ -38,25 +31,19 @@ constexpr std::size_t end = 49;
 } // namespace position
 
 constexpr std::size_t minFields = 35;
-/// A first guess only: a body of empty rows must not reserve memory for millions of candles.
-constexpr std::size_t mostReservedRows = 1024;
+constexpr QStringView blanks = u" \t"; // deliberate: no line breaks
 
-/// Without spaces and tabs at both ends. deliberate: line breaks stay.
-QStringView trimBlanks(QStringView text)
+QStringView withoutLeading(QStringView characters, QStringView text)
 {
-    const auto isBlank = [](QChar c) { return c == u' ' || c == u'\t'; };
-    while (!text.empty() && isBlank(text.front()))
+    while (!text.empty() && characters.contains(text.front()))
         text = text.sliced(1);
-    while (!text.empty() && isBlank(text.back()))
-        text.chop(1);
     return text;
 }
 
-QStringView trimQuotationMarks(QStringView text)
+QStringView trimmed(QStringView characters, QStringView text)
 {
-    while (text.startsWith(u'"'))
-        text = text.sliced(1);
-    while (text.endsWith(u'"'))
+    text = withoutLeading(characters, text);
+    while (!text.empty() && characters.contains(text.back()))
         text.chop(1);
     return text;
 }
@@ -115,7 +102,7 @@ std::optional<StockQuote> parseQuote(QStringView piece)
     const qsizetype equals = piece.indexOf(u'=');
     if (equals <= 0 || equals + 1 == piece.size())
         return std::nullopt;
-    const QStringView value = trimQuotationMarks(trimBlanks(piece.sliced(equals + 1)));
+    const QStringView value = trimmed(u"\"", trimmed(blanks, piece.sliced(equals + 1)));
     std::array<QStringView, position::end> storage;
     std::size_t count = 0;
     const auto fields = splitFields(value, storage, count);
@@ -123,53 +110,8 @@ std::optional<StockQuote> parseQuote(QStringView piece)
         return std::nullopt;
     auto quote = parseQuoteFields(fields);
     if (quote)
-        quote->symbol = trimBlanks(piece.first(equals)).toString().remove("v_"_L1).toLower();
+        quote->symbol = trimmed(blanks, piece.first(equals)).toString().remove("v_"_L1).toLower();
     return quote;
-}
-
-QStringView withoutLeadingLineBreaks(QStringView text)
-{
-    while (!text.empty() && (text.front() == u'\n' || text.front() == u'\r'))
-        text = text.sliced(1);
-    return text;
-}
-
-tl::unexpected<ServiceError> failure(int code, const QString &message)
-{
-    return tl::unexpected(ServiceError{code, message});
-}
-
-std::optional<dom::array> arrayAt(const dom::object &object, std::string_view key)
-{
-    dom::array rows;
-    return object.at_key(key).get(rows) == simdjson::SUCCESS ? std::optional(rows) : std::nullopt;
-}
-
-std::optional<Candle> parseStockRow(const dom::element &element)
-{
-    constexpr std::size_t rowEntries = 6;
-    dom::array row;
-    if (element.get(row) != simdjson::SUCCESS || row.size() < rowEntries)
-        return std::nullopt;
-    std::array<dom::element, rowEntries> entries;
-    auto next = row.begin();
-    for (dom::element &entry : entries) {
-        entry = *next;
-        ++next;
-    }
-    std::string_view date;
-    if (entries[0].get(date) != simdjson::SUCCESS)
-        return std::nullopt;
-    const auto ts = shanghaiMidnight(date);
-    const auto open = anyNum(entries[1]);
-    const auto close = anyNum(entries[2]);
-    const auto high = anyNum(entries[3]);
-    const auto low = anyNum(entries[4]);
-    if (!ts || !open || !close || !high || !low)
-        return std::nullopt;
-    if (!(*open > 0 && *close > 0 && *high > 0 && *low > 0 && *low <= *high))
-        return std::nullopt;
-    return Candle{*ts, *open, *high, *low, *close, anyNum(entries[5]).value_or(0)};
 }
 
 } // namespace
@@ -181,7 +123,7 @@ StockQuotes parseQuotes(QStringView text, Instant now)
     for (QStringView piece : text.tokenize(u';')) {
         // Answers for several codes put a line break behind each ";", which does not belong to the next key.
         if (!first)
-            piece = withoutLeadingLineBreaks(piece);
+            piece = withoutLeading(u"\r\n", piece);
         first = false;
         if (auto quote = parseQuote(piece)) {
             quote->updatedAt = now;
@@ -189,34 +131,6 @@ StockQuotes parseQuotes(QStringView text, Instant now)
         }
     }
     return quotes;
-}
-
-Result<CandleList> parseStockCandles(const QByteArray &body, const QString &code, const QString &period)
-{
-    constexpr std::size_t tooFew = 24;
-    const JsonBody json{body};
-    dom::object stock;
-    if (!json.isValid() ||
-        json.root().at_key("data").at_key(code.toStdString()).get(stock) != simdjson::SUCCESS)
-        return failure(3, u"K线返回结构异常"_s);
-
-    const std::string plainKey = period.toStdString();
-    auto rows = arrayAt(stock, "qfq" + plainKey);
-    if (!rows)
-        rows = arrayAt(stock, plainKey);
-    if (!rows || rows->size() <= tooFew)
-        return failure(4, u"K线数据不足"_s);
-
-    CandleList candles;
-    candles.reserve(std::min(rows->size(), mostReservedRows));
-    for (const dom::element row : *rows) {
-        if (const auto candle = parseStockRow(row))
-            candles.push_back(*candle);
-    }
-    std::ranges::stable_sort(candles, {}, &Candle::ts);
-    if (candles.size() <= tooFew)
-        return failure(5, u"K线有效数据不足"_s);
-    return candles;
 }
 
 } // namespace kestrune

@@ -1,0 +1,257 @@
+// SPDX-License-Identifier: MIT
+#include "market/marketservice.h"
+#include "market/stockmarketservice.h"
+#include "support/eventloop.h"
+#include "support/fakeclock.h"
+#include "support/fakehttpclient.h"
+#include "support/marketbodies.h"
+#include "support/rows.h"
+#include "support/testregistry.h"
+
+#include <memory>
+
+using namespace kestrune;
+using namespace kestrune::test;
+using namespace Qt::StringLiterals;
+
+class ServicesTest : public QObject
+{
+    Q_OBJECT
+
+    inline static const QString gatePath = u"/api/v4/spot/candlesticks"_s;
+    inline static const QString binancePath = u"/api/v3/klines"_s;
+    inline static const QString okxPath = u"/api/v5/market/candles"_s;
+    inline static const QString gatePrice = u"/api/v4/futures/usdt/tickers"_s;
+    inline static const QString binancePrice = u"/fapi/v1/ticker/24hr"_s;
+    inline static const QString stockPath = u"/appstock/app/fqkline/get"_s;
+
+    static QByteArray gate(int count) { return gateCandles(waveCandles(std::size_t(count), 100)); }
+    static QByteArray binance(int count) { return binanceCandles(waveCandles(std::size_t(count), 200)); }
+    static QByteArray okx(int count) { return okxCandles(waveCandles(std::size_t(count), 300)); }
+    static QByteArray days(const QString &code, std::size_t count)
+    {
+        return stockCandles(code, u"day"_s, waveCandles(count, 400));
+    }
+    static QString priceOf(const QString &base) { return gatePrice + u"?contract="_s + base + u"_USDT"_s; }
+
+    [[nodiscard]] MarketService crypto() { return {*http, Endpoints::live()}; }
+    [[nodiscard]] StockMarketService stocks() { return {*http, clock, Endpoints::live()}; }
+    /// Whole addresses, each with the value of the header that stocks are asked with.
+    [[nodiscard]] QStringList asked() const
+    {
+        QStringList list;
+        for (const auto &request : http->requests()) {
+            list.append(request.url.toString());
+            for (const HttpHeader &header : request.headers)
+                list.last() += u' ' + QString::fromLatin1(header.name + '=' + header.value);
+        }
+        return list;
+    }
+
+    FakeClock clock;
+    std::unique_ptr<FakeHttpClient> http;
+
+private Q_SLOTS:
+    void init() { http = std::make_unique<FakeHttpClient>(); }
+    void cleanup()
+    {
+        if (http)
+            KESTRUNE_VERIFY_HTTP(*http);
+    }
+
+    void candleRequestsInOrder()
+    {
+        http->hold(gatePath);
+        http->fail(binancePath);
+        http->answer(okxPath, okx(30));
+        auto task = crypto().fetchKlines(u"eth"_s, u"1m"_s, 160);
+        drainEvents();
+        QCOMPARE(http->requests().size(), std::size_t{1}); // one at a time
+        http->release(gatePath, R"({"label":"INVALID_CURRENCY"})");
+        const auto result = QCoro::waitFor(task);
+        QVERIFY(result);
+        QCOMPARE(result->size(), std::size_t{30});
+        QCOMPARE(
+            asked(),
+            (QStringList{
+                u"https://api.gateio.ws/api/v4/spot/candlesticks?currency_pair=ETH_USDT&interval=1m&limit=160"_s,
+                u"https://data-api.binance.vision/api/v3/klines?symbol=ETHUSDT&interval=1m&limit=160"_s,
+                u"https://www.okx.com/api/v5/market/candles?instId=ETH-USDT-SWAP&bar=1M&limit=160"_s}));
+    }
+
+    void theLongerHistoryWins()
+    {
+        const struct
+        {
+            const char *name;
+            int gateRows, binanceRows; // negative for a failed transfer
+            int okxRows;               // zero: must not be asked
+            double firstOpen;          // tells the source; 0 for none
+        } rows[] = {
+            {"a tie goes to Gate.io", 200, 200, 0, 100}, {"Binance is longer", 150, 200, 0, 200},
+            {"Gate.io is longer", 200, 199, 0, 100},     {"Gate.io failed", -1, 30, 0, 200},
+            {"Gate.io is too short", 24, 30, 0, 200},    {"Binance failed", 30, -1, 0, 100},
+            {"both failed", -1, 24, 200, 300},           {"all failed", 24, -1, 24, 0},
+        };
+        forEachRow(rows, [this](const auto &row) {
+            row.gateRows < 0 ? http->fail(gatePath) : http->answer(gatePath, gate(row.gateRows));
+            row.binanceRows < 0 ? http->fail(binancePath)
+                                : http->answer(binancePath, binance(row.binanceRows));
+            if (row.okxRows > 0)
+                http->answer(okxPath, okx(row.okxRows));
+            const auto result = QCoro::waitFor(crypto().fetchKlines(u"BTC"_s, u"4h"_s, 200));
+            QCOMPARE(result.has_value(), row.firstOpen > 0);
+            QVERIFY(result ? result->front().o == row.firstOpen
+                           : (result.error() == ServiceError{2, u"所有 K 线源暂不可用"_s}));
+            KESTRUNE_VERIFY_HTTP(*http);
+        });
+    }
+
+    void invalidAddressesSendNothing()
+    {
+        for (const QString &symbol : {u"比特币"_s, u"B TC"_s, u"BTC\n"_s}) {
+            QCOMPARE(QCoro::waitFor(crypto().fetchKlines(symbol)).error().code, 2);
+            QCOMPARE(QCoro::waitFor(crypto().fetchPrice(symbol)).error().code, 1);
+        }
+        QVERIFY(
+            (QCoro::waitFor(stocks().fetchKlines(u"茅台"_s)).error() == ServiceError{2, u"K线地址无效"_s}));
+        for (const QStringList &codes : {QStringList{}, QStringList{u"sh600519"_s, u"茅台"_s}})
+            QVERIFY(QCoro::waitFor(stocks().fetchQuotes(codes)).isEmpty());
+        QVERIFY(http->requests().empty());
+    }
+
+    void prices()
+    {
+        const QByteArray error = R"({"code":-1121,"msg":"Invalid symbol."})";
+        const struct
+        {
+            const char *name;
+            QByteArray gateBody, binanceBody; // empty for a failed transfer; "-": must not be asked
+            double price;                     // 0 for none
+            bool hasChange;
+        } rows[] = {
+            {"Gate.io answers", gateTicker(5, 1), "-", 5, true},
+            {"Gate.io leaves out the change", gateTicker(5), "-", 5, false},
+            {"Gate.io fails", "", binanceTicker(6, 1), 6, true},
+            {"Gate.io knows no such contract", "[]", binanceTicker(6, 1), 6, true},
+            {"both answer with an error", error, error, 0, false},
+            {"both fail", "", "", 0, false},
+        };
+        forEachRow(rows, [this](const auto &row) {
+            http->clearRequests();
+            row.gateBody.isEmpty() ? http->fail(gatePrice) : http->answer(gatePrice, row.gateBody);
+            QStringList expected{u"https://api.gateio.ws/api/v4/futures/usdt/tickers?contract=BTC_USDT"_s};
+            if (row.binanceBody != "-") {
+                row.binanceBody.isEmpty() ? http->fail(binancePrice)
+                                          : http->answer(binancePrice, row.binanceBody);
+                expected << u"https://fapi.binance.com/fapi/v1/ticker/24hr?symbol=BTCUSDT"_s;
+            }
+            const auto result = QCoro::waitFor(crypto().fetchPrice(u"btc"_s));
+            QCOMPARE(asked(), expected);
+            QCOMPARE(result.has_value(), row.price > 0);
+            QVERIFY(result ? result->price == row.price && result->change.has_value() == row.hasChange
+                           : (result.error() == ServiceError{1, u"所有永续合约价格源暂不可用"_s}));
+        });
+    }
+
+    void manyPricesInOrderOfCompletion()
+    {
+        const QString btc = priceOf(u"BTC"_s);
+        for (const QString &base : {u"BTC"_s, u"ETH"_s, u"SOL"_s, u"BTC"_s})
+            http->hold(priceOf(base));
+        http->fail(binancePrice);
+        const QStringList symbols{u"btc"_s, u"eth"_s, u"a b"_s, u"sol"_s, u"BTC"_s};
+        auto task = crypto().fetchPricesConcurrently(symbols);
+        QCOMPARE(http->lines(), (QStringList{btc, priceOf(u"ETH"_s), priceOf(u"SOL"_s), btc}));
+        http->release(priceOf(u"SOL"_s), gateTicker(3));
+        http->releaseFailure(priceOf(u"ETH"_s));
+        http->release(btc, gateTicker(1));
+        QVERIFY(!task.isReady());
+        http->release(btc, gateTicker(2));
+        QVERIFY(task.isReady());
+        QStringList entries;
+        for (const SymbolPrice &entry : QCoro::waitFor(task))
+            entries << entry.symbol + u' ' + (entry.price ? QString::number(*entry.price) : u"none"_s);
+        QCOMPARE(entries, (QStringList{u"A B none"_s, u"SOL 3"_s, u"ETH none"_s, u"BTC 1"_s, u"BTC 2"_s}));
+        QVERIFY(QCoro::waitFor(crypto().fetchPricesConcurrently({})).empty());
+    }
+
+    void quotes()
+    {
+        const QStringList codes{u"SH600519"_s, u"hk00700"_s};
+        const QString path = u"/q=sh600519,hk00700"_s;
+        http->answer(path, stockQuotes({{"sh600519", "\xb9\xf3", 5, 1}, {"hk00700", "T", 6, 2}}));
+        const auto found = QCoro::waitFor(stocks().fetchQuotes(codes));
+        QCOMPARE(asked(),
+                 QStringList{u"https://qt.gtimg.cn/q=sh600519,hk00700 Referer=https://gu.qq.com/"_s});
+        QCOMPARE(found.size(), 2);
+        QCOMPARE(found.value(u"sh600519"_s).name, u"贵"_s);
+        QVERIFY(found.value(u"hk00700"_s).updatedAt == clock.now());
+
+        http->fail(path);
+        QVERIFY(QCoro::waitFor(stocks().fetchQuotes(codes)).isEmpty());
+        http->answer(path, "v_sh600519=\"1~\xff\xff~\";"); // neither GB 18030 nor UTF-8
+        QVERIFY(QCoro::waitFor(stocks().fetchQuotes(codes)).isEmpty());
+
+        http->answer(u"/q=sz000001"_s, stockQuotes({{"sz000001", "P", 11.43, 1}}));
+        const auto quote = QCoro::waitFor(stocks().fetchQuote(u"SZ000001"_s));
+        QVERIFY(quote && quote->price == 11.43);
+        http->answer(u"/q=sz000002"_s, stockQuotes({{"sz000001", "P", 11.43, 1}}));
+        QVERIFY(!QCoro::waitFor(stocks().fetchQuote(u"sz000002"_s)));
+    }
+
+    void stockCandleRequests()
+    {
+        http->answer(stockPath, days(u"sh600519"_s, 30));
+        http->answer(stockPath, stockCandles(u"hk00700"_s, u"week"_s, waveCandles(26, 9)));
+        http->answer(stockPath, days(u"sh600519"_s, 24));
+        http->fail(stockPath);
+        QCOMPARE(QCoro::waitFor(stocks().fetchKlines(u"SH600519"_s))->size(), std::size_t{30});
+        QCOMPARE(QCoro::waitFor(stocks().fetchKlines(u"hk00700"_s, u"week"_s, 160))->size(), std::size_t{26});
+        const QString base = u"https://web.ifzq.gtimg.cn/appstock/app/fqkline/get?param="_s;
+        QCOMPARE(asked(), (QStringList{base + u"sh600519,day,,,320,qfq Referer=https://gu.qq.com/"_s,
+                                       base + u"hk00700,week,,,160,qfq Referer=https://gu.qq.com/"_s}));
+        QCOMPARE(QCoro::waitFor(stocks().fetchKlines(u"sh600519"_s)).error().code, 4);
+        QVERIFY((QCoro::waitFor(stocks().fetchKlines(u"sh600519"_s)).error() == ServiceError{}));
+    }
+
+    void theServicesMayGoFirst()
+    {
+        http->hold(priceOf(u"BTC"_s));
+        http->hold(gatePath);
+        http->hold(stockPath);
+        http->hold(u"/q=sh600519"_s);
+        http->answer(binancePrice, binanceTicker(7));
+        http->answer(binancePath, binance(25));
+        auto mortal = std::make_unique<MarketService>(crypto());
+        auto mortalStocks = std::make_unique<StockMarketService>(stocks());
+        auto prices = mortal->fetchPricesConcurrently({u"BTC"_s});
+        auto candles = mortal->fetchKlines(u"BTC"_s);
+        auto rows = mortalStocks->fetchKlines(u"SH600519"_s);
+        auto quote = mortalStocks->fetchQuote(u"SH600519"_s);
+        mortal.reset();
+        mortalStocks.reset();
+        http->releaseFailure(priceOf(u"BTC"_s));
+        http->releaseFailure(gatePath);
+        http->release(stockPath, days(u"sh600519"_s, 25));
+        http->release(u"/q=sh600519"_s, stockQuotes({{"sh600519", "M", 5, 1}}));
+        QCOMPARE(QCoro::waitFor(prices).at(0).price, std::optional(7.0));
+        QCOMPARE(QCoro::waitFor(candles)->front().o, 200.0);
+        QVERIFY(QCoro::waitFor(rows));
+        QVERIFY(QCoro::waitFor(quote));
+    }
+
+    void theClientMayGoAway()
+    {
+        http->hold(priceOf(u"BTC"_s));
+        http->hold(gatePath);
+        auto prices = crypto().fetchPricesConcurrently({u"BTC"_s});
+        auto candles = crypto().fetchKlines(u"BTC"_s);
+        http.reset();
+        QVERIFY(!QCoro::waitFor(prices).at(0).price);
+        QCOMPARE(QCoro::waitFor(candles).error().code, 2);
+    }
+};
+
+KESTRUNE_TEST(ServicesTest)
+#include "tst_services.moc"

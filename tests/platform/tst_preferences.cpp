@@ -1,0 +1,522 @@
+// SPDX-License-Identifier: MIT
+#include "platform/jsonpreferences.h"
+#include "support/bytesinuse.h"
+#include "support/program.h"
+#include "support/rows.h"
+#include "support/testregistry.h"
+
+#include <QDir>
+#include <QJsonDocument>
+#include <QRandomGenerator>
+#include <QScopeGuard>
+#include <QThread>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <limits>
+#include <memory>
+
+#include <fcntl.h>
+#include <sched.h>
+#include <sys/mman.h>
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace kestrune;
+using namespace kestrune::test;
+using namespace Qt::StringLiterals;
+
+class PreferencesTest : public QObject
+{
+    Q_OBJECT
+
+    static QByteArray readFile(const QString &path)
+    {
+        QFile file(path);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("no such file");
+    }
+    static void writeFile(const QString &path, const QByteArray &bytes)
+    {
+        QFile file(path);
+        if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
+            qFatal("cannot write a test file");
+    }
+    static struct stat statOf(const QString &path)
+    {
+        struct stat info = {};
+        if (::stat(QFile::encodeName(path).constData(), &info) != 0)
+            qFatal("nothing to look at");
+        return info;
+    }
+
+    /// Runs `work` in a process of its own, which ends without any clean-up.
+    template <typename Work>
+    static pid_t inAnotherProgram(const Work &work)
+    {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            work();
+            ::_exit(0);
+        }
+        return child;
+    }
+    static int waitForEnd(pid_t child)
+    {
+        int status = -1;
+        ::waitpid(child, &status, 0);
+        return status;
+    }
+    static void killNow(pid_t &child)
+    {
+        if (child <= 0)
+            return;
+        ::kill(child, SIGKILL);
+        waitForEnd(std::exchange(child, 0));
+    }
+
+    /// Numbers that processes share, and that outlive the one that wrote them.
+    struct Told
+    {
+        Told()
+            : numbers(static_cast<volatile int *>(
+                  ::mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0)))
+        {}
+        ~Told() { ::munmap(const_cast<int *>(numbers), 4096); }
+        Told(const Told &) = delete;
+        Told &operator=(const Told &) = delete;
+        volatile int *numbers;
+    };
+
+    /// A file system of 256 KiB in memory, seen by this process and those that it starts. Only root can make
+    /// one.
+    class SmallDisk
+    {
+    public:
+        SmallDisk()
+        {
+            // A name space of our own: nobody else sees the disk, and it goes with the process whatever
+            // happens.
+            static const bool apart = ::unshare(CLONE_NEWNS) == 0 &&
+                                      ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
+            m_mounted = apart && mount(0);
+        }
+        SmallDisk(const SmallDisk &) = delete;
+        SmallDisk &operator=(const SmallDisk &) = delete;
+        ~SmallDisk()
+        {
+            if (m_mounted)
+                ::umount2(QFile::encodeName(m_folder.path()).constData(), MNT_DETACH);
+        }
+        [[nodiscard]] bool isThere() const { return m_mounted; }
+        [[nodiscard]] QString path(const QString &name) const { return m_folder.filePath(name); }
+
+        /// Takes nothing more: because one file fills it, or because it is read-only.
+        [[nodiscard]] bool shut(bool full)
+        {
+            if (!full)
+                return mount(MS_REMOUNT | MS_RDONLY);
+            const QByteArray name = QFile::encodeName(path(u"ballast"_s));
+            const int file = ::open(name.constData(), O_WRONLY | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
+            const std::array<char, 4096> page{};
+            while (::write(file, page.data(), page.size()) > 0) {
+            }
+            const bool taken = errno == ENOSPC;
+            ::close(file);
+            return taken;
+        }
+        [[nodiscard]] bool reopen(bool full)
+        {
+            return full ? QFile::remove(path(u"ballast"_s)) : mount(MS_REMOUNT);
+        }
+
+    private:
+        [[nodiscard]] bool mount(unsigned long flags) const
+        {
+            return ::mount("tmpfs", QFile::encodeName(m_folder.path()).constData(), "tmpfs", MS_NODEV | flags,
+                           "size=256k") == 0;
+        }
+
+        QTemporaryDir m_folder;
+        bool m_mounted = false;
+    };
+
+    static constexpr struct
+    {
+        const char *name;
+        bool full;
+    } shutDisks[] = {{"full", true}, {"read-only", false}};
+
+    inline static const QString number = u"ks_number"_s;
+    inline static const QString text = u"ks_text"_s;
+    [[nodiscard]] QString folder() const { return m_folder->path(); }
+    [[nodiscard]] QString file() const { return m_folder->filePath(u"preferences.json"_s); }
+    [[nodiscard]] QStringList files() const
+    {
+        return QDir(folder()).entryList(QDir::Files | QDir::Hidden | QDir::System, QDir::Name);
+    }
+
+    std::unique_ptr<QTemporaryDir> m_folder;
+
+private Q_SLOTS:
+    void init() { m_folder = std::make_unique<QTemporaryDir>(); }
+
+    void everyKindSurvivesARestart()
+    {
+        constexpr int least = std::numeric_limits<int>::min();
+        {
+            JsonPreferences written(folder());
+            written.setText(text, u"日线 \"\\\n\U0001F600"_s);
+            written.setText(u"empty"_s, QString());
+            written.setText(u"half"_s, QString(QChar(0xD83D)));
+            written.setBoolean(u"no"_s, false);
+            written.setNumber(number, 0.1 + 0.2);
+            written.setNumber(u"tiny"_s, 5e-324);
+            written.setNumber(u"whole"_s, 10.0);
+            written.setInteger(u"int"_s, least);
+            written.setNumber(u"nan"_s, std::numeric_limits<double>::quiet_NaN());
+            written.setNumber(number, std::numeric_limits<double>::infinity()); // the stored number stays
+        }
+        const JsonPreferences read(folder());
+        QCOMPARE(read.text(text), u"日线 \"\\\n\U0001F600"_s);
+        QVERIFY(read.text(u"empty"_s) && read.text(u"empty"_s)->isEmpty());
+        QVERIFY(read.text(u"half"_s).has_value()); // and the file still parses
+        QCOMPARE(read.boolean(u"no"_s), std::optional(false));
+        QCOMPARE(read.number(number), std::optional(0.1 + 0.2));
+        QCOMPARE(read.number(u"tiny"_s), std::optional(5e-324));
+        QCOMPARE(read.integer(u"whole"_s), std::optional(10));
+        QCOMPARE(read.integer(u"int"_s), std::optional(least));
+        QVERIFY(!read.number(u"nan"_s));
+    }
+
+    void wrongKindsReadAsNothing()
+    {
+        writeFile(file(),
+                  R"({"t":"1","b":true,"i":7,"d":2.5,"big":2147483648,"null":null,"list":[1],"o":{}})");
+        const JsonPreferences read(folder());
+        const struct
+        {
+            const char *name; // the key
+            bool isText, isBoolean, isNumber, isInteger;
+        } rows[] = {{"t", true, false, false, false},       {"b", false, true, false, false},
+                    {"i", false, false, true, true},        {"d", false, false, true, false},
+                    {"big", false, false, true, false},     {"null", false, false, false, false},
+                    {"list", false, false, false, false},   {"o", false, false, false, false},
+                    {"missing", false, false, false, false}};
+        forEachRow(rows, [&](const auto &row) {
+            const QString key = QString::fromLatin1(row.name);
+            QCOMPARE(read.text(key).has_value(), row.isText);
+            QCOMPARE(read.boolean(key).has_value(), row.isBoolean);
+            QCOMPARE(read.number(key).has_value(), row.isNumber);
+            QCOMPARE(read.integer(key).has_value(), row.isInteger);
+        });
+    }
+
+    void theFileIsReadableAndPrivate()
+    {
+        const QString deep = folder() + u"/a/b"_s;
+        JsonPreferences preferences(deep);
+        QVERIFY(!preferences.text(text) && !QFileInfo::exists(deep)); // reading creates nothing
+        preferences.setText(text, u"港股"_s);
+        preferences.setInteger(number, 5);
+        QCOMPARE(readFile(deep + u"/preferences.json"_s),
+                 QByteArray("{\n    \"ks_number\": 5,\n    \"ks_text\": \"港股\"\n}\n"));
+        QCOMPARE(int(statOf(deep + u"/preferences.json"_s).st_mode & 0777), 0600);
+        QCOMPARE(int(statOf(folder() + u"/a"_s).st_mode & 0777), 0700);
+    }
+
+    void brokenFilesAreSetAside()
+    {
+        const struct
+        {
+            const char *name;
+            QByteArray bytes;
+        } rows[] = {
+            {"no JSON", "this is no JSON"},
+            {"cut off", "{\"ks_number\": 1, \"ks_te"},
+            {"a list", "[1, 2]"},
+            {"ten thousand levels", QByteArray(R"({"a":)").repeated(10'000) + '1' + QByteArray(10'000, '}')},
+            {"a million brackets", QByteArray(1'000'000, '[')},
+            {"bad UTF-8", "{\"ks_text\": \"\xC3\x28\"}"},
+            {"64 MiB", QByteArray(64 * 1024 * 1024, ' ')},
+            {"NUL bytes", QByteArray(4096, '\0')},
+        };
+        forEachRow(rows, [this](const auto &row) {
+            init();
+            for (int round = 1; round <= 3;
+                 ++round) { // within one second: the names must differ all the same
+                writeFile(file(), row.bytes);
+                JsonPreferences preferences(folder());
+                QVERIFY(!preferences.number(number));
+                preferences.setNumber(number, round);
+                QCOMPARE(JsonPreferences(folder()).number(number), std::optional(double(round)));
+                QCOMPARE(files().size(), round + 1);
+            }
+            for (const QString &name : files().filter(u"broken"_s))
+                QVERIFY(readFile(folder() + u'/' + name) == row.bytes);
+        });
+    }
+
+    void aFileThatBreaksLaterLosesNothing()
+    {
+        JsonPreferences preferences(folder());
+        preferences.setText(text, u"kept"_s);
+        writeFile(file(), "{ broken by hand");
+        preferences.setNumber(number, 2);
+        const JsonPreferences read(folder());
+        QCOMPARE(read.text(text), u"kept"_s);
+        QCOMPARE(read.number(number), std::optional(2.0));
+        QCOMPARE(files().size(), 2);
+    }
+
+    void entriesOfOthersAreKept()
+    {
+        writeFile(file(), R"({"theirs": {"nested": [1, null, "x"]}, "ks_number": 1})");
+        JsonPreferences mine(folder());
+        JsonPreferences other(folder());
+        QCOMPARE(mine.number(number), std::optional(1.0));
+        other.setText(text, u"from the other"_s);
+        mine.setNumber(number, 3);
+        QCOMPARE(mine.text(text), u"from the other"_s);
+        QCOMPARE(
+            QJsonDocument::fromJson(readFile(file())),
+            QJsonDocument::fromJson(
+                R"({"theirs": {"nested": [1, null, "x"]}, "ks_number": 3, "ks_text": "from the other"})"));
+    }
+
+    void severalProgramsLoseNothing()
+    {
+        std::vector<pid_t> children;
+        for (int program = 0; program < 3; ++program) {
+            children.push_back(inAnotherProgram([&] {
+                JsonPreferences preferences(folder());
+                for (int i = 0; i < 40; ++i)
+                    preferences.setInteger(u"key_%1_%2"_s.arg(program).arg(i), i);
+            }));
+        }
+        for (const pid_t child : children)
+            QCOMPARE(waitForEnd(child), 0);
+        QCOMPARE(QJsonDocument::fromJson(readFile(file())).object().size(), 3 * 40);
+        QCOMPARE(files(), QStringList{u"preferences.json"_s});
+    }
+
+    // Rounds of kill -9 beside a second program that goes on writing; KESTRUNE_KILL_ROUNDS asks for more.
+    void killedAtAnyMomentTheFileIsTheOldOrTheNewOne()
+    {
+        const int rounds = std::max(25, qEnvironmentVariableIntValue("KESTRUNE_KILL_ROUNDS"));
+        const QString large(20'000, u'x');
+        const Told told;
+        // Tells each number once the call that stored it has returned.
+        const auto count = [&](int place, const QString &key) {
+            JsonPreferences preferences(folder());
+            for (int i = preferences.integer(key).value_or(0) + 1;; ++i) {
+                preferences.setText(key + u"_text"_s, large + QString::number(i));
+                preferences.setInteger(key, i);
+                told.numbers[place] = i;
+                QThread::msleep(static_cast<unsigned long>(place)); // the neighbour lets others in
+            }
+        };
+        pid_t neighbour = inAnotherProgram([&] { count(1, u"other"_s); });
+        pid_t child = 0;
+        const auto end = qScopeGuard([&] {
+            killNow(child);
+            killNow(neighbour);
+        });
+        int early = 0;
+        for (int round = 0; round < rounds; ++round) {
+            const int before = told.numbers[0];
+            child = inAnotherProgram([&] { count(0, u"count"_s); });
+            // Mostly in the middle of its work, now and then while it starts.
+            if (round % 4 != 0)
+                QTRY_VERIFY(told.numbers[0] > before);
+            QTest::qSleep(QRandomGenerator::global()->bounded(10) + 1);
+            killNow(child);
+            early += told.numbers[0] == before ? 1 : 0;
+            const JsonPreferences read(folder());
+            const int stored = read.integer(u"count"_s).value_or(0);
+            QVERIFY(stored == told.numbers[0] || stored == told.numbers[0] + 1);
+            told.numbers[0] = stored;
+            const int written = read.text(u"count_text"_s).value_or(large).mid(large.size()).toInt();
+            QVERIFY(written == stored || written == stored + 1);
+            // Nothing was taken for broken, and what killed programs leave does not pile up.
+            QVERIFY(files().size() <= 2 && files().filter(u"broken"_s).isEmpty());
+            QCOMPARE(::waitpid(neighbour, nullptr, WNOHANG), 0);
+        }
+        killNow(neighbour);
+        const int other = JsonPreferences(folder()).integer(u"other"_s).value_or(0);
+        QVERIFY(other == told.numbers[1] || other == told.numbers[1] + 1);
+        qInfo("%d rounds (%d before the first change), %d settings written", rounds, early, told.numbers[0]);
+        QVERIFY(told.numbers[0] > rounds / 2);
+        JsonPreferences(folder()).setInteger(u"last"_s, 1);
+        QCOMPARE(files(), QStringList{u"preferences.json"_s});
+    }
+
+    void equalValuesAreNotWritten()
+    {
+        JsonPreferences preferences(folder());
+        preferences.setNumber(number, 0.5);
+        preferences.setText(text, u"x"_s);
+        const struct stat before = statOf(file());
+        JsonPreferences later(folder());
+        later.setNumber(number, 0.5);
+        later.setText(text, u"x"_s);
+        QCOMPARE(statOf(file()).st_ino, before.st_ino);
+        QCOMPARE(statOf(file()).st_mtim.tv_nsec, before.st_mtim.tv_nsec);
+    }
+
+    void aFailedWriteIsReportedOnceAndTriedAgain()
+    {
+        QVERIFY(QDir().mkdir(file())); // what root, too, cannot write over
+        int reports = 0;
+        JsonPreferences preferences(folder());
+        preferences.onFirstWriteFailure([&] { ++reports; });
+        preferences.setNumber(number, 1);
+        preferences.setText(text, u"unsaved"_s);
+        QCOMPARE(reports, 1);
+        QCOMPARE(preferences.text(text), u"unsaved"_s);
+        QVERIFY(QFileInfo(file()).isDir()); // neither removed nor renamed
+
+        int lateReports = 0;
+        JsonPreferences late(folder());
+        late.setNumber(number, 7);
+        late.onFirstWriteFailure([&] { ++lateReports; });
+        QCOMPARE(lateReports, 1);
+
+        QVERIFY(QDir().rmdir(file()));
+        preferences.setBoolean(u"now"_s, true); // takes the others along
+        const JsonPreferences read(folder());
+        QCOMPARE(read.number(number), std::optional(1.0));
+        QCOMPARE(read.text(text), u"unsaved"_s);
+        QCOMPARE(reports, 1);
+
+        int impossible = 0;
+        JsonPreferences nowhere(file() + u"/below"_s); // a path below a file can never be created
+        nowhere.onFirstWriteFailure([&] { ++impossible; });
+        nowhere.setNumber(number, 1);
+        QCOMPARE(impossible, 1);
+        QCOMPARE(nowhere.number(number), std::optional(1.0));
+    }
+
+    void whatCannotBeWrittenLeavesTheOldFile()
+    {
+        JsonPreferences preferences(folder());
+        int reports = 0;
+        preferences.onFirstWriteFailure([&] { ++reports; });
+        preferences.setNumber(number, 1);
+        const QByteArray before = readFile(file());
+        preferences.setText(text, QString(int(SharedJsonFile::largestSize), u'x'));
+        QCOMPARE(reports, 1);
+        QCOMPARE(readFile(file()), before);
+        // Not for good: the entry may become small again.
+        preferences.setText(text, u"small"_s);
+        QCOMPARE(JsonPreferences(folder()).text(text), u"small"_s);
+
+        const pid_t limited = inAnotherProgram([&] {
+            // The kernel refuses the write in the middle, as it does when the disk is full.
+            std::signal(SIGXFSZ, SIG_IGN);
+            const rlimit limit{4096, 4096};
+            ::setrlimit(RLIMIT_FSIZE, &limit);
+            bool failed = false;
+            JsonPreferences full(folder());
+            full.onFirstWriteFailure([&] { failed = true; });
+            full.setText(u"more"_s, QString(20'000, u'x'));
+            ::_exit(failed && full.text(u"more"_s) ? 0 : 1);
+        });
+        QCOMPARE(waitForEnd(limited), 0);
+        QCOMPARE(files(), QStringList{u"preferences.json"_s});
+        QCOMPARE(JsonPreferences(folder()).number(number), std::optional(1.0));
+        QVERIFY(!JsonPreferences(folder()).text(u"more"_s));
+    }
+
+    void settingsOutliveADiskThatTakesNothing()
+    {
+        if (!SmallDisk().isThere())
+            QSKIP("mounting a small disk needs root: full and read-only disks are not tried");
+        forEachRow(shutDisks, [](const auto &row) {
+            SmallDisk disk;
+            const QString settings = disk.path(u"settings"_s);
+            JsonPreferences preferences(settings);
+            preferences.setText(text, QString(20'000, u'a'));
+            preferences.setNumber(number, 1);
+            const QByteArray before = readFile(settings + u"/preferences.json"_s);
+            int reports = 0;
+            preferences.onFirstWriteFailure([&reports] { ++reports; });
+            QVERIFY(disk.shut(row.full));
+            preferences.setNumber(number, 2);
+            preferences.setText(u"ks_coin"_s, u"ETH"_s);
+            QCOMPARE(readFile(settings + u"/preferences.json"_s), before);
+            QCOMPARE(preferences.number(number), std::optional(2.0)); // the run goes on with it
+
+            QVERIFY(disk.reopen(row.full));
+            preferences.setBoolean(u"ks_mini"_s, true);
+            const JsonPreferences again(settings);
+            QCOMPARE(again.number(number), std::optional(2.0)); // what had not been written is made up for
+            QCOMPARE(again.text(u"ks_coin"_s), u"ETH"_s);
+            QCOMPARE(again.text(text), QString(20'000, u'a'));
+            QCOMPARE(reports, 1);
+        });
+    }
+
+    void aSnapshotRunStaysSilentOnADiskThatTakesNothing()
+    {
+        if (!SmallDisk().isThere())
+            QSKIP("mounting a small disk needs root: full and read-only disks are not tried");
+        forEachRow(shutDisks, [](const auto &row) {
+            SmallDisk disk;
+            QVERIFY(disk.shut(row.full));
+            Program bar;
+            bar.set(u"XDG_CONFIG_HOME"_s, disk.path(u"config"_s));
+            const QString out = row.full ? u"out"_s : disk.path(u"out"_s);
+            QVERIFY(bar.runToEnd({u"--demo"_s, u"--snapshot"_s, out, u"--symbol"_s, u"BTC"_s},
+                                 std::chrono::seconds(40)));
+            QVERIFY(bar.endedWell());
+            QCOMPARE(bar.readAll() + bar.readAllStandardError(), QByteArray());
+            QCOMPARE(bar.contentOf(u"out/data.json"_s).isEmpty(), !row.full);
+        });
+    }
+
+    void aLinkStaysALink()
+    {
+        const QString target = folder() + u"/elsewhere.json"_s;
+        writeFile(target, R"({"ks_number": 4})");
+        QVERIFY(QFile::link(target, file()));
+        JsonPreferences preferences(folder());
+        QCOMPARE(preferences.number(number), std::optional(4.0));
+        preferences.setNumber(number, 5);
+        QVERIFY(QFileInfo(file()).isSymLink());
+        QVERIFY(readFile(target).contains("5"));
+    }
+
+    void changesLeaveNothingBehind()
+    {
+        writeFile(m_folder->filePath(u"occupied"_s), {});
+        const struct
+        {
+            const char *name;
+            QString folder;
+        } rows[] = {{"changes that are written", folder()},
+                    {"changes that wait for a disk to come back", m_folder->filePath(u"occupied"_s)}};
+        forEachRow(rows, [](const auto &row) {
+            JsonPreferences preferences(row.folder);
+            constexpr int textSize = 32 * 1024;
+            const auto change = [&preferences](int i) {
+                preferences.setText(text, QString(textSize, QChar(u'0' + i % 10)));
+                preferences.setInteger(number, i);
+            };
+            change(0);
+            const qint64 before = bytesInUse();
+            for (int i = 0; i < 64; ++i)
+                change(i);
+            const qint64 growth = bytesInUse() - before;
+            QVERIFY2(growth < 4 * textSize, qPrintable(u"%1 more bytes are held"_s.arg(growth)));
+            QCOMPARE(preferences.text(text), QString(textSize, u'3'));
+            QCOMPARE(preferences.integer(number), 63);
+        });
+    }
+};
+
+KESTRUNE_TEST(PreferencesTest)
+#include "tst_preferences.moc"
