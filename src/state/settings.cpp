@@ -6,6 +6,7 @@
 #include <QJsonArray>
 
 #include <type_traits>
+#include <utility>
 
 namespace kestrune {
 
@@ -60,7 +61,7 @@ namespace settings {
 std::optional<QString> offeredTimeframe(std::optional<QString> stored, const Preferences &preferences)
 {
     const QStringList &offered = timeframes(market.restored(preferences).value_or(market.initial));
-    const QString label = stored.value_or(timeframe.initial);
+    const QString label = std::move(stored).value_or(timeframe.initial);
     return offered.contains(label) ? label : offered.constFirst();
 }
 
