@@ -15,20 +15,21 @@ import tempfile
 import time
 
 HERE = pathlib.Path(__file__).resolve().parent
-sys.path[:0] = [str(HERE), str(HERE.parent / "tests" / "session")]
-import figures  # noqa: E402  pylint: disable=wrong-import-position
+sys.path.insert(0, str(HERE))
+from figures import FIGURES  # noqa: E402  pylint: disable=wrong-import-position
 
 REPETITIONS = 7
-UNITS = {"us": {"ns": 1e-3, "us": 1, "ms": 1e3}, "ms": {"ns": 1e-6, "us": 1e-3, "ms": 1}}
+SNAPSHOT_RUNS = 12
+WAITS = 1.5  # seconds that a snapshot run waits on purpose
+UNITS = {"us": 1e-3, "ms": 1e-6}  # of the nanoseconds that the benchmarks tell
+HEADING = ["What", "Measured", "Yardstick", "Ratio", "Limit", ""]
 
 
 def run_benchmarks(bin_dir, chosen):
     """Medians by benchmark, in the unit of the figure that asks for it. CPU time: on an idle machine the same as the
     time on the clock, and on a loaded one still right."""
-    names = {name.removesuffix(" switches").removesuffix(" difference")
-             for figure in chosen for name in (figure.key, figure.plain) if name}
-    pattern = "^(" + "|".join(sorted(names)) + ")$"  # no name holds a special character
-    report = subprocess.run([str(bin_dir / "kestrune-bench"), f"--benchmark_filter={pattern}",
+    names = {key.removesuffix(" switches") for figure in chosen for key in (figure.key, figure.yardstick) if key}
+    report = subprocess.run([str(bin_dir / "kestrune-bench"), f"--benchmark_filter=^({'|'.join(sorted(names))})$",
                              f"--benchmark_repetitions={REPETITIONS}", "--benchmark_report_aggregates_only=true",
                              "--benchmark_enable_random_interleaving=true", "--benchmark_min_time=0.2",
                              "--benchmark_format=json"],
@@ -37,44 +38,38 @@ def run_benchmarks(bin_dir, chosen):
                if entry.get("aggregate_name") == "median" and not entry.get("error_occurred")}
     values = {}
     for figure in chosen:
-        for key in filter(None, (figure.key, figure.plain)):
-            name, _, counter = key.partition(" ") if key not in medians else (key, "", "")
-            entry = medians.get(name)
-            if entry and counter:
-                values[key] = entry.get(counter)
-            elif entry:
-                values[key] = entry["cpu_time"] * UNITS[figure.unit][entry["time_unit"]]
+        for key in (figure.key, figure.yardstick):
+            if key in medians:
+                values[key] = medians[key]["cpu_time"] * UNITS[figure.unit]
+            elif key and key.removesuffix(" switches") in medians:
+                values[key] = medians[key.removesuffix(" switches")]["switches"]
     return values
 
 
-def run_allocations(bin_dir):
-    command = [str(bin_dir / "kestrune-bench-allocations")]
-    report = subprocess.run(command, stdout=subprocess.PIPE, text=True, check=True)
-    return {name: int(count) for name, count in (line.split() for line in report.stdout.splitlines())}
-
-
-def run_snapshots(bin_dir):
-    """Wall time and peak memory of snapshot runs against a market on this machine."""
-    seconds, memory = [], []
+def run_snapshots(bin_dir, _chosen):
+    """Time and peak memory of snapshot runs against a market on this machine, in turns with a bare program. The
+    quickest of each, which a loaded machine disturbs least."""
+    seconds, memory = {}, {}
     with tempfile.TemporaryDirectory() as folder, \
             subprocess.Popen([str(bin_dir / "kestrune-replay"), "--port", "0", "--exit-with-stdin"],
                              stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True) as market:
         address = market.stdout.readline().split()[-1]
-        environment = dict(os.environ, XDG_CONFIG_HOME=folder)
-        command = [str(bin_dir / "kestrune-bar"), "--market-server", address, "--snapshot", folder + "/out",
-                   "--symbol", "BTC", "--timeframe", "4H"]
-        for _ in range(REPETITIONS + 1):
+        environment = dict(os.environ, XDG_CONFIG_HOME=folder, QT_QPA_PLATFORM="offscreen",
+                           DBUS_SESSION_BUS_ADDRESS="unix:path=/nonexistent")
+        commands = {"": ["kestrune-bar", "--market-server", address, "--snapshot", folder + "/out", "--symbol", "BTC",
+                         "--timeframe", "4H"], "bare ": ["kestrune-bench-bare", "quit"]}
+        for name, (program, *arguments) in list(commands.items()) * SNAPSHOT_RUNS:
             started = time.monotonic()
-            process = subprocess.Popen(command, env=environment)
-            _, status, usage = os.wait4(process.pid, 0)
-            seconds.append(time.monotonic() - started)
-            memory.append(usage.ru_maxrss / 1024)
-            process.returncode = os.waitstatus_to_exitcode(status)
-            pictures = pathlib.Path(folder, "out")
-            if not all((pictures / name).exists() for name in ("data.json", "popover.png")):
-                raise RuntimeError("the snapshot run wrote nothing")
+            with subprocess.Popen([str(bin_dir / program), *arguments], env=environment) as process:
+                _, status, usage = os.wait4(process.pid, 0)
+                process.returncode = os.waitstatus_to_exitcode(status)
+            seconds.setdefault(name, []).append(time.monotonic() - started)
+            memory.setdefault(name, []).append(usage.ru_maxrss / 1024)
+        if not all(pathlib.Path(folder, "out", name).exists() for name in ("data.json", "popover.png")):
+            raise RuntimeError("the snapshot run wrote nothing")
         market.stdin.close()
-    return {"seconds": figures.median(seconds[1:]), "memory": figures.median(memory[1:])}  # the first one warms up
+    return {"time": (min(seconds[""]) - WAITS) * 1000, "bare time": min(seconds["bare "]) * 1000,
+            "memory": max(memory[""]), "bare memory": max(memory["bare "])}
 
 
 def run_on_desktop(bin_dir, parts):
@@ -87,33 +82,24 @@ def run_on_desktop(bin_dir, parts):
 
 
 def measure(bin_dir, chosen):
-    measured = {}
-    for part in figures.PARTS[:3]:
-        own = [figure for figure in chosen if figure.part == part]
-        if not own:
-            continue
+    measured, runs = {}, {"benchmarks": run_benchmarks, "snapshot": run_snapshots}
+    parts = list(dict.fromkeys(figure.part for figure in chosen))
+    for part in [part for part in parts if part in runs]:
         print(f"measuring: {part}", file=sys.stderr)
-        run = {"benchmarks": lambda: run_benchmarks(bin_dir, own), "allocations": lambda: run_allocations(bin_dir),
-               "snapshot": lambda: run_snapshots(bin_dir)}[part]
         try:
-            measured[part] = run()
+            measured[part] = runs[part](bin_dir, [figure for figure in chosen if figure.part == part])
         except (KeyError, OSError, RuntimeError, subprocess.SubprocessError, ValueError) as failure:
             print(f"{part}: {failure}", file=sys.stderr)
-    desktop_parts = [part for part in figures.PARTS[3:] if any(figure.part == part for figure in chosen)]
-    if desktop_parts:
-        measured.update(run_on_desktop(bin_dir, desktop_parts))
+    if desktop_parts := [part for part in parts if part not in runs]:
+        measured |= run_on_desktop(bin_dir, desktop_parts)
     return measured
 
 
-def without_absent_libraries(chosen, measured):
-    """The figures without those of libraries that this build does not know, and a line for each of these."""
-    left_out, lines = set(), []
-    for key, name in figures.OPTIONAL.items():
-        own = {figure for figure in chosen if figure.plain == key or figure.key.startswith(key)}
-        if own and key not in measured.get("benchmarks", {}):
-            left_out |= own
-            lines.append(f"Comparison with {name}: skipped, not installed.")
-    return [figure for figure in chosen if figure not in left_out], lines
+def table(rows, markdown):
+    if markdown:
+        return "\n".join("| " + " | ".join(cells) + " |" for cells in [HEADING, ["---"] * len(HEADING), *rows])
+    widths = [max(map(len, column)) for column in zip(HEADING, *rows)]
+    return "\n".join("  ".join(map(str.ljust, cells, widths)).rstrip() for cells in [HEADING, *rows])
 
 
 def machine():
@@ -129,23 +115,19 @@ def main():
     parser.add_argument("bin_dir", type=pathlib.Path, help=argparse.SUPPRESS)
     parser.add_argument("filter", nargs="?", default="", help="only figures whose name matches this pattern")
     options = parser.parse_args()
-    bin_dir = options.bin_dir.resolve()
     heading = machine()
-    chosen = [figure for figure in figures.FIGURES if re.search(options.filter, figure.what)]
+    chosen = [figure for figure in FIGURES
+              if re.search(options.filter, figure.what) and not (options.quick and figure.part == "minute")]
     if not chosen:
         parser.error("no figure has such a name")
-    lines = []
-    if options.quick and any(figure.part == "minute" for figure in chosen):
-        chosen = [figure for figure in chosen if figure.part != "minute"]
-        lines.append("Left out by --quick: everything that is watched for a minute.")
-    measured = measure(bin_dir, chosen)
-    chosen, more = without_absent_libraries(chosen, measured)
-    results = figures.results(chosen, measured)
+    measured = measure(options.bin_dir.resolve(), chosen)
+    results = [figure.result(measured.get(figure.part, {})) for figure in chosen]
+    failed = sum(not kept for _, kept in results)
     print(f"Measured on {heading}.\n")
-    print(figures.table([figures.row(result) for result in results], options.markdown))
-    failed = [result for result in results if result.passed is False]
-    lines += [*more, f"{len(failed)} of {len(results)} figures failed." if failed else "All figures keep their limits."]
-    print("\n" + "\n".join(lines))
+    print(table([cells for cells, _ in results], options.markdown) + "\n")
+    if options.quick:
+        print("Left out by --quick: everything that is watched for a minute.")
+    print(f"{failed} of {len(results)} figures failed." if failed else "All figures keep their limits.")
     return 1 if failed else 0
 
 

@@ -1,23 +1,22 @@
 // SPDX-License-Identifier: MIT
-#include "panel/helpview.h"
-#include "panel/pixelsparkline.h"
-#include "panel/zonerow.h"
-#include "statusbar/statusimage.h"
-#include "ui/textlabel.h"
+// Pictures and the panel, and beside them a bare painter at work on pictures of the same sizes.
 
-#include <QCoreApplication>
+#include "panel/popoverview.h"
+#include "snapshot/snapshotpicture.h"
+#include "statusbar/statusimage.h"
+#include "support/appfixture.h"
+
+#include <QApplication>
+#include <QBuffer>
 #include <QImage>
 #include <QPainter>
 
 #include <benchmark/benchmark.h>
 
-#include <cmath>
-#include <memory>
-#include <vector>
-
 #include <sys/resource.h>
 
 using namespace kestrune;
+using namespace kestrune::test;
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -29,15 +28,15 @@ long contextSwitches()
     return usage.ru_nvcsw;
 }
 
-/// Runs the loop and reports voluntary context switches per picture beside the time.
+/// Calls `draw(turn)` again and again; reports voluntary context switches per picture beside the time.
 template <typename Draw>
 void drawPictures(benchmark::State &state, Draw draw)
 {
-    int pulse = 0;
-    draw(pulse); // fonts and glyphs are loaded once per run of the program
+    int turn = 0;
+    draw(turn); // fonts and glyphs are loaded once per run of the program
     const long before = contextSwitches();
     for (auto _ : state)
-        draw(++pulse);
+        draw(++turn);
     state.counters["switches"] = benchmark::Counter(static_cast<double>(contextSwitches() - before),
                                                     benchmark::Counter::kAvgIterations);
 }
@@ -48,112 +47,137 @@ QString priceText(int turn)
     return u"ETH "_s + QString::number(3000 + turn % 997) + u'.' + QString::number(10 + turn % 89);
 }
 
-void statusPicture(benchmark::State &state)
+QImage statusPicture(int turn)
 {
-    drawPictures(state, [](int turn) {
-        benchmark::DoNotOptimize(makeStatusBarImage({.text = priceText(turn),
-                                                     .signal = BarSignal::buy,
-                                                     .alertActive = turn % 2 == 0,
-                                                     .pulse = turn,
-                                                     .dark = true}));
-    });
+    return makeStatusBarImage({.text = priceText(turn),
+                               .signal = BarSignal::buy,
+                               .alertActive = turn % 2 == 0,
+                               .pulse = turn,
+                               .dark = true})
+        .image;
 }
-BENCHMARK(statusPicture)->Unit(benchmark::kMicrosecond);
 
-void statusOnScreen(benchmark::State &state)
-{
-    const double scale = static_cast<double>(state.range(0)) / 100;
-    QImage screen(600, 60, QImage::Format_ARGB32_Premultiplied);
-    screen.fill(Qt::black);
-    drawPictures(state, [&](int turn) {
-        QPainter painter(&screen);
-        painter.scale(scale, scale);
-        paintStatus(painter, {4, 2}, {.text = priceText(turn), .signal = BarSignal::sell, .dark = true});
-    });
-}
-BENCHMARK(statusOnScreen)->Arg(100)->Arg(125)->Arg(200)->Unit(benchmark::kMicrosecond);
-
-std::vector<BlingItem> eightCoins(int turn)
+QImage neonPicture(int turn)
 {
     const double move = 1 + turn % 7 * 0.001;
-    return {{u"BTC"_s, 67250.5 * move, 1.2}, {u"ETH"_s, 3120.4 * move, -0.4}, {u"SOL"_s, 171.23 * move, 0},
-            {u"BNB"_s, 612.5 * move, {}},    {u"XRP"_s, 0.5234 * move, 2.0},  {u"DOGE"_s, 0.1234 * move, {}},
-            {u"ADA"_s, 0.4512 * move, -3.1}, {u"LINK"_s, 14.52 * move, 0.7}};
+    return makeBlingStatusBarImage({{u"BTC"_s, 67250.5 * move, 1.2},
+                                    {u"ETH"_s, 3120.4 * move, -0.4},
+                                    {u"SOL"_s, 171.23 * move, 0},
+                                    {u"BNB"_s, 612.5 * move, {}},
+                                    {u"XRP"_s, 0.5234 * move, 2.0},
+                                    {u"DOGE"_s, 0.1234 * move, {}},
+                                    {u"ADA"_s, 0.4512 * move, -3.1},
+                                    {u"LINK"_s, 14.52 * move, 0.7}},
+                                   turn)
+        .image;
 }
 
-void neonPicture(benchmark::State &state)
+/// A loaded instrument; the panel over it, with the parts that can be unfolded open or not.
+struct Loaded : AppFixture
 {
-    drawPictures(state,
-                 [](int turn) { benchmark::DoNotOptimize(makeBlingStatusBarImage(eightCoins(turn), turn)); });
-}
-BENCHMARK(neonPicture)->Unit(benchmark::kMicrosecond);
+    explicit Loaded(bool unfolded = false)
+    {
+        serveCrypto(3000);
+        start();
+        state->marketContextExpanded = unfolded;
+        state->accountSize = 12000;
+    }
+};
 
-Zone exampleZone(int turn)
+QImage panelPicture(int)
 {
-    return Zone(3400, 3420, 3410, {}, -1.1 - turn % 90 * 0.01, 3, true, u"support"_s, {},
-                {u"vol"_s, u"pivot"_s});
+    const Loaded loaded;
+    return SnapshotPicture(loaded.state, {}).render();
 }
 
-/// What a price tick costs one row: new texts and the paint into its window.
-void zoneRowTick(benchmark::State &state)
+void picture(benchmark::State &state, QImage (*make)(int turn))
 {
-    QWidget window;
-    window.resize(320, 60);
-    auto *row = new ZoneRow(exampleZone(0), 2, &window);
-    row->setGeometry(8, 4, 304, row->heightForWidth(304));
-    window.show();
-    QCoreApplication::processEvents();
-    drawPictures(state, [row](int turn) {
-        row->setZone(exampleZone(turn), 2);
-        QCoreApplication::processEvents();
+    drawPictures(state, [make](int turn) { benchmark::DoNotOptimize(make(turn)); });
+}
+
+/// The yardstick: a picture of the same size, filled, with a price on every line and across the whole width.
+void painter(benchmark::State &state, QImage (*model)(int turn))
+{
+    const QSize size = model(0).size();
+    drawPictures(state, [size](int turn) {
+        QImage image(size, QImage::Format_ARGB32_Premultiplied);
+        image.fill(Qt::black);
+        QPainter painter(&image);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(Qt::white);
+        for (int y = 0; y + 44 <= size.height(); y += 44) {
+            painter.drawEllipse(4, y + 4, 12, 12);
+            for (int x = 20; x < size.width(); x += 140)
+                painter.drawText(x, y + 30, priceText(turn++));
+        }
+        benchmark::DoNotOptimize(image.constBits());
     });
 }
-BENCHMARK(zoneRowTick)->Unit(benchmark::kMicrosecond);
 
-void zoneRowConstruction(benchmark::State &state)
-{
-    for (auto _ : state) {
-        ZoneRow row(exampleZone(1), 2);
-        benchmark::DoNotOptimize(row.heightForWidth(304));
-    }
-}
-BENCHMARK(zoneRowConstruction)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(picture, status, statusPicture);
+BENCHMARK_CAPTURE(painter, status, statusPicture);
+BENCHMARK_CAPTURE(picture, neon, neonPicture);
+BENCHMARK_CAPTURE(painter, neon, neonPicture);
+BENCHMARK_CAPTURE(painter, panel, panelPicture);
 
-void labelTick(benchmark::State &state)
+void panelConstruction(benchmark::State &state)
 {
-    TextLabel label(u"3,456.78"_s, TypeRole::price);
-    label.resize(label.sizeHint());
-    QImage screen(label.size(), QImage::Format_ARGB32_Premultiplied);
-    drawPictures(state, [&](int turn) {
-        label.setText(QString::number(3000 + turn % 997));
-        label.render(&screen);
+    const Loaded loaded;
+    drawPictures(state, [&loaded](int) { // the first one also loads fonts and icons
+        PopoverView view(loaded.state);
+        view.updateNow();
+        benchmark::DoNotOptimize(view.width());
     });
 }
-BENCHMARK(labelTick)->Unit(benchmark::kMicrosecond);
+BENCHMARK(panelConstruction);
 
-void sparklinePulse(benchmark::State &state)
+/// One price tick with the panel open: the state's own work, the update and the painting of what changed.
+void panelTick(benchmark::State &state)
 {
-    double now = 0;
-    PixelSparkline sparkline([&now] { return now += 0.25; });
-    std::vector<double> data;
-    for (int i = 0; i < 200; ++i)
-        data.push_back(3450 + 90 * std::sin(i * 0.19) + 40 * std::sin(i * 0.7));
-    sparkline.resize(70, 16);
-    sparkline.setContent(data, std::vector(6, exampleZone(3)));
-    QImage screen(140, 32, QImage::Format_ARGB32_Premultiplied);
-    screen.setDevicePixelRatio(2);
-    drawPictures(state, [&](int) { sparkline.render(&screen); });
+    const bool unfolded = state.range(0) != 0;
+    Loaded loaded(unfolded);
+    PopoverView view(loaded.state);
+    view.setSettingsExpanded(unfolded);
+    view.show();
+    drainEvents();
+    drawPictures(state, [&loaded](int turn) {
+        loaded.tickTo(2950 + turn % 271 * 0.37);
+        loaded.clock.advance(std::chrono::seconds(5)); // the price loop's own period
+        QApplication::processEvents();
+    });
 }
-BENCHMARK(sparklinePulse)->Unit(benchmark::kMicrosecond);
+BENCHMARK(panelTick)->Arg(0)->Arg(1)->MeasureProcessCPUTime();
 
-void helpConstruction(benchmark::State &state)
+void encoding(benchmark::State &state)
 {
+    const QImage image = panelPicture(0);
     for (auto _ : state) {
-        const auto help = std::make_unique<HelpView>();
-        help->ensurePolished();
-        benchmark::DoNotOptimize(help->sizeHint());
+        QBuffer buffer;
+        buffer.open(QIODevice::WriteOnly);
+        benchmark::DoNotOptimize(writePng(image, buffer));
     }
 }
-BENCHMARK(helpConstruction)->Unit(benchmark::kMicrosecond);
+BENCHMARK(encoding);
+
+/// The yardstick: the same samples packed by the library that every writer of such pictures uses.
+void packing(benchmark::State &state)
+{
+    const QImage image = panelPicture(0);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(qCompress(image.constBits(), image.sizeInBytes(), 1));
+}
+BENCHMARK(packing);
 
 } // namespace
+
+/// Pictures need an application object around them.
+int main(int argc, char **argv)
+{
+    const QApplication application(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+        return 1;
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}

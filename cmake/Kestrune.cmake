@@ -6,6 +6,16 @@ if(KESTRUNE_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
         ${CMAKE_COMMAND} -E env CCACHE_BASEDIR=${PROJECT_SOURCE_DIR} CCACHE_NOHASHDIR=1 ${KESTRUNE_CCACHE})
 endif()
 
+# Links in a fraction of the time, where one of these is installed.
+include(CheckLinkerFlag)
+foreach(linker mold lld)
+    check_linker_flag(CXX -fuse-ld=${linker} KESTRUNE_LINKS_WITH_${linker})
+    if(KESTRUNE_LINKS_WITH_${linker})
+        add_link_options(-fuse-ld=${linker})
+        break()
+    endif()
+endforeach()
+
 add_library(kestrune_options INTERFACE)
 target_compile_options(kestrune_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual
@@ -39,10 +49,21 @@ function(kestrune_keep_watching target)
     endif()
 endfunction()
 
+# What Qt's generator writes for a target goes into its batches, instead of being compiled beside them.
+function(kestrune_batch_generated target)
+    set(generated ${CMAKE_CURRENT_BINARY_DIR}/${target}_autogen/mocs_compilation.cpp)
+    set(included ${CMAKE_CURRENT_BINARY_DIR}/${target}_generated.cpp)
+    file(CONFIGURE OUTPUT ${included} CONTENT "#include \"${generated}\"\n")
+    target_sources(${target} PRIVATE ${included})
+    set_source_files_properties(${generated} PROPERTIES HEADER_FILE_ONLY ON)
+    set_source_files_properties(${included} PROPERTIES SKIP_AUTOGEN ON OBJECT_DEPENDS ${generated})
+endfunction()
+
 # kestrune_add_library(kestrune_x ALIAS X SOURCES ... HEADERS ... LINKS ... [PRIVATE_LINKS ...])
 function(kestrune_add_library name)
     cmake_parse_arguments(arg "" "ALIAS" "SOURCES;HEADERS;LINKS;PRIVATE_LINKS" ${ARGN})
     add_library(${name} STATIC ${arg_SOURCES})
+    kestrune_batch_generated(${name})
     add_library(Kestrune::${arg_ALIAS} ALIAS ${name})
     target_sources(${name} PUBLIC FILE_SET HEADERS
         BASE_DIRS ${PROJECT_SOURCE_DIR}/src FILES ${arg_HEADERS})

@@ -7,7 +7,7 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 . "$root/scripts/packages.sh"
 install_missing "${build_packages[@]}" dpkg-dev file
 cd "$root"
-cmake -G Ninja -S . -B build/package -DCMAKE_BUILD_TYPE=Release -DKESTRUNE_TESTS=OFF -DCMAKE_INSTALL_PREFIX=/usr \
+cmake --preset release -B build/package -DCMAKE_INSTALL_PREFIX=/usr \
     -DCMAKE_CXX_FLAGS="-fstack-protector-strong -D_FORTIFY_SOURCE=2" \
     -DCMAKE_EXE_LINKER_FLAGS="-Wl,-z,relro,-z,now" -DCMAKE_MODULE_LINKER_FLAGS="-Wl,-z,relro,-z,now" >/dev/null
 cmake --build build/package >&2

@@ -3,11 +3,12 @@
 # shellcheck disable=SC2034 # the lists are used by the scripts that source this file
 # Debian packages by purpose, and their installation. Sourced by the other scripts.
 
-build_packages=(g++ cmake ninja-build ccache qt6-base-dev qt6-svg-dev qt6-multimedia-dev qcoro-qt6-dev
+build_packages=(g++ cmake ninja-build qt6-base-dev qt6-svg-dev qt6-multimedia-dev qcoro-qt6-dev
     libexpected-dev libsimdjson-dev zlib1g-dev libicu-dev libxcb1-dev pkg-config gzip)
 run_packages=(fonts-noto-core fonts-noto-mono fonts-noto-cjk fonts-noto-color-emoji)
-test_packages=(python3 python3-gi gir1.2-atspi-2.0 at-spi2-core xvfb xauth x11-utils dbus dbus-x11 openssl openbox
-    xfce4-panel xfconf xdotool xclip procps imagemagick pulseaudio pulseaudio-utils desktop-file-utils appstream shellcheck)
+test_packages=(git ccache python3 python3-gi gir1.2-atspi-2.0 at-spi2-core xvfb xauth x11-utils dbus dbus-x11 openssl openbox
+    xfce4-panel xfconf xdotool procps imagemagick pulseaudio pulseaudio-utils desktop-file-utils appstream shellcheck)
+quick_packages=(git python3 clang-format) # what check.sh quick needs
 check_packages=(clang clang-format clang-tidy cppcheck)
 bench_packages=(libbenchmark-dev python3 python3-gi xvfb dbus dbus-x11 x11-utils openbox xfce4-panel xfconf procps)
 

@@ -7,9 +7,15 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 . "$root/scripts/packages.sh"
 
 install_missing "${build_packages[@]}" "${run_packages[@]}"
-# Configured and built quietly: standard output belongs to the program.
+# Configured and built on standard error: standard output belongs to the program.
 (cd "$root" && cmake --preset release >/dev/null)
-cmake --build "$root/build/release" --target kestrune-bar kestrune-replay >&2
+build=("$root/build/release" --target kestrune-bar kestrune-replay --)
+if [ -t 2 ] && ! cmake --build "${build[@]}" -n | grep -q 'no work to do'; then
+    echo "Building Kestrune Bar: about a minute the first time, several on a slow machine." >&2
+    cmake --build "${build[@]}" >&2
+else
+    cmake --build "${build[@]}" --quiet >&2
+fi
 
 arguments=("$@")
 demo=false

@@ -10,8 +10,4 @@ install_missing "${build_packages[@]}" "${run_packages[@]}" "${test_packages[@]}
 cd "$root"
 cmake --preset dev >/dev/null
 cmake --build --preset dev
-if command -v clang++ >/dev/null; then
-    # Built here, so that the run itself stays short; a build that fails shows in the test.
-    { cmake --preset fuzz && cmake --build --preset fuzz; } >/dev/null 2>&1 || true
-fi
 ctest --preset dev -j2 "$@"

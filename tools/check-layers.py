@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Checks that every folder includes only what it may: the direction of knowledge, as data."""
+"""Checks that every folder includes only what it may, the direction of knowledge as data, and has its tests."""
 import pathlib
 import re
 import sys
@@ -28,6 +28,7 @@ LAYERS = {
     "sound": ({"sound"}, [NETWORK, JSON_LIBRARY]),
 }
 REPLAY = ({"replay", "analysis"}, [GUI, JSON_LIBRARY])
+TESTED_IN = {"viewmodel": "panel"}  # below tests/, where that is not the folder's own name
 INCLUDE = re.compile(r'^\s*#\s*include\s+(?:"([^"]+)"|<([^>]+)>)')
 
 
@@ -56,11 +57,15 @@ def check(path: pathlib.Path, own: set[str], banned: list[str]) -> list[str]:
 def main() -> int:
     faults = []
     seen = 0
-    folders = [p for p in sorted((ROOT / "src").iterdir()) if p.is_dir()]
-    for folder in folders:
+    for path in sorted((ROOT / "src").rglob("*")):
+        if path.name.lower() != path.name and path.name != "CMakeLists.txt":
+            faults.append(f"{path.relative_to(ROOT)}: names are lower-case")
+    for folder in [path for path in sorted((ROOT / "src").iterdir()) if path.is_dir()]:
         if folder.name not in LAYERS:
             faults.append(f"src/{folder.name}: not in the table of layers")
             continue
+        if not (ROOT / "tests" / TESTED_IN.get(folder.name, folder.name)).is_dir():
+            faults.append(f"src/{folder.name}: no folder of tests")
         for path in sorted(folder.rglob("*.cpp")) + sorted(folder.rglob("*.h")):
             seen += 1
             faults += check(path, *LAYERS[folder.name])

@@ -9,33 +9,38 @@ fault() {
     faults=1
 }
 files=$(git ls-files --cached --others --exclude-standard)
-texts=$(grep -E '\.(cpp|h|py|sh|cmake|txt|md|json|qrc|svg|xml|desktop)$' <<<"$files")
 
-hits=$(tr '\n' '\0' <<<"$texts" | xargs -0 grep -lI $'\r' 2>/dev/null); [ -n "$hits" ] && fault "carriage returns:" "$hits"
-hits=$(grep -E '\.(cpp|h|py|sh|cmake)$' <<<"$files" | tr '\n' '\0' | xargs -0 grep -nI $'\t'); [ -n "$hits" ] && fault "tabs:" "$hits"
-hits=$(tr '\n' '\0' <<<"$texts" | xargs -0 grep -nIE '[[:space:]]+$'); [ -n "$hits" ] && fault "trailing blanks:" "$hits"
-hits=$(grep -E '\.(cpp|h)$' <<<"$files" | tr '\n' '\0' | xargs -0 grep -nE '\b(TODO|FIXME|XXX)\b'); [ -n "$hits" ] && fault "unfinished:" "$hits"
+# look WHAT FILES GREP-ARGUMENTS...: what grep finds in the files whose names match is a fault.
+look() {
+    local what=$1 names=$2 hits
+    shift 2
+    hits=$(grep -E "$names" <<<"$files" | tr '\n' '\0' | xargs -0 -r grep -I "$@" 2>/dev/null)
+    [ -z "$hits" ] || fault "$what:" "$hits"
+}
+texts='\.(cpp|h|py|sh|cmake|txt|md|json|qrc|svg|xml|desktop)$'
+code='\.(cpp|h|py|sh)$'
+cpp='\.(cpp|h)$'
+look "carriage returns" "$texts" -l $'\r'
+look "tabs" '\.(cpp|h|py|sh|cmake)$' -n $'\t'
+look "trailing blanks" "$texts" -nE '[[:space:]]+$'
+look "unfinished" "$cpp" -nE '\b(TODO|FIXME|XXX)\b'
+look "aggregate includes" "$cpp" -nE '#include <(QtCore|QtGui|QtWidgets|QtNetwork)>'
+look "no include guard" '\.h$' -L '#pragma once'
+look "no licence line" "$code" -L 'SPDX-License-Identifier: MIT'
 # Own code starts no threads; whatever waits does so on the event loop. QThread may name the current thread and pause.
-hits=$(grep -E '^(src|replay)/.*\.(cpp|h)$' <<<"$files" | tr '\n' '\0' |
-    xargs -0 grep -nE 'std::(jthread|thread|async)\b|<(thread|future)>|\bQThread\b[^:>]|QThread::create|QThreadPool|QRunnable|QtConcurrent|moveToThread|pthread_create'); [ -n "$hits" ] && fault "threads:" "$hits"
-hits=$(grep -E '^src/.*\.(cpp|h)$' <<<"$files" | tr '\n' '\0' |
-    xargs -0 grep -nE 'QCoro::waitFor|QEventLoop|processEvents|\bsleep_for\b'); [ -n "$hits" ] && fault "blocking waits:" "$hits"
-hits=$(grep -E '\.(cpp|h)$' <<<"$files" | tr '\n' '\0' | xargs -0 grep -nE '#include <(QtCore|QtGui|QtWidgets|QtNetwork)>'); [ -n "$hits" ] && fault "aggregate includes:" "$hits"
-hits=$(grep -E '\.h$' <<<"$files" | tr '\n' '\0' | xargs -0 grep -L '#pragma once'); [ -n "$hits" ] && fault "no include guard:" "$hits"
+look "threads" "^(src|replay)/.*$cpp" -nE \
+    'std::(jthread|thread|async)\b|<(thread|future)>|\bQThread\b[^:>]|QThread::create|QThreadPool|QRunnable|QtConcurrent|moveToThread|pthread_create'
+look "blocking waits" "^src/.*$cpp" -nE 'QCoro::waitFor|QEventLoop|processEvents|\bsleep_for\b'
 
 while read -r file; do
+    case $file in *.h) limit=350 ;; *) limit=600 ;; esac
     [ -f "$file" ] || continue
     lines=$(wc -l <"$file")
-    case $file in
-    src/*.h | replay/*.h) limit=350 ;;
-    src/*.cpp | replay/*.cpp) limit=600 ;;
-    *) continue ;;
-    esac
     [ "$lines" -le "$limit" ] || fault "$file: $lines lines, at most $limit"
-done <<<"$files"
-
-for script in scripts/run.sh scripts/test.sh scripts/check.sh scripts/bench.sh tools/check-style.sh .ci/run; do
-    [ -x "$script" ] || fault "$script is not executable"
-done
+done < <(grep -E "^(src|replay)/.*$cpp" <<<"$files")
+while read -r script; do
+    [ ! -f "$script" ] || [ -x "$script" ] || fault "$script is not executable"
+done < <(grep -E '^(scripts/.*\.sh|tools/.*\.(sh|py)|\.ci/run|\.githooks/.*)$' <<<"$files" |
+    grep -vE '/(packages\.sh|mutants\.py)$')
 [ "$faults" -eq 0 ] && echo "style is fine"
 exit "$faults"

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A race for the thread sanitizer to find: after another program was started, and called from Qt's event
-// loop.
+// A race for the thread sanitizer to find: after another program was started, and called from Qt's event loop.
 
 #include <QCoreApplication>
 #include <QProcess>
@@ -8,16 +7,11 @@
 
 #include <thread>
 
-namespace {
-
-int shared = 0;
-
-void writeTogether()
+static void writeTogether()
 {
+    static int shared = 0;
     ++shared;
 }
-
-} // namespace
 
 int main(int argc, char **argv)
 {
