@@ -29,6 +29,7 @@ class SignalsTest : public QObject
     static std::vector<Candle> candlesOf(int count, Close close, double volume = 1)
     {
         std::vector<Candle> candles;
+        candles.reserve(std::size_t(count));
         for (int i = 0; i < count; ++i)
             candles.push_back({i * qint64(3'600'000), close(i), close(i), close(i), close(i), volume});
         return candles;
