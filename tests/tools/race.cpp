@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A race for the thread sanitizer to find: after another program was started, and called from Qt's event loop.
+// A race for the thread sanitizer to find: after another program was started, called from Qt's event loop.
 
 #include <QCoreApplication>
 #include <QProcess>
