@@ -78,7 +78,7 @@ private:
 void checkZones(const std::vector<Zone> &zones, double price)
 {
     for (const Zone &zone : zones) {
-        KESTRUNE_REQUIRE(zone.confirm > 0 && zone.names.size() == static_cast<std::size_t>(zone.confirm));
+        KESTRUNE_REQUIRE(zone.confirm > 0 && zone.names.size() == zone.confirm);
         KESTRUNE_REQUIRE(zone.sources.size() == zone.names.size());
         KESTRUNE_REQUIRE(zone.isGolden ==
                          std::any_of(zone.names.begin(), zone.names.end(),

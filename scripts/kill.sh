@@ -12,4 +12,4 @@ cd "$root"
 cmake --preset dev >/dev/null
 cmake --build --preset dev --target tst_platform
 export KESTRUNE_KILL_ROUNDS=${1:-500} TZ=UTC LC_ALL=C.UTF-8 QTEST_DISABLE_STACK_DUMP=1 QTEST_FUNCTION_TIMEOUT=3600000
-nice build/dev/bin/tst_platform
+nice build/dev/bin/tst_platform --class PreferencesTest

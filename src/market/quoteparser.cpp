@@ -31,7 +31,8 @@ constexpr std::size_t end = 49;
 } // namespace position
 
 constexpr std::size_t minFields = 35;
-constexpr QStringView blanks = u" \t"; // deliberate: no line breaks
+constexpr QStringView blanks =
+    u" \t"; // deliberate: a line break belongs to the key or value that it stands in
 
 QStringView withoutLeading(QStringView characters, QStringView text)
 {

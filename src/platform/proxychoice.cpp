@@ -11,7 +11,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Lower case goes first, as the other programs of the desktop have it.
+// Lower case goes first, as in other programs.
 QString environment(const char *lower, const char *upper)
 {
     const QString value = qEnvironmentVariable(lower);

@@ -41,6 +41,11 @@ class ClockTest : public QObject
             ++*turns;
         }
     }
+    static QCoro::Task<> sleepAgain(SleepQueue *queue, int *turns)
+    {
+        for (bool passed = true; passed && *turns < 3; *turns += passed ? 1 : 0)
+            passed = co_await queue->sleepUntil(0ns, {});
+    }
     /// Ends its own clock, as a quitting program may.
     static QCoro::Task<> destroy(std::unique_ptr<SystemClock> *clock, QStringList *log)
     {
@@ -61,6 +66,11 @@ private Q_SLOTS:
             QCOMPARE(queue.wakeOne(2s), woken);
         QCOMPARE(log, (QStringList{u"first"_s, u"second"_s, u"second too"_s}));
         QVERIFY(queue.earliest() == 3s && queue.size() == 1);
+
+        int turns = 0;
+        sleepAgain(&queue, &turns);
+        queue.wakeDue(1s);
+        QCOMPARE(turns, 1); // who sleeps again at once waits for the next call
     }
 
     void nobodyWakesEarlyAndOrderIsKept()

@@ -8,10 +8,12 @@
 
 #include <QElapsedTimer>
 #include <QFile>
+#include <QProcess>
 #include <QRegularExpression>
 #include <QScopeGuard>
 #include <QSslConfiguration>
 #include <QTcpSocket>
+#include <QTemporaryDir>
 #include <QThread>
 #include <QTimer>
 
@@ -275,11 +277,16 @@ private Q_SLOTS:
 
     void encryptionIsNotGivenUp()
     {
-        Certificates certificates;
-        const auto certificate = certificates.untrusted();
-        QVERIFY2(certificate, "openssl makes no certificate");
+        const QTemporaryDir folder;
+        const LoopbackServer::Certificate files{folder.filePath(u"certificate"_s), folder.filePath(u"key"_s)};
+        QProcess openssl;
+        openssl.start(u"openssl"_s,
+                      {u"req"_s, u"-x509"_s, u"-newkey"_s, u"ec"_s, u"-pkeyopt"_s,
+                       u"ec_paramgen_curve:prime256v1"_s, u"-nodes"_s, u"-subj"_s, u"/CN=127.0.0.1"_s,
+                       u"-out"_s, files.certificate, u"-keyout"_s, files.key});
+        QVERIFY2(openssl.waitForFinished() && openssl.exitCode() == 0, "openssl makes no certificate");
         LoopbackServer plain;
-        LoopbackServer secure(certificate);
+        LoopbackServer secure(files);
         plain.serve(u"/there"_s, {.body = "plain"});
         secure.serve(u"/there"_s, {.body = "secure"});
         QtHttpClient wary;
@@ -288,7 +295,7 @@ private Q_SLOTS:
         const QSslConfiguration usual = QSslConfiguration::defaultConfiguration();
         const auto restore = qScopeGuard([&] { QSslConfiguration::setDefaultConfiguration(usual); });
         QSslConfiguration trusting = usual;
-        trusting.addCaCertificates(certificate->certificate);
+        trusting.addCaCertificates(files.certificate);
         QSslConfiguration::setDefaultConfiguration(trusting);
         QtHttpClient client;
         QCOMPARE(ask(client, secure.url(u"/there"_s)), QByteArray("secure"));

@@ -3,8 +3,6 @@
 #include "support/rows.h"
 #include "support/testregistry.h"
 
-#include <iconv.h>
-
 using namespace kestrune;
 using namespace kestrune::test;
 using namespace Qt::StringLiterals;
@@ -46,30 +44,6 @@ private Q_SLOTS:
             {"neither encoding", "\xC3\x28\xFF", {}},
         };
         forEachRow(rows, [](const auto &row) { QVERIFY(decodeGb18030(row.bytes) == row.text); });
-    }
-
-    // Against an independent encoder, the C library's, over whole ranges of characters.
-    void everyFormRoundTrips()
-    {
-        QString expected;
-        for (char32_t c = 0x20; c < 0x2FA1E; ++c) {
-            if (QChar::isSurrogate(c) || QChar::isNonCharacter(c) || (c >= 0xE000 && c <= 0xF8FF))
-                continue; // the private area differs between editions of the standard
-            if (c == 0x1E3F || c == 0x20087 || c == 0x20089 || c == 0x200CC || c == 0x215D7 || c == 0x2298F ||
-                c == 0x241FE || (c >= 0x9FB4 && c <= 0x9FBB) || (c >= 0xFE10 && c <= 0xFE19))
-                continue; // moved by later editions
-            expected += QChar::fromUcs4(c);
-        }
-        QByteArray utf8 = expected.toUtf8();
-        QByteArray encoded(4 * expected.size(), 0);
-        char *in = utf8.data();
-        char *out = encoded.data();
-        std::size_t inLeft = std::size_t(utf8.size());
-        std::size_t outLeft = std::size_t(encoded.size());
-        const iconv_t encoder = iconv_open("GB18030", "UTF-8");
-        QCOMPARE(iconv(encoder, &in, &inLeft, &out, &outLeft), std::size_t(0));
-        iconv_close(encoder);
-        QVERIFY(decodeGb18030(encoded.chopped(qsizetype(outLeft))) == expected);
     }
 };
 

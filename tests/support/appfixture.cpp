@@ -48,12 +48,14 @@ QString fieldName(const AppState &state, const PublishedField *field)
 #define FIELDS(X)                                                                                            \
     X(coinSymbol)                                                                                            \
     X(price)                                                                                                 \
-    X(changePct) X(decimals) X(market) X(stockQuote) X(accountSize) X(riskPctPerTrade) X(leverage)           \
-        X(marginMode) X(selectedZonePrice) X(selectedZoneType) X(timeframe) X(zones) X(zonePrice)            \
-            X(sparkline) X(lastUpdated) X(dataSource) X(isLoading) X(errorMessage) X(ctxEMA50) X(ctxEMA200)  \
-                X(ctxVegas) X(ctxRSI) X(ctxMACDHist) X(ctxATR) X(ctxVWAP) X(snapshot) X(snapshotConclusion)  \
-                    X(marketContextExpanded) X(miniMode) X(blingMode) X(multiPrices) X(blingPulse) X(alerts) \
-                        X(pulsePhase) X(signalThreshold) X(displayRangePct) X(maxPerSide)
+    X(changePct)                                                                                             \
+    X(decimals)                                                                                              \
+    X(market) X(stockQuote) X(accountSize) X(riskPctPerTrade) X(leverage) X(marginMode) X(selectedZonePrice) \
+        X(selectedZoneType) X(timeframe) X(zones) X(zonePrice) X(sparkline) X(lastUpdated) X(dataSource)     \
+            X(isLoading) X(errorMessage) X(ctxEMA50) X(ctxEMA200) X(ctxVegas) X(ctxRSI) X(ctxMACDHist)       \
+                X(ctxATR) X(ctxVWAP) X(snapshot) X(snapshotConclusion) X(marketContextExpanded) X(miniMode)  \
+                    X(blingMode) X(multiPrices) X(blingPulse) X(alerts) X(pulsePhase) X(signalThreshold)     \
+                        X(displayRangePct) X(maxPerSide)
 #define NAMED(name) std::pair<const PublishedField *, QString>{&state.name, u"" #name##_s},
     for (const auto &[known, name] : {FIELDS(NAMED)}) {
         if (known == field)

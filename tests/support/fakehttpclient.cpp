@@ -65,11 +65,8 @@ QCoro::Task<std::optional<QByteArray>> FakeHttpClient::get(QUrl url, std::vector
     const auto completion = std::make_shared<Completion<Body>>();
     const Answer answer = take(m_requests.back());
     m_open.push_back({answer.heldOn, completion});
-    if (answer.heldOn.isEmpty()) {
-        // No real answer arrives inside the call that asks for it.
-        const auto arrive = [this, completion, body = answer.body] { finish(completion, body); };
-        QMetaObject::invokeMethod(m_context.get(), arrive, Qt::QueuedConnection);
-    }
+    if (answer.heldOn.isEmpty())
+        finishLater(completion, answer.body);
     co_return co_await *completion;
 }
 
@@ -86,6 +83,13 @@ FakeHttpClient::Answer FakeHttpClient::take(const Request &request)
     }
     problem(QStringLiteral("unexpected request ") + request.url.host() + request.line());
     return {};
+}
+
+// No real answer arrives inside the call that asks for it.
+void FakeHttpClient::finishLater(const std::shared_ptr<Completion<Body>> &completion, const Body &body)
+{
+    QMetaObject::invokeMethod(
+        m_context.get(), [this, completion, body] { finish(completion, body); }, Qt::QueuedConnection);
 }
 
 void FakeHttpClient::finish(const std::shared_ptr<Completion<Body>> &completion, const Body &body)

@@ -76,6 +76,7 @@ private:
     };
 
     Answer take(const Request &request);
+    void finishLater(const std::shared_ptr<Completion<Body>> &completion, const Body &body);
     void finish(const std::shared_ptr<Completion<Body>> &completion, const Body &body);
     void problem(const QString &text);
 

@@ -34,7 +34,7 @@ QByteArray headOf(const LoopbackServer::Answer &answer)
     return lines.join("\r\n") + "\r\n\r\n";
 }
 
-std::unique_ptr<QTcpServer> secureServer(const Certificate &files)
+std::unique_ptr<QTcpServer> secureServer(const LoopbackServer::Certificate &files)
 {
     QFile key(files.key);
     if (!key.open(QIODevice::ReadOnly))
@@ -125,19 +125,13 @@ void LoopbackServer::read(QTcpSocket *socket, int connection)
     const qsizetype lineEnd = pending.indexOf("\r\n");
     m_requests.push_back({pending.left(lineEnd), pending.mid(lineEnd + 2, end - lineEnd - 2), connection});
     pending.remove(0, end + 4);
-    const Answer next = answerTo(m_requests.back());
+    const QByteArray target = m_requests.back().line.split(' ').value(1);
+    const auto found = m_answers.find(QString::fromLatin1(target.split('?').front()));
+    const Answer next = found == m_answers.end() ? Answer{.status = 404} : found->second;
     if (next.delay.count() > 0)
         QTimer::singleShot(next.delay, socket, [this, socket, next] { answer(socket, next); });
     else
         answer(socket, next);
-}
-
-LoopbackServer::Answer LoopbackServer::answerTo(const Request &request) const
-{
-    if (const auto found = m_answers.find(request.target().section(u'?', 0, 0)); found != m_answers.end())
-        return found->second;
-    const QByteArray body = m_others ? m_others(request.target()) : QByteArray();
-    return {.body = body, .status = body.isEmpty() ? 404 : 200};
 }
 
 void LoopbackServer::answer(QTcpSocket *socket, const Answer &answer)
@@ -149,20 +143,19 @@ void LoopbackServer::answer(QTcpSocket *socket, const Answer &answer)
     case Fault::none:
         send(socket, head + answer.body);
         break;
-    case Fault::stall:
+    case Fault::lengthNonsense:
+        send(socket, head + answer.body);
+        close = true;
         break;
-    case Fault::stallInBody:
-        send(socket, head + half);
+    case Fault::stall:
+    case Fault::reset:
         break;
     case Fault::stallInHeaders:
         send(socket, head.left(head.size() / 2));
         break;
-    case Fault::reset:
-        return reset(socket);
+    case Fault::stallInBody:
     case Fault::resetInBody:
         send(socket, head + half);
-        socket->flush();
-        QTimer::singleShot(std::chrono::milliseconds(20), socket, [socket] { reset(socket); });
         break;
     case Fault::truncate:
         send(socket, head + half);
@@ -170,10 +163,6 @@ void LoopbackServer::answer(QTcpSocket *socket, const Answer &answer)
         break;
     case Fault::truncateChunked:
         send(socket, head + QByteArray::number(half.size(), 16) + "\r\n" + half + "\r\n");
-        close = true;
-        break;
-    case Fault::lengthNonsense:
-        send(socket, head + answer.body);
         close = true;
         break;
     case Fault::drip:
@@ -196,6 +185,8 @@ void LoopbackServer::answer(QTcpSocket *socket, const Answer &answer)
         close = true;
         break;
     }
+    if (answer.fault == Fault::reset || answer.fault == Fault::resetInBody)
+        QTimer::singleShot(std::chrono::milliseconds(20), socket, [socket] { reset(socket); });
     if (close)
         socket->disconnectFromHost();
 }

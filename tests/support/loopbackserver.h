@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "support/certificates.h"
-
 #include <QTcpServer>
 #include <QUrl>
 
 #include <chrono>
-#include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <vector>
 
 class QTcpSocket;
@@ -56,19 +54,22 @@ public:
         QByteArray headers; // as sent, without the request line
         int connection;     // the number of the connection, from 0
         [[nodiscard]] QByteArray header(const QByteArray &name) const;
-        [[nodiscard]] QString target() const { return QString::fromLatin1(line.split(' ').value(1)); }
     };
 
+    /// PEM files; the key is one of an elliptic curve.
+    struct Certificate
+    {
+        QString certificate, key;
+    };
     /// Over TLS where a certificate is given.
     explicit LoopbackServer(const std::optional<Certificate> &certificate = std::nullopt);
 
     /// An address of this server, for example url("/v1/kline?symbol=BTC").
     [[nodiscard]] QUrl url(const QString &pathAndQuery) const;
 
-    /// Answers every request for the path (a query does not matter) so, until it is told otherwise.
+    /// Answers every request for the path (a query does not matter) so, until it is told otherwise; 404 for
+    /// paths that nobody named.
     void serve(const QString &path, Answer answer) { m_answers[path] = std::move(answer); }
-    /// Answers what is asked of no such path with this body for path and query; 404 for an empty one.
-    void serveOthers(std::function<QByteArray(const QString &)> body) { m_others = std::move(body); }
 
     [[nodiscard]] const std::vector<Request> &requests() const { return m_requests; }
     [[nodiscard]] qint64 bytesSent() const { return m_bytesSent; }
@@ -88,7 +89,6 @@ public:
 private:
     void accept();
     void read(QTcpSocket *socket, int connection);
-    [[nodiscard]] Answer answerTo(const Request &request) const;
     void answer(QTcpSocket *socket, const Answer &answer);
     void send(QTcpSocket *socket, const QByteArray &bytes);
     void drip(QTcpSocket *socket, const QByteArray &bytes, std::chrono::milliseconds interval);
@@ -97,7 +97,6 @@ private:
 
     QString m_scheme;
     std::map<QString, Answer> m_answers;
-    std::function<QByteArray(const QString &)> m_others;
     std::map<QTcpSocket *, QByteArray> m_pending;
     std::vector<Request> m_requests;
     int m_connections = 0;

@@ -3,14 +3,11 @@
 
 #include <QDateTime>
 #include <QLocale>
-#include <QUrlQuery>
 
 #include <algorithm>
 #include <cmath>
 
 namespace kestrune::test {
-
-using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -110,27 +107,6 @@ QByteArray stockQuotes(const std::vector<QuoteLine> &quotes)
         body += "v_" + quote.code + "=\"" + fields.join('~') + "\";\n";
     }
     return body;
-}
-
-QByteArray healthyMarket(const QString &pathAndQuery)
-{
-    const QString path = pathAndQuery.section(u'?', 0, 0);
-    if (path.startsWith("/q="_L1)) {
-        std::vector<QuoteLine> quotes;
-        for (const QString &code : path.mid(3).split(u','))
-            quotes.push_back({code.toLatin1(), "\xb9\xf3\xd6\xdd\xc3\xa9\xcc\xa8", 1500, 1.25}); // 贵州茅台
-        return stockQuotes(quotes);
-    }
-    if (path == "/appstock/app/fqkline/get"_L1) {
-        const QStringList parts =
-            QUrlQuery(pathAndQuery.section(u'?', 1)).queryItemValue(u"param"_s).split(u',');
-        return stockCandles(parts.value(0), parts.value(1), waveCandles(320, 1500));
-    }
-    if (path == "/api/v4/futures/usdt/tickers"_L1)
-        return gateTicker(61234.5, -2.25);
-    if (path == "/api/v4/spot/candlesticks"_L1)
-        return gateCandles(waveCandles(200, 60000));
-    return path == "/api/v3/klines"_L1 ? "[]" : "";
 }
 
 } // namespace kestrune::test

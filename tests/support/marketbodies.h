@@ -34,8 +34,4 @@ struct QuoteLine
 };
 [[nodiscard]] QByteArray stockQuotes(const std::vector<QuoteLine> &quotes);
 
-/// What a market in good health answers a request for any instrument: BTC at 61234.5, -2.25 %, everything
-/// else alike; Binance has no history. Empty for what is no request of ours.
-[[nodiscard]] QByteArray healthyMarket(const QString &pathAndQuery);
-
 } // namespace kestrune::test

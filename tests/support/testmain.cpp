@@ -59,6 +59,7 @@ int main(int argc, char **argv)
         only = arguments[2].toStdString();
         arguments.remove(1, 2);
     }
+    arguments.append(QStringLiteral("-nocrashhandler")); // Qt's ends in a loop from the second class on
     int failed = 0;
     int run = 0;
     for (const Entry &entry : entries()) {

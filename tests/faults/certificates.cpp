@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "support/certificates.h"
+#include "faults/certificates.h"
 
 #include <QDateTime>
 #include <QDir>
