@@ -102,13 +102,6 @@ const Registration alerts("alerts", [](const QByteArray &bytes) {
     KESTRUNE_REQUIRE(again && again->size() == read->size() && encodeAlerts(*again) == stored);
 });
 
-const QStringList settingKeys{
-    settings::coin.key,         settings::miniMode.key,    settings::market.key,
-    settings::timeframe.key,    settings::maxPerSide.key,  settings::signalThreshold.key,
-    settings::displayRange.key, settings::accountSize.key, settings::riskPerTrade.key,
-    settings::leverage.key,     settings::marginMode.key,  settings::marketContextExpanded.key,
-    settings::alerts.key,       settings::blingMode.key,   settings::hasLaunched.key};
-
 QByteArray contentOf(const QString &path)
 {
     QFile file(path);
@@ -128,15 +121,19 @@ const Registration preferences("preferences", [](const QByteArray &bytes) {
     JsonPreferences stored(folder.path());
     bool failed = false;
     stored.onFirstWriteFailure([&failed] { failed = true; });
-    for (const QString &key : settingKeys) {
-        static_cast<void>(stored.text(key));
-        static_cast<void>(stored.boolean(key));
-        static_cast<void>(stored.json(key));
-        const auto number = stored.number(key);
-        KESTRUNE_REQUIRE(!number || std::isfinite(*number));
-        const auto integer = stored.integer(key);
-        KESTRUNE_REQUIRE(!integer || number == double(*integer));
-    }
+    const auto restore = [&stored](const auto &...setting) {
+        (static_cast<void>(setting.restored(stored)), ...);
+        for (const QString &key : {setting.key...}) {
+            const auto number = stored.number(key);
+            KESTRUNE_REQUIRE(!number || std::isfinite(*number));
+            const auto integer = stored.integer(key);
+            KESTRUNE_REQUIRE(!integer || number == double(*integer));
+        }
+    };
+    restore(settings::coin, settings::miniMode, settings::market, settings::timeframe,
+            settings::signalThreshold, settings::displayRange, settings::maxPerSide, settings::accountSize,
+            settings::riskPerTrade, settings::leverage, settings::marginMode, settings::marketContextExpanded,
+            settings::alerts, settings::blingMode, settings::hasLaunched);
     // What is no JSON object is set aside, once.
     const QJsonDocument before = QJsonDocument::fromJson(bytes);
     const QStringList broken = folder.entryList({u"*.broken-*"_s}, QDir::Files);
