@@ -77,8 +77,8 @@ void plan(benchmark::State &state)
     for (int i = 10; i >= -10; --i) {
         const double mid = 62000 * (1 + 0.004 * i);
         if (i != 0)
-            zones.emplace_back(mid - 50, mid + 50, mid, TextList{}, 0.4 * i, 1, false,
-                               i > 0 ? u"resistance"_s : u"support"_s);
+            zones.push_back(
+                Zone(mid - 50, mid + 50, mid, {}, 0.4 * i, 1, false, i > 0 ? u"resistance"_s : u"support"_s));
     }
     std::vector<TimeframeSignal> snapshot;
     for (const auto &label : {u"1H"_s, u"4H"_s, u"日线"_s})

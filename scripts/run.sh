@@ -10,11 +10,13 @@ install_missing "${build_packages[@]}" "${run_packages[@]}"
 # Configured and built on standard error: standard output belongs to the program.
 (cd "$root" && cmake --preset release >/dev/null)
 build=("$root/build/release" --target kestrune-bar kestrune-replay --)
-if [ -t 2 ] && ! cmake --build "${build[@]}" -n | grep -q 'no work to do'; then
-    echo "Building Kestrune Bar: about a minute the first time, several on a slow machine." >&2
-    cmake --build "${build[@]}" >&2
-else
-    cmake --build "${build[@]}" --quiet >&2
+if ! cmake --build "${build[@]}" -n | grep -q 'no work to do'; then
+    quiet=--quiet
+    if [ -t 2 ]; then
+        echo "Building Kestrune Bar: about a minute the first time, several on a slow machine." >&2
+        quiet=
+    fi
+    cmake --build "${build[@]}" $quiet >&2
 fi
 
 arguments=("$@")

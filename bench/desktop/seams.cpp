@@ -2,6 +2,7 @@
 // The state and the status bar's controller at work in real time between fakes: market answers are there at
 // once and pictures go nowhere. What wakes this program is its own timing.
 
+#include "platform/httpclient.h"
 #include "platform/systemclock.h"
 #include "statusbar/fakeitem.h"
 #include "statusbar/statusbarcontroller.h"
