@@ -24,6 +24,7 @@ if(KESTRUNE_WERROR)
     target_compile_options(kestrune_options INTERFACE -Werror)
 endif()
 target_compile_definitions(kestrune_options INTERFACE
+    KESTRUNE_WEB_EDITION_URL="${KESTRUNE_WEB_EDITION_URL}"
     QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_FOREACH QT_NO_KEYWORDS
     QT_DISABLE_DEPRECATED_BEFORE=0x060400)
 if(KESTRUNE_SANITIZE)
@@ -60,16 +61,25 @@ function(kestrune_batch_generated target)
 endfunction()
 
 # kestrune_add_library(kestrune_x ALIAS X SOURCES ... HEADERS ... LINKS ... [PRIVATE_LINKS ...])
+# With KESTRUNE_ONE_PIECE nothing is built for it: a program that links it compiles its sources in its own batches,
+# which reads the libraries' headers a few times instead of once for every folder.
 function(kestrune_add_library name)
     cmake_parse_arguments(arg "" "ALIAS" "SOURCES;HEADERS;LINKS;PRIVATE_LINKS" ${ARGN})
-    add_library(${name} STATIC ${arg_SOURCES})
-    kestrune_batch_generated(${name})
+    if(KESTRUNE_ONE_PIECE)
+        add_library(${name} INTERFACE)
+        list(TRANSFORM arg_SOURCES PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/ REGEX "^[^/]")
+        target_sources(${name} INTERFACE ${arg_SOURCES})
+        target_include_directories(${name} INTERFACE ${PROJECT_SOURCE_DIR}/src)
+        target_link_libraries(${name} INTERFACE ${arg_LINKS} ${arg_PRIVATE_LINKS})
+    else()
+        add_library(${name} STATIC ${arg_SOURCES})
+        target_sources(${name} PUBLIC FILE_SET HEADERS
+            BASE_DIRS ${PROJECT_SOURCE_DIR}/src FILES ${arg_HEADERS})
+        target_link_libraries(${name} PUBLIC ${arg_LINKS} PRIVATE kestrune_options ${arg_PRIVATE_LINKS})
+        # The header check compiles with the public settings only.
+        target_compile_features(${name} PUBLIC cxx_std_20)
+    endif()
     add_library(Kestrune::${arg_ALIAS} ALIAS ${name})
-    target_sources(${name} PUBLIC FILE_SET HEADERS
-        BASE_DIRS ${PROJECT_SOURCE_DIR}/src FILES ${arg_HEADERS})
-    target_link_libraries(${name} PUBLIC ${arg_LINKS} PRIVATE kestrune_options ${arg_PRIVATE_LINKS})
-    # The header check compiles with the public settings only.
-    target_compile_features(${name} PUBLIC cxx_std_20)
 endfunction()
 
 # kestrune_add_test(tst_x APP core|gui|widgets SOURCES ... LINKS ... [ENVIRONMENT ...])

@@ -168,8 +168,8 @@ const Registration commandLine("command-line", [](const QByteArray &bytes) {
 
 const Registration settingInputs("setting-inputs", [](const QByteArray &bytes) {
     const QString text = QString::fromUtf8(bytes);
-    for (const NumberField *number : {&field::threshold, &field::range, &field::perSide, &field::risk,
-                                      &field::leverage, &field::account, &field::alertPrice}) {
+    for (const NumberField *number : {&fields::threshold, &fields::range, &fields::perSide, &fields::risk,
+                                      &fields::leverage, &fields::account, &fields::alertPrice}) {
         const auto value = number->accepted(text);
         if (!value)
             continue;

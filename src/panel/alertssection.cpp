@@ -45,7 +45,7 @@ AlertsSection::AlertsSection(const PanelContext &context, QWidget *parent)
 
 void AlertsSection::addManualAlert()
 {
-    if (const auto target = field::alertPrice.accepted(m_input->text()))
+    if (const auto target = fields::alertPrice.accepted(m_input->text()))
         m_context.state.addAlert(*target);
     m_input->clear(); // in every case
 }

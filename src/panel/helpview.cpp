@@ -19,7 +19,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int margin = 16;
+constexpr int helpMargin = 16;
 constexpr int paragraphSpacing = 14;
 
 QWidget *makeGroup(const HelpParagraph &paragraph)
@@ -42,7 +42,7 @@ HelpView::HelpView(QWidget *parent) : QWidget(parent)
     setAttribute(Qt::WA_WindowPropagation);
     setAccessibleName(u"功能使用说明"_s);
     setFixedSize(viewSize);
-    auto *column = columnIn(this, paragraphSpacing, {0, margin, 0, margin});
+    auto *column = columnIn(this, paragraphSpacing, {0, helpMargin, 0, helpMargin});
     column->addWidget(makeTitleRow());
     column->addWidget(makeParagraphs(), 1);
     column->addWidget(makeBottomRow());
@@ -53,7 +53,8 @@ QWidget *HelpView::makeTitleRow()
 {
     auto *row = new QWidget;
     auto *line = new QHBoxLayout(row);
-    line->setContentsMargins(margin, 0, margin - 4, 0); // the icon, not its hit area, ends at the margin
+    line->setContentsMargins(helpMargin, 0, helpMargin - 4,
+                             0); // the icon, not its hit area, ends at the margin
     auto *close = new IconButton(u"xmark.circle.fill"_s);
     close->setTip(u"关闭"_s);
     connect(close, &IconButton::clicked, this, &HelpView::closeRequested);
@@ -66,7 +67,7 @@ QWidget *HelpView::makeTitleRow()
 QWidget *HelpView::makeParagraphs()
 {
     auto *content = new QWidget;
-    auto *column = columnIn(content, paragraphSpacing, {margin, 0, margin, 0});
+    auto *column = columnIn(content, paragraphSpacing, {helpMargin, 0, helpMargin, 0});
     for (const HelpParagraph &paragraph : helpParagraphs())
         column->addWidget(makeGroup(paragraph));
     auto *area = new ScrollArea;
@@ -81,7 +82,8 @@ QWidget *HelpView::makeParagraphs()
 QWidget *HelpView::makeBottomRow()
 {
     auto *row = new QWidget;
-    auto *line = rowIn(row, 8, {margin, 2, margin - 8, 0}); // the word, not its ground, ends at the margin
+    auto *line =
+        rowIn(row, 8, {helpMargin, 2, helpMargin - 8, 0}); // the word, not its ground, ends at the margin
     auto *disclaimer = new TextLabel(u"提示：所有数据来自交易所公开行情，仅供学习参考，不构成投资建议。"_s,
                                      TypeRole::caption, Tone::secondary);
     disclaimer->setWrap(true);

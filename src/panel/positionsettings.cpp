@@ -91,20 +91,20 @@ QWidget *PositionSettings::makeRow(QWidget *title, QWidget *control)
 
 void PositionSettings::submitAccount()
 {
-    m_context.state.accountSize = field::account.accepted(m_account->text()).value_or(0);
+    m_context.state.accountSize = fields::account.accepted(m_account->text()).value_or(0);
 }
 
 void PositionSettings::submitRisk()
 {
-    if (const auto risk = field::risk.accepted(m_risk->text()))
+    if (const auto risk = fields::risk.accepted(m_risk->text()))
         m_context.state.riskPctPerTrade = *risk;
     else
-        m_risk->showText(field::risk.spelled(m_context.state.riskPctPerTrade()));
+        m_risk->showText(fields::risk.spelled(m_context.state.riskPctPerTrade()));
 }
 
 void PositionSettings::submitLeverage()
 {
-    if (const auto leverage = field::leverage.accepted(m_leverage->text()))
+    if (const auto leverage = fields::leverage.accepted(m_leverage->text()))
         m_context.state.leverage = *leverage;
     else
         showLeverage();
@@ -112,13 +112,13 @@ void PositionSettings::submitLeverage()
 
 void PositionSettings::showLeverage()
 {
-    m_leverage->showText(field::leverage.spelled(m_context.state.leverage()));
+    m_leverage->showText(fields::leverage.spelled(m_context.state.leverage()));
 }
 
 void PositionSettings::fillFields()
 {
-    m_account->showText(field::account.spelled(m_context.state.accountSize()));
-    m_risk->showText(field::risk.spelled(m_context.state.riskPctPerTrade()));
+    m_account->showText(fields::account.spelled(m_context.state.accountSize()));
+    m_risk->showText(fields::risk.spelled(m_context.state.riskPctPerTrade()));
     showLeverage();
 }
 

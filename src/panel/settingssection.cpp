@@ -59,9 +59,9 @@ SettingsSection::SettingsSection(const PanelContext &context, QWidget *parent)
     connect(m_market, &ChoiceRow::picked, this, &SettingsSection::chooseMarket);
     connect(m_miniMode, &ToggleSwitch::clicked, this,
             [&state = m_context.state] { state.miniMode = !state.miniMode(); });
-    connectStepper(m_threshold, field::threshold, m_context.state.signalThreshold);
-    connectStepper(m_range, field::range, m_context.state.displayRangePct);
-    connectStepper(m_perSide, field::perSide, m_context.state.maxPerSide);
+    connectStepper(m_threshold, fields::threshold, m_context.state.signalThreshold);
+    connectStepper(m_range, fields::range, m_context.state.displayRangePct);
+    connectStepper(m_perSide, fields::perSide, m_context.state.maxPerSide);
     fillFields();
 }
 

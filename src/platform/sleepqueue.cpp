@@ -24,13 +24,17 @@ QCoro::Task<bool> SleepQueue::sleepUntil(Deadline deadline, std::stop_token stop
     if (m_onChange)
         m_onChange();
     // A place is never used twice, so a wake that comes after the deadline's finds nobody.
-    const std::stop_callback wakeOnStop(std::move(stop), [this, place] {
-        if (m_closing)
-            return; // every sleeper is being woken anyway
-        QMetaObject::invokeMethod(
-            m_context.get(), [this, place] { wakeStopped(place); }, Qt::QueuedConnection);
-    });
+    const std::stop_callback wakeOnStop(std::move(stop), Waker{this, place});
     co_return co_await *sleeper; // on false the queue is gone
+}
+
+void SleepQueue::Waker::operator()() const
+{
+    if (queue->m_closing)
+        return; // every sleeper is being woken anyway
+    QMetaObject::invokeMethod(
+        queue->m_context.get(), [waker = *this] { waker.queue->wakeStopped(waker.place); },
+        Qt::QueuedConnection);
 }
 
 std::optional<SleepQueue::Deadline> SleepQueue::earliest() const

@@ -57,6 +57,14 @@ private:
     };
     using Sleeper = std::shared_ptr<Completion<bool>>;
 
+    /// Reacts to a stop.
+    struct Waker
+    {
+        SleepQueue *queue;
+        Place place;
+        void operator()() const;
+    };
+
     void wakeStopped(Place place);
     void wake(std::map<Place, Sleeper>::iterator sleeper, bool result);
 

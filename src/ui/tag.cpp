@@ -12,7 +12,7 @@ namespace {
 
 constexpr int tagSideMargin = 6;
 constexpr int tagTopMargin = 1;
-constexpr double radius = 4;
+constexpr double tagRadius = 4;
 constexpr float groundOpacity = 0.15F;
 
 QSize sizeOf(const QString &text)
@@ -49,7 +49,7 @@ void Tag::paintEvent(QPaintEvent *)
     const QColor color = paletteOf(this).color(m_color);
     QColor ground = color;
     ground.setAlphaF(groundOpacity);
-    fillRounded(painter, rect(), radius, ground);
+    fillRounded(painter, rect(), tagRadius, ground);
     painter.setPen(color);
     drawTextLine(painter, QPointF(tagSideMargin, tagTopMargin), m_text, TypeRole::tag);
 }

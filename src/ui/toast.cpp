@@ -29,7 +29,7 @@ constexpr int toastIconSide = 16;
 constexpr int toastIconGap = 6;
 constexpr int sidePadding = 12;
 constexpr int topPadding = 7;
-constexpr auto role = TypeRole::caption;
+constexpr auto toastRole = TypeRole::caption;
 
 /// Widening veils beneath the capsule: a soft shadow without a blur.
 void paintShadow(QPainter &painter, const QRectF &capsule, double toastRadius)
@@ -125,13 +125,13 @@ void Toast::slideTo(double presence)
 void Toast::place()
 {
     const int around = 2 * sidePadding + toastIconSide + toastIconGap;
-    takeText(m_layout, m_message, role, true);
-    breakLines(m_layout, role, std::max(m_maximumWidth - around, 40));
+    takeText(m_layout, m_message, toastRole, true);
+    breakLines(m_layout, toastRole, std::max(m_maximumWidth - around, 40));
     double widest = 0;
     for (int i = 0; i < m_layout.lineCount(); ++i)
         widest = std::max(widest, m_layout.lineAt(i).naturalTextWidth());
     m_capsule = {static_cast<int>(std::ceil(widest)) + around,
-                 std::max(m_layout.lineCount(), 1) * lineHeight(role) + 2 * topPadding};
+                 std::max(m_layout.lineCount(), 1) * lineHeight(toastRole) + 2 * topPadding};
     const QPoint corner = m_bottomCenter - QPoint(m_capsule.width() / 2, m_capsule.height());
     setGeometry(
         QRect(corner, m_capsule).adjusted(-shadowMargin, -shadowMargin, shadowMargin, shadowMargin + travel));

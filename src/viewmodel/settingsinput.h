@@ -26,7 +26,7 @@ struct NumberField
     [[nodiscard]] QString spelled(double value) const;
 };
 
-namespace field {
+namespace fields {
 
 inline constexpr double aboveZero = std::numeric_limits<double>::denorm_min();
 
@@ -38,6 +38,6 @@ inline constexpr NumberField leverage{.highest = 125, .refusedBelow = 1};
 inline constexpr NumberField account{.amount = true};
 inline constexpr NumberField alertPrice{.refusedBelow = aboveZero};
 
-} // namespace field
+} // namespace fields
 
 } // namespace kestrune
