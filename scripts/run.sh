@@ -7,9 +7,19 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 . "$root/scripts/packages.sh"
 
 install_missing "${build_packages[@]}" "${run_packages[@]}"
+arguments=("$@")
+demo=false
+snapshot=false
+for argument in "$@"; do
+    [ "$argument" = --demo ] && demo=true
+    case $argument in --snapshot | --help | --version) snapshot=true ;; esac
+done
+
 # Configured and built on standard error: standard output belongs to the program.
 (cd "$root" && cmake --preset release >/dev/null)
-build=("$root/build/release" --target kestrune-bar kestrune-replay --)
+build=("$root/build/release" --target kestrune-bar)
+$demo && build+=(kestrune-replay)
+build+=(--)
 if ! cmake --build "${build[@]}" -n | grep -q 'no work to do'; then
     quiet=--quiet
     if [ -t 2 ]; then
@@ -19,13 +29,6 @@ if ! cmake --build "${build[@]}" -n | grep -q 'no work to do'; then
     cmake --build "${build[@]}" $quiet >&2
 fi
 
-arguments=("$@")
-demo=false
-snapshot=false
-for argument in "$@"; do
-    [ "$argument" = --demo ] && demo=true
-    case $argument in --snapshot | --help | --version) snapshot=true ;; esac
-done
 if $demo && ! $snapshot && [ -z "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
     # Nothing to show a bar on: leave a picture of the demo market behind instead.
     arguments+=(--snapshot snapshot)

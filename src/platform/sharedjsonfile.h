@@ -22,8 +22,8 @@ namespace kestrune {
 class SharedJsonFile
 {
 public:
-    /// Larger files count as broken, and no larger one is written: some 10 000 alerts. What does not come from
-    /// this program must not hold up the start.
+    /// Larger files count as broken, and no larger one is written: some 10 000 alerts. What does not come
+    /// from this program must not hold up the start.
     static constexpr qint64 largestSize = qint64(3) * 1024 * 1024;
 
     /// The folder need not exist; the first write creates it for its owner alone.

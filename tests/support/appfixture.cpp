@@ -50,7 +50,8 @@ QString fieldName(const AppState &state, const PublishedField *field)
     X(price)                                                                                                 \
     X(changePct)                                                                                             \
     X(decimals)                                                                                              \
-    X(market) X(stockQuote) X(accountSize) X(riskPctPerTrade) X(leverage) X(marginMode) X(selectedZonePrice) \
+    X(market)                                                                                                \
+    X(stockQuote) X(accountSize) X(riskPctPerTrade) X(leverage) X(marginMode) X(selectedZonePrice)           \
         X(selectedZoneType) X(timeframe) X(zones) X(zonePrice) X(sparkline) X(lastUpdated) X(dataSource)     \
             X(isLoading) X(errorMessage) X(ctxEMA50) X(ctxEMA200) X(ctxVegas) X(ctxRSI) X(ctxMACDHist)       \
                 X(ctxATR) X(ctxVWAP) X(snapshot) X(snapshotConclusion) X(marketContextExpanded) X(miniMode)  \
