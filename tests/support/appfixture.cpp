@@ -45,26 +45,22 @@ QString quoteLine(const QString &codes)
 
 QString fieldName(const AppState &state, const PublishedField *field)
 {
-#define FIELDS(X)                                                                                            \
-    X(coinSymbol)                                                                                            \
-    X(price)                                                                                                 \
-    X(changePct)                                                                                             \
-    X(decimals)                                                                                              \
-    X(market)                                                                                                \
-    X(stockQuote) X(accountSize) X(riskPctPerTrade) X(leverage) X(marginMode) X(selectedZonePrice)           \
-        X(selectedZoneType) X(timeframe) X(zones) X(zonePrice) X(sparkline) X(lastUpdated) X(dataSource)     \
-            X(isLoading) X(errorMessage) X(ctxEMA50) X(ctxEMA200) X(ctxVegas) X(ctxRSI) X(ctxMACDHist)       \
-                X(ctxATR) X(ctxVWAP) X(snapshot) X(snapshotConclusion) X(marketContextExpanded) X(miniMode)  \
-                    X(blingMode) X(multiPrices) X(blingPulse) X(alerts) X(pulsePhase) X(signalThreshold)     \
-                        X(displayRangePct) X(maxPerSide)
-#define NAMED(name) std::pair<const PublishedField *, QString>{&state.name, u"" #name##_s},
-    for (const auto &[known, name] : {FIELDS(NAMED)}) {
-        if (known == field)
-            return name;
-    }
-#undef NAMED
-#undef FIELDS
-    return u"unknown field"_s;
+#define FIELD(name) std::pair<const PublishedField *, QString>(&state.name, u"" #name##_s)
+    const auto nameAmong = [field](const auto &...known) {
+        QString found = u"unknown field"_s;
+        ((known.first == field ? void(found = known.second) : void()), ...);
+        return found;
+    };
+    return nameAmong(FIELD(coinSymbol), FIELD(price), FIELD(changePct), FIELD(decimals), FIELD(market),
+                     FIELD(stockQuote), FIELD(accountSize), FIELD(riskPctPerTrade), FIELD(leverage),
+                     FIELD(marginMode), FIELD(selectedZonePrice), FIELD(selectedZoneType), FIELD(timeframe),
+                     FIELD(zones), FIELD(zonePrice), FIELD(sparkline), FIELD(lastUpdated), FIELD(dataSource),
+                     FIELD(isLoading), FIELD(errorMessage), FIELD(ctxEMA50), FIELD(ctxEMA200),
+                     FIELD(ctxVegas), FIELD(ctxRSI), FIELD(ctxMACDHist), FIELD(ctxATR), FIELD(ctxVWAP),
+                     FIELD(snapshot), FIELD(snapshotConclusion), FIELD(marketContextExpanded),
+                     FIELD(miniMode), FIELD(blingMode), FIELD(multiPrices), FIELD(blingPulse), FIELD(alerts),
+                     FIELD(pulsePhase), FIELD(signalThreshold), FIELD(displayRangePct), FIELD(maxPerSide));
+#undef FIELD
 }
 
 bool sameZones(const std::vector<Zone> &a, const std::vector<Zone> &b)
