@@ -27,18 +27,6 @@ CandleList shortNumbers(std::size_t count)
     return candles;
 }
 
-QByteArray okxBody()
-{
-    QByteArrayList rows; // newest first
-    for (const Candle &candle : shortNumbers(200)) {
-        QByteArray row = "[\"" + QByteArray::number(candle.ts);
-        for (const double value : {candle.o, candle.h, candle.l, candle.c, candle.v})
-            row += "\",\"" + QByteArray::number(value, 'f', 1);
-        rows.prepend(row + "\",\"1581.97730455\",\"101246547.12\",\"1\"]");
-    }
-    return R"({"code":"0","msg":"","data":[)" + rows.join(',') + "]}";
-}
-
 Result<CandleList> stockDays(const QByteArray &body)
 {
     return parseStockCandles(body, u"sh600519"_s, u"day"_s);
@@ -65,7 +53,7 @@ void pass(benchmark::State &state, const QByteArray &body)
     BENCHMARK_CAPTURE(pass, name, body)
 KESTRUNE_PARSE(gate, gateCandles(shortNumbers(200)), parseGateCandles, 200);
 KESTRUNE_PARSE(binance, binanceCandles(shortNumbers(200)), parseBinanceCandles, 200);
-KESTRUNE_PARSE(okx, okxBody(), parseOkxCandles, 200);
+KESTRUNE_PARSE(okx, okxCandles(shortNumbers(200)), parseOkxCandles, 200);
 KESTRUNE_PARSE(stock, stockCandles(u"sh600519"_s, u"day"_s, shortNumbers(320)), stockDays, 320);
 #undef KESTRUNE_PARSE
 

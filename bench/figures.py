@@ -49,7 +49,7 @@ FIGURES = [
     computed("1 000 alerts of one instrument checked, nothing changes", "alerts/1", 4),
     computed("200 Gate.io candle rows from bytes", "parse/gate", 12, "pass/gate"),
     computed("200 Binance candle rows from bytes", "parse/binance", 12, "pass/binance"),
-    computed("200 OKX candle rows from bytes", "parse/okx", 9, "pass/okx"),
+    computed("200 OKX candle rows from bytes", "parse/okx", 12, "pass/okx"),
     computed("320 stock candle rows from bytes", "parse/stock", 11, "pass/stock"),
     computed("status picture", "picture/status", 4, "painter/status"),
     computed("neon picture of 8 signs", "picture/neon", 11, "painter/neon"),

@@ -73,6 +73,7 @@ function(kestrune_add_library name)
         target_link_libraries(${name} INTERFACE ${arg_LINKS} ${arg_PRIVATE_LINKS})
     else()
         add_library(${name} STATIC ${arg_SOURCES})
+        kestrune_batch_generated(${name})
         target_sources(${name} PUBLIC FILE_SET HEADERS
             BASE_DIRS ${PROJECT_SOURCE_DIR}/src FILES ${arg_HEADERS})
         target_link_libraries(${name} PUBLIC ${arg_LINKS} PRIVATE kestrune_options ${arg_PRIVATE_LINKS})

@@ -17,7 +17,7 @@ done
 
 # Configured and built on standard error: standard output belongs to the program.
 (cd "$root" && cmake --preset release >/dev/null)
-build=("$root/build/release" --target kestrune-bar)
+build=("$root/build/release" --target kestrune-bar kestrune-sound)
 $demo && build+=(kestrune-replay)
 build+=(--)
 if ! cmake --build "${build[@]}" -n | grep -q 'no work to do'; then
