@@ -84,7 +84,7 @@ function(kestrune_add_library name)
 endfunction()
 
 # kestrune_add_test(tst_x APP core|gui|widgets SOURCES ... LINKS ... [ENVIRONMENT ...])
-# One executable per folder; every test class registers itself with KESTRUNE_TEST.
+# Usually one executable per folder; every test class registers itself with KESTRUNE_TEST.
 function(kestrune_add_test name)
     cmake_parse_arguments(arg "" "APP;TIMEOUT" "SOURCES;LINKS;ENVIRONMENT" ${ARGN})
     if(NOT arg_TIMEOUT)

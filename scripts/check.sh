@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Every check of a reviewer. check.sh [STEP...] runs the named steps only, check.sh quick those that end within a
+# Every check. check.sh [STEP...] runs the named steps only, check.sh quick those that end within a
 # minute and build nothing. One line per step; stops at the first failure and shows its output.
 #   style layers share format       the sources as text; layers also looks at the names of folders
 #   shell cppcheck lint coroutines  what the checkers of the languages say

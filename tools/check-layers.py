@@ -74,7 +74,7 @@ def main() -> int:
         faults += check(path, *REPLAY)
     if seen == 0:
         faults.append("no sources found")
-    print("\n".join(faults) if faults else f"{seen} files, layers as agreed")
+    print("\n".join(faults) if faults else f"{seen} files, layers in order")
     return 1 if faults else 0
 
 

@@ -7,7 +7,7 @@ namespace kestrune {
 
 using namespace Qt::StringLiterals;
 
-// The wording is the product's own and stays as it is, also where it rounds off what the program does.
+// The same words as everywhere the program is explained, so they round off what it does in places.
 std::span<const HelpParagraph> helpParagraphs()
 {
     static const std::array paragraphs{

@@ -77,7 +77,7 @@ QCoro::Task<> SnapshotMode::waitUntilReady(Instant deadline)
     Q_EMIT finished();
 }
 
-// Deliberate: without a picture there is no summary either, but a picture that cannot be written does not
+// deliberate: without a picture there is no summary either, but a picture that cannot be written does not
 // keep the summary from being written.
 void SnapshotMode::capture()
 {

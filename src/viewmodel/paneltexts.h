@@ -16,8 +16,8 @@ class AppState;
 
 // The words that the panel shows; the widgets only put them on the screen.
 
-/// "▲ 2.35%"; a fall keeps the value's own sign beside the arrow ("▼ -1.23%"),
-/// deliberate: the product's wording.
+/// "▲ 2.35%". deliberate: a fall keeps the value's own sign beside the arrow ("▼ -1.23%"), as traders know
+/// it.
 [[nodiscard]] QString changeText(double changePct);
 /// "更新 14:32:05" in local time.
 [[nodiscard]] QString updateText(Instant lastUpdated);

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The program against markets that fail: the documented fallback each time, in time and in bounds.
+"""The program against markets that fail: the next source each time, in time and in bounds.
 
 Two dozen cases that end at once; with "all" every fault at every endpoint, alone and in pairs along the two fallback
 chains, which takes minutes.

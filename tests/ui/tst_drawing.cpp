@@ -64,7 +64,7 @@ private Q_SLOTS:
     void everyTextIsReadableOnItsGrounds()
     {
         for (const Palette *p : {&darkPalette(), &lightPalette()}) {
-            const auto over = [p](QColor color, double alpha, const QColor &ground) {
+            const auto over = [](QColor color, double alpha, const QColor &ground) {
                 color.setAlphaF(static_cast<float>(alpha));
                 return blended(color, ground);
             };
