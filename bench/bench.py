@@ -111,7 +111,7 @@ def machine():
 def main():
     parser = argparse.ArgumentParser(prog="scripts/bench.sh", description="Measures the program against its limits.")
     parser.add_argument("--quick", action="store_true", help="leave out what takes a minute")
-    parser.add_argument("--markdown", action="store_true", help="the table as the README shows it")
+    parser.add_argument("--markdown", action="store_true", help="the table in Markdown")
     parser.add_argument("bin_dir", type=pathlib.Path, help=argparse.SUPPRESS)
     parser.add_argument("filter", nargs="?", default="", help="only figures whose name matches this pattern")
     options = parser.parse_args()
