@@ -4,10 +4,12 @@
 #include "market/shanghaitime.h"
 
 #include <algorithm>
+#include <ranges>
 
 namespace kestrune {
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -46,14 +48,16 @@ struct Timeframe
     QStringView cryptoInterval;
     QStringView stockPeriod;
     QStringView chartInterval;
+    std::chrono::hours length; ///< of a candle, without end
+    int tradingDays;           ///< of a stock's candle
 };
 /// In menu order.
 constexpr std::array timeframeTable{
-    Timeframe{hourLabel, u"1h", {}, u"60"},
-    Timeframe{fourHoursLabel, u"4h", {}, u"240"},
-    Timeframe{defaultTimeframe, u"1d", u"day", u"1D"},
-    Timeframe{weekLabel, {}, u"week", u"1W"},
-    Timeframe{monthLabel, {}, u"month", u"1M"},
+    Timeframe{hourLabel, u"1h", {}, u"60", 1h, 1},
+    Timeframe{fourHoursLabel, u"4h", {}, u"240", 4h, 1},
+    Timeframe{defaultTimeframe, u"1d", u"day", u"1D", 24h, 1},
+    Timeframe{weekLabel, {}, u"week", u"1W", 7 * 24h, 5},
+    Timeframe{monthLabel, {}, u"month", u"1M", 31 * 24h, 23},
 };
 
 QStringList labelsWith(QStringView Timeframe::*meaning)
@@ -66,12 +70,17 @@ QStringList labelsWith(QStringView Timeframe::*meaning)
     return labels;
 }
 
-QString meaningOf(QStringView label, QStringView Timeframe::*meaning)
+const Timeframe &timeframeOf(QStringView label, QStringView Timeframe::*meaning)
 {
     const auto *found = std::ranges::find(timeframeTable, label, &Timeframe::label);
     if (found == timeframeTable.end() || (found->*meaning).isEmpty())
         found = std::ranges::find(timeframeTable, defaultTimeframe, &Timeframe::label);
-    return (found->*meaning).toString();
+    return *found;
+}
+
+QString meaningOf(QStringView label, QStringView Timeframe::*meaning)
+{
+    return (timeframeOf(label, meaning).*meaning).toString();
 }
 
 } // namespace
@@ -131,16 +140,48 @@ std::optional<StockMarket> stockMarketOf(QStringView code)
     return allStockMarkets[static_cast<std::size_t>(found - exchangePrefixes.begin())];
 }
 
-bool isTrading(StockMarket market, Instant instant)
+MarketSession marketSession(StockMarket market, Instant instant)
 {
-    const ShanghaiTime now = shanghaiTime(instant);
-    if (now.weekday == 0 || now.weekday == 6)
-        return false;
+    using namespace std::chrono;
     // deliberate: public holidays are not known, a holiday weekday counts as trading
     const auto &sessions = market == StockMarket::hk ? hongKongSessions : chinaSessions;
-    return std::ranges::any_of(sessions, [&](const TradingSession &session) {
-        return session.start <= now.minuteOfDay && now.minuteOfDay <= session.end;
-    });
+    const ShanghaiTime now = shanghaiTime(instant);
+    const auto intoMinute = duration_cast<seconds>(instant.time_since_epoch()) % 60s;
+    const auto passed = [&](int daysAgo, int minute) {
+        return minutes(daysAgo * 1440 + now.minuteOfDay - minute) + intoMinute;
+    };
+    for (int daysAgo = 0;; ++daysAgo) { // back to the last beginning or end of a session
+        const int weekday = (now.weekday + 7 - daysAgo % 7) % 7;
+        if (weekday == 0 || weekday == 6)
+            continue;
+        for (const TradingSession &session : sessions | std::views::reverse) {
+            const bool last = &session == &sessions.back();
+            if (const auto since = passed(daysAgo, session.end + 1); since >= 0s)
+                return {.open = false, .noonBreak = !last && daysAgo == 0, .since = since};
+            if (const auto since = passed(daysAgo, session.start); since >= 0s)
+                return {.open = true, .noonBreak = false, .since = since};
+        }
+    }
+}
+
+bool isTrading(StockMarket market, Instant instant)
+{
+    return marketSession(market, instant).open;
+}
+
+bool candlesAreOld(MarketSegment segment, QStringView timeframe, qint64 lastTs, Instant now)
+{
+    using namespace std::chrono;
+    const Instant last{milliseconds(std::clamp<qint64>(lastTs, 0, 4'102'444'800'000))}; // before 2100
+    if (segment == MarketSegment::crypto)
+        return now - last > 2 * timeframeOf(timeframe, &Timeframe::cryptoInterval).length + 5min;
+    const int allowed = 2 * timeframeOf(timeframe, &Timeframe::stockPeriod).tradingDays;
+    int weekdays = 0;
+    for (Instant day = last + 24h; day <= now && weekdays <= allowed; day += 24h) {
+        const int weekday = shanghaiTime(day).weekday;
+        weekdays += weekday != 0 && weekday != 6 ? 1 : 0;
+    }
+    return weekdays > allowed;
 }
 
 QString bareCode(const QString &code)

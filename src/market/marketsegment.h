@@ -7,6 +7,7 @@
 #include <QStringList>
 
 #include <array>
+#include <chrono>
 #include <optional>
 
 namespace kestrune {
@@ -37,8 +38,21 @@ inline constexpr std::array allStockMarkets{StockMarket::sh, StockMarket::sz, St
 /// The exchange of a stock code by its prefix in any case; absent for other codes.
 [[nodiscard]] std::optional<StockMarket> stockMarketOf(QStringView code);
 
-/// Inside a session on a weekday; public holidays are deliberately not known.
+/// What an exchange does at an instant; public holidays are deliberately not known.
+struct MarketSession
+{
+    bool open = false;
+    bool noonBreak = false;        ///< closed between the two sessions of a day
+    std::chrono::seconds since{0}; ///< how long it has been so
+};
+[[nodiscard]] MarketSession marketSession(StockMarket market, Instant instant);
+/// Inside a session on a weekday.
 [[nodiscard]] bool isTrading(StockMarket market, Instant instant);
+
+/// Whether the last of some candles is older than twice their timeframe and five minutes; `lastTs` in
+/// milliseconds since the epoch. Stocks count in weekdays up to `now`, or to the day of their quote, after
+/// which there was no trade.
+[[nodiscard]] bool candlesAreOld(MarketSegment segment, QStringView timeframe, qint64 lastTs, Instant now);
 
 /// The code without an "sh", "sz" or "hk" prefix of any case; other codes unchanged.
 [[nodiscard]] QString bareCode(const QString &code);

@@ -2,6 +2,7 @@
 #include "market/quoteparser.h"
 
 #include "market/jsonnumber.h"
+#include "market/shanghaitime.h"
 
 #include <algorithm>
 #include <array>
@@ -21,10 +22,12 @@ constexpr std::size_t price = 3;
 constexpr std::size_t prevClose = 4;
 constexpr std::size_t open = 5;
 constexpr std::size_t volume = 6;
+constexpr std::size_t time = 30;
 constexpr std::size_t change = 31;
 constexpr std::size_t changePct = 32;
 constexpr std::size_t high = 33;
 constexpr std::size_t low = 34;
+constexpr std::size_t state = 40;
 constexpr std::size_t limitUp = 47;
 constexpr std::size_t limitDown = 48;
 constexpr std::size_t end = 49;
@@ -88,6 +91,8 @@ std::optional<StockQuote> parseQuoteFields(std::span<const QStringView> fields)
     quote.change = field(fields, position::change).value_or(change);
     quote.changePct =
         field(fields, position::changePct).value_or(*prevClose > 0 ? change / *prevClose * 100 : 0);
+    quote.quotedAt = shanghaiInstant(fields[position::time]);
+    quote.suspended = fields.size() > position::state && fields[position::state] == u"S";
     // "1" is Shanghai, "51" Shenzhen; elsewhere these positions hold other things.
     const QStringView marker = fields[position::marker];
     if (marker == u"1" || marker == u"51") {

@@ -12,6 +12,7 @@ namespace kestrune {
 
 namespace {
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono;
 
 // The zone's last change of clocks was in September 1991. From here on midnight is plain arithmetic, which
@@ -60,6 +61,18 @@ std::optional<qint64> shanghaiMidnight(std::string_view date)
     const QDate early{static_cast<int>(parsed->year()), static_cast<int>(unsigned{parsed->month()}),
                       static_cast<int>(unsigned{parsed->day()})};
     return early.startOfDay(shanghaiZone()).toMSecsSinceEpoch();
+}
+
+std::optional<Instant> shanghaiInstant(QStringView text)
+{
+    const QString spelled = text.toString();
+    for (const QString &format : {u"yyyyMMddHHmmss"_s, u"yyyy/MM/dd HH:mm:ss"_s}) {
+        QDateTime local = QDateTime::fromString(spelled, format);
+        local.setTimeZone(shanghaiZone());
+        if (local.isValid())
+            return Instant(milliseconds(local.toMSecsSinceEpoch()));
+    }
+    return std::nullopt;
 }
 
 ShanghaiTime shanghaiTime(Instant instant)

@@ -3,6 +3,7 @@
 
 #include "platform/clock.h"
 
+#include <QStringView>
 #include <QtGlobal>
 
 #include <optional>
@@ -14,6 +15,10 @@ namespace kestrune {
 /// ten characters of an existing Gregorian date; anything else gives none. Where the clocks skipped
 /// midnight, the first moment of that day.
 [[nodiscard]] std::optional<qint64> shanghaiMidnight(std::string_view date);
+
+/// The instant of a quote's time in Asia/Shanghai, "yyyyMMddHHmmss" or "yyyy/MM/dd HH:mm:ss"; none for
+/// anything else.
+[[nodiscard]] std::optional<Instant> shanghaiInstant(QStringView text);
 
 struct ShanghaiTime
 {

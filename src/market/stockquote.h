@@ -25,7 +25,9 @@ struct StockQuote
     double changePct = 0;          ///< percent
     std::optional<double> limitUp; ///< daily price limits, A-shares only
     std::optional<double> limitDown;
-    Instant updatedAt; ///< when the answer was parsed
+    Instant updatedAt;               ///< when the answer was parsed
+    std::optional<Instant> quotedAt; ///< the source's own time
+    bool suspended = false;          ///< not traded, by the source's own word
 
     [[nodiscard]] bool isLimitUp() const;
     [[nodiscard]] bool isLimitDown() const;

@@ -64,11 +64,6 @@ std::optional<AlertEvaluation> evaluate(const std::vector<PriceAlert> &alerts, Q
     return result;
 }
 
-bool defaultDirection(std::optional<double> price, double target)
-{
-    return price.value_or(target) < target;
-}
-
 bool anyTriggered(std::span<const PriceAlert> alerts, QStringView symbol)
 {
     return std::any_of(alerts.begin(), alerts.end(),

@@ -26,10 +26,6 @@ struct AlertEvaluation
 [[nodiscard]] std::optional<AlertEvaluation> evaluate(const std::vector<PriceAlert> &alerts,
                                                       QStringView symbol, double price, double now);
 
-/// Direction of an alert without a given one: true when the price (the target itself where there is none)
-/// lies strictly below the target.
-[[nodiscard]] bool defaultDirection(std::optional<double> price, double target);
-
 [[nodiscard]] bool anyTriggered(std::span<const PriceAlert> alerts, QStringView symbol);
 
 } // namespace kestrune

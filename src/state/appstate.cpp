@@ -40,7 +40,7 @@ AppState::~AppState()
 {
     // The loops hold the state weakly and end by themselves; their sleeps are cut short so that none of
     // them lies in wait for another minute.
-    for (const auto *task : {&priceTask, &srTask, &alertPulseTask, &blingTask, &blingPulseTask}) {
+    for (const auto *task : {&priceTask, &srTask, &alertPulseTask, &blingTask, &blingPulseTask, &ageTask}) {
         if (*task)
             std::stop_source(**task).request_stop();
     }

@@ -15,10 +15,12 @@
 #include "state/observable.h"
 #include "state/pricealert.h"
 #include "state/settings.h"
+#include "state/standing.h"
 #include "state/timeframesignal.h"
 #include "state/tradeplan.h"
 
 #include <QCoroTask>
+#include <QHash>
 #include <QStringList>
 #include <QUrl>
 
@@ -40,6 +42,15 @@ struct RefreshOutcome
 {
     bool success = false;
     QString message; ///< user-facing
+};
+
+/// What a refresh has been failing with.
+struct Failure
+{
+    QString message; ///< user-facing
+    Instant since;   ///< of the first failure in a row
+
+    [[nodiscard]] bool operator==(const Failure &) const = default;
 };
 
 /// The one observable object of the application and the only owner of displayed data. Its operations never
@@ -143,11 +154,36 @@ public:
     Published<std::optional<double>> ctxVWAP{*this};
     Published<std::vector<TimeframeSignal>> snapshot{*this};
     Published<QString> snapshotConclusion{*this, QStringLiteral("加载中…")};
-    std::optional<std::stop_source> priceTask, srTask, alertPulseTask, blingTask, blingPulseTask;
+    std::optional<std::stop_source> priceTask, srTask, alertPulseTask, blingTask, blingPulseTask, ageTask;
     CandleList lastSRCandles; ///< of the last successful zone refresh
     Published<std::vector<SymbolPrice>> multiPrices{*this};
     Published<int> blingPulse{*this};
     Published<int> pulsePhase{*this};
+
+    // Whose the price, the zones and the signals are, set with them. Readers ask for the standings below.
+    std::optional<PriceOrigin> priceOrigin;
+    std::optional<Origin> zonesOrigin, signalsOrigin;
+    /// Of the selected instrument; each stays until data of its own kind come. They change together with
+    /// `errorMessage`, which any success clears.
+    std::optional<Failure> priceFailure, zonesFailure;
+    /// Counts the moments at which time alone has changed a standing or a shown age.
+    Published<int> agesPassed{*this};
+
+    // Whose and how old the values are at this moment.
+    [[nodiscard]] Subject selection() const;
+    [[nodiscard]] Judgement priceStanding() const;
+    [[nodiscard]] Judgement zonesStanding() const;
+    [[nodiscard]] Judgement signalsStanding() const;
+    /// The price, if it is the instrument's own and fresh: all that is computed or rings comes from this one.
+    [[nodiscard]] std::optional<double> livePrice() const;
+    /// `zonePrice`, if it is one and of the selected instrument.
+    [[nodiscard]] std::optional<double> ownZonePrice() const;
+    /// Whether the zones, and the price if there is one, are own and fresh, so that a verdict stands on them.
+    [[nodiscard]] bool verdictStands() const;
+    /// How far the last candle's close lies from the live price in percent of it, when that is more than 20.
+    [[nodiscard]] std::optional<double> candleGapPct() const;
+    /// Whether the sign of neon mode has had no price of its own for 20 s.
+    [[nodiscard]] bool signIsDim(const QString &symbol) const;
 
     // Derived values, computed on each read.
     [[nodiscard]] const QStringList &symbolList() const;
@@ -169,6 +205,7 @@ public:
     [[nodiscard]] QString dataSourceNote() const;
 
     [[nodiscard]] const auto &snapshotLabels() const { return snapshotTimeframes(market()); }
+    [[nodiscard]] Verdict trend() const;
     [[nodiscard]] QString trendText() const;
     [[nodiscard]] NamedColor trendColor() const;
     [[nodiscard]] QString rsiText() const;
@@ -186,7 +223,8 @@ public:
     [[nodiscard]] bool hasAlert(double target) const;
     [[nodiscard]] const QStringList &blingSymbols() const;
 
-    // Refreshes. Overlapping ones are applied in order of arrival and never compared with the selection.
+    // Refreshes. Overlapping ones are applied in order of arrival, whatever is selected by then: what was
+    // asked for another selection is shown, but nothing is computed from it.
     [[nodiscard]] QCoro::Task<RefreshOutcome> refreshAll();
     [[nodiscard]] QCoro::Task<> refreshPrice();
     [[nodiscard]] QCoro::Task<> refreshSR();
@@ -234,17 +272,29 @@ private:
     static QCoro::Task<> blingPulseLoop(Weak weak, Clock *clock, std::stop_token stop);
 
     [[nodiscard]] bool programIsEnding() const;
-    [[nodiscard]] QCoro::Task<std::optional<double>> refreshStockPrice();
-    [[nodiscard]] QCoro::Task<std::optional<double>> refreshCryptoPrice();
-    [[nodiscard]] QCoro::Task<bool> refreshStockZones();
-    [[nodiscard]] QCoro::Task<bool> refreshCryptoZones();
-    void applyCandles(const CandleList &candles, double step); ///< never empty
-    void fillMarketContext(const CandleList &candles);
+    [[nodiscard]] QCoro::Task<bool> refreshStockPrice(Subject asked);
+    [[nodiscard]] QCoro::Task<bool> refreshCryptoPrice(Subject asked);
+    enum class ZonesAt { close, livePrice }; ///< the price that new zones are built against
+    [[nodiscard]] QCoro::Task<> refreshZones(ZonesAt at);
+    [[nodiscard]] QCoro::Task<> refreshZonesAtLivePrice() { return refreshZones(ZonesAt::livePrice); }
+    [[nodiscard]] QCoro::Task<bool> refreshStockZones(Subject asked, ZonesAt at);
+    [[nodiscard]] QCoro::Task<bool> refreshCryptoZones(Subject asked, ZonesAt at);
+    void applyCandles(const CandleList &candles, double step, const Subject &asked,
+                      ZonesAt at); ///< never empty
+    void fillMarketContext(const CandleList &candles, ZonesAt at);
+    void rebuildZonesAt(double newPrice);
+    void rebuildZonesAtLivePrice();
+    void noteFailure(std::optional<Failure> &failure, bool own, const QString &message);
+    void watchAges();
+    [[nodiscard]] std::optional<std::chrono::nanoseconds> nextAgeChange() const;
+    static QCoro::Task<> ageLoop(Weak weak, Clock *clock, std::stop_token stop);
+    [[nodiscard]] bool isOld(const CandleList &candles, const Subject &asked) const;
     [[nodiscard]] QCoro::Task<std::optional<CandleList>> fetchCandles(QString label);
     void clearAnalysisState();
     void selectCoin(const QString &code);
 
     void saveAlerts();
+    void directAlerts(double live);
     void playAlertSound();
     void startAlertPulseIfNeeded();
     [[nodiscard]] bool advanceAlertPulse();
@@ -252,10 +302,13 @@ private:
     void blingModeDidChange(bool on);
     void showBlingPlaceholders();
     void refreshBlingIfNeeded();
+    void noteSigns(const std::vector<SymbolPrice> &signs);
 
     [[nodiscard]] PlanInputs planInputs() const;
 
     CandleLevels m_lastSRLevels; ///< what zone building takes from lastSRCandles, once per candle list
+    std::vector<Subject> m_zonesAsked, m_signalsAsked; ///< of the refreshes that wait for answers
+    QHash<QString, SteadyInstant> m_signAnswers; ///< when each neon sign was last answered, or first shown
 };
 
 } // namespace kestrune

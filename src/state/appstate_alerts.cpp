@@ -8,6 +8,7 @@
 #include <QUuid>
 
 #include <algorithm>
+#include <ranges>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -35,14 +36,18 @@ bool AppState::hasAlert(double target) const
 
 void AppState::addAlert(double target, std::optional<QString> label, std::optional<bool> above)
 {
+    const Standing standing = priceStanding().standing;
+    const bool ownPrice = standing == Standing::fresh || standing == Standing::old;
+    const auto reference = ownPrice ? price() : ownZonePrice();
     std::vector<PriceAlert> changed = alerts();
     changed.push_back({.id = QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper(),
                        .targetPrice = target,
-                       .above = above.value_or(defaultDirection(price(), target)),
+                       .above = above.value_or(reference && *reference < target),
                        .symbol = coinSymbol(),
                        .label = label ? std::move(*label) : u"手动 "_s + fmtP(target, decimals()),
                        .triggered = false,
-                       .lastFiredAt = std::nullopt});
+                       .lastFiredAt = std::nullopt,
+                       .undirected = !above && !reference});
     alerts = std::move(changed);
     saveAlerts();
     evaluateAlerts();
@@ -80,12 +85,31 @@ void AppState::dismissAlert(const QString &id)
     saveAlerts();
 }
 
+// An alert that was added before there was anything to compare it with.
+void AppState::directAlerts(double live)
+{
+    const auto waits = [this](const PriceAlert &alert) {
+        return alert.undirected && alert.symbol == coinSymbol();
+    };
+    if (std::ranges::none_of(alerts(), waits))
+        return;
+    std::vector<PriceAlert> changed = alerts();
+    for (PriceAlert &alert : changed | std::views::filter(waits)) {
+        alert.above = live < alert.targetPrice;
+        alert.undirected = false;
+    }
+    alerts = std::move(changed);
+    saveAlerts();
+}
+
 // deliberate: firing and re-arming are not saved; the stored form changes only with the user's operations.
 void AppState::evaluateAlerts()
 {
-    if (!price())
+    const auto live = livePrice();
+    if (!live)
         return;
-    auto result = evaluate(alerts(), coinSymbol(), *price(), epochSeconds(m_dependencies.clock.now()));
+    directAlerts(*live);
+    auto result = evaluate(alerts(), coinSymbol(), *live, epochSeconds(m_dependencies.clock.now()));
     if (!result)
         return;
     alerts = std::move(result->alerts);

@@ -48,23 +48,48 @@ void AppState::blingModeDidChange(bool on)
 void AppState::showBlingPlaceholders()
 {
     multiPrices = placeholders(blingSymbols());
+    m_signAnswers.clear();
+    for (const SymbolPrice &sign : multiPrices())
+        m_signAnswers.insert(sign.symbol, m_dependencies.clock.steady());
+}
+
+void AppState::noteSigns(const std::vector<SymbolPrice> &signs)
+{
+    for (const SymbolPrice &sign : signs) {
+        if (const auto known = m_signAnswers.find(sign.symbol); known != m_signAnswers.end() && sign.price)
+            *known = m_dependencies.clock.steady();
+    }
+}
+
+// What is not among the segment's signs is a late answer of another segment.
+bool AppState::signIsDim(const QString &symbol) const
+{
+    const auto answered = m_signAnswers.constFind(symbol);
+    return answered == m_signAnswers.cend() || m_dependencies.clock.steady() - *answered > priceFreshFor;
 }
 
 QCoro::Task<> AppState::refreshBlingPrices()
 {
     const auto self = shared_from_this();
     const QStringList codes = blingSymbols();
+    std::vector<SymbolPrice> entries;
     if (isStock()) {
         const StockQuotes quotes = co_await m_stockService->fetchQuotes(codes);
-        std::vector<SymbolPrice> entries;
         for (const QString &code : codes) {
             if (const auto quote = quotes.constFind(code.toLower()); quote != quotes.constEnd())
                 entries.push_back({bareCode(quote->symbol), quote->price, quote->changePct});
         }
-        multiPrices = entries.empty() ? placeholders(codes) : std::move(entries);
+        if (entries.empty())
+            entries = placeholders(codes);
     } else {
-        multiPrices = co_await m_marketService->fetchPricesConcurrently(codes);
+        entries = co_await m_marketService->fetchPricesConcurrently(codes);
     }
+    for (SymbolPrice &entry : entries) {
+        if (entry.price && !isPrice(*entry.price))
+            entry.price.reset();
+    }
+    noteSigns(entries);
+    multiPrices = std::move(entries);
     // deliberate: a refresh that ends after the mode was switched off still shows its list.
     lastUpdated = m_dependencies.clock.now();
 }

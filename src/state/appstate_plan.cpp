@@ -6,8 +6,11 @@
 
 namespace kestrune {
 
+// Without an own, fresh price and own, fresh zones there are none, and from none comes no plan.
 PlanInputs AppState::planInputs() const
 {
+    const auto live = zonesStanding().fresh() ? livePrice() : std::nullopt;
+    const bool signalsStand = signalsStanding().fresh();
     return {.settings = {.market = market(),
                          .decimals = decimals(),
                          .accountSize = accountSize(),
@@ -15,10 +18,10 @@ PlanInputs AppState::planInputs() const
                          .leverage = leverage(),
                          .marginMode = marginMode(),
                          .locale = QLocale::system()},
-            .price = price(),
-            .zones = zones(),
+            .price = live,
+            .zones = live ? std::span(zones()) : std::span<const Zone>(),
             .atr = ctxATR(),
-            .snapshot = snapshot(),
+            .snapshot = signalsStand ? std::span(snapshot()) : std::span<const TimeframeSignal>(),
             .sessionWarning = sessionWarning()};
 }
 

@@ -6,6 +6,8 @@
 #include "market/stockmarketservice.h"
 #include "platform/async.h"
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
@@ -41,46 +43,61 @@ QCoro::Task<std::optional<CandleList>> AppState::fetchCandles(QString label)
     co_return std::move(*candles);
 }
 
+void AppState::noteFailure(std::optional<Failure> &failure, bool own, const QString &message)
+{
+    if (own && !failure)
+        failure = Failure{message, m_dependencies.clock.now()};
+    errorMessage = message;
+}
+
 QCoro::Task<> AppState::refreshPrice()
 {
     const auto self = shared_from_this();
-    const double step = tick(); // of the segment that was asked, whatever is selected when the answer comes
-    auto request = isStock() ? refreshStockPrice() : refreshCryptoPrice();
-    const auto newPrice = co_await request;
-    if (!newPrice)
+    auto request = isStock() ? refreshStockPrice(selection()) : refreshCryptoPrice(selection());
+    const bool fetched = co_await request;
+    watchAges();
+    if (!fetched)
         co_return;
     evaluateAlerts();
-    if (!lastSRCandles.empty()) {
-        zones = buildZones(m_lastSRLevels, *newPrice, step);
-        zonePrice = *newPrice;
-    }
+    const Standing standing = priceStanding().standing;
+    if (standing == Standing::fresh || standing == Standing::old)
+        rebuildZonesAt(*price());
 }
 
-QCoro::Task<std::optional<double>> AppState::refreshStockPrice()
+QCoro::Task<bool> AppState::refreshStockPrice(Subject asked)
 {
-    auto quote = co_await m_stockService->fetchQuote(coinSymbol());
-    if (!quote) {
-        errorMessage = u"行情获取失败"_s;
-        co_return std::nullopt;
+    auto quote = co_await m_stockService->fetchQuote(asked.symbol);
+    const bool own = asked.sameInstrument(selection());
+    if (!quote || !isPrice(quote->price)) {
+        noteFailure(priceFailure, own, u"行情获取失败"_s);
+        co_return false;
     }
+    asked.timeframe.clear();
+    priceOrigin = originOfPrice(asked, quote->price, &*quote, priceOrigin, m_dependencies.clock);
+    if (own)
+        priceFailure.reset();
     price = quote->price;
     changePct = quote->changePct;
     decimals = 2;
     dataSource = u"腾讯财经（A股 / 港股）"_s;
-    const double newPrice = quote->price;
     stockQuote = std::move(quote);
     errorMessage = std::nullopt;
     lastUpdated = m_dependencies.clock.now();
-    co_return newPrice;
+    co_return true;
 }
 
-QCoro::Task<std::optional<double>> AppState::refreshCryptoPrice()
+QCoro::Task<bool> AppState::refreshCryptoPrice(Subject asked)
 {
-    const auto result = co_await m_marketService->fetchPrice(coinSymbol());
-    if (!result) {
-        errorMessage = u"价格获取失败"_s;
-        co_return std::nullopt;
+    const auto result = co_await m_marketService->fetchPrice(asked.symbol);
+    const bool own = asked.sameInstrument(selection());
+    if (!result || !isPrice(result->price)) {
+        noteFailure(priceFailure, own, u"价格获取失败"_s);
+        co_return false;
     }
+    asked.timeframe.clear();
+    priceOrigin = originOfPrice(asked, result->price, nullptr, priceOrigin, m_dependencies.clock);
+    if (own)
+        priceFailure.reset();
     stockQuote = std::nullopt;
     price = result->price;
     changePct = result->change;
@@ -88,61 +105,104 @@ QCoro::Task<std::optional<double>> AppState::refreshCryptoPrice()
     dataSource = u"Gate.io / Binance 现货（与网页版一致）"_s;
     errorMessage = std::nullopt;
     lastUpdated = m_dependencies.clock.now();
-    co_return result->price;
+    co_return true;
+}
+
+// The candles may be of another timeframe than the selected one: what is listed moves with the price all the
+// same until the new ones come.
+void AppState::rebuildZonesAt(double newPrice)
+{
+    if (lastSRCandles.empty() || !zonesOrigin || !zonesOrigin->subject.sameInstrument(selection()))
+        return;
+    zones = buildZones(m_lastSRLevels, newPrice, tick());
+    zonePrice = newPrice;
+}
+
+void AppState::rebuildZonesAtLivePrice()
+{
+    const auto live = livePrice();
+    if (!live)
+        return;
+    rebuildZonesAt(*live);
+    decimals = isStock() ? 2 : getDecimals(*live);
 }
 
 QCoro::Task<> AppState::refreshSR()
 {
+    return refreshZones(ZonesAt::close);
+}
+
+QCoro::Task<> AppState::refreshZones(ZonesAt at)
+{
     const auto self = shared_from_this();
+    const Subject asked = selection();
+    m_zonesAsked.push_back(asked);
     isLoading = true;
-    auto request = isStock() ? refreshStockZones() : refreshCryptoZones();
+    auto request = isStock() ? refreshStockZones(asked, at) : refreshCryptoZones(asked, at);
     const bool fetched = co_await request;
+    m_zonesAsked.erase(std::ranges::find(m_zonesAsked, asked));
+    const bool own = asked == selection();
     if (fetched) {
+        if (own)
+            zonesFailure.reset();
         errorMessage = std::nullopt;
         lastUpdated = m_dependencies.clock.now();
     } else {
-        errorMessage = u"撑压数据获取失败"_s;
+        noteFailure(zonesFailure, own, u"撑压数据获取失败"_s);
     }
     isLoading = false;
+    watchAges();
+    if (fetched && !own && std::ranges::find(m_zonesAsked, selection()) == m_zonesAsked.end())
+        runInBackground(&AppState::refreshZonesAtLivePrice);
 }
 
-QCoro::Task<bool> AppState::refreshCryptoZones()
+QCoro::Task<bool> AppState::refreshCryptoZones(Subject asked, ZonesAt at)
 {
-    const QString code = coinSymbol();
-    const auto candles =
-        co_await m_marketService->fetchKlines(code, cryptoInterval(timeframe()), cryptoCandleCount);
+    const auto candles = co_await m_marketService->fetchKlines(asked.symbol, cryptoInterval(asked.timeframe),
+                                                               cryptoCandleCount);
     if (!candles)
         co_return false;
-    applyCandles(*candles, 0);
+    applyCandles(*candles, 0, asked, at);
     // For the instrument selected by now, as every request is.
     const auto minutes = co_await m_marketService->fetchKlines(coinSymbol(), u"1m"_s, sparklineCount);
     sparkline = minutes ? lastCloses(*minutes, minutes->size()) : lastCloses(*candles, candles->size());
-    fillMarketContext(*candles);
+    fillMarketContext(*candles, at);
     co_return true;
 }
 
-QCoro::Task<bool> AppState::refreshStockZones()
+QCoro::Task<bool> AppState::refreshStockZones(Subject asked, ZonesAt at)
 {
-    const QString code = coinSymbol();
-    const double step = tick(); // of the segment that was asked, as above
-    const QString period = stockPeriod(timeframe());
-    auto candles = co_await m_stockService->fetchKlines(code, period, stockCandleCount);
+    const double step = tick(); // of the segment that was asked, whatever is selected when the answer comes
+    const QString period = stockPeriod(asked.timeframe);
+    auto candles = co_await m_stockService->fetchKlines(asked.symbol, period, stockCandleCount);
     if (!candles) // deliberate: one identical retry at once, for stocks only
-        candles = co_await m_stockService->fetchKlines(code, period, stockCandleCount);
+        candles = co_await m_stockService->fetchKlines(asked.symbol, period, stockCandleCount);
     if (!candles)
         co_return false;
-    applyCandles(*candles, step);
+    applyCandles(*candles, step, asked, at);
     sparkline = lastCloses(*candles, sparklineCount);
-    fillMarketContext(*candles);
+    fillMarketContext(*candles, at);
     co_return true;
 }
 
-void AppState::applyCandles(const CandleList &candles, double step)
+// A stock's candles end with the day of its quote: where nothing was traded since, none is missing.
+bool AppState::isOld(const CandleList &candles, const Subject &asked) const
+{
+    Instant until = m_dependencies.clock.now();
+    if (priceOrigin && priceOrigin->quotedAt && priceOrigin->subject.sameInstrument(asked))
+        until = std::min(until, *priceOrigin->quotedAt);
+    return candlesAreOld(asked.market, asked.timeframe, candles.back().ts, until);
+}
+
+void AppState::applyCandles(const CandleList &candles, double step, const Subject &asked, ZonesAt at)
 {
     CandleLevels levels(candles);
+    zonesOrigin = Origin{asked, m_dependencies.clock.steady(), isOld(candles, asked)};
     zones = buildZones(levels, candles.back().c, step);
     lastSRCandles = candles;
     m_lastSRLevels = std::move(levels);
+    if (at == ZonesAt::livePrice)
+        rebuildZonesAtLivePrice();
 }
 
 // The two clients end one after the other. A price request that the second one's end has cut short must not
@@ -217,10 +277,43 @@ QCoro::Task<> AppState::srLoop(Weak weak, Clock *clock, std::stop_token stop)
         const auto state = weak.lock();
         if (!state)
             co_return;
-        auto zoneRefresh = state->refreshSR();
+        auto zoneRefresh = state->refreshZonesAtLivePrice();
         auto snapshotRefresh = state->refreshSnapshot();
         co_await zoneRefresh;
         co_await snapshotRefresh;
+    }
+}
+
+std::optional<std::chrono::nanoseconds> AppState::nextAgeChange() const
+{
+    std::optional<std::chrono::nanoseconds> next;
+    for (const Judgement &judged : {priceStanding(), zonesStanding(), signalsStanding()}) {
+        if (judged.changesIn && (!next || *judged.changesIn < *next))
+            next = judged.changesIn;
+    }
+    return next;
+}
+
+// Begun anew with everything that comes, so that it sleeps through as long as all is fresh.
+void AppState::watchAges()
+{
+    startLoop(ageTask, &AppState::ageLoop);
+}
+
+QCoro::Task<> AppState::ageLoop(Weak weak, Clock *clock, std::stop_token stop)
+{
+    while (!stop.stop_requested()) {
+        std::optional<std::chrono::nanoseconds> next;
+        if (const auto state = weak.lock())
+            next = state->nextAgeChange();
+        if (!next)
+            co_return;
+        if (!co_await clock->sleep(std::chrono::ceil<std::chrono::milliseconds>(*next), stop))
+            co_return;
+        const auto state = weak.lock();
+        if (!state || stop.stop_requested())
+            co_return;
+        state->agesPassed = state->agesPassed() + 1;
     }
 }
 
@@ -280,6 +373,10 @@ void AppState::clearAnalysisState()
     ctxVWAP = std::nullopt;
     snapshot = {};
     snapshotConclusion = u"加载中…"_s;
+    zonesOrigin.reset();
+    signalsOrigin.reset();
+    priceFailure.reset();
+    zonesFailure.reset();
     errorMessage = std::nullopt;
 }
 

@@ -6,6 +6,7 @@
 #include "state/conclusion.h"
 #include "state/timeframescore.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 
@@ -34,8 +35,58 @@ std::optional<double> AppState::nearestSellDistPct() const
     return absolute(nearestDistPct(zones(), u"resistance"));
 }
 
+Subject AppState::selection() const
+{
+    return {market(), coinSymbol(), timeframe()};
+}
+
+Judgement AppState::priceStanding() const
+{
+    return judgePrice(price() ? priceOrigin : std::nullopt, selection(), m_dependencies.clock.steady(),
+                      m_dependencies.clock.now());
+}
+
+Judgement AppState::zonesStanding() const
+{
+    return judgeAnalysis(zonesOrigin, selection(), m_dependencies.clock.steady());
+}
+
+Judgement AppState::signalsStanding() const
+{
+    return judgeAnalysis(signalsOrigin, {market(), coinSymbol(), {}}, m_dependencies.clock.steady());
+}
+
+std::optional<double> AppState::livePrice() const
+{
+    return priceStanding().fresh() ? price() : std::nullopt;
+}
+
+std::optional<double> AppState::ownZonePrice() const
+{
+    const bool own = zonesOrigin && zonesOrigin->subject.sameInstrument(selection());
+    return own && isPrice(zonePrice()) ? std::optional(zonePrice()) : std::nullopt;
+}
+
+bool AppState::verdictStands() const
+{
+    const Standing ofPrice = priceStanding().standing;
+    return zonesStanding().fresh() && (ofPrice == Standing::fresh || ofPrice == Standing::none);
+}
+
+std::optional<double> AppState::candleGapPct() const
+{
+    constexpr double worthSaying = 20;
+    const auto live = livePrice();
+    if (!live || !ownZonePrice() || lastSRCandles.empty())
+        return std::nullopt;
+    const double gap = std::abs(lastSRCandles.back().c - *live) / *live * 100;
+    return gap > worthSaying ? std::optional(gap) : std::nullopt;
+}
+
 BarSignal AppState::barSignal() const
 {
+    if (!verdictStands())
+        return BarSignal::neutral;
     return kestrune::barSignal(nearestBuyDistPct(), nearestSellDistPct(), signalThreshold());
 }
 
@@ -76,6 +127,8 @@ QCoro::Task<> AppState::refreshSnapshot()
 {
     const auto self = shared_from_this();
     const auto &labels = snapshotLabels(); // of the segment that is asked
+    const Subject asked{market(), coinSymbol(), {}};
+    m_signalsAsked.push_back(asked);
     auto first = fetchCandles(labels[0]);
     auto second = fetchCandles(labels[1]);
     auto third = fetchCandles(labels[2]);
@@ -84,7 +137,10 @@ QCoro::Task<> AppState::refreshSnapshot()
     candles[1] = co_await second;
     candles[2] = co_await third;
 
-    std::optional<double> reference = price();
+    m_signalsAsked.erase(std::ranges::find(m_signalsAsked, asked));
+    const Subject selected{market(), coinSymbol(), {}};
+
+    std::optional<double> reference = asked == selected ? livePrice() : std::nullopt;
     for (std::size_t i = 0; i < candles.size() && !reference; ++i) {
         if (candles[i] && !candles[i]->empty())
             reference = candles[i]->back().c;
@@ -95,15 +151,24 @@ QCoro::Task<> AppState::refreshSnapshot()
     }
     std::vector<TimeframeSignal> scored;
     scored.reserve(candles.size());
+    bool stale = false;
     for (std::size_t i = 0; i < candles.size(); ++i) {
-        if (candles[i])
-            scored.push_back(scoreTimeframe(labels[i], *candles[i], *reference));
+        if (!candles[i])
+            continue;
+        scored.push_back(scoreTimeframe(labels[i], *candles[i], *reference));
+        stale = stale || isOld(*candles[i], {asked.market, asked.symbol, labels[i]});
     }
+    signalsOrigin.reset();
+    if (!scored.empty())
+        signalsOrigin = Origin{asked, m_dependencies.clock.steady(), stale};
     snapshot = std::move(scored);
     snapshotConclusion = buildConclusion(snapshot());
+    watchAges();
+    if (asked != selected && std::ranges::find(m_signalsAsked, selected) == m_signalsAsked.end())
+        runInBackground(&AppState::refreshSnapshot);
 }
 
-void AppState::fillMarketContext(const CandleList &candles)
+void AppState::fillMarketContext(const CandleList &candles, ZonesAt at)
 {
     const double curPrice = candles.back().c;
     zonePrice = curPrice;
@@ -119,41 +184,50 @@ void AppState::fillMarketContext(const CandleList &candles)
         ctxMACDHist = readings.macd->hist;
     ctxATR = readings.atr14;
     ctxVWAP = readings.vwap;
+    if (at == ZonesAt::livePrice)
+        rebuildZonesAtLivePrice();
+}
+
+// The readings are of the zones' candles, and so a verdict stands on them as long as on the zones.
+
+Verdict AppState::trend() const
+{
+    return verdictStands() ? trendVerdict(livePrice(), ctxVegas(), ctxEMA200()) : trendVerdict({}, {}, {});
 }
 
 QString AppState::trendText() const
 {
-    return trendVerdict(price(), ctxVegas(), ctxEMA200()).text;
+    return trend().text;
 }
 
 NamedColor AppState::trendColor() const
 {
-    return trendVerdict(price(), ctxVegas(), ctxEMA200()).color;
+    return trend().color;
 }
 
 QString AppState::rsiText() const
 {
-    return rsiVerdict(ctxRSI()).text;
+    return rsiVerdict(zonesStanding().fresh() ? ctxRSI() : std::nullopt).text;
 }
 
 NamedColor AppState::rsiColor() const
 {
-    return rsiVerdict(ctxRSI()).color;
+    return rsiVerdict(zonesStanding().fresh() ? ctxRSI() : std::nullopt).color;
 }
 
 QString AppState::macdText() const
 {
-    return macdVerdict(ctxMACDHist()).text;
+    return macdVerdict(zonesStanding().fresh() ? ctxMACDHist() : std::nullopt).text;
 }
 
 NamedColor AppState::macdColor() const
 {
-    return macdVerdict(ctxMACDHist()).color;
+    return macdVerdict(zonesStanding().fresh() ? ctxMACDHist() : std::nullopt).color;
 }
 
 QString AppState::atrText() const
 {
-    return atrReadout(ctxATR(), price(), decimals());
+    return atrReadout(zonesStanding().fresh() ? ctxATR() : std::nullopt, livePrice(), decimals());
 }
 
 } // namespace kestrune

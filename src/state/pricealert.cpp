@@ -27,6 +27,8 @@ QJsonObject toJson(const PriceAlert &alert)
     };
     if (alert.lastFiredAt)
         object.insert(u"lastFiredAt"_s, *alert.lastFiredAt);
+    if (alert.undirected)
+        object.insert(u"undirected"_s, true);
     return object;
 }
 
@@ -49,10 +51,16 @@ std::optional<PriceAlert> fromJson(const QJsonValue &element)
     if (!kindsFit || (everFired && !lastFiredAt.isDouble()))
         return std::nullopt;
 
-    PriceAlert alert{id.toString(),    targetPrice.toDouble(), above.toBool(), symbol.toString(),
-                     label.toString(), triggered.toBool(),     std::nullopt};
+    PriceAlert alert{.id = id.toString(),
+                     .targetPrice = targetPrice.toDouble(),
+                     .above = above.toBool(),
+                     .symbol = symbol.toString(),
+                     .label = label.toString(),
+                     .triggered = triggered.toBool(),
+                     .lastFiredAt = std::nullopt};
     if (everFired)
         alert.lastFiredAt = lastFiredAt.toDouble();
+    alert.undirected = object.value("undirected"_L1).toBool();
     return alert;
 }
 

@@ -20,6 +20,7 @@ struct PriceAlert
     QString label;                     ///< text of its row
     bool triggered = false;            ///< fired and not yet acknowledged
     std::optional<double> lastFiredAt; ///< last firing or acknowledgement, seconds since the epoch
+    bool undirected = false;           ///< `above` is not decided before the first price
 
     [[nodiscard]] bool operator==(const PriceAlert &) const = default;
 };

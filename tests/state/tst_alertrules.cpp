@@ -21,15 +21,12 @@ class AlertRulesTest : public QObject
     }
 
 private Q_SLOTS:
-    void matchesAndDirection()
+    void matchesByPriceAndSymbol()
     {
         const PriceAlert alert = alertAt(2000, false);
         QVERIFY(matches(alert, 2000 + 9e-10, u"ETH"));
         QVERIFY(!matches(alert, 2000 - 2e-9, u"ETH") && !matches(alert, 2000, u"eth"));
         QVERIFY(!matches(alert, std::numeric_limits<double>::quiet_NaN(), u"ETH"));
-
-        QVERIFY(defaultDirection(100, 105) && !defaultDirection(100, 95) && !defaultDirection(100, 100));
-        QVERIFY(!defaultDirection(std::nullopt, 105));
     }
 
     void aDayOfOneAlert()

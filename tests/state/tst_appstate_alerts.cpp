@@ -147,7 +147,7 @@ private Q_SLOTS:
         Day day(100);
         day->addAlert(105);
         day.clock.advance(1s);
-        QCOMPARE(day.clock.sleeperCount(), 2); // price and zones only
+        QCOMPARE(day.clock.sleeperCount(), 3); // price, zones, ages
         day.priceIs(106);
         day.clock.advance(399ms);
         QCOMPARE(day->pulsePhase(), 0);
@@ -157,7 +157,7 @@ private Q_SLOTS:
         QCOMPARE(day->pulsePhase(), 6);
         day.clock.advance(400ms);
         QCOMPARE(day->pulsePhase(), 0);
-        QCOMPARE(day.clock.sleeperCount(), 2); // and asleep again
+        QCOMPARE(day.clock.sleeperCount(), 3); // and asleep again
 
         day->addAlert(105, {}, true); // the pulse follows the selection
         day.clock.advance(800ms);
@@ -171,12 +171,12 @@ private Q_SLOTS:
         day->startTimers(); // keeps one pulse; the replaced loop counts once more
         drainEvents();
         QCOMPARE(day->pulsePhase(), 2);
-        QCOMPARE(day.clock.sleeperCount(), 3);
+        QCOMPARE(day.clock.sleeperCount(), 4);
         day->dismissAlert(day.alert(1).id);
         day->startTimers(); // what a replaced loop leaves it takes back, and none takes its place
         drainEvents();
         QCOMPARE(day->pulsePhase(), 0);
-        QCOMPARE(day.clock.sleeperCount(), 2);
+        QCOMPARE(day.clock.sleeperCount(), 3);
         day->addAlert(1, {}, true);
         day->removeAlert(u"unknown"_s); // saves the firing
         day.start();

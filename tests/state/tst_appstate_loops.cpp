@@ -28,7 +28,7 @@ private Q_SLOTS:
     void aPeriodIsSleepPlusWork()
     {
         MarketDay app;
-        QCOMPARE(app.clock.sleeperCount(), 2); // without a triggered alert nothing else is waiting
+        QCOMPARE(app.clock.sleeperCount(), 3); // price, zones, the watch over their age; no pulse
         app.clock.advance(4999ms);
         QVERIFY(app.lines().isEmpty());
         app.clock.advance(55s);
@@ -80,7 +80,7 @@ private Q_SLOTS:
         // The replaced loops run their body once more and end.
         QCOMPARE(app.asked(u"tickers"_s), 1);
         QCOMPARE(app.asked(u"spot/candlesticks"_s), 5);
-        QCOMPARE(app.clock.sleeperCount(), 2);
+        QCOMPARE(app.clock.sleeperCount(), 3);
         app.clearLogs();
         app.clock.advance(4999ms); // the old rhythm would have come at 3 s
         QVERIFY(app.lines().isEmpty());
@@ -88,7 +88,7 @@ private Q_SLOTS:
         app->startTimers(); // the middle loops never got to run
         drainEvents();
         QCOMPARE(app.asked(u"tickers"_s), 1);
-        QCOMPARE(app.clock.sleeperCount(), 2);
+        QCOMPARE(app.clock.sleeperCount(), 3);
     }
 
     void loopsEndWithTheStateAndRefreshesKeepItUntilTheyEnd()
@@ -97,7 +97,7 @@ private Q_SLOTS:
         app->toggleBlingMode();
         app->addAlert(3000);
         drainEvents();
-        QCOMPARE(app.clock.sleeperCount(), 5);
+        QCOMPARE(app.clock.sleeperCount(), 6);
         const QString line = gateCandleLine(u"ETH"_s, u"4h"_s);
         app.crypto.hold(line);
         begin(app->refreshSnapshot());
@@ -169,7 +169,7 @@ private Q_SLOTS:
         QCOMPARE(app.written(), u"ks_bling=false ks_mini=true"_s);
         QVERIFY(app->multiPrices().empty() && app->miniMode() && app->blingPulse() == 0);
         drainEvents();
-        QCOMPARE(app.clock.sleeperCount(), 2); // both loops have ended
+        QCOMPARE(app.clock.sleeperCount(), 3); // both loops have ended
         app->miniMode = false;
         app->blingMode = false; // off already: still lands in the compact title
         QVERIFY(app->miniMode());
@@ -178,7 +178,7 @@ private Q_SLOTS:
         app.clearLogs();
         drainEvents();
         QCOMPARE(app.lines().size(), 16);
-        QCOMPARE(app.clock.sleeperCount(), 4);
+        QCOMPARE(app.clock.sleeperCount(), 5);
     }
 
     void stockSignsComeInOneRequest()

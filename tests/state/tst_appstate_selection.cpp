@@ -204,6 +204,7 @@ private Q_SLOTS:
         state.zones = std::vector{zone(u"resistance"_s, 4.0), zone(u"resistance"_s, 3.0),
                                   zone(u"current"_s, 0), zone(u"support"_s, -3.5)};
         QCOMPARE(state.nearestBuyDistPct(), 3.5); // without its sign
+        state.zonesOrigin = Origin{state.selection(), app.clock.steady()};
         QCOMPARE(state.statusText(), u"中间区域 · 观望"_s);
         state.signalThreshold = 3.0;
         QCOMPARE(state.statusText(), u"接近阻力区 · 偏卖出"_s);

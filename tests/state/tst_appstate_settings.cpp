@@ -158,7 +158,7 @@ private Q_SLOTS:
         drainEvents();
         QCOMPARE(app.crypto.lines().filter(u"tickers"_s).size(), 17);
         QCOMPARE(app.crypto.lines().at(16), gateTickerLine(u"ETH"_s)); // the full refresh comes after
-        QCOMPARE(app.clock.sleeperCount(), 4); // one of each loop: price, zones, neon prices, neon pulse
+        QCOMPARE(app.clock.sleeperCount(), 5); // one of each loop: price, zones, ages, neon prices and pulse
         app.clock.advance(4999ms);
         QCOMPARE(state.blingPulse(), 33);
     }

@@ -59,7 +59,8 @@ QString fieldName(const AppState &state, const PublishedField *field)
                      FIELD(ctxVegas), FIELD(ctxRSI), FIELD(ctxMACDHist), FIELD(ctxATR), FIELD(ctxVWAP),
                      FIELD(snapshot), FIELD(snapshotConclusion), FIELD(marketContextExpanded),
                      FIELD(miniMode), FIELD(blingMode), FIELD(multiPrices), FIELD(blingPulse), FIELD(alerts),
-                     FIELD(pulsePhase), FIELD(signalThreshold), FIELD(displayRangePct), FIELD(maxPerSide));
+                     FIELD(pulsePhase), FIELD(signalThreshold), FIELD(displayRangePct), FIELD(maxPerSide),
+                     FIELD(agesPassed));
 #undef FIELD
 }
 

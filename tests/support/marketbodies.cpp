@@ -48,13 +48,13 @@ QByteArray ticker(const QByteArray &priceKey, double price, const QByteArray &ch
 
 CandleList waveCandles(std::size_t count, double base)
 {
-    const qint64 first = QDateTime(QDate(2024, 1, 1), QTime(0, 0), Qt::UTC).toMSecsSinceEpoch();
+    const qint64 last = QDateTime(QDate(2026, 1, 5), QTime(8, 0), Qt::UTC).toMSecsSinceEpoch();
     CandleList candles;
     double open = base;
     for (std::size_t i = 0; i < count; ++i) {
         const double step = double(i);
         const double close = base * (1 + 0.06 * std::sin(step * 0.21) + 0.02 * std::sin(step * 0.83));
-        candles.push_back({first - shanghaiOffsetMs + qint64(i) * dayMs, open, std::max(open, close) * 1.004,
+        candles.push_back({last - qint64(count - 1 - i) * dayMs, open, std::max(open, close) * 1.004,
                            std::min(open, close) * 0.996, close, 100 + 10 * double(i % 7)});
         open = close;
     }

@@ -11,7 +11,7 @@
 
 namespace kestrune::test {
 
-/// Smooth waves that begin at `base`, one candle per Shanghai day from 2024-01-01 on, rows that every source
+/// Smooth waves that begin at `base`, one candle per day up to the first of FakeClock, rows that every source
 /// accepts.
 [[nodiscard]] CandleList waveCandles(std::size_t count, double base);
 
