@@ -55,7 +55,8 @@ QCoro::Task<> AppState::refreshBlingPrices()
     const auto self = shared_from_this();
     const QStringList codes = blingSymbols();
     if (isStock()) {
-        const StockQuotes quotes = co_await m_stockService->fetchQuotes(codes);
+        const auto answer = co_await m_stockService->fetchQuotes(codes);
+        const StockQuotes quotes = answer.value_or(StockQuotes());
         std::vector<SymbolPrice> entries;
         for (const QString &code : codes) {
             if (const auto quote = quotes.constFind(code.toLower()); quote != quotes.constEnd())

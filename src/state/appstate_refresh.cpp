@@ -58,7 +58,7 @@ QCoro::Task<> AppState::refreshPrice()
 
 QCoro::Task<std::optional<double>> AppState::refreshStockPrice()
 {
-    auto quote = co_await m_stockService->fetchQuote(coinSymbol());
+    const auto quote = co_await m_stockService->fetchQuote(coinSymbol());
     if (!quote) {
         errorMessage = u"行情获取失败"_s;
         co_return std::nullopt;
@@ -68,7 +68,7 @@ QCoro::Task<std::optional<double>> AppState::refreshStockPrice()
     decimals = 2;
     dataSource = u"腾讯财经（A股 / 港股）"_s;
     const double newPrice = quote->price;
-    stockQuote = std::move(quote);
+    stockQuote = *quote;
     errorMessage = std::nullopt;
     lastUpdated = m_dependencies.clock.now();
     co_return newPrice;
