@@ -34,7 +34,7 @@ struct ServiceError
 {
     /// 1 to 5, listed at the services' functions; 0 for a transfer error, which has no text of its own.
     int code = 0;
-    QString message;                     ///< user-facing
+    QString message = {};                ///< user-facing
     std::optional<Refusal> refusal = {}; ///< of the last source that gave one
 
     [[nodiscard]] bool operator==(const ServiceError &) const = default;
