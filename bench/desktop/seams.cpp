@@ -22,12 +22,12 @@ namespace {
 class AnsweringClient final : public HttpClient
 {
 public:
-    [[nodiscard]] QCoro::Task<std::optional<QByteArray>> get(QUrl url, std::vector<HttpHeader>) override
+    [[nodiscard]] QCoro::Task<std::optional<HttpAnswer>> get(QUrl url, std::vector<HttpHeader>) override
     {
         if (url.path().endsWith("/candlesticks"_L1))
-            co_return m_candles;
+            co_return HttpAnswer{m_candles};
         m_price = m_price > 3050 ? 2950 : m_price + 0.37;
-        co_return gateTicker(m_price, 1.5);
+        co_return HttpAnswer{gateTicker(m_price, 1.5)};
     }
 
 private:

@@ -47,39 +47,47 @@ PriceUrls priceUrls(const Endpoints &endpoints, const QString &symbol)
                 requestUrl(endpoints.binanceFutures + "/fapi/v1/ticker/24hr?symbol="_L1 + base + "USDT"_L1)};
 }
 
-/// What `parse` makes of the answer; nothing when the address is invalid or the transfer failed.
+/// What `parse` makes of the answer; nothing when the address is invalid or the transfer failed. A refusal
+/// goes to `refusal`, which belongs to the coroutine that awaits this one.
 template <typename T>
 QCoro::Task<std::optional<T>> fetchFrom(HttpClient *http, std::optional<QUrl> url,
-                                        std::optional<T> (*parse)(const QByteArray &))
+                                        std::optional<T> (*parse)(const QByteArray &),
+                                        std::optional<Refusal> *refusal)
 {
     if (!url)
         co_return std::nullopt;
     std::vector<HttpHeader> noHeaders;
-    const auto body = co_await http->get(*url, std::move(noHeaders));
-    co_return body ? parse(*body) : std::nullopt;
+    const auto answer = co_await http->get(*url, std::move(noHeaders));
+    if (!answer)
+        co_return std::nullopt;
+    if (const auto refused = refusalIn(*answer))
+        *refusal = refused;
+    co_return parse(answer->body);
 }
 
 QCoro::Task<Result<CandleList>> klinesFrom(HttpClient *http, KlineUrls urls)
 {
-    auto gate = co_await fetchFrom(http, urls.gate, parseGateCandles);
+    std::optional<Refusal> refusal;
+    auto gate = co_await fetchFrom(http, urls.gate, parseGateCandles, &refusal);
     // Asked even after Gate.io's success: the longer history wins, a tie goes to Gate.io.
-    auto binance = co_await fetchFrom(http, urls.binance, parseBinanceCandles);
+    auto binance = co_await fetchFrom(http, urls.binance, parseBinanceCandles, &refusal);
     if (binance && (!gate || gate->size() < binance->size()))
         co_return std::move(*binance);
     if (gate)
         co_return std::move(*gate);
-    if (auto okx = co_await fetchFrom(http, urls.okx, parseOkxCandles))
+    if (auto okx = co_await fetchFrom(http, urls.okx, parseOkxCandles, &refusal))
         co_return std::move(*okx);
-    co_return tl::unexpected(ServiceError{2, u"所有 K 线源暂不可用"_s});
+    co_return tl::unexpected(ServiceError{2, u"所有 K 线源暂不可用"_s, refusal});
 }
 
 QCoro::Task<Result<PriceResult>> priceFrom(HttpClient *http, PriceUrls urls)
 {
-    if (const auto gate = co_await fetchFrom(http, urls.gate, parseGateTicker))
+    std::optional<Refusal> refusal;
+    if (const auto gate = co_await fetchFrom(http, urls.gate, parseGateTicker, &refusal))
         co_return *gate;
-    if (const auto binance = co_await fetchFrom(http, urls.binance, parseBinanceTicker))
+    if (const auto binance = co_await fetchFrom(http, urls.binance, parseBinanceTicker, &refusal))
         co_return *binance;
-    co_return tl::unexpected(ServiceError{1, u"所有永续合约价格源暂不可用"_s});
+    co_return tl::unexpected(ServiceError{1, u"所有永续合约价格源暂不可用"_s, refusal});
 }
 
 using SharedPrices = std::shared_ptr<std::vector<SymbolPrice>>;
@@ -88,7 +96,7 @@ QCoro::Task<> appendPrice(HttpClient *http, PriceUrls urls, QString symbol, Shar
 {
     const auto result = co_await priceFrom(http, std::move(urls));
     prices->push_back(result ? SymbolPrice{symbol, result->price, result->change}
-                             : SymbolPrice{symbol, std::nullopt, std::nullopt});
+                             : SymbolPrice{symbol, std::nullopt, std::nullopt, result.error().refusal});
 }
 
 QCoro::Task<std::vector<SymbolPrice>> pricesFrom(HttpClient *http, Endpoints endpoints, QStringList symbols)

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "market/serviceerror.h"
+
 #include <QString>
 
 #include <optional>
@@ -19,7 +21,8 @@ struct SymbolPrice
 {
     QString symbol; ///< upper-case
     std::optional<double> price;
-    std::optional<double> change; ///< percent
+    std::optional<double> change;        ///< percent
+    std::optional<Refusal> refusal = {}; ///< without a price: of the last source that gave one
 };
 
 } // namespace kestrune

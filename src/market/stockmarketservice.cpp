@@ -5,6 +5,7 @@
 #include "market/quoteparser.h"
 #include "platform/textdecoding.h"
 
+#include <optional>
 #include <utility>
 
 namespace kestrune {
@@ -20,21 +21,29 @@ std::vector<HttpHeader> requestHeaders()
     return {{"Referer", "https://gu.qq.com/"}};
 }
 
-QCoro::Task<StockQuotes> quotesFrom(HttpClient *http, const Clock *clock, std::optional<QUrl> url)
+QCoro::Task<Result<StockQuotes>> quotesFrom(HttpClient *http, const Clock *clock, std::optional<QUrl> url)
 {
-    StockQuotes quotes;
-    if (url) {
-        if (const auto body = co_await http->get(*url, requestHeaders()))
-            quotes = parseQuotes(decodeGb18030(*body), clock->now());
-    }
+    if (!url)
+        co_return StockQuotes();
+    const auto answer = co_await http->get(*url, requestHeaders());
+    if (!answer)
+        co_return tl::unexpected(ServiceError{});
+    StockQuotes quotes = parseQuotes(decodeGb18030(answer->body), clock->now());
+    const auto refusal = refusalIn(*answer);
+    if (quotes.isEmpty() && refusal)
+        co_return tl::unexpected(ServiceError{.refusal = refusal});
     co_return quotes;
 }
 
-QCoro::Task<std::optional<StockQuote>> quoteFrom(QCoro::Task<StockQuotes> request, QString code)
+QCoro::Task<Result<StockQuote>> quoteFrom(QCoro::Task<Result<StockQuotes>> request, QString code)
 {
-    const StockQuotes quotes = co_await request;
-    const auto found = quotes.constFind(code);
-    co_return found == quotes.cend() ? std::nullopt : std::optional(*found);
+    const auto quotes = co_await request;
+    if (!quotes)
+        co_return tl::unexpected(quotes.error());
+    const auto found = quotes->constFind(code);
+    if (found == quotes->cend())
+        co_return tl::unexpected(ServiceError{});
+    co_return *found;
 }
 
 QCoro::Task<Result<CandleList>> stockKlinesFrom(HttpClient *http, std::optional<QUrl> url, QString code,
@@ -42,10 +51,13 @@ QCoro::Task<Result<CandleList>> stockKlinesFrom(HttpClient *http, std::optional<
 {
     if (!url)
         co_return tl::unexpected(ServiceError{2, u"K线地址无效"_s});
-    const auto body = co_await http->get(*url, requestHeaders());
-    if (!body)
+    const auto answer = co_await http->get(*url, requestHeaders());
+    if (!answer)
         co_return tl::unexpected(ServiceError{});
-    co_return parseStockCandles(*body, code, period);
+    auto candles = parseStockCandles(answer->body, code, period);
+    if (!candles)
+        candles.error().refusal = refusalIn(*answer);
+    co_return candles;
 }
 
 } // namespace
@@ -54,7 +66,7 @@ StockMarketService::StockMarketService(HttpClient &http, const Clock &clock, End
     : m_http(&http), m_clock(&clock), m_endpoints(std::move(endpoints))
 {}
 
-QCoro::Task<StockQuotes> StockMarketService::fetchQuotes(const QStringList &codes) const
+QCoro::Task<Result<StockQuotes>> StockMarketService::fetchQuotes(const QStringList &codes) const
 {
     // Without codes there is nothing to ask; an absent address sends no request.
     std::optional<QUrl> url;
@@ -63,7 +75,7 @@ QCoro::Task<StockQuotes> StockMarketService::fetchQuotes(const QStringList &code
     return quotesFrom(m_http, m_clock, std::move(url));
 }
 
-QCoro::Task<std::optional<StockQuote>> StockMarketService::fetchQuote(const QString &code) const
+QCoro::Task<Result<StockQuote>> StockMarketService::fetchQuote(const QString &code) const
 {
     return quoteFrom(fetchQuotes({code}), code.toLower());
 }

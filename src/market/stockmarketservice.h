@@ -12,8 +12,6 @@
 #include <QString>
 #include <QStringList>
 
-#include <optional>
-
 namespace kestrune {
 
 /// A-share and Hong Kong market data. Stateless; calls may overlap freely, and the object may go away
@@ -23,9 +21,10 @@ class StockMarketService
 public:
     StockMarketService(HttpClient &http, const Clock &clock, Endpoints endpoints);
 
-    /// Quotes by lower-case code; codes without an answer are missing, any failure gives none at all.
-    [[nodiscard]] QCoro::Task<StockQuotes> fetchQuotes(const QStringList &codes) const;
-    [[nodiscard]] QCoro::Task<std::optional<StockQuote>> fetchQuote(const QString &code) const;
+    /// Quotes by lower-case code; codes without an answer are missing. Error 0 when the transfer failed or
+    /// the source refused; of one code also when its quote is missing.
+    [[nodiscard]] QCoro::Task<Result<StockQuotes>> fetchQuotes(const QStringList &codes) const;
+    [[nodiscard]] QCoro::Task<Result<StockQuote>> fetchQuote(const QString &code) const;
     /// Forward-adjusted candles oldest first, never empty; errors 2 to 5, or 0 for a transfer error.
     [[nodiscard]] QCoro::Task<Result<CandleList>>
     fetchKlines(const QString &code, const QString &period = QStringLiteral("day"), int count = 320) const;

@@ -5,6 +5,7 @@
 #include <QCoroTask>
 #include <QUrl>
 
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -17,6 +18,13 @@ struct HttpHeader
     QByteArray value;
 };
 
+struct HttpAnswer
+{
+    QByteArray body;
+    int status = 200;
+    std::optional<std::chrono::seconds> retryAfter = {}; ///< as the answer tells; absent for a date
+};
+
 /// GET requests with the service time limits (8 s without progress, 10 s in all, bodies up to 4 MiB).
 class HttpClient
 {
@@ -27,9 +35,9 @@ public:
     /// Ends every open request; their waiters resume with nothing.
     virtual ~HttpClient() = default;
 
-    /// The body, whatever the HTTP status said; nothing when the transfer failed. Any number of requests
+    /// The answer, whatever the HTTP status said; nothing when the transfer failed. Any number of requests
     /// may be open at once and none waits for another.
-    [[nodiscard]] virtual QCoro::Task<std::optional<QByteArray>> get(QUrl url,
+    [[nodiscard]] virtual QCoro::Task<std::optional<HttpAnswer>> get(QUrl url,
                                                                      std::vector<HttpHeader> headers) = 0;
 
     /// Expires with this object. A coroutine that another client's end may resume asks before it turns here.

@@ -43,13 +43,25 @@ bool isHttp(const QUrl &url)
            (url.scheme() == QLatin1String("https") || url.scheme() == QLatin1String("http"));
 }
 
+int statusOf(const QNetworkReply &reply)
+{
+    return reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+}
+
+std::optional<std::chrono::seconds> retryAfter(const QNetworkReply &reply)
+{
+    bool valid = false;
+    const uint seconds = reply.rawHeader("Retry-After").trimmed().toUInt(&valid);
+    return valid ? std::optional(std::chrono::seconds(seconds)) : std::nullopt;
+}
+
 // A 4xx or 5xx status sets an error although the transfer itself went well: one of the content, one of the
 // server, or (400 and 418) that of an invalid operation.
 bool isErrorOfStatus(const QNetworkReply &reply)
 {
     constexpr int firstBadStatus = 400;
     const int error = reply.error();
-    return reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt() >= firstBadStatus &&
+    return statusOf(reply) >= firstBadStatus &&
            ((error >= QNetworkReply::ContentAccessDenied && error <= QNetworkReply::UnknownContentError) ||
             (error >= QNetworkReply::InternalServerError && error <= QNetworkReply::UnknownServerError) ||
             error == QNetworkReply::ProtocolInvalidOperationError);
@@ -84,7 +96,7 @@ std::optional<QByteArray> decoded(const QNetworkReply &reply, QByteArray body, q
 std::optional<QUrl> redirectTarget(const QNetworkReply &reply)
 {
     static constexpr std::array redirects{301, 302, 303, 307, 308};
-    const int status = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    const int status = statusOf(reply);
     if (reply.error() != QNetworkReply::NoError || !reply.hasRawHeader("Location") ||
         std::find(redirects.begin(), redirects.end(), status) == redirects.end())
         return std::nullopt;
@@ -168,7 +180,7 @@ public:
         arm();
     }
 
-    [[nodiscard]] std::shared_ptr<Completion<Body>> completion() const { return m_completion; }
+    [[nodiscard]] std::shared_ptr<Completion<Result>> completion() const { return m_completion; }
     [[nodiscard]] qint64 bytesInHand() const { return m_body.size(); }
 
     /// Ends the transfer with nothing and resumes its waiter. Not from inside one of its own signals.
@@ -180,7 +192,7 @@ public:
         m_timer.stop();
         const auto completion = m_completion;
         delete this;
-        const Body nothing;
+        const Result nothing;
         completion->complete(nothing);
     }
 
@@ -299,9 +311,11 @@ private:
             receive();
         if (follow() || sendAgain())
             return;
-        Body result;
-        if (!m_tooLarge && !m_refused && isComplete(*m_reply, m_body.size()))
-            result = decoded(*m_reply, std::move(m_body), m_client.m_options.maxBody);
+        Result result;
+        if (!m_tooLarge && !m_refused && isComplete(*m_reply, m_body.size())) {
+            if (auto body = decoded(*m_reply, std::move(m_body), m_client.m_options.maxBody))
+                result = HttpAnswer{*std::move(body), statusOf(*m_reply), retryAfter(*m_reply)};
+        }
         m_timer.stop();
         leaveReply();
         deleteLater(); // not at once, for the same reason
@@ -324,7 +338,7 @@ private:
     bool m_sent = false;
     int m_redirects = 0;
     int m_resends = 0;
-    std::shared_ptr<Completion<Body>> m_completion = std::make_shared<Completion<Body>>();
+    std::shared_ptr<Completion<Result>> m_completion = std::make_shared<Completion<Result>>();
 };
 
 QtHttpClient::QtHttpClient() : QtHttpClient(Options{}) {}
@@ -341,7 +355,7 @@ QtHttpClient::~QtHttpClient()
     }
 }
 
-QCoro::Task<std::optional<QByteArray>> QtHttpClient::get(QUrl url, std::vector<HttpHeader> headers)
+QCoro::Task<std::optional<HttpAnswer>> QtHttpClient::get(QUrl url, std::vector<HttpHeader> headers)
 {
     if (m_closing || !isHttp(url))
         co_return std::nullopt;

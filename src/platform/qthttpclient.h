@@ -34,7 +34,7 @@ public:
     explicit QtHttpClient(const Options &options);
     ~QtHttpClient() override;
 
-    [[nodiscard]] QCoro::Task<std::optional<QByteArray>> get(QUrl url,
+    [[nodiscard]] QCoro::Task<std::optional<HttpAnswer>> get(QUrl url,
                                                              std::vector<HttpHeader> headers) override;
 
     /// Lets no later request use a connection that is open now, for example after a suspend, when the
@@ -47,7 +47,7 @@ public:
 private:
     class Pool;
     class Transfer;
-    using Body = std::optional<QByteArray>;
+    using Result = std::optional<HttpAnswer>;
 
     [[nodiscard]] Pool &poolWithRoom();
     void forget(Transfer *transfer);

@@ -74,7 +74,8 @@ QCoro::Task<> AppState::refreshBlingPrices()
     const QStringList codes = blingSymbols();
     std::vector<SymbolPrice> entries;
     if (isStock()) {
-        const StockQuotes quotes = co_await m_stockService->fetchQuotes(codes);
+        const auto answer = co_await m_stockService->fetchQuotes(codes);
+        const StockQuotes quotes = answer.value_or(StockQuotes());
         for (const QString &code : codes) {
             if (const auto quote = quotes.constFind(code.toLower()); quote != quotes.constEnd())
                 entries.push_back({bareCode(quote->symbol), quote->price, quote->changePct});

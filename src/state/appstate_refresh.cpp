@@ -66,7 +66,7 @@ QCoro::Task<> AppState::refreshPrice()
 
 QCoro::Task<bool> AppState::refreshStockPrice(Subject asked)
 {
-    auto quote = co_await m_stockService->fetchQuote(asked.symbol);
+    const auto quote = co_await m_stockService->fetchQuote(asked.symbol);
     const bool own = asked.sameInstrument(selection());
     if (!quote || !isPrice(quote->price)) {
         noteFailure(priceFailure, own, u"行情获取失败"_s);
@@ -80,7 +80,7 @@ QCoro::Task<bool> AppState::refreshStockPrice(Subject asked)
     changePct = quote->changePct;
     decimals = 2;
     dataSource = u"腾讯财经（A股 / 港股）"_s;
-    stockQuote = std::move(quote);
+    stockQuote = *quote;
     errorMessage = std::nullopt;
     lastUpdated = m_dependencies.clock.now();
     co_return true;

@@ -13,6 +13,7 @@
 using namespace kestrune;
 using namespace kestrune::test;
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 class ServicesTest : public QObject
 {
@@ -116,7 +117,7 @@ private Q_SLOTS:
         QVERIFY(
             (QCoro::waitFor(stocks().fetchKlines(u"茅台"_s)).error() == ServiceError{2, u"K线地址无效"_s}));
         for (const QStringList &codes : {QStringList{}, QStringList{u"sh600519"_s, u"茅台"_s}})
-            QVERIFY(QCoro::waitFor(stocks().fetchQuotes(codes)).isEmpty());
+            QVERIFY(QCoro::waitFor(stocks().fetchQuotes(codes))->isEmpty());
         QVERIFY(http->requests().empty());
     }
 
@@ -181,7 +182,7 @@ private Q_SLOTS:
         const QStringList codes{u"SH600519"_s, u"hk00700"_s};
         const QString path = u"/q=sh600519,hk00700"_s;
         http->answer(path, stockQuotes({{"sh600519", "\xb9\xf3", 5, 1}, {"hk00700", "T", 6, 2}}));
-        const auto found = QCoro::waitFor(stocks().fetchQuotes(codes));
+        const auto found = QCoro::waitFor(stocks().fetchQuotes(codes)).value_or(StockQuotes());
         QCOMPARE(asked(),
                  QStringList{u"https://qt.gtimg.cn/q=sh600519,hk00700 Referer=https://gu.qq.com/"_s});
         QCOMPARE(found.size(), 2);
@@ -189,9 +190,9 @@ private Q_SLOTS:
         QVERIFY(found.value(u"hk00700"_s).updatedAt == clock.now());
 
         http->fail(path);
-        QVERIFY(QCoro::waitFor(stocks().fetchQuotes(codes)).isEmpty());
+        QVERIFY((QCoro::waitFor(stocks().fetchQuotes(codes)).error() == ServiceError{}));
         http->answer(path, "v_sh600519=\"1~\xff\xff~\";"); // neither GB 18030 nor UTF-8
-        QVERIFY(QCoro::waitFor(stocks().fetchQuotes(codes)).isEmpty());
+        QVERIFY(QCoro::waitFor(stocks().fetchQuotes(codes))->isEmpty());
 
         http->answer(u"/q=sz000001"_s, stockQuotes({{"sz000001", "P", 11.43, 1}}));
         const auto quote = QCoro::waitFor(stocks().fetchQuote(u"SZ000001"_s));
@@ -213,6 +214,31 @@ private Q_SLOTS:
                                        base + u"hk00700,week,,,160,qfq Referer=https://gu.qq.com/"_s}));
         QCOMPARE(QCoro::waitFor(stocks().fetchKlines(u"sh600519"_s)).error().code, 4);
         QVERIFY((QCoro::waitFor(stocks().fetchKlines(u"sh600519"_s)).error() == ServiceError{}));
+    }
+
+    void refusalsAreToldWithTheFailure()
+    {
+        const Refusal tooMany{429, 30s}, banned{418, {}}, notHere{451, {}};
+        http->answer(gatePath, "{}", 429, 30s);
+        http->answer(binancePath, "{}", 500);
+        http->fail(okxPath);
+        QCOMPARE(QCoro::waitFor(crypto().fetchKlines(u"BTC"_s)).error().refusal, std::optional(tooMany));
+        for (int i = 0; i < 2; ++i) {
+            http->answer(gatePrice, "{}", 429, 30s);
+            http->answer(binancePrice, "{}", 418);
+        }
+        QCOMPARE(QCoro::waitFor(crypto().fetchPrice(u"BTC"_s)).error().refusal, std::optional(banned));
+        QCOMPARE(QCoro::waitFor(crypto().fetchPricesConcurrently({u"BTC"_s})).at(0).refusal,
+                 std::optional(banned));
+        http->answer(gatePrice, "{}", 429);
+        http->answer(binancePrice, binanceTicker(6, 1));
+        QVERIFY(QCoro::waitFor(crypto().fetchPrice(u"BTC"_s))); // the other source is asked as ever
+        http->answer(stockPath, "{}", 451);
+        QCOMPARE(QCoro::waitFor(stocks().fetchKlines(u"sh600519"_s)).error().refusal, std::optional(notHere));
+        http->answer(u"/q=sh600519"_s, "", 451);
+        QCOMPARE(QCoro::waitFor(stocks().fetchQuote(u"sh600519"_s)).error().refusal, std::optional(notHere));
+        http->answer(u"/q=sh600519"_s, "", 503);
+        QCOMPARE(QCoro::waitFor(stocks().fetchQuote(u"sh600519"_s)).error().refusal, std::nullopt);
     }
 
     void theServicesMayGoFirst()

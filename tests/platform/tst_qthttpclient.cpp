@@ -36,13 +36,18 @@ class QtHttpClientTest : public QObject
     {
         bool done = false;
         std::optional<QByteArray> body;
+        HttpAnswer answer;
     };
     using SharedResult = std::shared_ptr<Result>;
 
     static QCoro::Task<> fetch(HttpClient *client, QUrl url, SharedResult result)
     {
         std::vector<HttpHeader> headers{{"Referer", "https://example.com/"}};
-        result->body = co_await client->get(url, std::move(headers));
+        const auto answer = co_await client->get(url, std::move(headers));
+        if (answer) {
+            result->answer = *answer;
+            result->body = answer->body;
+        }
         result->done = true;
     }
     static SharedResult start(HttpClient &client, const QUrl &url)
@@ -110,8 +115,12 @@ private Q_SLOTS:
     {
         LoopbackServer server;
         QtHttpClient client(quick);
-        for (const int status : {200, 203, 400, 401, 403, 404, 409, 410, 418, 429, 451, 500, 501, 503, 599})
-            QCOMPARE(ask(client, server, {.body = "body", .status = status}), QByteArray("body"));
+        for (const int status : {200, 203, 400, 401, 403, 404, 409, 410, 418, 429, 451, 500, 501, 503, 599}) {
+            server.serve(u"/p"_s, {.body = "body", .status = status, .headers = {"Retry-After: 30"}});
+            const auto result = start(client, server.url(u"/p"_s));
+            QVERIFY(ended(result) && result->body == "body" && result->answer.status == status);
+            QCOMPARE(result->answer.retryAfter, std::optional(30s));
+        }
         QCOMPARE(ask(client, server, {.body = "half", .status = 500, .fault = Fault::truncate}),
                  QByteArray("nothing"));
     }
@@ -416,7 +425,7 @@ private Q_SLOTS:
             const auto beside = start(*client, server.url(u"/stall"_s));
             bool hasEnded = false;
             const std::vector<HttpHeader> none;
-            client->get(server.url(path), none).then([&](std::optional<QByteArray>) {
+            client->get(server.url(path), none).then([&](const std::optional<HttpAnswer> &) {
                 client.reset();
                 hasEnded = true;
             });

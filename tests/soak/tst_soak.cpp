@@ -41,7 +41,7 @@ class SoakTest : public QObject
     /// The real client, and a look at what is under way.
     struct CountingHttp final : HttpClient
     {
-        QCoro::Task<std::optional<QByteArray>> get(QUrl url, std::vector<HttpHeader> headers) override
+        QCoro::Task<std::optional<HttpAnswer>> get(QUrl url, std::vector<HttpHeader> headers) override
         {
             const QString path = url.path();
             tally.tickers += path.contains(u"ticker") ? 1 : 0;
@@ -49,8 +49,8 @@ class SoakTest : public QObject
             tally.quotes += path.startsWith(u"/q=") ? 1 : 0;
             ++open;
             const auto closed = qScopeGuard([this] { --open; });
-            auto body = co_await client.get(std::move(url), std::move(headers));
-            co_return body;
+            auto answer = co_await client.get(std::move(url), std::move(headers));
+            co_return answer;
         }
 
         int open = 0;

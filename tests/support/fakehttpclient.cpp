@@ -30,12 +30,12 @@ FakeHttpClient::~FakeHttpClient()
         finish(m_open.front().completion, std::nullopt);
 }
 
-void FakeHttpClient::release(const QString &route, const Body &body)
+void FakeHttpClient::release(const QString &route, const std::optional<QByteArray> &body)
 {
     const auto held = std::ranges::find(m_open, route, &Open::heldOn);
     if (held == m_open.end())
         return problem(QStringLiteral("no request waits on ") + route);
-    finish(held->completion, body);
+    finish(held->completion, body ? Result(HttpAnswer{*body}) : std::nullopt);
     drainEvents();
 }
 
@@ -57,16 +57,16 @@ QStringList FakeHttpClient::problems() const
     return all;
 }
 
-QCoro::Task<std::optional<QByteArray>> FakeHttpClient::get(QUrl url, std::vector<HttpHeader> headers)
+QCoro::Task<FakeHttpClient::Result> FakeHttpClient::get(QUrl url, std::vector<HttpHeader> headers)
 {
     if (m_closing)
         co_return std::nullopt;
     m_requests.push_back({std::move(url), std::move(headers)});
-    const auto completion = std::make_shared<Completion<Body>>();
+    const auto completion = std::make_shared<Completion<Result>>();
     const Answer answer = take(m_requests.back());
     m_open.push_back({answer.heldOn, completion});
     if (answer.heldOn.isEmpty())
-        finishLater(completion, answer.body);
+        finishLater(completion, answer.result);
     co_return co_await *completion;
 }
 
@@ -86,17 +86,17 @@ FakeHttpClient::Answer FakeHttpClient::take(const Request &request)
 }
 
 // No real answer arrives inside the call that asks for it.
-void FakeHttpClient::finishLater(const std::shared_ptr<Completion<Body>> &completion, const Body &body)
+void FakeHttpClient::finishLater(const std::shared_ptr<Completion<Result>> &completion, const Result &result)
 {
     QMetaObject::invokeMethod(
-        m_context.get(), [this, completion, body] { finish(completion, body); }, Qt::QueuedConnection);
+        m_context.get(), [this, completion, result] { finish(completion, result); }, Qt::QueuedConnection);
 }
 
-void FakeHttpClient::finish(const std::shared_ptr<Completion<Body>> &completion, const Body &body)
+void FakeHttpClient::finish(const std::shared_ptr<Completion<Result>> &completion, const Result &result)
 {
     const auto own = completion;
     std::erase_if(m_open, [&](const Open &open) { return open.completion == own; });
-    own->complete(body);
+    own->complete(result);
 }
 
 void FakeHttpClient::problem(const QString &text)

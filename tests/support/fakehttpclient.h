@@ -24,7 +24,7 @@ namespace kestrune::test {
 class FakeHttpClient final : public HttpClient
 {
 public:
-    using Body = std::optional<QByteArray>;
+    using Result = std::optional<HttpAnswer>;
     struct Request
     {
         QUrl url;
@@ -38,16 +38,23 @@ public:
     ~FakeHttpClient() override;
 
     /// Queues one answer with this body, one transfer failure, or one answer that waits to be released.
-    void answer(const QString &route, const QByteArray &body) { m_queues[route].push_back({body, {}}); }
+    void answer(const QString &route, const QByteArray &body, int status = 200,
+                std::optional<std::chrono::seconds> retryAfter = {})
+    {
+        m_queues[route].push_back({HttpAnswer{body, status, retryAfter}, {}});
+    }
     void fail(const QString &route) { m_queues[route].push_back({}); }
     void hold(const QString &route) { m_queues[route].push_back({{}, route}); }
     /// Serves the route whenever its queue is empty, any number of times, never counted as unused.
-    void answerAlways(const QString &route, const QByteArray &body) { m_standing[route].body = body; }
+    void answerAlways(const QString &route, const QByteArray &body)
+    {
+        m_standing[route].result = HttpAnswer{body};
+    }
     void failAlways(const QString &route) { m_standing[route] = {}; }
 
     /// Ends the oldest request that holds on this route and delivers everything that follows from it. A
     /// test fault when there is none.
-    void release(const QString &route, const Body &body);
+    void release(const QString &route, const std::optional<QByteArray> &body);
     void releaseFailure(const QString &route) { release(route, std::nullopt); }
 
     /// Every request so far, in order.
@@ -61,23 +68,23 @@ public:
     /// Everything that went against the script, unused answers included; empty when all is well.
     [[nodiscard]] QStringList problems() const;
 
-    [[nodiscard]] QCoro::Task<Body> get(QUrl url, std::vector<HttpHeader> headers) override;
+    [[nodiscard]] QCoro::Task<Result> get(QUrl url, std::vector<HttpHeader> headers) override;
 
 private:
     struct Answer
     {
-        Body body;
+        Result result;
         QString heldOn; // the route; empty when it is not held
     };
     struct Open
     {
         QString heldOn;
-        std::shared_ptr<Completion<Body>> completion;
+        std::shared_ptr<Completion<Result>> completion;
     };
 
     Answer take(const Request &request);
-    void finishLater(const std::shared_ptr<Completion<Body>> &completion, const Body &body);
-    void finish(const std::shared_ptr<Completion<Body>> &completion, const Body &body);
+    void finishLater(const std::shared_ptr<Completion<Result>> &completion, const Result &result);
+    void finish(const std::shared_ptr<Completion<Result>> &completion, const Result &result);
     void problem(const QString &text);
 
     std::map<QString, std::deque<Answer>> m_queues;
