@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <utility>
 
+#include <time.h>
+
 namespace kestrune {
 
 namespace {
@@ -27,6 +29,14 @@ SystemClock::SystemClock()
 }
 
 SystemClock::~SystemClock() = default;
+
+SteadyInstant SystemClock::steady() const
+{
+    // Unlike the standard library's steady clock this one runs on while the machine sleeps.
+    timespec reading = {};
+    ::clock_gettime(CLOCK_BOOTTIME, &reading);
+    return SteadyInstant(std::chrono::seconds(reading.tv_sec) + std::chrono::nanoseconds(reading.tv_nsec));
+}
 
 QCoro::Task<bool> SystemClock::sleep(std::chrono::milliseconds duration, std::stop_token stop)
 {

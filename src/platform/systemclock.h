@@ -17,6 +17,7 @@ public:
     ~SystemClock() override;
 
     [[nodiscard]] Instant now() const override { return std::chrono::system_clock::now(); }
+    [[nodiscard]] SteadyInstant steady() const override;
     [[nodiscard]] QCoro::Task<bool> sleep(std::chrono::milliseconds duration,
                                           std::stop_token stop = {}) override;
 

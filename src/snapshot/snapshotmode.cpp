@@ -36,7 +36,7 @@ void SnapshotMode::run()
     applyConfig();
     m_picture = std::make_unique<SnapshotPicture>(m_state, m_marketNotice);
     startInBackground(this, [state = m_state] { return refresh(state); });
-    waitUntilReady(m_clock.now() + loadDeadline);
+    waitUntilReady(m_clock.steady() + loadDeadline);
 }
 
 // The segment comes before the symbol, and the timeframe is checked against the segment just set.
@@ -62,10 +62,10 @@ bool SnapshotMode::ready() const
     return m_state->price() && !m_state->zones().empty() && !m_state->snapshot().empty();
 }
 
-QCoro::Task<> SnapshotMode::waitUntilReady(Instant deadline)
+QCoro::Task<> SnapshotMode::waitUntilReady(SteadyInstant deadline)
 {
     const QPointer<SnapshotMode> self(this); // the run may be given up during a sleep
-    while (!ready() && m_clock.now() <= deadline) {
+    while (!ready() && m_clock.steady() <= deadline) {
         if (!co_await m_clock.sleep(readinessPoll) || !self)
             co_return;
     }

@@ -51,7 +51,7 @@ private:
     void applyConfig();
     [[nodiscard]] bool ready() const;
     static QCoro::Task<> refresh(std::shared_ptr<AppState> state);
-    QCoro::Task<> waitUntilReady(Instant deadline);
+    QCoro::Task<> waitUntilReady(SteadyInstant deadline);
     void capture();
     void writeJSON() const;
     void writeFile(const QString &name, const std::function<bool(QIODevice &)> &write) const;

@@ -127,7 +127,11 @@ class SoakTest : public QObject
         }
 
         /// The machine sleeps and wakes.
-        virtual void suspend(Seconds duration) { clock.setNow(clock.now() + duration); }
+        virtual void suspend(Seconds duration)
+        {
+            clock.setNow(clock.now() + duration);
+            clock.passSteady(duration);
+        }
         /// What only this life has.
         virtual void ownAct() {}
 

@@ -38,6 +38,7 @@ std::optional<std::chrono::nanoseconds> FakeClock::untilNextWake() const
 void FakeClock::passTo(std::chrono::nanoseconds elapsed)
 {
     m_now += std::chrono::duration_cast<Instant::duration>(elapsed - m_elapsed);
+    m_steady += elapsed - m_elapsed;
     m_elapsed = elapsed;
 }
 

@@ -12,6 +12,7 @@ class FakeClock final : public Clock
 {
 public:
     [[nodiscard]] Instant now() const override { return m_now; }
+    [[nodiscard]] SteadyInstant steady() const override { return m_steady; }
     [[nodiscard]] QCoro::Task<bool> sleep(std::chrono::milliseconds duration,
                                           std::stop_token stop = {}) override;
 
@@ -25,6 +26,8 @@ public:
 
     /// Sets the wall clock, as a user or a time server would, also backwards. Sleepers do not notice.
     void setNow(Instant instant) { m_now = instant; }
+    /// Moves the steady clock alone; together with setNow() a suspend. Sleepers do not notice.
+    void passSteady(std::chrono::nanoseconds duration) { m_steady += duration; }
 
     /// How many coroutines sleep now, stopped ones that have not been woken yet included.
     [[nodiscard]] int sleeperCount() const { return static_cast<int>(m_sleepers.size()); }
@@ -33,7 +36,8 @@ private:
     void passTo(std::chrono::nanoseconds elapsed);
 
     Instant m_now = Instant(std::chrono::seconds(1767601800));
-    std::chrono::nanoseconds m_elapsed{0};
+    SteadyInstant m_steady{std::chrono::hours(1)};
+    std::chrono::nanoseconds m_elapsed{0}; // what sleepers count by
     SleepQueue m_sleepers;
 };
 
