@@ -84,6 +84,11 @@ public:
         add(u"support"_s, 0.9888, 2, {u"vol"_s, u"pivot"_s});
         add(u"support"_s, 0.9563, 1, {u"swing"_s});
         add(u"support"_s, 0.9312, 4, {u"fib"_s, u"vol"_s, u"pivot"_s, u"swing"_s});
+        const Subject selected = state->selection();
+        const Subject instrument{selected.market, selected.symbol, {}};
+        state->priceOrigin = originOfPrice(instrument, price, nullptr, std::nullopt, clock);
+        state->zonesOrigin = Origin{selected, clock.steady()};
+        state->signalsOrigin = Origin{instrument, clock.steady()};
         state->price = price;
         state->lastUpdated = clock.now();
         state->zones = zones;

@@ -209,14 +209,11 @@ private Q_SLOTS:
         app.clearLogs();
         const CandleList eth = waveCandles(200, 3300);
         app.crypto.release(line, gateCandles(eth));
-        QVERIFY(sameZones(app->zones(), buildZones(eth, eth.back().c)));
-        QVERIFY(app->zonesStanding().standing == Standing::foreign);
         // What is asked after the change is asked for the new instrument, whose own zones come at once.
-        QCOMPARE(app.lines(),
+        QCOMPARE(app.lines().mid(0, 4),
                  (QStringList{binanceCandleLine(u"ETH"_s, u"1d"_s), gateCandleLine(u"BTC"_s, u"1m"_s, 160),
-                              binanceCandleLine(u"BTC"_s, u"1m"_s, 160)}));
-        drainEvents();
-        QVERIFY(app.lines().contains(gateCandleLine(u"BTC"_s, u"1d"_s)) && app->zonesStanding().fresh());
+                              binanceCandleLine(u"BTC"_s, u"1m"_s, 160), gateCandleLine(u"BTC"_s, u"1d"_s)}));
+        QVERIFY(app->zonesStanding().fresh());
         QCOMPARE(app->zonePrice(), 61000.0);
         app.crypto.release(gateTickerLine(u"ETH"_s), gateTicker(3333));
         QCOMPARE(app->price(), 3333.0);
