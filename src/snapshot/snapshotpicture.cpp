@@ -12,7 +12,7 @@ namespace kestrune {
 
 namespace {
 
-constexpr int scale = 2;
+constexpr int snapshotScale = 2;
 constexpr double pixelsPerMetre = 72 / 0.0254;
 
 } // namespace
@@ -36,10 +36,10 @@ QImage SnapshotPicture::render()
     const auto hideAgain = qScopeGuard([this] { m_panel->hide(); });
     if (m_panel->size().isEmpty())
         return {};
-    QImage image(m_panel->size() * scale, QImage::Format_ARGB32_Premultiplied);
+    QImage image(m_panel->size() * snapshotScale, QImage::Format_ARGB32_Premultiplied);
     if (image.isNull())
         return {};
-    image.setDevicePixelRatio(scale);
+    image.setDevicePixelRatio(snapshotScale);
     image.fill(darkBackdrop);
     m_panel->render(&image);
     return image;

@@ -7,7 +7,7 @@ namespace kestrune {
 
 namespace {
 
-constexpr std::size_t minCandles = 50;
+constexpr std::size_t minScoredCandles = 50;
 
 /// One addend of the score; an empty phrase says nothing.
 struct Component
@@ -79,7 +79,7 @@ ScoreWithReason scoreReadings(const IndicatorReadings &readings, double price)
 
 TimeframeSignal scoreTimeframe(const QString &label, std::span<const Candle> candles, double price)
 {
-    const ScoreWithReason result = candles.size() < minCandles
+    const ScoreWithReason result = candles.size() < minScoredCandles
                                        ? ScoreWithReason{0, u"数据不足"_s}
                                        : scoreReadings(readIndicators(candles), price);
     return {label, result.score, signalTypeForScore(result.score), result.reason};

@@ -12,7 +12,7 @@ namespace kestrune {
 
 namespace {
 
-constexpr double cornerRadius = 6;
+constexpr double fieldRadius = 6;
 constexpr int fieldHeight = 26;
 constexpr int fieldSideMargin = 6;
 
@@ -36,7 +36,7 @@ void InputField::showText(const QString &text)
 
 double InputField::focusRadius() const
 {
-    return cornerRadius;
+    return fieldRadius;
 }
 
 QSize InputField::sizeHint() const
@@ -55,7 +55,7 @@ void InputField::paintEvent(QPaintEvent *event)
         QPainter painter(this);
         const Palette &colours = paletteOf(this);
         const QColor border = hasFocus() ? colours.accent : blended(colours.hairline, colours.ground);
-        outlineRounded(painter, rect(), cornerRadius, border, colours.field);
+        outlineRounded(painter, rect(), fieldRadius, border, colours.field);
     }
     QLineEdit::paintEvent(event);
 }

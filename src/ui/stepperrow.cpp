@@ -12,7 +12,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int fieldWidth = 56;
+constexpr int stepperFieldWidth = 56;
 constexpr int stepperGap = 4;
 
 } // namespace
@@ -24,7 +24,7 @@ StepperRow::StepperRow(const QString &title, const QString &help, QWidget *paren
     , m_field(new InputField(title))
     , m_plus(makeStep(u"plus"_s, title, u"增大"_s, 1))
 {
-    m_field->setFixedWidth(fieldWidth);
+    m_field->setFixedWidth(stepperFieldWidth);
     m_field->setAlignment(Qt::AlignHCenter);
     auto *line = rowIn(this, stepperGap);
     line->addWidget(m_title);

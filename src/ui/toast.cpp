@@ -27,8 +27,8 @@ constexpr int travel = 12;
 constexpr int shadowMargin = 10;
 constexpr int toastIconSide = 16;
 constexpr int toastIconGap = 6;
-constexpr int sidePadding = 12;
-constexpr int topPadding = 7;
+constexpr int toastSidePadding = 12;
+constexpr int toastTopPadding = 7;
 constexpr auto toastRole = TypeRole::caption;
 
 /// Widening veils beneath the capsule: a soft shadow without a blur.
@@ -100,13 +100,13 @@ void Toast::paintEvent(QPaintEvent *)
     outlineRounded(painter, capsule, toastRadius - 0.5, blended(palette.hairline, palette.raised),
                    palette.raised);
 
-    const QRectF icon(sidePadding, (capsule.height() - toastIconSide) / 2, toastIconSide, toastIconSide);
+    const QRectF icon(toastSidePadding, (capsule.height() - toastIconSide) / 2, toastIconSide, toastIconSide);
     drawIcon(painter, icon, m_isError ? u"exclamationmark.triangle.fill"_s : u"checkmark.circle.fill"_s,
              palette.shapeColor(m_isError ? Tone::orange : Tone::green));
     painter.setPen(palette.text);
     for (int i = 0; i < m_layout.lineCount(); ++i)
         drawGlyphs(painter, m_layout.lineAt(i), m_message,
-                   QPointF(sidePadding + toastIconSide + toastIconGap, topPadding));
+                   QPointF(toastSidePadding + toastIconSide + toastIconGap, toastTopPadding));
 }
 
 void Toast::hideEvent(QHideEvent *)
@@ -124,14 +124,14 @@ void Toast::slideTo(double presence)
 
 void Toast::place()
 {
-    const int around = 2 * sidePadding + toastIconSide + toastIconGap;
+    const int around = 2 * toastSidePadding + toastIconSide + toastIconGap;
     takeText(m_layout, m_message, toastRole, true);
     breakLines(m_layout, toastRole, std::max(m_maximumWidth - around, 40));
     double widest = 0;
     for (int i = 0; i < m_layout.lineCount(); ++i)
         widest = std::max(widest, m_layout.lineAt(i).naturalTextWidth());
     m_capsule = {static_cast<int>(std::ceil(widest)) + around,
-                 std::max(m_layout.lineCount(), 1) * lineHeight(toastRole) + 2 * topPadding};
+                 std::max(m_layout.lineCount(), 1) * lineHeight(toastRole) + 2 * toastTopPadding};
     const QPoint corner = m_bottomCenter - QPoint(m_capsule.width() / 2, m_capsule.height());
     setGeometry(
         QRect(corner, m_capsule).adjusted(-shadowMargin, -shadowMargin, shadowMargin, shadowMargin + travel));
