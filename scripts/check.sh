@@ -5,6 +5,7 @@
 #   style layers share format       the sources as text; layers also looks at the names of folders
 #   shell cppcheck lint coroutines  what the checkers of the languages say
 #   tests                           the daily build, in unity batches, and all tests
+#   release                         the program as users build it, in large batches across folders
 #   ordinary                        the other way of building, file by file with warnings as errors, and all tests
 #   headers clang                   every header alone; everything with clang
 #   sanitize threads fuzz           all tests under the sanitizers; two seconds of each fuzz target
@@ -17,7 +18,7 @@ log=$(mktemp)
 trap 'rm -f "$log"' EXIT
 
 quick_steps=(style layers share format)
-all_steps=("${quick_steps[@]}" shell cppcheck tests ordinary headers clang lint coroutines sanitize threads fuzz)
+all_steps=("${quick_steps[@]}" shell cppcheck tests release ordinary headers clang lint coroutines sanitize threads fuzz)
 wanted=("${@:-${all_steps[@]}}")
 [ "$*" = quick ] && wanted=("${quick_steps[@]}")
 for name in "${wanted[@]}"; do
@@ -45,6 +46,7 @@ check_cppcheck() {
         --quiet --error-exitcode=1 -j"$(nproc)" src replay bench fuzz
 }
 check_tests() { scripts/test.sh; }
+check_release() { cmake --preset release && cmake --build --preset release && build/release/bin/kestrune-bar --version; }
 check_ordinary() { cmake --preset check && cmake --build --preset check && ctest --preset check -j2; }
 check_headers() { cmake --preset check && cmake --build build/check --target all_verify_interface_header_sets; }
 check_clang() { cmake --preset check-clang && cmake --build --preset check-clang; }
