@@ -101,7 +101,7 @@ private Q_SLOTS:
         other->price = std::nullopt; // fires nothing by itself
         day->addAlert(105, u"mine"_s);
         day->addAlert(90, u"hit"_s, true); // saved first, fired here only
-        other->addAlert(110, u"theirs"_s);
+        other->addAlert(110, u"theirs"_s, true);
         const QString all = u"mine rise, hit rise, theirs rise"_s;
         QCOMPARE(day.saved() + u" | "_s + Day::told(other->alerts()), all + u" | "_s + all);
         day.announcements.clear();
