@@ -5,7 +5,6 @@
 #include "panel/planbanner.h"
 #include "panel/zonelist.h"
 #include "panel/zonerow.h"
-#include "platform/async.h"
 #include "ui/boxlayouts.h"
 #include "ui/iconbutton.h"
 #include "ui/roundedrect.h"
@@ -84,9 +83,7 @@ ZonesSection::ZonesSection(const PanelContext &context, QWidget *parent)
 
     connectList(m_resistances);
     connectList(m_supports);
-    connect(m_empty, &TextButton::clicked, this, [&state = m_context.state] {
-        startInBackground(&state, [&state] { return state.refreshSR(); });
-    });
+    connect(m_empty, &TextButton::clicked, this, &ZonesSection::refreshRequested);
     connect(m_chart, &IconButton::clicked, this, &ZonesSection::openChart);
     connect(m_banner, &PlanBanner::closeRequested, this,
             [&state = m_context.state] { clearPickedZone(state); });

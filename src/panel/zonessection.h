@@ -27,6 +27,7 @@ public:
 
 Q_SIGNALS:
     void tabStopsChanged();
+    void refreshRequested(); ///< of the zones alone
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;

@@ -128,7 +128,21 @@ void AppState::addPlanAlerts(const TradePlan &plan)
 
 void AppState::saveAlerts()
 {
-    settings::alerts.store(m_dependencies.preferences, alerts());
+    if (settings::storeAlerts(m_dependencies.preferences, m_storedAlerts, alerts()))
+        takeStoredAlerts();
+}
+
+void AppState::takeStoredAlerts()
+{
+    auto stored = settings::alerts.restored(m_dependencies.preferences);
+    if (!stored || *stored == m_storedAlerts)
+        return;
+    auto merged = mergedAlerts(m_storedAlerts, alerts(), *stored);
+    m_storedAlerts = std::move(*stored);
+    if (merged == alerts())
+        return;
+    alerts = std::move(merged);
+    startAlertPulseIfNeeded();
 }
 
 void AppState::playAlertSound()

@@ -6,6 +6,7 @@
 #include "state/fixedtext.h"
 
 #include <QDateTime>
+#include <QFileInfo>
 #include <QUrl>
 
 #include <chrono>
@@ -54,6 +55,14 @@ QString distancesText(std::optional<double> buyDistPct, std::optional<double> se
     if (!buyDistPct || !sellDistPct)
         return u"暂无撑压数据"_s;
     return u"距买点 "_s + fixedText(*buyDistPct, 2) + u"% · 距卖点 "_s + fixedText(*sellDistPct, 2) + u"%"_s;
+}
+
+QString unreadSettingsText(const UnreadFile &unread)
+{
+    if (unread.keptAs.isEmpty())
+        return u"设置文件无法读取，已原样保留；恢复之前，更改不会保存。"_s;
+    const QString kept = u"设置文件无法读取，已另存为 %1；"_s.arg(QFileInfo(unread.keptAs).fileName());
+    return kept + (unread.lost ? u"提醒与设置从头开始。"_s : u"本次运行的提醒与设置不变。"_s);
 }
 
 QString marketNotice(bool demo, const std::optional<QString> &server)

@@ -13,6 +13,7 @@
 namespace kestrune {
 
 class AppState;
+struct UnreadFile;
 
 // The words that the panel shows; the widgets only put them on the screen.
 
@@ -41,6 +42,9 @@ struct ContextRow
 
 /// "距买点 1.20% · 距卖点 3.45%", or "暂无撑压数据" unless both sides have a zone.
 [[nodiscard]] QString distancesText(std::optional<double> buyDistPct, std::optional<double> sellDistPct);
+
+/// What became of settings that could not be read.
+[[nodiscard]] QString unreadSettingsText(const UnreadFile &unread);
 
 /// The line that keeps replayed prices from being taken for live ones: "演示行情", "行情服务器 " and the host
 /// of `server`, or nothing for the live market.

@@ -296,6 +296,19 @@ private Q_SLOTS:
         QVERIFY(toast->message() == u"刷新成功"_s && !toast->isError());
         QVERIFY(panel.view->rect().contains(toast->geometry())); // above the footer's actions
         QVERIFY(toast->geometry().bottom() - 22 <= panel.find(refresh)->parentWidget()->y());
+        panel.clearLogs();
+        for (int i = 0; i < 2; ++i) // the second joins the first
+            PanelFixture::readerOf(panel.find(refresh))
+                ->actionInterface()
+                ->doAction(QAccessibleActionInterface::pressAction());
+        drainEvents();
+        QCOMPARE(panel.lines().filter(u"tickers"_s).size(), 1);
+
+        panel.state->unreadSettings = UnreadFile{u"/x/preferences.json.broken-1"_s, true};
+        drainEvents();
+        QVERIFY(panel.shows(u"设置文件无法读取，已另存为 preferences.json.broken-1；提醒与设置从头开始。"_s));
+        panel.press(u"知道了"_s);
+        QVERIFY(!panel.state->unreadSettings() && !panel.find(u"知道了"_s));
         panel.press(refresh);
         panel.view.reset(); // the answer of a refresh that outlives its panel goes nowhere
         drainEvents();

@@ -55,9 +55,9 @@ QString fieldName(const AppState &state, const PublishedField *field)
                      FIELD(stockQuote), FIELD(accountSize), FIELD(riskPctPerTrade), FIELD(leverage),
                      FIELD(marginMode), FIELD(selectedZonePrice), FIELD(selectedZoneType), FIELD(timeframe),
                      FIELD(zones), FIELD(zonePrice), FIELD(sparkline), FIELD(lastUpdated), FIELD(dataSource),
-                     FIELD(isLoading), FIELD(errorMessage), FIELD(ctxEMA50), FIELD(ctxEMA200),
-                     FIELD(ctxVegas), FIELD(ctxRSI), FIELD(ctxMACDHist), FIELD(ctxATR), FIELD(ctxVWAP),
-                     FIELD(snapshot), FIELD(snapshotConclusion), FIELD(marketContextExpanded),
+                     FIELD(isLoading), FIELD(errorMessage), FIELD(unreadSettings), FIELD(ctxEMA50),
+                     FIELD(ctxEMA200), FIELD(ctxVegas), FIELD(ctxRSI), FIELD(ctxMACDHist), FIELD(ctxATR),
+                     FIELD(ctxVWAP), FIELD(snapshot), FIELD(snapshotConclusion), FIELD(marketContextExpanded),
                      FIELD(miniMode), FIELD(blingMode), FIELD(multiPrices), FIELD(blingPulse), FIELD(alerts),
                      FIELD(pulsePhase), FIELD(signalThreshold), FIELD(displayRangePct), FIELD(maxPerSide),
                      FIELD(agesPassed));
