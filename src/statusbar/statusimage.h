@@ -26,6 +26,7 @@ struct BlingItem
     QString symbol;
     std::optional<double> price;
     std::optional<double> changePct; ///< percent; its sign picks the arrow
+    bool dimmed = false;             ///< the price is old: a sign that is switched off
 };
 
 /// What the normal picture shows.
@@ -36,8 +37,9 @@ struct StatusContent
     VAlign align = VAlign::center;
     double baselineShift = 0; ///< points, downward
     bool alertActive = false;
-    int pulse = 0;     ///< phase counter of the alert
-    bool dark = false; ///< the bar under it is dark
+    int pulse = 0;       ///< phase counter of the alert
+    bool dark = false;   ///< the bar under it is dark
+    bool dimmed = false; ///< the price is old or another's: hollow light, secondary colour
 
     [[nodiscard]] bool operator==(const StatusContent &) const = default;
 };

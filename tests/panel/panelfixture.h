@@ -85,7 +85,7 @@ public:
         add(u"support"_s, 0.9563, 1, {u"swing"_s});
         add(u"support"_s, 0.9312, 4, {u"fib"_s, u"vol"_s, u"pivot"_s, u"swing"_s});
         state->price = price;
-        state->lastUpdated = clock.now();
+        own();
         state->zones = zones;
         state->zonePrice = price;
         drainEvents();
