@@ -18,7 +18,9 @@ namespace kestrune {
 /// Vertical placement of the status text. `top` sits at the lower edge: y grows upward here.
 enum class VAlign { top, center, bottom };
 
-inline constexpr double statusHeight = 22; ///< points, of every picture
+inline constexpr double statusHeight = 22;        ///< points, of every picture
+inline constexpr double maximumStatusWidth = 480; ///< points; a longer text loses its middle
+inline constexpr double maximumSignWidth = 160;   ///< points, likewise
 
 /// One neon sign.
 struct BlingItem
@@ -60,6 +62,8 @@ struct StatusPicture
 /// The colours of the dot and of the text.
 [[nodiscard]] QColor statusDotColor(const StatusContent &content);
 [[nodiscard]] QColor statusTextColor(const StatusContent &content);
+/// The light inside a square of pixels: a disc, or a ring when dimmed.
+void drawStatusDot(QImage &image, const QRectF &square, const QColor &color, bool dimmed);
 
 /// Label of a neon sign, for example "BTC ▲67,250" or "DOGE --".
 [[nodiscard]] QString blingLabel(const BlingItem &item);
