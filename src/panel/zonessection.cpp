@@ -12,6 +12,7 @@
 #include "ui/textbutton.h"
 #include "ui/textlabel.h"
 #include "viewmodel/planbannermodel.h"
+#include "viewmodel/standingtexts.h"
 #include "viewmodel/zonelisting.h"
 
 #include <QPainter>
@@ -48,6 +49,12 @@ QWidget *makeSpinnerWithText()
     return row;
 }
 
+void showOrHide(TextLabel *label, const QString &text)
+{
+    label->setText(text);
+    label->setVisible(!text.isEmpty());
+}
+
 } // namespace
 
 ZonesSection::ZonesSection(const PanelContext &context, QWidget *parent)
@@ -56,7 +63,8 @@ ZonesSection::ZonesSection(const PanelContext &context, QWidget *parent)
     , m_resistances(new ZoneList)
     , m_supports(new ZoneList)
     , m_empty(new TextButton(u"暂无撑压数据，点击刷新"_s, TextButton::Look::plain))
-    , m_error(new TextLabel({}, TypeRole::caption, Tone::secondary))
+    , m_noticeBox(new QWidget)
+    , m_planNotice(new TextLabel({}, TypeRole::caption, Tone::secondary))
     , m_banner(new PlanBanner)
 {
     auto *column = columnIn(this, blockSpacing);
@@ -70,12 +78,14 @@ ZonesSection::ZonesSection(const PanelContext &context, QWidget *parent)
 
     m_empty->setRole(TypeRole::caption);
     m_empty->setTone(Tone::secondary);
-    m_error->setWrap(true);
+    m_planNotice->setWrap(true);
     auto *between = addPart(panelMargin);
     between->addWidget(makeLoadingRow());
     between->addWidget(m_empty, 0, Qt::AlignHCenter);
-    between->addWidget(m_error);
+    columnIn(m_noticeBox, 2);
+    between->addWidget(m_noticeBox);
     between->addWidget(makePriceLine());
+    between->addWidget(m_planNotice);
     between->addWidget(m_banner);
     between->addWidget(new TextLabel(u"支撑"_s, TypeRole::section, Tone::green));
     addPart(panelMargin - ZoneRow::overhang)->addWidget(m_supports);
@@ -142,12 +152,14 @@ void ZonesSection::refresh()
 void ZonesSection::refreshRows()
 {
     const AppState &state = m_context.state;
+    const bool fresh = state.zonesStanding().fresh();
     const auto fill = [&](ZoneList *list, QStringView type) {
         list->setZones(listedZones(state.zones(), type, state.displayRangePct(), state.maxPerSide()),
                        state.decimals());
         for (ZoneRow *row : list->rows()) {
             const Zone &zone = row->zone();
             row->setHasAlert(state.hasAlert(zone.mid));
+            row->setDimmed(!fresh);
             row->setSelected(state.selectedZonePrice() == zone.mid && state.selectedZoneType() == zone.type);
         }
         list->setVisible(!list->rows().empty());
@@ -177,16 +189,27 @@ void ZonesSection::refreshMessages()
     m_loadingRow->setVisible(state.isLoading() && empty);
     m_loadingHint->setVisible(state.isLoading() && !empty);
     m_empty->setVisible(!state.isLoading() && empty);
-    const auto &message = state.errorMessage();
-    if (message)
-        m_error->setText(*message);
-    m_error->setVisible(message.has_value());
+    showNotices(dataNotices(state));
+}
+
+void ZonesSection::showNotices(const QStringList &notices)
+{
+    while (std::ssize(m_notices) < notices.size()) {
+        m_notices.push_back(new TextLabel({}, TypeRole::caption, Tone::secondary));
+        m_notices.back()->setWrap(true);
+        m_noticeBox->layout()->addWidget(m_notices.back());
+    }
+    for (qsizetype i = 0; i < std::ssize(m_notices); ++i)
+        showOrHide(m_notices[std::size_t(i)], notices.value(i));
+    m_noticeBox->setVisible(!notices.isEmpty());
 }
 
 void ZonesSection::refreshPriceLine()
 {
     const AppState &state = m_context.state;
-    m_price->setText(fmtP(state.zonePrice(), state.decimals()));
+    const auto price = state.ownZonePrice();
+    m_price->setText(price ? fmtP(*price, state.decimals()) : u"—"_s);
+    m_price->setTone(state.livePrice() ? Tone::text : Tone::secondary);
     m_chart->setTip(u"在 TradingView 打开 "_s + state.tradingViewSymbol());
 }
 
@@ -195,6 +218,7 @@ void ZonesSection::refreshBanner()
     const auto model = planBannerModel(m_context.state);
     if (model)
         m_banner->setModel(*model);
+    showOrHide(m_planNotice, model ? QString() : planNotice(m_context.state));
     if (m_banner->isHidden() == model.has_value()) {
         m_banner->setVisible(model.has_value());
         Q_EMIT tabStopsChanged();

@@ -5,11 +5,8 @@
 #include "state/appstate.h"
 #include "state/fixedtext.h"
 
-#include <QDateTime>
 #include <QFileInfo>
 #include <QUrl>
-
-#include <chrono>
 
 namespace kestrune {
 
@@ -18,12 +15,6 @@ using namespace Qt::StringLiterals;
 QString changeText(double changePct)
 {
     return (changePct >= 0 ? u"▲ "_s : u"▼ "_s) + fixedText(changePct, 2) + u'%';
-}
-
-QString updateText(Instant lastUpdated)
-{
-    const auto seconds = std::chrono::floor<std::chrono::seconds>(lastUpdated).time_since_epoch().count();
-    return u"更新 "_s + QDateTime::fromSecsSinceEpoch(seconds).toString(u"HH:mm:ss"_s);
 }
 
 QString distanceText(double distPct)

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "platform/clock.h"
 #include "state/namedcolor.h"
 #include "state/timeframesignal.h"
 
@@ -20,8 +19,6 @@ struct UnreadFile;
 /// "▲ 2.35%". deliberate: a fall keeps the value's own sign beside the arrow ("▼ -1.23%"), as traders know
 /// it.
 [[nodiscard]] QString changeText(double changePct);
-/// "更新 14:32:05" in local time.
-[[nodiscard]] QString updateText(Instant lastUpdated);
 
 /// A zone's distance from the price with its sign, for example "+2.35%".
 [[nodiscard]] QString distanceText(double distPct);

@@ -113,6 +113,23 @@ void AppFixture::serveStock(const QString &code, double price, const CandleList 
         stock.answerAlways(stockCandleLine(code, period), stockCandles(code, period, candles));
 }
 
+void AppFixture::own() const
+{
+    Subject whole = state->selection();
+    Subject instrument{whole.market, whole.symbol, {}};
+    const double price = state->price().value_or(0);
+    state->priceOrigin = PriceOrigin{.subject = instrument,
+                                     .receivedAt = clock.steady(),
+                                     .time = clock.now(),
+                                     .value = price,
+                                     .believed = price,
+                                     .advancedAt = clock.steady()};
+    state->zonesOrigin = Origin{std::move(whole), clock.steady()};
+    state->signalsOrigin = Origin{std::move(instrument), clock.steady()};
+    state->priceFailure.reset();
+    state->zonesFailure.reset();
+}
+
 void AppFixture::tickTo(double price)
 {
     crypto.answerAlways(u"/api/v4/futures/usdt/tickers"_s, gateTicker(price, 1.5));
