@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "demomarket.h"
-#include "platform/jsonpreferences.h"
 #include "platform/curlhttpclient.h"
+#include "platform/jsonpreferences.h"
 #include "platform/systemclock.h"
 #include "snapshot/commandline.h"
 #include "snapshot/quietattention.h"
