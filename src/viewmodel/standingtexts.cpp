@@ -17,7 +17,6 @@ namespace {
 using std::chrono::floor;
 using std::chrono::seconds;
 
-
 QString localTime(Instant time, const QString &format)
 {
     return QDateTime::fromSecsSinceEpoch(floor<seconds>(time).time_since_epoch().count()).toString(format);
