@@ -78,7 +78,7 @@ private Q_SLOTS:
         state.setCoin(u"BTC"_s);
         drainEvents();
         QVERIFY(bar.item.last().status.dimmed);
-        QCOMPARE(bar.item.last().title, u"BTC · 等待 BTC 报价…"_s);
+        QCOMPARE(bar.item.last().title, u"等待 BTC 报价…"_s);
         bar.app.tickTo(60000);
         bar.app.clock.advance(5s);
         QVERIFY(!bar.item.last().status.dimmed);
