@@ -33,13 +33,13 @@ std::vector<BlingItem> signsOf(const AppState &state)
 /// "ETH  3,456.78  +1.25%", and in words what the picture says by dimming.
 QString titleOf(const AppState &state)
 {
-    QString title = state.displayName();
-    if (state.priceStanding().own()) {
-        title += u"  "_s + fmtP(*state.price(), state.decimals());
-        if (const auto change = state.changePct(); change && std::isfinite(*change))
-            title += u"  "_s + QString::asprintf("%+.2f%%", *change);
-    }
-    if (const QString caveat = priceCaveat(state); !caveat.isEmpty())
+    const QString caveat = priceCaveat(state);
+    if (!state.priceStanding().own())
+        return caveat;
+    QString title = state.displayName() + u"  "_s + fmtP(*state.price(), state.decimals());
+    if (const auto change = state.changePct(); change && std::isfinite(*change))
+        title += u"  "_s + QString::asprintf("%+.2f%%", *change);
+    if (!caveat.isEmpty())
         title += u" · "_s + caveat;
     return title;
 }

@@ -17,7 +17,6 @@ namespace {
 using std::chrono::floor;
 using std::chrono::seconds;
 
-
 QString localTime(Instant time, const QString &format)
 {
     return QDateTime::fromSecsSinceEpoch(floor<seconds>(time).time_since_epoch().count()).toString(format);
@@ -41,9 +40,15 @@ struct AgeUnit
 
 constexpr AgeUnit ageUnits[]{{24h, u'd', u" 天前"}, {1h, u'h', u" 小时前"}, {1min, u'm', u" 分钟前"}};
 
+/// Not the display name, which comes with a quote that may be another's.
+QString selectedCode(const AppState &state)
+{
+    return bareCode(state.coinSymbol());
+}
+
 QString waitingForPrice(const AppState &state)
 {
-    return u"等待 "_s + state.displayName() + u" 报价…"_s;
+    return u"等待 "_s + selectedCode(state) + u" 报价…"_s;
 }
 
 /// One that is not traded, whether the source says so or a session goes by without a trade.
@@ -95,7 +100,7 @@ QString zonesCaveat(const AppState &state)
     const Subject &theirs = state.zonesOrigin->subject;
     if (theirs.sameInstrument(state.selection()))
         return u"撑压属于%1，等待%2数据…"_s.arg(theirs.timeframe, state.timeframe());
-    return u"撑压属于 %1，等待 %2 数据…"_s.arg(bareCode(theirs.symbol), state.displayName());
+    return u"撑压属于 %1，等待 %2 数据…"_s.arg(bareCode(theirs.symbol), selectedCode(state));
 }
 
 } // namespace

@@ -35,7 +35,7 @@ class PanelTest : public QObject
 private Q_SLOTS:
     void itBeginsEmptyAndFillsAsTheMarketAnswers()
     {
-        const QString failed = u"撑压数据获取失败"_s;
+        const QString failed = u"撑压数据获取失败 · 自 08:30"_s;
         const QString again = u"暂无撑压数据，点击刷新"_s;
         PanelFixture panel;
         panel.view->show();
@@ -46,10 +46,11 @@ private Q_SLOTS:
         panel.press(again);
         QVERIFY(panel.announcements.contains(u"isLoading"_s)); // the zones alone
         QVERIFY(!panel.announcements.contains(u"snapshotConclusion"_s));
-        panel.state->errorMessage = std::nullopt;
+        panel.state->errorMessage = std::nullopt; // another kind has come
         panel.state->isLoading = true;
         drainEvents();
-        QVERIFY(panel.shows(u"加载撑压位…"_s) && !panel.find(again) && !panel.shows(failed));
+        QVERIFY(panel.shows(u"加载撑压位…"_s) && !panel.find(again) && panel.shows(failed));
+        QVERIFY(panel.shows(u"—"_s) && panel.shows(u"等待数据"_s)); // no zone price, no verdict
 
         panel.fillMarket();
         panel.state->changePct = -1.23;
@@ -64,6 +65,26 @@ private Q_SLOTS:
         QCOMPARE(panel.find(u"价格走势"_s)->size(), QSize(70, 16));
         QCOMPARE(panel.tone(u"3,456.78"_s), Tone::red);
         QCOMPARE(panel.tone(u"接近支撑区 · 偏买入"_s), Tone::green);
+    }
+
+    void whatIsOldOrAnothersIsGrey()
+    {
+        Shown panel(true);
+        const QStringList coloured{u"3,457"_s, u"▲ 2.35%"_s, u"多"_s, u"强多"_s, u"中性"_s};
+        const auto isGrey = [&panel](const QString &text) { return panel.tone(text) == Tone::secondary; };
+        QVERIFY(std::ranges::none_of(coloured, isGrey));
+        panel.clock.passSteady(std::chrono::minutes(4));
+        panel.state->agesPassed = 1;
+        drainEvents();
+        QVERIFY(std::ranges::all_of(coloured, isGrey));
+        QVERIFY(isGrey(u"多周期同步偏多 · 短中长一致 · 4 分钟前"_s) && panel.shows(u"撑压 4 分钟前"_s));
+        QVERIFY(panel.shows(u"4 分钟前 · 等待新报价…"_s) && panel.shows(u"开单助手：价格已过时…"_s));
+        QVERIFY(!panel.find(u"设提醒"_s) && !panel.shows(panel.state->statusText()));
+        panel.tick(3460);
+        QVERIFY(panel.find(u"设提醒"_s) && !isGrey(u"3,460"_s));
+        panel.state->coinSymbol = u"BTC"_s;
+        drainEvents();
+        QVERIFY(panel.shows(u"等待 BTC 报价…"_s) && !panel.shows(u"▲ 2.35%"_s) && panel.shows(u"—"_s));
     }
 
     void aHiddenPanelRestsAndCatchesUpWhenShown()
