@@ -8,6 +8,7 @@
 #include "support/testregistry.h"
 #include "viewmodel/paneltexts.h"
 #include "viewmodel/planbannermodel.h"
+#include "viewmodel/settingsinput.h"
 #include "viewmodel/standingtexts.h"
 #include "viewmodel/zonelisting.h"
 
@@ -272,6 +273,43 @@ private Q_SLOTS:
                 lines.append((line.isWarning ? u"!"_s : QString()) + line.text);
             QCOMPARE(lines, row.lines);
         });
+    }
+
+    void planRowsKeepTheWordsOfThePlan()
+    {
+        TradePlan plan = planOf(PlanGrade::good, TradeDirection::short_);
+        plan.detail = u"100.00 进 · 止盈 98.00（−2.00% +1,234） · 止损 101.50（+1.50%） · 净盈亏比 1.12"_s;
+        plan.tp = 98;
+        plan.netRR = 1.12;
+        const std::vector<PlanRow> between{{u"进"_s, u"100.00"_s, {}, {}},
+                                           {u"止盈"_s, u"98.00"_s, u"−2.00% +1,234"_s, {}},
+                                           {u"止损"_s, u"101.50"_s, u"+1.50%"_s, {}},
+                                           {u"净盈亏比"_s, u"1.12"_s, {}, 1.12}};
+        QVERIFY(planRows(plan) == between);
+        plan.detail = u"50.00 进 · 止损 48.50（−3.00%） · 每盈利 1.00 上移一次止损"_s;
+        plan.tp = std::nullopt;
+        QVERIFY(planRows(plan).back() == (PlanRow{u"每盈利"_s, u"1.00"_s, u"上移一次止损"_s, {}}));
+    }
+
+    void fieldsSayWhatTheyMakeOfAText()
+    {
+        const struct
+        {
+            const char *name;
+            const NumberField &field;
+            QString text, note;
+        } rows[] = {
+            {"above", fields::threshold, u"25"_s, u"最大 20%，已改为 20.0"_s},
+            {"below", fields::range, u"1"_s, u"最小 2%，已改为 2"_s},
+            {"inside, whatever is spelled", fields::threshold, u"3.26"_s, {}},
+            {"no number", fields::threshold, u"x"_s, u"不是数字，仍为 7.0"_s},
+            {"no whole number", fields::perSide, u"3.5"_s, u"不是整数，仍为 7"_s},
+            {"too low to be raised", fields::leverage, u"0.5"_s, u"最小 1x，仍为 7"_s},
+            {"nothing", fields::risk, u"0"_s, u"须大于 0，仍为 7.0"_s},
+            {"no amount", fields::account, u"x"_s, u"不是金额，已清空"_s},
+            {"an emptied amount", fields::account, u" "_s, {}},
+        };
+        forEachRow(rows, [](const auto &row) { QCOMPARE(row.field.answer(row.text, 7).note, row.note); });
     }
 
     void tagsOfZones()
