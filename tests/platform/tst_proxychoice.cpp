@@ -34,7 +34,7 @@ private Q_SLOTS:
         };
         forEachRow(rows, [](const auto &row) {
             QString described;
-            if (const auto found = parseProxy(QString::fromLatin1(row.name), true)) {
+            if (const auto found = proxyAt(QString::fromLatin1(row.name))) {
                 described = found->type() == QNetworkProxy::Socks5Proxy ? u"socks"_s : u"http"_s;
                 if (found->capabilities().testFlag(QNetworkProxy::HostNameLookupCapability))
                     described += u", names"_s; // are looked up by the proxy
@@ -79,7 +79,7 @@ private Q_SLOTS:
             qunsetenv(name);
         qputenv("ALL_PROXY", "socks5h://upper:1");
         const auto host = [](ProxyChoice &choice, const char *url) {
-            return choice.queryProxy(QNetworkProxyQuery(QUrl(QString::fromLatin1(url)))).first().hostName();
+            return choice.proxyFor(QUrl(QString::fromLatin1(url))).hostName();
         };
         ProxyChoice choice;
         QCOMPARE(host(choice, "https://a.example.com/x"), u"upper"_s);
