@@ -245,7 +245,7 @@ public:
     {
         m_pool->remove(m_easy.get());
         if (code != CURLE_OK)
-            return end(std::nullopt);
+            return wasSpoiled() ? sendAfresh() : end(std::nullopt);
         long status = 0;
         curl_easy_getinfo(m_easy.get(), CURLINFO_RESPONSE_CODE, &status);
         if (const auto target = m_head.redirectTarget(status, m_url)) {
@@ -274,8 +274,24 @@ private:
         curl_easy_setopt(m_easy.get(), option, value);
     }
 
+    // A kept connection may hold the rest of an answer that was longer than it said.
+    [[nodiscard]] bool wasSpoiled() const
+    {
+        long connects = 0;
+        curl_easy_getinfo(m_easy.get(), CURLINFO_NUM_CONNECTS, &connects);
+        return m_connected && connects == 0 && m_headBytes == 0 && !m_afresh;
+    }
+
+    void sendAfresh()
+    {
+        m_afresh = true;
+        setOption(CURLOPT_FRESH_CONNECT, 1L);
+        send();
+    }
+
     void send()
     {
+        m_connected = false;
         m_head = {};
         m_headBytes = 0;
         m_body.clear();
@@ -293,6 +309,7 @@ private:
 
     static int onConnected(void *self, char * /*to*/, char * /*from*/, int /*toPort*/, int /*fromPort*/)
     {
+        static_cast<Transfer *>(self)->m_connected = true;
         static_cast<Transfer *>(self)->onProgress();
         return CURL_PREREQFUNC_OK;
     }
@@ -356,6 +373,8 @@ private:
     Steady::time_point m_deadline = Steady::now() + m_client.m_options.totalTimeout;
     Steady::time_point m_lastProgress;
     Head m_head;
+    bool m_connected = false;
+    bool m_afresh = false;
     std::size_t m_headBytes = 0;
     QByteArray m_body;
     int m_redirects = 0;

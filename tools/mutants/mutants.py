@@ -161,6 +161,7 @@ m(P+'curlhttpclient.cpp','m_client.bytesInHand() + piece.size() > bodiesInHand *
 m(P+'curlhttpclient.cpp','QByteArrayView piece)\n    {\n        onProgress();','QByteArrayView piece)\n    {\n        if (!@) onProgress();','body counts as progress')
 m(P+'curlhttpclient.cpp','if (m_headBytes > mostHeadBytes)','if (!@ && m_headBytes > mostHeadBytes)','lines of a head bounded')
 m(P+'curlhttpclient.cpp','if (code != CURLE_OK)','if (!@ && code != CURLE_OK)','cut answers fail')
+m(P+'curlhttpclient.cpp','return wasSpoiled() ?','return !@ && wasSpoiled() ?','spoiled connection')
 m(P+'proxychoice.cpp','if (m_chosen.type() != QNetworkProxy::DefaultProxy)','if (!@ && m_chosen.type() != QNetworkProxy::DefaultProxy)','chosen proxy')
 m(P+'proxychoice.cpp','if (isLoopbackHost(url.host()))','if (!@ && isLoopbackHost(url.host()))','loopback without proxy')
 m(K+'marketservice.cpp','        *refusal = refused;','        if (!@) *refusal = refused;','refusal told')
