@@ -166,9 +166,9 @@ const char *helpText()
            "tencent.quotes,\n"
            "tencent.candles or all. KIND is one of status:NNN, empty, html, gzip-bomb, redirect:URL, or one "
            "of\n"
-           "stall, stall-body, reset, reset-body, truncate, wrong-length, drip, flood, or one of each with "
-           "a\n"
-           "comma between (redirect last).\n"
+           "stall, stall-body, reset, reset-body, truncate, wrong-length, drip, flood, flood-chunk, "
+           "flood-extension,\n"
+           "flood-head, or one of each with a comma between (redirect last).\n"
            "The address is printed on standard output once the server listens.\n";
 }
 

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <limits>
 #include <memory>
 
 #include <sys/socket.h>
@@ -18,7 +19,7 @@ using namespace std::chrono_literals;
 
 constexpr auto dripPause = 200ms;
 constexpr qint64 floodSize = 50LL * 1024 * 1024;
-constexpr qint64 floodPiece = 256LL * 1024;
+constexpr qsizetype floodPiece = 256LL * 1024;
 
 /// Ends a connection so that the peer sees a reset instead of an end.
 void resetConnection(QTcpSocket &socket)
@@ -47,19 +48,18 @@ void drip(QTcpSocket &socket, const QByteArray &body)
     timer->start(dripPause);
 }
 
-void flood(QTcpSocket &socket)
+/// `size` bytes of `letters` over and over, then a normal close.
+void flood(QTcpSocket &socket, const QByteArray &letters, qint64 size = std::numeric_limits<qint64>::max())
 {
-    const auto left = std::make_shared<qint64>(floodSize);
-    const auto more = [&socket, left] {
+    const auto left = std::make_shared<qint64>(size);
+    const auto more = [&socket, left, piece = letters.repeated(floodPiece / letters.size())] {
         if (socket.bytesToWrite() >= floodPiece)
             return;
         if (*left <= 0) {
             socket.disconnectFromHost();
             return;
         }
-        const qint64 size = std::min(*left, floodPiece);
-        *left -= size;
-        socket.write(QByteArray(static_cast<qsizetype>(size), ' '));
+        *left -= socket.write(piece.constData(), std::min(*left, qint64{piece.size()}));
     };
     QObject::connect(&socket, &QTcpSocket::bytesWritten, &socket, more);
     more();
@@ -71,6 +71,8 @@ QByteArray lengthHeader(Delivery delivery, qsizetype bodySize)
 {
     if (delivery == Delivery::flood)
         return {};
+    if (delivery == Delivery::floodChunk || delivery == Delivery::floodExtension)
+        return "Transfer-Encoding: chunked\r\n";
     const qsizetype told = delivery == Delivery::wrongLength ? bodySize / 2 : bodySize;
     return "Content-Length: " + QByteArray::number(told) + "\r\n";
 }
@@ -107,7 +109,19 @@ void deliver(QTcpSocket &socket, Delivery delivery, const QByteArray &head, cons
         break;
     case Delivery::flood:
         socket.write(head + body);
-        flood(socket);
+        flood(socket, " ", floodSize);
+        break;
+    case Delivery::floodChunk:
+        socket.write(head + "7fffffffffffffff\r\n" + body);
+        flood(socket, " ");
+        break;
+    case Delivery::floodExtension:
+        socket.write(head + "1;");
+        flood(socket, "x");
+        break;
+    case Delivery::floodHead:
+        socket.write(head.chopped(2));
+        flood(socket, "X-More: and more\r\n");
         break;
     }
 }

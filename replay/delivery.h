@@ -19,8 +19,17 @@ enum class Delivery {
     truncate,    ///< the head and half of the body, then a normal close
     wrongLength, ///< the whole body, but Content-Length tells half of it
     drip,        ///< the head, then one byte of the body at a time, for ever slower than anyone waits
-    flood        ///< the head without a length, then the body and 50 MiB of blanks
+    flood,       ///< the head without a length, then the body and 50 MiB of blanks
+    // These go on without end.
+    floodChunk,     ///< one chunk that is told to be 2^63 - 1 bytes long
+    floodExtension, ///< the extension of the first chunk
+    floodHead,      ///< header lines
 };
+
+[[nodiscard]] inline bool isFlood(Delivery delivery)
+{
+    return delivery >= Delivery::flood;
+}
 
 /// The Content-Length header line for a body, empty where none is sent.
 [[nodiscard]] QByteArray lengthHeader(Delivery delivery, qsizetype bodySize);

@@ -18,10 +18,17 @@ struct DeliveryName
 };
 
 constexpr DeliveryName deliveryNames[] = {
-    {"stall", Delivery::stall},       {"stall-body", Delivery::stallBody},
-    {"reset", Delivery::reset},       {"reset-body", Delivery::resetBody},
-    {"truncate", Delivery::truncate}, {"wrong-length", Delivery::wrongLength},
-    {"drip", Delivery::drip},         {"flood", Delivery::flood},
+    {"stall", Delivery::stall},
+    {"stall-body", Delivery::stallBody},
+    {"reset", Delivery::reset},
+    {"reset-body", Delivery::resetBody},
+    {"truncate", Delivery::truncate},
+    {"wrong-length", Delivery::wrongLength},
+    {"drip", Delivery::drip},
+    {"flood", Delivery::flood},
+    {"flood-chunk", Delivery::floodChunk},
+    {"flood-extension", Delivery::floodExtension},
+    {"flood-head", Delivery::floodHead},
 };
 
 bool setContent(Fault &fault, Fault::Content content)

@@ -174,7 +174,7 @@ private:
         } else {
             reply = m_handler(head.request);
         }
-        const bool keepAlive = head.keepAlive && reply.delivery != Delivery::flood;
+        const bool keepAlive = head.keepAlive && !isFlood(reply.delivery);
         if (reply.latency.count() <= 0) {
             send(reply, keepAlive);
             return;

@@ -4,7 +4,7 @@
 # Debian packages by purpose, and their installation. Sourced by the other scripts.
 
 build_packages=(g++ cmake ninja-build qt6-base-dev qt6-svg-dev qt6-multimedia-dev qcoro-qt6-dev
-    libexpected-dev libsimdjson-dev zlib1g-dev libicu-dev libxcb1-dev pkg-config gzip)
+    libexpected-dev libsimdjson-dev zlib1g-dev libcurl4-openssl-dev libicu-dev libxcb1-dev pkg-config gzip)
 run_packages=(fonts-noto-core fonts-noto-mono fonts-noto-cjk fonts-noto-color-emoji)
 test_packages=(git ccache python3 python3-gi gir1.2-atspi-2.0 at-spi2-core xvfb xauth x11-utils dbus dbus-x11 openssl openbox
     xfce4-panel xfconf xdotool procps imagemagick pulseaudio pulseaudio-utils desktop-file-utils appstream shellcheck)

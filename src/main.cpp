@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "demomarket.h"
 #include "platform/jsonpreferences.h"
-#include "platform/qthttpclient.h"
+#include "platform/curlhttpclient.h"
 #include "platform/systemclock.h"
 #include "snapshot/commandline.h"
 #include "snapshot/quietattention.h"
@@ -173,8 +173,8 @@ int main(int argc, char **argv)
 
     SystemClock clock;
     JsonPreferences preferences(settingsFolder(line.demo));
-    QtHttpClient cryptoHttp;
-    QtHttpClient stockHttp;
+    CurlHttpClient cryptoHttp;
+    CurlHttpClient stockHttp;
     std::unique_ptr<Attention> attention;
     if (config)
         attention = std::make_unique<QuietAttention>();

@@ -18,24 +18,18 @@ QString environment(const char *lower, const char *upper)
     return value.isEmpty() ? qEnvironmentVariable(upper) : value;
 }
 
-bool isDirect(const QList<QNetworkProxy> &proxies)
+QNetworkProxy systemProxy(const QUrl &url)
 {
-    return proxies.isEmpty() || proxies.first().type() == QNetworkProxy::NoProxy ||
-           proxies.first().type() == QNetworkProxy::DefaultProxy;
-}
-
-QList<QNetworkProxy> choose(const QNetworkProxyQuery &query)
-{
-    QList<QNetworkProxy> system = QNetworkProxyFactory::systemProxyForQuery(query);
-    if (!isDirect(system))
+    const QNetworkProxy system =
+        QNetworkProxyFactory::systemProxyForQuery(QNetworkProxyQuery(url)).value(0, QNetworkProxy::NoProxy);
+    if (system.type() != QNetworkProxy::NoProxy && system.type() != QNetworkProxy::DefaultProxy)
         return system;
     const QString all = environment("all_proxy", "ALL_PROXY");
-    if (!all.isEmpty() && !isExempt(environment("no_proxy", "NO_PROXY"), query.peerHostName())) {
-        const bool tunnel = query.protocolTag() != QLatin1String("http");
-        if (const auto proxy = parseProxy(all, tunnel))
-            return {*proxy};
+    if (!all.isEmpty() && !isExempt(environment("no_proxy", "NO_PROXY"), url.host())) {
+        if (const auto proxy = proxyAt(all))
+            return *proxy;
     }
-    return {QNetworkProxy(QNetworkProxy::NoProxy)};
+    return QNetworkProxy::NoProxy;
 }
 
 } // namespace
@@ -49,7 +43,7 @@ bool isLoopbackHost(const QString &host)
            QHostAddress(name).isLoopback();
 }
 
-std::optional<QNetworkProxy> parseProxy(const QString &value, bool tunnel)
+std::optional<QNetworkProxy> proxyAt(const QString &value)
 {
     const QString trimmed = value.trimmed();
     const QUrl url(trimmed.contains(QLatin1String("://")) ? trimmed : QStringLiteral("http://") + trimmed);
@@ -59,7 +53,7 @@ std::optional<QNetworkProxy> parseProxy(const QString &value, bool tunnel)
     QNetworkProxy proxy;
     int defaultPort = 1080;
     if (scheme == QLatin1String("http")) {
-        proxy.setType(tunnel ? QNetworkProxy::HttpProxy : QNetworkProxy::HttpCachingProxy);
+        proxy.setType(QNetworkProxy::HttpProxy);
         defaultPort = 3128;
     } else if (scheme == QLatin1String("socks5") || scheme == QLatin1String("socks5h") ||
                scheme == QLatin1String("socks")) {
@@ -74,6 +68,25 @@ std::optional<QNetworkProxy> parseProxy(const QString &value, bool tunnel)
     proxy.setUser(url.userName(QUrl::FullyDecoded));
     proxy.setPassword(url.password(QUrl::FullyDecoded));
     return proxy;
+}
+
+std::optional<QNetworkProxy> parseProxy(const QString &text)
+{
+    static const QRegularExpression form(
+        QStringLiteral("^(?:(http|socks5)://)?((?:[^\\s/?#@:\\[\\]]+|\\[[0-9a-f:.]+\\]):[0-9]+)$"),
+        QRegularExpression::CaseInsensitiveOption);
+    const QString trimmed = text.trimmed();
+    if (trimmed.isEmpty())
+        return QNetworkProxy(QNetworkProxy::DefaultProxy);
+    if (trimmed == u"直连")
+        return QNetworkProxy(QNetworkProxy::NoProxy);
+    const auto match = form.match(trimmed);
+    if (!match.hasMatch())
+        return std::nullopt;
+    const bool socks = match.captured(1).startsWith(u's', Qt::CaseInsensitive);
+    const auto proxy =
+        proxyAt((socks ? QLatin1String("socks5h://") : QLatin1String("http://")) + match.captured(2));
+    return proxy && proxy->port() > 0 ? proxy : std::nullopt;
 }
 
 bool isExempt(const QString &noProxy, const QString &host)
@@ -103,21 +116,23 @@ bool isExempt(const QString &noProxy, const QString &host)
     return false;
 }
 
-QList<QNetworkProxy> ProxyChoice::queryProxy(const QNetworkProxyQuery &query)
+QNetworkProxy ProxyChoice::proxyFor(const QUrl &url)
 {
-    if (isLoopbackHost(query.peerHostName()))
-        return {QNetworkProxy(QNetworkProxy::NoProxy)};
+    if (isLoopbackHost(url.host()))
+        return QNetworkProxy::NoProxy;
+    if (m_chosen.type() != QNetworkProxy::DefaultProxy)
+        return m_chosen;
     constexpr auto keptFor = 60s;
     constexpr qsizetype mostKept = 64; // redirects can name any number of hosts
     const auto now = std::chrono::steady_clock::now();
-    const QString key = query.url().scheme() + QLatin1String("://") + query.url().authority();
+    const QString key = url.scheme() + QLatin1String("://") + url.authority();
     if (const auto known = m_known.constFind(key); known != m_known.constEnd() && now < known->until)
-        return known->proxies;
+        return known->proxy;
     if (m_known.size() >= mostKept)
         m_known.clear();
-    QList<QNetworkProxy> proxies = choose(query);
-    m_known.insert(key, {proxies, now + keptFor});
-    return proxies;
+    QNetworkProxy proxy = systemProxy(url);
+    m_known.insert(key, {proxy, now + keptFor});
+    return proxy;
 }
 
 } // namespace kestrune

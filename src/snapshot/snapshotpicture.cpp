@@ -40,16 +40,17 @@ QImage SnapshotPicture::render()
     if (image.isNull())
         return {};
     image.setDevicePixelRatio(snapshotScale);
+    // Here already: told to a picture that is held twice it would make a copy.
+    const auto resolution = int(std::lround(pixelsPerMetre * snapshotScale));
+    image.setDotsPerMeterX(resolution);
+    image.setDotsPerMeterY(resolution);
     image.fill(darkBackdrop);
     m_panel->render(&image);
     return image;
 }
 
-bool writePng(QImage image, QIODevice &device)
+bool writePng(const QImage &image, QIODevice &device)
 {
-    const auto resolution = int(std::lround(pixelsPerMetre * image.devicePixelRatio()));
-    image.setDotsPerMeterX(resolution);
-    image.setDotsPerMeterY(resolution);
     QImageWriter writer(&device, "png");
     writer.setQuality(80); // lossless all the same: compressed a third faster, some 5 % larger
     return writer.write(image);

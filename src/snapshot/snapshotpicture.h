@@ -34,8 +34,8 @@ private:
     std::unique_ptr<PopoverView> m_panel;
 };
 
-/// Writes an image as PNG with its device pixel ratio as resolution (1 is 72 pixels per inch); false when
+/// Writes an image as PNG with its resolution; false when
 /// that fails.
-[[nodiscard]] bool writePng(QImage image, QIODevice &device);
+[[nodiscard]] bool writePng(const QImage &image, QIODevice &device);
 
 } // namespace kestrune

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "platform/qthttpclient.h"
+#include "platform/curlhttpclient.h"
 #include "support/appfixture.h"
 #include "support/loopbackserver.h"
 #include "support/rows.h"
@@ -77,7 +77,7 @@ class FaultMessagesTest : public QObject
         RecordingAttention attention;
         MemoryPreferences preferences;
         FakeClock clock; // stands still: no loop joins in
-        QtHttpClient http{{.idleTimeout = 400ms, .totalTimeout = 600ms}};
+        CurlHttpClient http{{.idleTimeout = 400ms, .totalTimeout = 600ms}};
         std::shared_ptr<AppState> state;
         static QCoro::Task<> runThen(QCoro::Task<> task, bool *done)
         {

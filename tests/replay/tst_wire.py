@@ -198,6 +198,13 @@ class Faults(unittest.TestCase):
         self.assertNotIn(b"content-length", head.lower())
         self.assertEqual(len(body), len(self.candles) + 50 * 1024 * 1024)
 
+    def test_floods_without_end(self):
+        for kind, begin, more in (("chunk", b"\r\n\r\n7fffffffffffffff\r\n", b" " * 20),
+                                  ("extension", b"\r\n\r\n1;", b"x" * 20), ("head", b"X-More: and more\r\n", b"")):
+            got = self.faulty("gate.candles=flood-" + kind).read_for(0.3)
+            self.assertTrue(len(got) > 2**20 and begin + more in got.replace(self.candles, b""), kind)
+            self.assertEqual(kind == "head", b"\r\n\r\n" not in got)
+
     def test_sends_a_well_formed_gzip_bomb(self):
         reply = self.faulty("gate.candles=gzip-bomb").reply()
         self.assertEqual(reply.headers["content-encoding"], "gzip")

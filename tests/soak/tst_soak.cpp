@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "platform/jsonpreferences.h"
-#include "platform/qthttpclient.h"
+#include "platform/curlhttpclient.h"
 #include "statusbar/desktop/appdelegate.h"
 #include "statusbar/fakewatcher.h"
 #include "statusbar/privatebus.h"
@@ -55,7 +55,7 @@ class SoakTest : public QObject
 
         int open = 0;
         Tally tally;
-        QtHttpClient client; // ends first: its waiters still count
+        CurlHttpClient client; // ends first: its waiters still count
     };
 
     static qint64 entries(const QString &folder)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "platform/qthttpclient.h"
+#include "platform/curlhttpclient.h"
 #include "support/eventloop.h"
 #include "support/loopbackserver.h"
 #include "support/program.h"
@@ -10,8 +10,6 @@
 #include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
-#include <QScopeGuard>
-#include <QSslConfiguration>
 #include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QThread>
@@ -25,7 +23,7 @@ using namespace kestrune::test;
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
-class QtHttpClientTest : public QObject
+class CurlHttpClientTest : public QObject
 {
     Q_OBJECT
 
@@ -72,7 +70,7 @@ class QtHttpClientTest : public QObject
         return ask(client, server.url(u"/once"_s));
     }
 
-    static constexpr QtHttpClient::Options quick{
+    inline static const CurlHttpClient::Options quick{
         .idleTimeout = 250ms, .totalTimeout = 600ms, .maxBody = 1 << 20};
     static Answer faulty(Fault fault, const QByteArray &body = QByteArray(2000, 'x'))
     {
@@ -95,7 +93,7 @@ private Q_SLOTS:
     void sendsAPlainRequest()
     {
         LoopbackServer server;
-        QtHttpClient client;
+        CurlHttpClient client;
         server.serve(u"/v1"_s,
                      {.body = "hello",
                       .headers = {"Set-Cookie: a=b; Path=/", "Cache-Control: max-age=1000", "ETag: \"1\""}});
@@ -108,13 +106,12 @@ private Q_SLOTS:
         QCOMPARE(last.header("Cookie") + last.header("If-None-Match"), QByteArray());
         QCOMPARE(last.header("Accept-Encoding"), QByteArray("gzip")); // what can be unpacked, and no more
         QCOMPARE(last.connection, server.requests().front().connection);
-        QCOMPARE(client.managerCount(), 1);
     }
 
     void theBodyIsGivenWhateverTheStatus()
     {
         LoopbackServer server;
-        QtHttpClient client(quick);
+        CurlHttpClient client(quick);
         for (const int status : {200, 203, 400, 401, 403, 404, 409, 410, 418, 429, 451, 500, 501, 503, 599}) {
             server.serve(u"/p"_s, {.body = "body", .status = status, .headers = {"Retry-After: 30"}});
             const auto result = start(client, server.url(u"/p"_s));
@@ -127,7 +124,7 @@ private Q_SLOTS:
 
     void bodiesAreUnpackedAndLimited()
     {
-        constexpr qsizetype limit = quick.maxBody;
+        const qsizetype limit = quick.maxBody;
         const QByteArray text = QByteArray("[1,2,3],").repeated(20'000);
         const auto packed = [](const QByteArray &body, const auto &change) {
             Answer answer = LoopbackServer::gzipped(body);
@@ -160,7 +157,7 @@ private Q_SLOTS:
         const qint64 before = statusKiB("VmHWM:");
         forEachRow(rows, [](const auto &row) {
             LoopbackServer server;
-            QtHttpClient client(quick);
+            CurlHttpClient client(quick);
             QVERIFY(ask(client, server, row.answer) == row.body);
         });
         QVERIFY(statusKiB("VmHWM:") - before < 64 * 1024);
@@ -187,14 +184,11 @@ private Q_SLOTS:
         };
         forEachRow(rows, [](const auto &row) {
             LoopbackServer server;
-            QtHttpClient client(quick);
+            CurlHttpClient client(quick);
             server.serve(u"/good"_s, {.body = "good"});
             const qint64 before = statusKiB("VmHWM:");
             QCOMPARE(ask(client, server, faulty(row.fault)), QByteArray("nothing"));
             QVERIFY(statusKiB("VmHWM:") - before < 64 * 1024);
-            // Nothing lingers: at the worst one more request is lost.
-            const QByteArray next = ask(client, server.url(u"/good"_s));
-            QVERIFY(next == "good" || row.fault == Fault::endlessHeaders);
             QCOMPARE(ask(client, server.url(u"/good"_s)), QByteArray("good"));
         });
     }
@@ -204,14 +198,14 @@ private Q_SLOTS:
         LoopbackServer server;
         QElapsedTimer timer;
         timer.start();
-        QtHttpClient wary({.idleTimeout = 250ms, .totalTimeout = 60s});
+        CurlHttpClient wary({.idleTimeout = 250ms, .totalTimeout = 60s});
         QCOMPARE(ask(wary, server, faulty(Fault::stallInBody)), QByteArray("nothing"));
         QVERIFY(timer.elapsed() >= 250);
         // Longer than the limit of silence, but never silent.
-        QtHttpClient patient({.idleTimeout = 500ms, .totalTimeout = 60s});
+        CurlHttpClient patient({.idleTimeout = 500ms, .totalTimeout = 60s});
         QCOMPARE(ask(patient, server, faulty(Fault::drip, QByteArray(40, 'x'))), QByteArray(40, 'x'));
         timer.restart();
-        QtHttpClient hasty({.idleTimeout = 60s, .totalTimeout = 300ms});
+        CurlHttpClient hasty({.idleTimeout = 60s, .totalTimeout = 300ms});
         QCOMPARE(ask(hasty, server, faulty(Fault::drip, QByteArray(1000, 'x'))), QByteArray("nothing"));
         QVERIFY(timer.elapsed() >= 300);
     }
@@ -219,7 +213,7 @@ private Q_SLOTS:
     void bodiesTakeNoMemory()
     {
         LoopbackServer server;
-        QtHttpClient client({.maxBody = 1 << 20}); // the real times: nothing ends by itself here
+        CurlHttpClient client({.maxBody = 1 << 20}); // the real times: nothing ends by itself here
         const qint64 before = statusKiB("VmHWM:");
         QCOMPARE(ask(client, server, faulty(Fault::endless, QByteArray(64 * 1024, 'x'))),
                  QByteArray("nothing"));
@@ -242,10 +236,10 @@ private Q_SLOTS:
 
     void aBodyThatNobodyReadsTakesNoMemory()
     {
-        // A busy machine: the main thread comes to nothing while Qt's thread receives.
+        // A busy machine: the main thread comes to nothing while an answer arrives.
         const ReplayServer flooding({u"--fault"_s, u"all=flood"_s});
         const QUrl url(flooding.address() + u"/q=sh600519"_s);
-        QtHttpClient client;
+        CurlHttpClient client;
         const auto result = start(client, url);
         drainEvents();
         const qint64 before = statusKiB("VmRSS:");
@@ -255,7 +249,7 @@ private Q_SLOTS:
         QVERIFY(ended(result) && !result->body);
 
         // Nothing is lost by it, although the connection ends long before the last piece is read.
-        QtHttpClient patient({.maxBody = qint64{64} << 20});
+        CurlHttpClient patient({.maxBody = qint64{64} << 20});
         const auto whole = start(patient, url);
         drainEvents();
         QTest::qSleep(300);
@@ -267,7 +261,7 @@ private Q_SLOTS:
     void redirectsAreFollowedWithCare()
     {
         LoopbackServer server;
-        QtHttpClient client(quick);
+        CurlHttpClient client(quick);
         server.serve(u"/here"_s, {.body = "here"});
         QCOMPARE(ask(client, server, LoopbackServer::redirect("/here")), QByteArray("here"));
         for (const char *target :
@@ -277,11 +271,10 @@ private Q_SLOTS:
         QCOMPARE(ask(client, server, LoopbackServer::redirect("/once")), QByteArray("nothing"));
         QCOMPARE(server.requests().size() - before, std::size_t{11});
 
-        QtHttpClient unused;
+        CurlHttpClient unused;
         for (const char *url :
              {"file:///etc/hostname", "data:,x", "qrc:/x", "ftp://127.0.0.1/", "http:///x", "", "x"})
             QCOMPARE(ask(unused, QUrl(QString::fromLatin1(url))), QByteArray("nothing"));
-        QCOMPARE(unused.managerCount(), 0);
     }
 
     void encryptionIsNotGivenUp()
@@ -298,15 +291,10 @@ private Q_SLOTS:
         LoopbackServer secure(files);
         plain.serve(u"/there"_s, {.body = "plain"});
         secure.serve(u"/there"_s, {.body = "secure"});
-        QtHttpClient wary;
+        CurlHttpClient wary;
         QCOMPARE(ask(wary, secure.url(u"/there"_s)), QByteArray("nothing"));
 
-        const QSslConfiguration usual = QSslConfiguration::defaultConfiguration();
-        const auto restore = qScopeGuard([&] { QSslConfiguration::setDefaultConfiguration(usual); });
-        QSslConfiguration trusting = usual;
-        trusting.addCaCertificates(files.certificate);
-        QSslConfiguration::setDefaultConfiguration(trusting);
-        QtHttpClient client;
+        CurlHttpClient client({.trusted = files.certificate});
         QCOMPARE(ask(client, secure.url(u"/there"_s)), QByteArray("secure"));
         const auto up = LoopbackServer::redirect(secure.url(u"/there"_s).toEncoded());
         const auto down = LoopbackServer::redirect(plain.url(u"/there"_s).toEncoded());
@@ -320,7 +308,7 @@ private Q_SLOTS:
         QTest::failOnWarning(QRegularExpression(u".*"_s));
         LoopbackServer server;
         server.serve(u"/silent"_s, faulty(Fault::stallInBody));
-        QtHttpClient client(quick);
+        CurlHttpClient client(quick);
         const auto result = start(client, server.url(u"/silent"_s));
         QTest::qWait(100);
         // A busy main thread: the connection breaks and the time runs out, and both wait for it.
@@ -336,7 +324,7 @@ private Q_SLOTS:
     void stalledRequestsHoldNobodyUp()
     {
         LoopbackServer server;
-        QtHttpClient client; // the real limits: nothing ends by itself here
+        CurlHttpClient client; // the real limits: nothing ends by itself here
         server.serve(u"/stall"_s, faulty(Fault::stall));
         server.serve(u"/stall-body"_s, faulty(Fault::stallInBody));
         std::vector<SharedResult> stalled;
@@ -346,13 +334,12 @@ private Q_SLOTS:
         QVERIFY(waitFor([&] { return server.requests().size() == 9; })); // none of the eight waited either
         for (const auto &result : stalled)
             QVERIFY(!result->done);
-        QCOMPARE(client.managerCount(), 2);
     }
 
     void survivesClosedKeptConnections()
     {
         LoopbackServer server;
-        QtHttpClient client(quick);
+        CurlHttpClient client(quick);
         for (int i = 0; i < 5; ++i) {
             QCOMPARE(ask(client, server, {.body = "p"}), QByteArray("p"));
             server.closeConnections(); // the next request may or may not have noticed
@@ -367,7 +354,7 @@ private Q_SLOTS:
         server.serve(u"/broken"_s,
                      {.fault = Fault::reset, .delay = 300ms}); // Qt itself asks a few times more
         server.serve(u"/sound"_s, {.body = "ok"});
-        QtHttpClient client;
+        CurlHttpClient client;
         const auto broken = start(client, server.url(u"/broken"_s));
         QVERIFY(waitFor([&] { return server.requests().size() == 1; }));
         server.setDoor(false);
@@ -385,7 +372,7 @@ private Q_SLOTS:
     void droppedConnectionsAreNotUsedAgain()
     {
         LoopbackServer server;
-        QtHttpClient client;
+        CurlHttpClient client;
         server.serve(u"/slow"_s, {.body = "slow", .delay = 200ms});
         QCOMPARE(ask(client, server, {.body = "p"}), QByteArray("p"));
         const auto open = start(client, server.url(u"/slow"_s));
@@ -397,13 +384,12 @@ private Q_SLOTS:
         QVERIFY(ended(open));
         QCOMPARE(open->body.value_or("nothing"), QByteArray("slow"));
         QCOMPARE(ask(client, server, {.body = "p"}), QByteArray("p"));
-        QCOMPARE(client.managerCount(), 1);
     }
 
     void goingAwayEndsOpenRequests()
     {
         LoopbackServer server;
-        auto client = std::make_unique<QtHttpClient>();
+        auto client = std::make_unique<CurlHttpClient>();
         server.serve(u"/stall"_s, faulty(Fault::stall));
         server.serve(u"/body"_s, faulty(Fault::stallInBody));
         std::vector<SharedResult> results{start(*client, server.url(u"/stall"_s)),
@@ -421,7 +407,7 @@ private Q_SLOTS:
         server.serve(u"/p"_s, {.body = "p"});
         server.serve(u"/stall"_s, faulty(Fault::stall));
         for (const QString &path : {u"/p"_s, u"/stall"_s}) {
-            auto client = std::make_unique<QtHttpClient>(quick);
+            auto client = std::make_unique<CurlHttpClient>(quick);
             const auto beside = start(*client, server.url(u"/stall"_s));
             bool hasEnded = false;
             const std::vector<HttpHeader> none;
@@ -436,5 +422,5 @@ private Q_SLOTS:
     }
 };
 
-KESTRUNE_TEST(QtHttpClientTest)
-#include "tst_qthttpclient.moc"
+KESTRUNE_TEST(CurlHttpClientTest)
+#include "tst_curlhttpclient.moc"

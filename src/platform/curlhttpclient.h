@@ -3,6 +3,9 @@
 
 #include "platform/completion.h"
 #include "platform/httpclient.h"
+#include "platform/proxychoice.h"
+
+#include <QString>
 
 #include <chrono>
 #include <memory>
@@ -10,53 +13,52 @@
 
 namespace kestrune {
 
-/// GET requests over Qt Network: HTTP/1.1, TLS always verified, no cookies, no cache, at most ten redirects
-/// and none from https to http, the system's proxy or that of all_proxy.
-///
-/// Qt gives a host six connections per access manager and lets further requests wait behind them. Requests
-/// are therefore dealt out over several managers, six open ones each, the first with room first: the steady
-/// state uses one, with its kept-alive connections, and the others go when they were idle for a minute.
-class QtHttpClient final : public HttpClient
+/// GET requests by libcurl on Qt's event loop, without a thread but for name lookups: HTTP/1.1, TLS always
+/// verified, no cookies, no cache, at most ten redirects and none from https to http. Connections are kept
+/// and used again; requests never wait for one. Whatever a peer sends, little more than the bodies is held.
+class CurlHttpClient final : public HttpClient
 {
 public:
     struct Options
     {
-        /// Time without a byte after which a request fails.
+        /// Time without a header line or a piece of the body after which a request fails.
         std::chrono::milliseconds idleTimeout = std::chrono::seconds(8);
         /// Time after which a request fails in any case, redirects included.
         std::chrono::milliseconds totalTimeout = std::chrono::seconds(10);
         /// Bytes, counted after decompression; a larger body fails. So does one of several at once that
         /// together exceed twice as much.
         qint64 maxBody = qint64(4) * 1024 * 1024;
+        /// A PEM file of certificates that are trusted besides the system's; empty for none.
+        QString trusted = {};
     };
 
-    QtHttpClient();
-    explicit QtHttpClient(const Options &options);
-    ~QtHttpClient() override;
+    CurlHttpClient();
+    explicit CurlHttpClient(const Options &options);
+    ~CurlHttpClient() override;
 
     [[nodiscard]] QCoro::Task<std::optional<HttpAnswer>> get(QUrl url,
                                                              std::vector<HttpHeader> headers) override;
 
     /// Lets no later request use a connection that is open now, for example after a suspend, when the
     /// other ends may be gone. Open requests go on.
-    void dropConnections();
+    void dropConnections() { m_pool.reset(); }
 
-    /// Access managers in use or kept for reuse.
-    [[nodiscard]] int managerCount() const { return static_cast<int>(m_pools.size()); }
+    /// For later requests; see ProxyChoice.
+    void setProxy(const QNetworkProxy &proxy) { m_proxies.setChosen(proxy); }
 
 private:
+    struct Head;
     class Pool;
     class Transfer;
     using Result = std::optional<HttpAnswer>;
 
-    [[nodiscard]] Pool &poolWithRoom();
-    void forget(Transfer *transfer);
-    void discardIdlePools();
+    [[nodiscard]] std::unique_ptr<Transfer> take(const Transfer *transfer);
     [[nodiscard]] qint64 bytesInHand() const;
 
     Options m_options;
-    std::vector<std::unique_ptr<Pool>> m_pools;
-    std::vector<Transfer *> m_transfers;
+    ProxyChoice m_proxies;
+    std::shared_ptr<Pool> m_pool; ///< of the next request; earlier ones live by their transfers
+    std::vector<std::unique_ptr<Transfer>> m_transfers;
     bool m_closing = false;
 };
 
