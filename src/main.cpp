@@ -9,6 +9,7 @@
 #include "statusbar/desktop/appdelegate.h"
 #include "statusbar/desktop/desktopattention.h"
 #include "statusbar/desktop/singleinstance.h"
+#include "ui/housestyle.h"
 #include "viewmodel/paneltexts.h"
 
 #include <QApplication>
@@ -147,7 +148,7 @@ int main(int argc, char **argv)
         choosePlatform();
 
     const QtMessageHandler messageHandler = qInstallMessageHandler(refuseDeadDisplay);
-    QApplication::setStyle(u"Fusion"_s); // the panel draws with its own palette on every desktop
+    QApplication::setStyle(new HouseStyle);
     // Qt has options of its own, like -platform and -style; to a snapshot run they are unknown arguments.
     int argumentsForQt = config ? 1 : argc;
     QApplication application(argumentsForQt, argv);

@@ -10,6 +10,7 @@
 #include "ui/spinner.h"
 #include "ui/textlabel.h"
 #include "viewmodel/paneltexts.h"
+#include "viewmodel/planbannermodel.h"
 
 namespace kestrune {
 
@@ -76,7 +77,10 @@ QWidget *HeaderSection::makeStatusRow()
     m_status = new TextLabel(TypeRole::caption);
     m_timeframes = new ChoiceRow({}, Chip::Look::segment);
     connect(m_timeframes, &ChoiceRow::picked, this,
-            [&state = m_context.state](qsizetype, const QString &label) { state.setTimeframe(label); });
+            [&state = m_context.state](qsizetype, const QString &label) {
+                clearPickedZone(state);
+                state.setTimeframe(label);
+            });
     line->addWidget(m_statusIcon);
     line->addWidget(m_status);
     line->addStretch(1);

@@ -71,21 +71,21 @@ PopoverView::PopoverView(std::shared_ptr<AppState> state, const Options &options
     setDark(true);
 
     auto *column = columnIn(this, 0, {0, panelMargin, 0, panelMargin});
-    auto *area = new ScrollArea;
-    area->setWidget(makeScrolledContent());
-    area->widget()->setAutoFillBackground(false);
-    area->setAnchor(m_marketContext);
+    m_area = new ScrollArea;
+    m_area->setWidget(makeScrolledContent());
+    m_area->widget()->setAutoFillBackground(false);
+    m_area->setAnchor(m_marketContext);
     // What is unfolded at the lower edge comes into view; queued, for the layout to end first.
-    for (const Collapsible *body : area->findChildren<Collapsible *>()) {
+    for (const Collapsible *body : m_area->findChildren<Collapsible *>()) {
         connect(
-            body, &Collapsible::unfolding, area, [area, body] { area->reveal(body->parentWidget()); },
+            body, &Collapsible::unfolding, this, [this, body] { m_area->reveal(body->parentWidget()); },
             Qt::QueuedConnection);
     }
     // The area's content keeps the spacing to the dividers itself, so that a focus ring at its edge shows.
     addWithMargins(column, m_header);
     column->addSpacing(stackSpacing);
     addWithMargins(column, new Divider);
-    column->addWidget(area, 1);
+    column->addWidget(m_area, 1);
     addWithMargins(column, new Divider);
     column->addSpacing(stackSpacing);
     addWithMargins(column, m_footer);
@@ -121,6 +121,8 @@ void PopoverView::connectActions()
     connect(m_chips, &ChipRow::picked, this, &PopoverView::chooseInstrument);
     connect(m_footer, &FooterSection::refreshRequested, this, &PopoverView::refreshAll);
     connect(m_footer, &FooterSection::helpRequested, this, &PopoverView::showHelp);
+    connect(m_settings, &SettingsSection::noted, this,
+            [this](const QString &note) { showToast(note, true); });
     const auto markStale = [this] { m_tabStopsStale = true; };
     connect(m_zones, &ZonesSection::tabStopsChanged, this, markStale);
     connect(m_alerts, &AlertsSection::tabStopsChanged, this, markStale);
@@ -250,6 +252,8 @@ void PopoverView::showEvent(QShowEvent *event)
     updateNow();
     m_marketContext->finishFolding();
     settleLayouts(*this);
+    if (m_zones->isLong())
+        m_area->reveal(m_zones->core());
 }
 
 void PopoverView::hideEvent(QHideEvent *event)

@@ -18,6 +18,7 @@ class ContextSection;
 class FooterSection;
 class HeaderSection;
 class HelpSheet;
+class ScrollArea;
 class SettingsSection;
 class SnapshotSection;
 class Toast;
@@ -89,6 +90,7 @@ private:
     SettingsSection *m_settings;
     FooterSection *m_footer;
     Toast *m_toast;
+    ScrollArea *m_area;
     QPointer<HelpSheet> m_help;
     bool m_updatePending = false;
     bool m_tabStopsStale = true;

@@ -68,9 +68,9 @@ PositionSettings::PositionSettings(const PanelContext &context, QWidget *parent)
     for (QWidget *row : {m_leverageRow, m_stockLeverageRow, m_marginRow, m_stockMarginRow})
         column->addWidget(row);
     column->addWidget(m_explanation);
-    connect(m_account, &InputField::returnPressed, this, &PositionSettings::submitAccount);
-    connect(m_risk, &InputField::returnPressed, this, &PositionSettings::submitRisk);
-    connect(m_leverage, &InputField::returnPressed, this, &PositionSettings::submitLeverage);
+    connectField(m_account, fields::account, context.state.accountSize);
+    connectField(m_risk, fields::risk, context.state.riskPctPerTrade);
+    connectField(m_leverage, fields::leverage, context.state.leverage);
     connect(m_marginMode, &ChoiceRow::picked, this, [&state = m_context.state](qsizetype index) {
         state.marginMode = allMarginModes[std::size_t(index)];
     });
@@ -89,25 +89,17 @@ QWidget *PositionSettings::makeRow(QWidget *title, QWidget *control)
     return row;
 }
 
-void PositionSettings::submitAccount()
+void PositionSettings::connectField(InputField *field, const NumberField &number, Published<double> &value)
 {
-    m_context.state.accountSize = fields::account.accepted(m_account->text()).value_or(0);
-}
-
-void PositionSettings::submitRisk()
-{
-    if (const auto risk = fields::risk.accepted(m_risk->text()))
-        m_context.state.riskPctPerTrade = *risk;
-    else
-        m_risk->showText(fields::risk.spelled(m_context.state.riskPctPerTrade()));
-}
-
-void PositionSettings::submitLeverage()
-{
-    if (const auto leverage = fields::leverage.accepted(m_leverage->text()))
-        m_context.state.leverage = *leverage;
-    else
-        showLeverage();
+    connect(field, &InputField::submitted, this, [this, field, &number, &value](const QString &text) {
+        const NumberField::Answer answer = number.answer(text, value());
+        if (answer.value)
+            value = *answer.value;
+        if (answer.note.isEmpty())
+            return; // what was typed stays as it was typed
+        field->showText(number.spelled(value()));
+        Q_EMIT noted(answer.note);
+    });
 }
 
 void PositionSettings::showLeverage()

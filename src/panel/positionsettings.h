@@ -10,6 +10,7 @@ namespace kestrune {
 class ChoiceRow;
 class HelpTitle;
 class InputField;
+struct NumberField;
 class TextLabel;
 
 /// Account size, risk per trade, leverage and margin mode. Stocks have neither of the last two.
@@ -27,11 +28,13 @@ public:
     void showLeverage();
     [[nodiscard]] QList<QWidget *> tabStops() const;
 
+Q_SIGNALS:
+    /// What a field took differently from what was typed.
+    void noted(const QString &note);
+
 private:
     [[nodiscard]] QWidget *makeRow(QWidget *title, QWidget *control);
-    void submitAccount();
-    void submitRisk();
-    void submitLeverage();
+    void connectField(InputField *field, const NumberField &number, Published<double> &value);
 
     PanelContext m_context;
     InputField *m_account;

@@ -59,9 +59,11 @@ SettingsSection::SettingsSection(const PanelContext &context, QWidget *parent)
     connect(m_market, &ChoiceRow::picked, this, &SettingsSection::chooseMarket);
     connect(m_miniMode, &ToggleSwitch::clicked, this,
             [&state = m_context.state] { state.miniMode = !state.miniMode(); });
+    connect(m_position, &PositionSettings::noted, this, &SettingsSection::noted);
     connectStepper(m_threshold, fields::threshold, m_context.state.signalThreshold);
     connectStepper(m_range, fields::range, m_context.state.displayRangePct);
     connectStepper(m_perSide, fields::perSide, m_context.state.maxPerSide);
+    setExpanded(false);
     fillFields();
 }
 
@@ -109,8 +111,12 @@ void SettingsSection::connectStepper(StepperRow *row, const NumberField &number,
     };
     connect(row, &StepperRow::stepped, this,
             [&number, &value, set](int direction) { set(value() + direction * number.step); });
-    connect(row, &StepperRow::submitted, this,
-            [&number, set](const QString &text) { set(number.accepted(text)); });
+    connect(row, &StepperRow::submitted, this, [this, &number, &value, set](const QString &text) {
+        const NumberField::Answer answer = number.answer(text, value());
+        set(answer.value);
+        if (!answer.note.isEmpty())
+            Q_EMIT noted(answer.note);
+    });
 }
 
 void SettingsSection::chooseMarket(qsizetype index)

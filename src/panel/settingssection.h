@@ -20,7 +20,7 @@ class TextLabel;
 class ToggleSwitch;
 
 /// The settings, folded at first. A field shows what is set when the settings appear and after each of its
-/// own changes; what is typed in between stays until it is submitted.
+/// own changes; what is typed in between stays until it is submitted, by Return or by leaving the field.
 class SettingsSection : public QWidget
 {
     Q_OBJECT
@@ -33,6 +33,10 @@ public:
     /// Takes the texts of all fields from the state.
     void fillFields();
     [[nodiscard]] QList<QWidget *> tabStops() const;
+
+Q_SIGNALS:
+    /// What a field took differently from what was typed.
+    void noted(const QString &note);
 
 private:
     [[nodiscard]] QWidget *makeContent();

@@ -40,11 +40,16 @@ Tone conclusionTone(std::span<const TimeframeSignal> snapshot)
     return snapshot.empty() ? Tone::secondary : signalTone(snapshot.back().signal);
 }
 
+Tone directionTone(TradeDirection direction)
+{
+    return direction == TradeDirection::long_ ? Tone::red : Tone::green;
+}
+
 Tone planTone(const TradePlan &plan)
 {
     switch (plan.grade) {
     case PlanGrade::good:
-        return plan.dir == TradeDirection::long_ ? Tone::red : Tone::green;
+        return directionTone(plan.dir);
     case PlanGrade::fair:
         return Tone::orange;
     case PlanGrade::poor:

@@ -23,7 +23,9 @@ namespace kestrune {
 [[nodiscard]] Tone signalTone(SignalType signal);
 /// The colour of the conclusion: that of the last signal, secondary without signals.
 [[nodiscard]] Tone conclusionTone(std::span<const TimeframeSignal> snapshot);
-/// A good plan in the colour of its direction (bullish red, bearish green), a fair one orange, a poor one
+/// Bullish red, bearish green.
+[[nodiscard]] Tone directionTone(TradeDirection direction);
+/// A good plan in the colour of its direction, a fair one orange, a poor one
 /// secondary.
 [[nodiscard]] Tone planTone(const TradePlan &plan);
 

@@ -230,12 +230,12 @@ void ZoneRow::updateTags()
         return;
     m_tagContents = std::move(contents);
     for (std::size_t i = 0; i < m_tagContents.size(); ++i) {
-        const auto &[text, color] = m_tagContents[i];
+        const auto &[text, color, look] = m_tagContents[i];
         if (i == m_tags.size()) {
-            m_tags.push_back(new Tag(text, color, m_tagBox));
+            m_tags.push_back(new Tag(text, color, look, m_tagBox));
             m_flow->addWidget(m_tags.back());
         }
-        m_tags[i]->setContent(text, color);
+        m_tags[i]->setContent(text, color, look);
     }
     for (std::size_t i = 0; i < m_tags.size(); ++i)
         m_tags[i]->setVisible(i < m_tagContents.size());

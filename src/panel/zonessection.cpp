@@ -17,6 +17,8 @@
 
 #include <QPainter>
 
+#include <algorithm>
+
 namespace kestrune {
 
 using namespace Qt::StringLiterals;
@@ -56,7 +58,10 @@ ZonesSection::ZonesSection(const PanelContext &context, QWidget *parent)
     , m_context(context)
     , m_resistances(new ZoneList)
     , m_supports(new ZoneList)
-    , m_empty(new TextButton(u"暂无撑压数据，点击刷新"_s, TextButton::Look::plain))
+    , m_noResistances(new TextLabel(u"无"_s, TypeRole::caption, Tone::secondary))
+    , m_noSupports(new TextLabel(u"无"_s, TypeRole::caption, Tone::secondary))
+    , m_core(new QWidget)
+    , m_empty(new TextButton(u"暂无撑压数据，点击刷新"_s))
     , m_error(new TextLabel({}, TypeRole::caption, Tone::secondary))
     , m_banner(new PlanBanner)
 {
@@ -66,19 +71,23 @@ ZonesSection::ZonesSection(const PanelContext &context, QWidget *parent)
         column->addLayout(part);
         return part;
     };
-    addPart(panelMargin)->addWidget(new TextLabel(u"阻力"_s, TypeRole::section, Tone::red));
+    auto *top = addPart(panelMargin);
+    top->addWidget(new TextLabel(u"阻力"_s, TypeRole::section, Tone::red));
+    top->addWidget(m_noResistances);
     addPart(panelMargin - ZoneRow::overhang)->addWidget(m_resistances);
 
-    m_empty->setRole(TypeRole::caption);
-    m_empty->setTone(Tone::secondary);
+    m_empty->setIconName(u"arrow.clockwise"_s);
     m_error->setWrap(true);
     auto *between = addPart(panelMargin);
     between->addWidget(makeLoadingRow());
     between->addWidget(m_empty, 0, Qt::AlignHCenter);
     between->addWidget(m_error);
-    between->addWidget(makePriceLine());
-    between->addWidget(m_banner);
+    auto *core = columnIn(m_core, blockSpacing);
+    core->addWidget(makePriceLine());
+    core->addWidget(m_banner);
+    between->addWidget(m_core);
     between->addWidget(new TextLabel(u"支撑"_s, TypeRole::section, Tone::green));
+    between->addWidget(m_noSupports);
     addPart(panelMargin - ZoneRow::overhang)->addWidget(m_supports);
     column->addStretch(1); // takes what a kept height leaves over
 
@@ -91,8 +100,8 @@ ZonesSection::ZonesSection(const PanelContext &context, QWidget *parent)
     connect(m_banner, &PlanBanner::closeRequested, this,
             [&state = m_context.state] { clearPickedZone(state); });
     connect(m_banner, &PlanBanner::alertsRequested, this, [this] {
-        if (const auto model = planBannerModel(m_context.state))
-            m_context.state.addPlanAlerts(model->plan);
+        if (const auto model = planBannerModel(m_context.state); model && model->plan)
+            m_context.state.addPlanAlerts(*model->plan);
     });
     m_banner->hide();
 }
@@ -145,7 +154,7 @@ void ZonesSection::refresh()
 void ZonesSection::refreshRows()
 {
     const AppState &state = m_context.state;
-    const auto fill = [&](ZoneList *list, QStringView type) {
+    const auto fill = [&](ZoneList *list, TextLabel *none, QStringView type) {
         list->setZones(listedZones(state.zones(), type, state.displayRangePct(), state.maxPerSide()),
                        state.decimals());
         for (ZoneRow *row : list->rows()) {
@@ -154,10 +163,11 @@ void ZonesSection::refreshRows()
             row->setSelected(state.selectedZonePrice() == zone.mid && state.selectedZoneType() == zone.type);
         }
         list->setVisible(!list->rows().empty());
+        none->setVisible(list->rows().empty() && !state.zones().empty());
     };
     keepHeight(state.zones().empty());
-    fill(m_resistances, u"resistance");
-    fill(m_supports, u"support");
+    fill(m_resistances, m_noResistances, u"resistance");
+    fill(m_supports, m_noSupports, u"support");
 }
 
 // A new instrument has no zones for a moment: the block stays as high as it was until it is filled again or
@@ -219,6 +229,12 @@ void ZonesSection::openChart()
 {
     if (const auto url = m_context.state.tradingViewURL())
         m_context.openUrl(*url);
+}
+
+bool ZonesSection::isLong() const
+{
+    constexpr std::size_t manyRows = 5;
+    return std::max(m_resistances->rows().size(), m_supports->rows().size()) > manyRows;
 }
 
 bool ZonesSection::eventFilter(QObject *watched, QEvent *event)

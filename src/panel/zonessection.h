@@ -24,6 +24,10 @@ public:
 
     void refresh();
     [[nodiscard]] QList<QWidget *> tabStops() const;
+    /// Price line and plan, what the panel is opened for.
+    [[nodiscard]] const QWidget *core() const { return m_core; }
+    /// Whether so many rows are listed on a side that the core may lie outside the first view.
+    [[nodiscard]] bool isLong() const;
 
 Q_SIGNALS:
     void tabStopsChanged();
@@ -46,6 +50,9 @@ private:
     PanelContext m_context;
     ZoneList *m_resistances;
     ZoneList *m_supports;
+    TextLabel *m_noResistances;
+    TextLabel *m_noSupports;
+    QWidget *m_core;
     QWidget *m_loadingRow;  // with no rows to look at
     QWidget *m_loadingHint; // inside the price line, so that rows do not jump at every refresh
     TextButton *m_empty;

@@ -17,17 +17,17 @@ const struct
     QLatin1StringView source; ///< as zone building spells it
     TagContent tag;
 } sourceTags[] = {
-    {"pivot"_L1, {u"Pivot"_s, Tone::purple}},
-    {"fib"_L1, {u"Fib"_s, Tone::blue}},
-    {"swing"_L1, {u"摆动"_s, Tone::teal}},
-    {"vol"_L1, {u"量能"_s, Tone::orange}},
+    {"pivot"_L1, {u"Pivot"_s, Tone::purple, Tag::Look::soft}},
+    {"fib"_L1, {u"Fib"_s, Tone::blue, Tag::Look::soft}},
+    {"swing"_L1, {u"摆动"_s, Tone::teal, Tag::Look::soft}},
+    {"vol"_L1, {u"量能"_s, Tone::orange, Tag::Look::soft}},
     // Not produced today; they keep their place for levels of their own.
-    {"ema"_L1, {u"EMA"_s, Tone::pink}},
-    {"vegas"_L1, {u"Vegas"_s, Tone::red}},
-    {"vwap"_L1, {u"VWAP"_s, Tone::green}},
+    {"ema"_L1, {u"EMA"_s, Tone::pink, Tag::Look::soft}},
+    {"vegas"_L1, {u"Vegas"_s, Tone::red, Tag::Look::soft}},
+    {"vwap"_L1, {u"VWAP"_s, Tone::green, Tag::Look::soft}},
 };
-const TagContent confirmedTag{u"多指标确认"_s, Tone::blue};
-const TagContent goldenTag{u"黄金位"_s, Tone::orange};
+const TagContent confirmedTag{u"多指标确认"_s, Tone::blue, Tag::Look::outlined};
+const TagContent goldenTag{u"黄金位"_s, Tone::orange, Tag::Look::soft};
 
 } // namespace
 

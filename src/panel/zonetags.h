@@ -2,17 +2,18 @@
 #pragma once
 
 #include "analysis/zone.h"
-#include "ui/palette.h"
+#include "ui/tag.h"
 
 #include <vector>
 
 namespace kestrune {
 
-/// What a tag shows: a word and its colour.
+/// What a tag shows.
 struct TagContent
 {
     QString text;
     Tone color;
+    Tag::Look look;
 
     [[nodiscard]] bool operator==(const TagContent &) const = default;
 };

@@ -5,8 +5,10 @@
 #include "statusbar/pixelshapes.h"
 #include "ui/devicepixels.h"
 #include "ui/glyphdrawing.h"
+#include "ui/palette.h"
 #include "ui/typography.h"
 
+#include <QCache>
 #include <QFontMetricsF>
 #include <QPainter>
 #include <QTextLayout>
@@ -14,7 +16,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <deque>
 #include <limits>
 #include <map>
 
@@ -39,6 +40,14 @@ constexpr double cellBottom = 2;
 constexpr double cellHeight = 18;
 constexpr double cellPadding = 10; // both sides together
 constexpr double cellGap = 3;
+constexpr double outlineShare = 0.3; // of the sign's colour, around its text
+constexpr double offShare = 0.22;    // of it, the body of a sign that is switched off
+constexpr int labelCacheLimit = 24;
+
+const QColor &secondaryColor(bool dark)
+{
+    return (dark ? darkPalette() : lightPalette()).secondary;
+}
 
 /// The platform's green, red and orange as they read best on the bar's ground.
 struct SignalColors
@@ -80,20 +89,22 @@ const TextStyle &textStyle(double points, QFont::Weight weight, double scale)
     return styles.emplace(key, TextStyle(points, weight, scale)).first->second;
 }
 
-/// A shaped line of text: measured and drawn without shaping it twice.
+/// A shaped line of text: measured and drawn without shaping it twice. One wider than `maximum` pixels loses
+/// its middle, so that name and age stay.
 class ShapedText
 {
 public:
-    ShapedText(const QString &text, const TextStyle &style) : m_style(style), m_layout(text, style.font)
+    ShapedText(const QString &text, const TextStyle &style, double maximum)
+        : m_style(style), m_layout(text, style.font)
     {
         QTextOption option;
         option.setWrapMode(QTextOption::NoWrap);
         m_layout.setTextOption(option);
-        m_layout.beginLayout();
-        m_line = m_layout.createLine();
-        if (m_line.isValid())
-            m_line.setLineWidth(std::numeric_limits<int>::max());
-        m_layout.endLayout();
+        shape();
+        if (width() > maximum) {
+            m_layout.setText(QFontMetricsF(style.font).elidedText(text, Qt::ElideMiddle, maximum));
+            shape();
+        }
     }
 
     [[nodiscard]] double width() const { return m_line.isValid() ? m_line.horizontalAdvance() : 0; }
@@ -107,6 +118,15 @@ public:
     }
 
 private:
+    void shape()
+    {
+        m_layout.beginLayout();
+        m_line = m_layout.createLine();
+        if (m_line.isValid())
+            m_line.setLineWidth(std::numeric_limits<int>::max());
+        m_layout.endLayout();
+    }
+
     const TextStyle &m_style;
     QTextLayout m_layout;
     QTextLine m_line;
@@ -120,6 +140,12 @@ double bellSpace(const StatusContent &content)
 double widthOf(const StatusContent &content, double textWidth)
 {
     return sideMargin + bellSpace(content) + dotSide + dotGap + textWidth + sideMargin;
+}
+
+ShapedText shapedText(const StatusContent &content, double scale)
+{
+    return {content.text, textStyle(textSize, QFont::Medium, scale),
+            (maximumStatusWidth - widthOf(content, 0)) * scale};
 }
 
 QImage emptyImage(double width, double scale)
@@ -144,15 +170,15 @@ double textBottom(const StatusContent &content, double height)
 
 StatusPicture renderStatus(const StatusContent &content, double scale)
 {
-    const ShapedText text(content.text, textStyle(textSize, QFont::Medium, scale));
+    const ShapedText text = shapedText(content, scale);
     StatusPicture picture{{}, widthOf(content, text.width() / scale)};
     picture.image = emptyImage(picture.width, scale);
     // deliberate: the bell is composited onto a picture that is still empty there and leaves no mark, so
     // only its room is kept; the shift and the blinking text are what shows an alert.
     const double x = sideMargin + bellSpace(content);
     const QRectF dot(x, statusHeight - dotBottom - dotSide, dotSide, dotSide);
-    fillRoundedRect(picture.image, QRectF(dot.topLeft() * scale, dot.size() * scale), dotSide * scale / 2,
-                    statusDotColor(content));
+    drawStatusDot(picture.image, QRectF(dot.topLeft() * scale, dot.size() * scale), statusDotColor(content),
+                  content.dimmed);
     if (content.text.isEmpty())
         return picture;
     const double height = text.height() / scale;
@@ -207,26 +233,87 @@ std::vector<BlingItem> withDefaults(const std::vector<BlingItem> &items)
     return coins;
 }
 
+/// The finished text of a sign; it outlasts many pulses, which change only what is beneath it.
+struct SignLabel
+{
+    QImage image;
+    double width = 0; ///< of the text, pixels
+};
+
+struct SignLabelKey
+{
+    QString text;
+    QRgb outline;
+    bool dimmed;
+    int scale; ///< in 64ths
+
+    bool operator==(const SignLabelKey &) const = default;
+};
+
+size_t qHash(const SignLabelKey &key, size_t seed = 0)
+{
+    return qHashMulti(seed, key.text, key.outline, key.dimmed, key.scale);
+}
+
+/// White inside a dark outline of the sign's own hue: the signs themselves are too bright for white.
+SignLabel renderLabel(const SignLabelKey &key, double scale)
+{
+    const ShapedText text(key.text, textStyle(blingTextSize, QFont::Bold, scale),
+                          (maximumSignWidth - cellPadding) * scale);
+    const double reach = std::max(std::round(scale), 1.0);
+    const double slant = std::max(std::round(scale * 0.7), 1.0);
+    SignLabel label{{}, text.width()};
+    label.image =
+        QImage(static_cast<int>(std::ceil(text.width() + 2 * reach)),
+               static_cast<int>(std::ceil(text.height() + 2 * reach)), QImage::Format_ARGB32_Premultiplied);
+    label.image.fill(Qt::transparent);
+    {
+        QPainter painter(&label.image);
+        painter.setPen(QColor::fromRgb(key.outline));
+        for (int x = -1; x <= 1; ++x) {
+            for (int y = -1; y <= 1; ++y)
+                text.draw(painter, QPointF(reach, reach) + QPointF(x, y) * (x && y ? slant : reach));
+        }
+        painter.setPen(key.dimmed ? secondaryColor(true) : Qt::white);
+        text.draw(painter, {reach, reach});
+    }
+    label.image = label.image.copy(); // without the paint engine, larger than the pixels
+    return label;
+}
+
+SignLabel cachedLabel(const SignLabelKey &key, double scale)
+{
+    static QCache<SignLabelKey, SignLabel> cache(labelCacheLimit);
+    if (const SignLabel *found = cache.object(key))
+        return *found;
+    SignLabel label = renderLabel(key, scale);
+    cache.insert(key, new SignLabel(label)); // the copies share the pixels
+    return label;
+}
+
 struct BlingCell
 {
-    BlingCell(const QString &text, const TextStyle &style, const QString &itemSymbol)
-        : label(text, style), symbol(itemSymbol)
-    {}
-
-    ShapedText label;
-    QString symbol;
+    SignLabel label;
+    Rgb color;
+    bool dimmed;
     QRectF rect; ///< points, y downward
 };
 
-std::deque<BlingCell> layOutCells(const std::vector<BlingItem> &items, double scale)
+std::vector<BlingCell> layOutCells(const std::vector<BlingItem> &items, double scale)
 {
-    const TextStyle &style = textStyle(blingTextSize, QFont::Bold, scale);
-    std::deque<BlingCell> cells; // a text layout cannot be moved
+    std::vector<BlingCell> cells;
+    cells.reserve(items.size());
     double x = 0;
     for (const BlingItem &item : items) {
-        BlingCell &cell = cells.emplace_back(blingLabel(item), style, item.symbol);
-        const double width = cell.label.width() / scale + cellPadding;
-        cell.rect = {x, statusHeight - cellBottom - cellHeight, width, cellHeight};
+        const Rgb &color = blingColor(item.symbol, cells.size());
+        SignLabel label = cachedLabel({blingLabel(item), toColor(color, outlineShare, 0, 1).rgb(),
+                                       item.dimmed, static_cast<int>(std::lround(scale * 64))},
+                                      scale);
+        const double width = label.width / scale + cellPadding;
+        cells.push_back({std::move(label),
+                         color,
+                         item.dimmed,
+                         {x, statusHeight - cellBottom - cellHeight, width, cellHeight}});
         x += width + cellGap;
     }
     return cells;
@@ -234,26 +321,26 @@ std::deque<BlingCell> layOutCells(const std::vector<BlingItem> &items, double sc
 
 StatusPicture renderBling(const std::vector<BlingItem> &given, int pulse, double scale)
 {
-    const std::deque<BlingCell> cells = layOutCells(withDefaults(given), scale);
+    const std::vector<BlingCell> cells = layOutCells(withDefaults(given), scale);
     StatusPicture picture{{}, cells.back().rect.right()};
     picture.image = emptyImage(picture.width, scale);
     const auto inPixels = [scale](const QRectF &rect) {
         return QRectF(rect.topLeft() * scale, rect.size() * scale);
     };
     for (std::size_t i = 0; i < cells.size(); ++i) {
-        const QRectF &rect = cells[i].rect;
-        const Rgb &color = blingColor(cells[i].symbol, i);
+        const auto &[label, color, dimmed, rect] = cells[i];
         const double t = (std::sin(1.2 * pulse + 1.25 * static_cast<double>(i)) + 1) / 2;
-        strokeRoundedRect(picture.image, inPixels(rect.adjusted(-1.5, -1.5, 1.5, 1.5)), 6.5 * scale,
-                          1.5 * scale, toColor(color, 1, 0.35, 0.25 + 0.6 * t));
-        fillRoundedRect(picture.image, inPixels(rect), 5 * scale, toColor(color, 0.45 + 0.55 * t, 0, 1));
+        if (!dimmed)
+            strokeRoundedRect(picture.image, inPixels(rect.adjusted(-1.5, -1.5, 1.5, 1.5)), 6.5 * scale,
+                              1.5 * scale, toColor(color, 1, 0.35, 0.25 + 0.6 * t));
+        fillRoundedRect(picture.image, inPixels(rect), 5 * scale,
+                        toColor(color, dimmed ? offShare : 0.45 + 0.55 * t, 0, 1));
     }
     QPainter painter(&picture.image);
-    painter.setPen(Qt::white);
     for (const BlingCell &cell : cells) {
-        const QPointF center = cell.rect.center() * scale;
-        const QPointF size(cell.label.width(), cell.label.height());
-        cell.label.draw(painter, center - size / 2 + QPointF(0, scale)); // one point below the middle
+        const QPointF center = cell.rect.center() * scale + QPointF(0, scale); // one point below the middle
+        const QSizeF size(cell.label.image.size());
+        painter.drawImage((center - QPointF(size.width(), size.height()) / 2).toPoint(), cell.label.image);
     }
     return picture;
 }
@@ -284,6 +371,8 @@ StatusPicture makeBlingStatusBarImage(const std::vector<BlingItem> &items, int p
 
 QColor statusDotColor(const StatusContent &content)
 {
+    if (content.dimmed)
+        return secondaryColor(content.dark);
     switch (content.signal) {
     case BarSignal::buy:
         return signalColors(content.dark).green;
@@ -299,9 +388,21 @@ QColor statusTextColor(const StatusContent &content)
 {
     if (content.alertActive && content.pulse % 2 == 0)
         return signalColors(content.dark).orange;
-    if (content.signal == BarSignal::neutral)
+    if (content.signal == BarSignal::neutral && !content.dimmed)
         return content.dark ? Qt::white : Qt::black;
     return statusDotColor(content);
+}
+
+void drawStatusDot(QImage &image, const QRectF &square, const QColor &color, bool dimmed)
+{
+    const double radius = square.width() / 2;
+    if (!dimmed) {
+        fillRoundedRect(image, square, radius, color);
+        return;
+    }
+    const double line = radius * 3 / 8;
+    const double inset = line / 2;
+    strokeRoundedRect(image, square.adjusted(inset, inset, -inset, -inset), radius - inset, line, color);
 }
 
 QString blingLabel(const BlingItem &item)
@@ -317,8 +418,7 @@ QString blingLabel(const BlingItem &item)
 
 double statusWidth(const StatusContent &content, double scale)
 {
-    return widthOf(content,
-                   ShapedText(content.text, textStyle(textSize, QFont::Medium, scale)).width() / scale);
+    return widthOf(content, shapedText(content, scale).width() / scale);
 }
 
 void paintStatus(QPainter &painter, const QPointF &origin, const StatusContent &content)

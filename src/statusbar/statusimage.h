@@ -18,7 +18,9 @@ namespace kestrune {
 /// Vertical placement of the status text. `top` sits at the lower edge: y grows upward here.
 enum class VAlign { top, center, bottom };
 
-inline constexpr double statusHeight = 22; ///< points, of every picture
+inline constexpr double statusHeight = 22;        ///< points, of every picture
+inline constexpr double maximumStatusWidth = 480; ///< points; a longer text loses its middle
+inline constexpr double maximumSignWidth = 160;   ///< points, likewise
 
 /// One neon sign.
 struct BlingItem
@@ -26,6 +28,7 @@ struct BlingItem
     QString symbol;
     std::optional<double> price;
     std::optional<double> changePct; ///< percent; its sign picks the arrow
+    bool dimmed = false;             ///< the price is old: a sign that is switched off
 };
 
 /// What the normal picture shows.
@@ -36,8 +39,9 @@ struct StatusContent
     VAlign align = VAlign::center;
     double baselineShift = 0; ///< points, downward
     bool alertActive = false;
-    int pulse = 0;     ///< phase counter of the alert
-    bool dark = false; ///< the bar under it is dark
+    int pulse = 0;       ///< phase counter of the alert
+    bool dark = false;   ///< the bar under it is dark
+    bool dimmed = false; ///< the price is old or another's: hollow light, secondary colour
 
     [[nodiscard]] bool operator==(const StatusContent &) const = default;
 };
@@ -58,6 +62,8 @@ struct StatusPicture
 /// The colours of the dot and of the text.
 [[nodiscard]] QColor statusDotColor(const StatusContent &content);
 [[nodiscard]] QColor statusTextColor(const StatusContent &content);
+/// The light inside a square of pixels: a disc, or a ring when dimmed.
+void drawStatusDot(QImage &image, const QRectF &square, const QColor &color, bool dimmed);
 
 /// Label of a neon sign, for example "BTC ▲67,250" or "DOGE --".
 [[nodiscard]] QString blingLabel(const BlingItem &item);

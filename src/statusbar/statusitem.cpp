@@ -11,7 +11,7 @@ bool sameSigns(const std::vector<BlingItem> &a, const std::vector<BlingItem> &b)
 {
     // By label: a price that moves below its last digit draws the same sign.
     return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const BlingItem &x, const BlingItem &y) {
-        return x.symbol == y.symbol && blingLabel(x) == blingLabel(y);
+        return x.symbol == y.symbol && x.dimmed == y.dimmed && blingLabel(x) == blingLabel(y);
     });
 }
 

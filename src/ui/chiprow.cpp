@@ -2,13 +2,11 @@
 #include "ui/chiprow.h"
 
 #include "ui/chip.h"
-#include "ui/palette.h"
+#include "ui/edgefade.h"
 
 #include <QApplication>
 #include <QKeyEvent>
-#include <QLinearGradient>
 #include <QMouseEvent>
-#include <QPainter>
 #include <QWheelEvent>
 
 #include <algorithm>
@@ -19,49 +17,15 @@ namespace {
 
 constexpr int chipGap = 8;
 constexpr int chipHeight = 24;
-constexpr int fadeWidth = 16;
 constexpr int wheelStep = 60; // pixels of one notch
-
-/// The ground growing over the chips towards an edge behind which there are more.
-class EdgeFade : public QWidget
-{
-public:
-    EdgeFade(const ChipRow &row, const QWidget &strip)
-        : QWidget(strip.parentWidget()), m_row(row), m_strip(strip)
-    {
-        setAttribute(Qt::WA_TransparentForMouseEvents);
-        setFocusPolicy(Qt::NoFocus);
-    }
-
-protected:
-    void paintEvent(QPaintEvent *) override
-    {
-        QPainter painter(this);
-        if (m_row.offset() > 0)
-            paintEdge(painter, 0, fadeWidth);
-        if (m_strip.width() - m_row.offset() > width())
-            paintEdge(painter, width(), width() - fadeWidth);
-    }
-
-private:
-    void paintEdge(QPainter &painter, int from, int to) const
-    {
-        QColor ground = paletteOf(this).ground;
-        QLinearGradient gradient(from, 0, to, 0);
-        gradient.setColorAt(0, ground);
-        ground.setAlpha(0);
-        gradient.setColorAt(1, ground);
-        painter.fillRect(QRect(std::min(from, to), 0, fadeWidth, height()), gradient);
-    }
-
-    const ChipRow &m_row;
-    const QWidget &m_strip;
-};
 
 } // namespace
 
 ChipRow::ChipRow(QWidget *parent)
-    : QWidget(parent), m_strip(new QWidget(this)), m_fade(new EdgeFade(*this, *m_strip))
+    : QWidget(parent)
+    , m_strip(new QWidget(this))
+    , m_before(new EdgeFade(Qt::LeftEdge, this))
+    , m_after(new EdgeFade(Qt::RightEdge, this))
 {
     setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
 }
@@ -187,8 +151,8 @@ void ChipRow::mouseReleaseEvent(QMouseEvent *)
 
 void ChipRow::resizeEvent(QResizeEvent *)
 {
-    m_fade->setGeometry(rect());
-    m_fade->raise();
+    m_before->placeIn(rect());
+    m_after->placeIn(rect());
     scrollTo(m_offset);
     for (const Chip *chip : m_chips) {
         if (chip->isChecked())
@@ -223,13 +187,14 @@ void ChipRow::scrollTo(int offset)
 {
     m_offset = std::clamp(offset, 0, farthestOffset());
     m_strip->move(-m_offset, 0);
-    m_fade->update();
+    m_before->setVisible(m_offset > 0);
+    m_after->setVisible(m_offset < farthestOffset());
 }
 
 void ChipRow::bringIntoView(const Chip &chip)
 {
-    const int left = std::max(chip.x() - fadeWidth, 0);
-    const int right = std::min(chip.x() + chip.width() + fadeWidth, m_strip->width());
+    const int left = std::max(chip.x() - EdgeFade::depth, 0);
+    const int right = std::min(chip.x() + chip.width() + EdgeFade::depth, m_strip->width());
     if (left < m_offset)
         scrollTo(left);
     else if (right > m_offset + width())

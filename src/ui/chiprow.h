@@ -9,6 +9,7 @@
 namespace kestrune {
 
 class Chip;
+class EdgeFade;
 
 /// Chips in a row that scrolls sideways by wheel, by dragging and by the arrow keys, and fades out
 /// where it is cut.
@@ -54,7 +55,8 @@ private:
     QString m_current;
     std::vector<Chip *> m_chips; // in order
     QWidget *m_strip;            // holds the chips, moves sideways
-    QWidget *m_fade;             // over the cut edges
+    EdgeFade *m_before;          // over the cut edges
+    EdgeFade *m_after;
     int m_offset = 0;
     int m_pressX = 0;
     int m_pressOffset = 0;

@@ -17,6 +17,9 @@ public:
     explicit AccessibleFlatButton(FlatButton *button) : PressableInterface(button, button->accessibleRole())
     {}
 
+    // Asked anew: a reader may have met the button before its constructor had made it checkable.
+    [[nodiscard]] QAccessible::Role role() const override { return button()->accessibleRole(); }
+
     [[nodiscard]] QString text(QAccessible::Text kind) const override
     {
         const QString own = QAccessibleWidget::text(kind);

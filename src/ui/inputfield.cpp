@@ -5,7 +5,7 @@
 #include "ui/roundedrect.h"
 #include "ui/typography.h"
 
-#include <QEvent>
+#include <QKeyEvent>
 #include <QPainter>
 
 namespace kestrune {
@@ -26,10 +26,19 @@ InputField::InputField(const QString &name, QWidget *parent) : QLineEdit(parent)
     setTextMargins(fieldSideMargin, 0, fieldSideMargin, 0);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     takeColours();
+    connect(this, &QLineEdit::textEdited, this, [this] { m_edited = true; });
+    connect(this, &QLineEdit::returnPressed, this, &InputField::submit);
+}
+
+void InputField::submit()
+{
+    m_edited = false;
+    Q_EMIT submitted(text());
 }
 
 void InputField::showText(const QString &text)
 {
+    m_edited = false;
     if (this->text() != text)
         setText(text);
 }
@@ -47,6 +56,20 @@ QSize InputField::sizeHint() const
 QSize InputField::minimumSizeHint() const
 {
     return {40, fieldHeight};
+}
+
+void InputField::focusOutEvent(QFocusEvent *event)
+{
+    QLineEdit::focusOutEvent(event);
+    if (m_edited && event->reason() != Qt::PopupFocusReason) // its own menu is no other place
+        submit();
+}
+
+void InputField::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_Escape)
+        m_edited = false;
+    QLineEdit::keyPressEvent(event);
 }
 
 void InputField::paintEvent(QPaintEvent *event)

@@ -7,7 +7,8 @@
 
 namespace kestrune {
 
-/// A one-line text field. Return submits; what was typed and not submitted stays as it is.
+/// A one-line text field. Return submits, and so does the focus that leaves a text the user has changed;
+/// Escape gives the change up.
 class InputField : public QLineEdit, public FocusShape
 {
     Q_OBJECT
@@ -24,12 +25,20 @@ public:
     [[nodiscard]] QSize sizeHint() const override;
     [[nodiscard]] QSize minimumSizeHint() const override;
 
+Q_SIGNALS:
+    void submitted(const QString &text);
+
 protected:
+    void focusOutEvent(QFocusEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
     void changeEvent(QEvent *event) override;
 
 private:
+    void submit();
     void takeColours();
+
+    bool m_edited = false; // by the user, since the last submission
 };
 
 } // namespace kestrune

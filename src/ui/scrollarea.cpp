@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "ui/scrollarea.h"
 
+#include "ui/edgefade.h"
+#include "ui/layoutsettling.h"
 #include "ui/palette.h"
 #include "ui/roundedrect.h"
 
@@ -108,7 +110,18 @@ ScrollArea::ScrollArea(QWidget *parent) : QScrollArea(parent)
     verticalScrollBar()->setSingleStep(20);
     setFocusPolicy(Qt::NoFocus);
     viewport()->setAutoFillBackground(false);
+    m_above = new EdgeFade(Qt::TopEdge, this);
+    m_below = new EdgeFade(Qt::BottomEdge, this);
     m_handle = new ScrollHandle(*verticalScrollBar(), this);
+    connect(verticalScrollBar(), &QScrollBar::valueChanged, this, &ScrollArea::updateFades);
+    connect(verticalScrollBar(), &QScrollBar::rangeChanged, this, &ScrollArea::updateFades);
+}
+
+void ScrollArea::updateFades()
+{
+    const QScrollBar *bar = verticalScrollBar();
+    m_above->setVisible(bar->value() > bar->minimum());
+    m_below->setVisible(bar->value() < bar->maximum());
 }
 
 void ScrollArea::setAnchor(QWidget *anchor)
@@ -124,11 +137,13 @@ void ScrollArea::setAnchor(QWidget *anchor)
 
 void ScrollArea::reveal(const QWidget *part)
 {
-    followAnchor(); // what is still to come would take back what is scrolled here
+    settleLayouts(*this); // on a busy machine the layouts around the part have not followed it yet
+    followAnchor();       // what is still to come would take back what is scrolled here
     const int top = part->mapTo(widget(), QPoint()).y();
     const int toEnd = top + part->height() + revealMargin - viewport()->height();
     const int toBeginning = top - revealMargin;
-    verticalScrollBar()->setValue(std::max(verticalScrollBar()->value(), std::min(toEnd, toBeginning)));
+    const int lowest = std::min(toEnd, toBeginning);
+    verticalScrollBar()->setValue(std::clamp(verticalScrollBar()->value(), lowest, toBeginning));
 }
 
 bool ScrollArea::eventFilter(QObject *watched, QEvent *event)
@@ -159,6 +174,8 @@ void ScrollArea::followAnchor()
 void ScrollArea::resizeEvent(QResizeEvent *event)
 {
     QScrollArea::resizeEvent(event);
+    m_above->placeIn(viewport()->geometry());
+    m_below->placeIn(viewport()->geometry());
     m_handle->setGeometry(width() - trackWidth, 0, trackWidth, height());
     m_handle->raise();
 }

@@ -6,8 +6,10 @@
 
 namespace kestrune {
 
+class EdgeFade;
+
 /// A frameless vertical scroll area on the window's ground. Its thin scroll bar floats over the right margin
-/// of the content, so that nothing moves when it appears.
+/// of the content, so that nothing moves when it appears; the content fades out where it is cut.
 class ScrollArea : public QScrollArea
 {
     Q_OBJECT
@@ -18,7 +20,8 @@ public:
     /// Keeps this widget of the content where it is seen while what stands above it changes its height, as
     /// long as it is in the upper half of the view or further up.
     void setAnchor(QWidget *anchor);
-    /// Scrolls down until the end of this part of the content is seen, but no further than to its beginning.
+    /// Scrolls until the end of this part of the content is seen, or its beginning where it is too high for
+    /// both; not at all while it is seen. Brings the layouts up to date first.
     void reveal(const QWidget *part);
 
 protected:
@@ -26,10 +29,13 @@ protected:
     void resizeEvent(QResizeEvent *event) override;
 
 private:
+    void updateFades();
     void noteChange(int anchorTop);
     void followAnchor();
 
     QWidget *m_handle;
+    EdgeFade *m_above; // over the cut edges
+    EdgeFade *m_below;
     QPointer<QWidget> m_anchor;
     bool m_changing = false; ///< until the end of this turn of the event loop
     int m_valueBefore = 0;   ///< of the scroll bar, before the change bounds it

@@ -32,7 +32,7 @@ StepperRow::StepperRow(const QString &title, const QString &help, QWidget *paren
     line->addWidget(m_minus);
     line->addWidget(m_field);
     line->addWidget(m_plus);
-    connect(m_field, &InputField::returnPressed, this, [this] { Q_EMIT submitted(m_field->text()); });
+    connect(m_field, &InputField::submitted, this, &StepperRow::submitted);
 }
 
 IconButton *StepperRow::makeStep(const QString &icon, const QString &title, const QString &tip, int direction)

@@ -15,28 +15,34 @@ constexpr int tagTopMargin = 1;
 constexpr double tagRadius = 4;
 constexpr float groundOpacity = 0.15F;
 
-QSize sizeOf(const QString &text)
+TypeRole roleOf(Tag::Look look)
 {
-    return {textWidth(text, TypeRole::tag) + 2 * tagSideMargin, lineHeight(TypeRole::tag) + 2 * tagTopMargin};
+    return look == Tag::Look::solid ? TypeRole::captionBold : TypeRole::tag;
+}
+
+QSize sizeOf(const QString &text, Tag::Look look)
+{
+    return {textWidth(text, roleOf(look)) + 2 * tagSideMargin, lineHeight(roleOf(look)) + 2 * tagTopMargin};
 }
 
 } // namespace
 
-Tag::Tag(const QString &text, Tone color, QWidget *parent)
-    : QWidget(parent), m_text(text), m_color(color), m_size(sizeOf(text))
+Tag::Tag(const QString &text, Tone color, Look look, QWidget *parent)
+    : QWidget(parent), m_text(text), m_color(color), m_look(look), m_size(sizeOf(text, look))
 {
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     setAccessibleName(text);
 }
 
-void Tag::setContent(const QString &text, Tone color)
+void Tag::setContent(const QString &text, Tone color, Look look)
 {
-    if (m_text == text && m_color == color)
+    if (m_text == text && m_color == color && m_look == look)
         return;
     m_color = color;
-    if (m_text != text) {
+    if (m_text != text || m_look != look) {
         m_text = text;
-        m_size = sizeOf(text);
+        m_look = look;
+        m_size = sizeOf(text, look);
         setAccessibleName(text);
         updateGeometry();
     }
@@ -46,12 +52,17 @@ void Tag::setContent(const QString &text, Tone color)
 void Tag::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
-    const QColor color = paletteOf(this).color(m_color);
+    const Palette &palette = paletteOf(this);
+    const QColor color = palette.color(m_color);
     QColor ground = color;
-    ground.setAlphaF(groundOpacity);
-    fillRounded(painter, rect(), tagRadius, ground);
-    painter.setPen(color);
-    drawTextLine(painter, QPointF(tagSideMargin, tagTopMargin), m_text, TypeRole::tag);
+    if (m_look != Look::solid)
+        ground.setAlphaF(groundOpacity);
+    if (m_look == Look::outlined)
+        outlineRounded(painter, rect(), tagRadius - 0.5, color);
+    else
+        fillRounded(painter, rect(), tagRadius, ground);
+    painter.setPen(m_look == Look::solid ? palette.ground : color);
+    drawTextLine(painter, QPointF(tagSideMargin, tagTopMargin), m_text, roleOf(m_look));
 }
 
 } // namespace kestrune

@@ -8,15 +8,21 @@
 
 namespace kestrune {
 
-/// A small word in its colour on a soft ground of the same colour.
+/// A small word in its colour.
 class Tag : public QWidget, public WithRole<QAccessible::StaticText>
 {
     Q_OBJECT
 
 public:
-    Tag(const QString &text, Tone color, QWidget *parent = nullptr);
+    enum class Look {
+        soft,     ///< on a faint ground of its colour
+        outlined, ///< in a line of its colour
+        solid,    ///< bold, in the window's colour on a ground of its own
+    };
 
-    void setContent(const QString &text, Tone color);
+    Tag(const QString &text, Tone color, Look look = Look::soft, QWidget *parent = nullptr);
+
+    void setContent(const QString &text, Tone color, Look look = Look::soft);
     [[nodiscard]] const QString &text() const { return m_text; }
     [[nodiscard]] Tone color() const { return m_color; }
 
@@ -29,6 +35,7 @@ protected:
 private:
     QString m_text;
     Tone m_color;
+    Look m_look;
     QSize m_size;
 };
 

@@ -13,23 +13,50 @@ namespace {
 constexpr QStringView warningSign = u"⚠️";
 constexpr QStringView separator = u" · ";
 
+/// "3,457 进", "止盈 3,528（+2.07% +414）" or "每盈利 35.6 上移一次止损".
+PlanRow rowOf(const QString &part)
+{
+    const auto blank = part.indexOf(u' ');
+    const QString first = part.left(blank);
+    QString second = part.mid(blank + 1);
+    if (second == u"进")
+        return {.label = second, .number = first, .rest = {}, .ratio = {}};
+    const auto bracket = second.indexOf(u'（');
+    const auto end = bracket < 0 ? second.indexOf(u' ') : bracket;
+    if (end < 0)
+        return {.label = first, .number = second, .rest = {}, .ratio = {}};
+    QString rest = second.mid(end + 1);
+    if (bracket >= 0)
+        rest.chop(1);
+    return {.label = first, .number = second.left(end), .rest = rest, .ratio = {}};
+}
+
+/// Why the picked zone has no plan.
+QString reasonFor(bool support, bool stock)
+{
+    if (support)
+        return u"上方没有阻力位可作止盈，没有开单计划"_s;
+    return stock ? u"股票不能做空，阻力位没有开单计划"_s : u"下方没有支撑位可作止盈，没有开单计划"_s;
+}
+
 } // namespace
 
 std::optional<PlanBannerModel> planBannerModel(const AppState &state)
 {
-    std::optional<QString> title;
-    std::optional<TradePlan> plan;
+    PlanBannerModel model;
     if (const auto &picked = state.selectedZonePrice()) {
         const QString type = state.selectedZoneType().value_or(QString());
-        title = pickedZoneTitle(*picked, type, state.decimals());
-        plan =
-            state.planForEntry(*picked, type == u"support" ? TradeDirection::long_ : TradeDirection::short_);
-    } else {
-        plan = state.tradePlan();
+        const bool support = type == u"support";
+        model.title = pickedZoneTitle(*picked, type, state.decimals());
+        model.plan = state.planForEntry(*picked, support ? TradeDirection::long_ : TradeDirection::short_);
+        if (!model.plan)
+            model.reason = reasonFor(support, state.isStock());
+        return model;
     }
-    if (!plan)
-        return std::nullopt;
-    return PlanBannerModel{std::move(title), *std::move(plan)};
+    model.plan = state.tradePlan();
+    if (!model.plan && state.isStock() && state.price() && !state.zones().empty())
+        model.reason = u"下方没有支撑位，股票不能做空，没有开单计划"_s;
+    return model.plan || !model.reason.isEmpty() ? std::optional(std::move(model)) : std::nullopt;
 }
 
 QString pickedZoneTitle(double price, QStringView zoneType, int decimals)
@@ -42,6 +69,16 @@ QString pickedZoneTitle(double price, QStringView zoneType, int decimals)
 QString costText(double costPct)
 {
     return u"已扣 "_s + QString::number(costPct) + u"% 手续费成本"_s;
+}
+
+std::vector<PlanRow> planRows(const TradePlan &plan)
+{
+    std::vector<PlanRow> rows;
+    for (const QStringView part : QStringView(plan.detail).split(separator, Qt::SkipEmptyParts))
+        rows.push_back(rowOf(part.toString()));
+    if (plan.tp && !rows.empty())
+        rows.back().ratio = plan.netRR;
+    return rows;
 }
 
 std::vector<PlanLine> planLines(const TradePlan &plan)

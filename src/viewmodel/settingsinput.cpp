@@ -8,10 +8,12 @@
 
 namespace kestrune {
 
-namespace {
+using namespace Qt::StringLiterals;
 
-std::optional<double> numberIn(const QString &text, bool whole)
+std::optional<double> NumberField::numberIn(QString text) const
 {
+    if (amount)
+        text.remove(u',');
     bool ok = false;
     const double value = whole ? double(text.toLongLong(&ok)) : text.toDouble(&ok);
     if (!ok || !std::isfinite(value))
@@ -19,17 +21,34 @@ std::optional<double> numberIn(const QString &text, bool whole)
     return value;
 }
 
-} // namespace
-
 std::optional<double> NumberField::accepted(const QString &text) const
 {
-    QString digits = text;
-    if (amount)
-        digits.remove(u',');
-    auto value = numberIn(digits, whole);
+    auto value = numberIn(text);
     if (amount)
         value = value.value_or(0);
     return value && *value >= refusedBelow ? std::optional(limited(*value)) : std::nullopt;
+}
+
+NumberField::Answer NumberField::answer(const QString &text, double current) const
+{
+    Answer answer{accepted(text), {}};
+    const auto number = numberIn(text);
+    const QString kept = u"，仍为 "_s + spelled(current);
+    const auto changed = [&](const QString &bound, double limit) {
+        return bound + QString::number(limit) + unit + u"，已改为 "_s + spelled(limit);
+    };
+    if (!number && amount)
+        answer.note = text.trimmed().isEmpty() ? QString() : u"不是金额，已清空"_s;
+    else if (!number)
+        answer.note = (whole ? u"不是整数"_s : u"不是数字"_s) + kept;
+    else if (!answer.value)
+        answer.note =
+            (refusedBelow < 1 ? u"须大于 0"_s : u"最小 "_s + QString::number(refusedBelow) + unit) + kept;
+    else if (*answer.value > *number)
+        answer.note = changed(u"最小 "_s, lowest);
+    else if (*answer.value < *number)
+        answer.note = changed(u"最大 "_s, highest);
+    return answer;
 }
 
 double NumberField::limited(double value) const

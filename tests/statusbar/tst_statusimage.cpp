@@ -2,6 +2,7 @@
 #include "statusbar/statusimage.h"
 
 #include "statusbar/pixelshapes.h"
+#include "statusbar/statusitem.h"
 #include "support/rows.h"
 #include "support/testregistry.h"
 
@@ -116,6 +117,40 @@ private Q_SLOTS:
         });
     }
 
+    void oldPricesLookOld()
+    {
+        StatusContent old{.text = u"ETH 3,456.78 ·3m"_s, .signal = BarSignal::buy, .dimmed = true};
+        const auto textColor = [&] { return Ink(makeStatusBarImage(old).image, 30).strongest; };
+        QCOMPARE(textColor(), 0xff63636B); // no light, no verdict
+        old.dark = true;
+        QCOMPARE(textColor(), 0xffA0A0A8);
+        const QImage image = makeStatusBarImage(old).image;
+        QVERIFY(qAlpha(image.pixel(14, 22)) == 0 && qAlpha(image.pixel(6, 22)) > 128); // a ring
+        QCOMPARE(image.size(), makeStatusBarImage({.text = old.text}).image.size());
+        old.alertActive = true;
+        QCOMPARE(Ink(makeStatusBarImage(old).image, 30 + alertShift).strongest, 0xffFF9F0A);
+
+        const auto sign = [](bool dimmed, int pulse) {
+            return makeBlingStatusBarImage({{u"BNB"_s, 612.3, 1.2, dimmed}}, pulse).image;
+        };
+        QVERIFY(sign(false, 0) != sign(false, 1) && sign(true, 0) == sign(true, 1));
+        StatusItemContent on;
+        on.bling = true;
+        on.signs = {{u"BNB"_s, 612.3, 1.2}};
+        StatusItemContent off = on;
+        off.signs[0].dimmed = true;
+        QVERIFY(!samePicture(on, off));
+        QVERIFY(qGray(sign(true, 0).pixel(5, 22)) < 50 && sign(true, 0).pixel(20, 1) == 0); // dark, no glow
+    }
+
+    void longTextsLoseTheirMiddle()
+    {
+        const StatusContent endless{.text = u"BTC "_s + QString(400, u'7'), .alertActive = true};
+        QVERIFY(closeTo(statusWidth(endless), 475, 5.01));
+        QVERIFY(closeTo(blingStatusWidth({{u"BTC"_s, 1e60, 1.2}}), 155, 5.01));
+        QVERIFY(statusWidth({.text = QString(40, u'7')}) > 300); // nothing of what a price can be
+    }
+
     void alignmentAndShift()
     {
         const auto ink = [](VAlign align, double shift) {
@@ -188,6 +223,42 @@ private Q_SLOTS:
         QVERIFY(closeTo(glow.alphaF(), 0.25 + 0.6 * phase(1, 0), 0.01));
         QVERIFY(closeTo(glow.redF(), 1, 0.02) && closeTo(glow.greenF(), 0.93, 0.02) &&
                 closeTo(glow.blueF(), 0.35, 0.02));
+    }
+
+    void whiteStandsOnDarkInEverySign()
+    {
+        const auto luminance = [](QRgb pixel) {
+            const auto linear = [](int value) { return std::pow((value / 255.0 + 0.055) / 1.055, 2.4); };
+            return 0.2126 * linear(qRed(pixel)) + 0.7152 * linear(qGreen(pixel)) +
+                   0.0722 * linear(qBlue(pixel));
+        };
+        Items coins;
+        for (const QString &symbol : u"BTC ETH SOL BNB XRP DOGE ADA LINK"_s.split(u' '))
+            coins.push_back({symbol, 1688.0, 1.2});
+        for (const double scale : {1.0, 2.0}) {
+            QImage image(qRound(blingStatusWidth(coins, scale) * scale), qRound(22 * scale),
+                         QImage::Format_ARGB32_Premultiplied);
+            for (int pulse = 0; pulse < 6; ++pulse) {
+                image.fill(Qt::transparent);
+                QPainter painter(&image);
+                painter.scale(scale, scale);
+                paintBlingStatus(painter, {0, 0}, coins, pulse);
+                painter.end();
+                int edges = 0;
+                for (int y = 4; y < image.height() - 4; ++y) {
+                    for (int x = 4; x < image.width() - 4; ++x) {
+                        if (image.pixel(x, y) != 0xffffffff || image.pixel(x - 1, y) == 0xffffffff)
+                            continue;
+                        double darkest = 1;
+                        for (int i = 0; i < 49; ++i)
+                            darkest = std::min(darkest, luminance(image.pixel(x + i % 7 - 3, y + i / 7 - 3)));
+                        QVERIFY(1.05 / (darkest + 0.05) >= 4.5);
+                        ++edges;
+                    }
+                }
+                QVERIFY(edges > 100 * scale);
+            }
+        }
     }
 
     void emptyListShowsTheGreatCoins()

@@ -3,7 +3,6 @@
 
 #include "statusbar/desktop/notifiertypes.h"
 #include "statusbar/panelplacement.h"
-#include "statusbar/pixelshapes.h"
 #include "statusbar/wayland.h"
 
 #include <QCoreApplication>
@@ -61,14 +60,15 @@ QImage dotImage(const StatusContent &status, int side)
     const double diameter = side * 14 / 22.0;
     const double corner = (side - diameter) / 2;
     const bool orange = status.alertActive && status.pulse % 2 == 0;
-    fillRoundedRect(image, QRectF(corner, corner, diameter, diameter), diameter / 2,
-                    orange ? statusTextColor(status) : statusDotColor(status));
+    drawStatusDot(image, QRectF(corner, corner, diameter, diameter),
+                  orange ? statusTextColor(status) : statusDotColor(status), status.dimmed);
     return image;
 }
 
 bool sameDot(const StatusContent &a, const StatusContent &b)
 {
-    return a.signal == b.signal && a.alertActive == b.alertActive && a.pulse == b.pulse && a.dark == b.dark;
+    return a.signal == b.signal && a.alertActive == b.alertActive && a.pulse == b.pulse && a.dark == b.dark &&
+           a.dimmed == b.dimmed;
 }
 
 QString statusOf(const StatusContent &status)
