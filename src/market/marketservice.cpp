@@ -15,96 +15,155 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-struct KlineUrls
+struct SourceRequest
 {
-    std::optional<QUrl> gate, binance, okx;
+    SourceTopic topic;
+    std::optional<QUrl> url; // of an invalid address nothing can be asked
 };
 
-struct PriceUrls
+struct KlineRequests
 {
-    std::optional<QUrl> gate, binance;
+    SourceRequest gate, binance, okx;
 };
 
-KlineUrls klineUrls(const Endpoints &endpoints, const QString &symbol, const QString &interval, int limit)
+struct PriceRequests
+{
+    SourceRequest gate, binance;
+};
+
+KlineRequests klineRequests(const Endpoints &endpoints, const QString &symbol, const QString &interval,
+                            int limit)
 {
     const QString base = symbol.toUpper();
     const QString count = QString::number(limit);
-    return {.gate = requestUrl(endpoints.gate + "/api/v4/spot/candlesticks?currency_pair="_L1 + base +
-                               "_USDT&interval="_L1 + interval + "&limit="_L1 + count),
-            .binance = requestUrl(endpoints.binanceSpot + "/api/v3/klines?symbol="_L1 + base +
-                                  "USDT&interval="_L1 + interval + "&limit="_L1 + count),
+    const auto topic = [subject = "candles "_L1 + base, interval](Source source) {
+        return SourceTopic{source, subject, subject + u' ' + interval};
+    };
+    return {.gate = {topic(Source::gate),
+                     requestUrl(endpoints.gate + "/api/v4/spot/candlesticks?currency_pair="_L1 + base +
+                                "_USDT&interval="_L1 + interval + "&limit="_L1 + count)},
+            .binance = {topic(Source::binanceSpot),
+                        requestUrl(endpoints.binanceSpot + "/api/v3/klines?symbol="_L1 + base +
+                                   "USDT&interval="_L1 + interval + "&limit="_L1 + count)},
             // deliberate: upper-casing turns "1m" into "1M", which OKX reads as one month
-            .okx = requestUrl(endpoints.okx + "/api/v5/market/candles?instId="_L1 + base +
-                              "-USDT-SWAP&bar="_L1 + interval.toUpper() + "&limit="_L1 + count)};
+            .okx = {topic(Source::okx),
+                    requestUrl(endpoints.okx + "/api/v5/market/candles?instId="_L1 + base +
+                               "-USDT-SWAP&bar="_L1 + interval.toUpper() + "&limit="_L1 + count)}};
 }
 
-PriceUrls priceUrls(const Endpoints &endpoints, const QString &symbol)
+PriceRequests priceRequests(const Endpoints &endpoints, const QString &symbol)
 {
     const QString base = symbol.toUpper();
-    return {.gate =
-                requestUrl(endpoints.gate + "/api/v4/futures/usdt/tickers?contract="_L1 + base + "_USDT"_L1),
-            .binance =
-                requestUrl(endpoints.binanceFutures + "/fapi/v1/ticker/24hr?symbol="_L1 + base + "USDT"_L1)};
+    const QString subject = "price "_L1 + base;
+    return {.gate = {{Source::gate, subject, subject},
+                     requestUrl(endpoints.gate + "/api/v4/futures/usdt/tickers?contract="_L1 + base +
+                                "_USDT"_L1)},
+            .binance = {
+                {Source::binanceFutures, subject, subject},
+                requestUrl(endpoints.binanceFutures + "/fapi/v1/ticker/24hr?symbol="_L1 + base + "USDT"_L1)}};
 }
 
-/// What `parse` makes of the answer; nothing when the address is invalid or the transfer failed. A refusal
-/// goes to `refusal`, which belongs to the coroutine that awaits this one.
+/// What `parse` makes of the answer; nothing when the address is invalid, the source refuses or the transfer
+/// failed. A refusal goes to `refusal`, which belongs to the coroutine that awaits this one.
 template <typename T>
-QCoro::Task<std::optional<T>> fetchFrom(HttpClient *http, std::optional<QUrl> url,
-                                        std::optional<T> (*parse)(const QByteArray &),
-                                        std::optional<Refusal> *refusal)
+QCoro::Task<std::optional<T>>
+fetchFrom(HttpClient *http, SharedSourceHealth health, SourceTopic topic, std::optional<QUrl> url,
+          std::optional<T> (*parse)(const QByteArray &), std::optional<Refusal> *refusal)
 {
     if (!url)
         co_return std::nullopt;
+    if (const auto held = health->refusal(topic.source)) {
+        *refusal = held;
+        co_return std::nullopt;
+    }
     std::vector<HttpHeader> noHeaders;
     const auto answer = co_await http->get(*url, std::move(noHeaders));
-    if (!answer)
+    if (!answer) {
+        health->noteSilence(topic);
         co_return std::nullopt;
-    if (const auto refused = refusalIn(*answer))
+    }
+    if (const auto refused = health->noteRefusal(topic.source, *answer))
         *refusal = refused;
-    co_return parse(answer->body);
+    auto parsed = parse(answer->body);
+    if (parsed)
+        health->noteSuccess(topic);
+    else
+        health->noteUnusable(topic);
+    co_return parsed;
 }
 
-QCoro::Task<Result<CandleList>> klinesFrom(HttpClient *http, KlineUrls urls)
+// Both walks go twice: over the sources that do not rest and, when none of these answers, over the others.
+
+QCoro::Task<Result<CandleList>> klinesFrom(HttpClient *http, SharedSourceHealth health,
+                                           KlineRequests requests)
 {
     std::optional<Refusal> refusal;
-    auto gate = co_await fetchFrom(http, urls.gate, parseGateCandles, &refusal);
-    // Asked even after Gate.io's success: the longer history wins, a tie goes to Gate.io.
-    auto binance = co_await fetchFrom(http, urls.binance, parseBinanceCandles, &refusal);
-    if (binance && (!gate || gate->size() < binance->size()))
-        co_return std::move(*binance);
-    if (gate)
-        co_return std::move(*gate);
-    if (auto okx = co_await fetchFrom(http, urls.okx, parseOkxCandles, &refusal))
-        co_return std::move(*okx);
+    const bool gateRests = health->rests(requests.gate.topic);
+    const bool binanceRests = health->rests(requests.binance.topic);
+    const bool okxRests = health->rests(requests.okx.topic);
+    for (int walk = 0; walk < 2; ++walk) {
+        const bool resting = walk == 1;
+        std::optional<CandleList> gate;
+        std::optional<CandleList> binance;
+        if (gateRests == resting)
+            gate = co_await fetchFrom(http, health, requests.gate.topic, requests.gate.url, parseGateCandles,
+                                      &refusal);
+        // Asked even after Gate.io's success: the longer history wins, a tie goes to Gate.io.
+        if (binanceRests == resting)
+            binance = co_await fetchFrom(http, health, requests.binance.topic, requests.binance.url,
+                                         parseBinanceCandles, &refusal);
+        if (binance && (!gate || gate->size() < binance->size()))
+            co_return std::move(*binance);
+        if (gate)
+            co_return std::move(*gate);
+        if (okxRests != resting)
+            continue;
+        if (auto okx = co_await fetchFrom(http, health, requests.okx.topic, requests.okx.url, parseOkxCandles,
+                                          &refusal))
+            co_return std::move(*okx);
+    }
     co_return tl::unexpected(ServiceError{2, u"所有 K 线源暂不可用"_s, refusal});
 }
 
-QCoro::Task<Result<PriceResult>> priceFrom(HttpClient *http, PriceUrls urls)
+QCoro::Task<Result<PriceResult>> priceFrom(HttpClient *http, SharedSourceHealth health,
+                                           PriceRequests requests)
 {
     std::optional<Refusal> refusal;
-    if (const auto gate = co_await fetchFrom(http, urls.gate, parseGateTicker, &refusal))
-        co_return *gate;
-    if (const auto binance = co_await fetchFrom(http, urls.binance, parseBinanceTicker, &refusal))
-        co_return *binance;
+    const bool gateRests = health->rests(requests.gate.topic);
+    const bool binanceRests = health->rests(requests.binance.topic);
+    for (int walk = 0; walk < 2; ++walk) {
+        const bool resting = walk == 1;
+        std::optional<PriceResult> price;
+        if (gateRests == resting)
+            price = co_await fetchFrom(http, health, requests.gate.topic, requests.gate.url, parseGateTicker,
+                                       &refusal);
+        if (!price && binanceRests == resting)
+            price = co_await fetchFrom(http, health, requests.binance.topic, requests.binance.url,
+                                       parseBinanceTicker, &refusal);
+        if (price)
+            co_return *price;
+    }
     co_return tl::unexpected(ServiceError{1, u"所有永续合约价格源暂不可用"_s, refusal});
 }
 
 using SharedPrices = std::shared_ptr<std::vector<SymbolPrice>>;
 
-QCoro::Task<> appendPrice(HttpClient *http, PriceUrls urls, QString symbol, SharedPrices prices)
+QCoro::Task<> appendPrice(HttpClient *http, SharedSourceHealth health, PriceRequests requests, QString symbol,
+                          SharedPrices prices)
 {
-    const auto result = co_await priceFrom(http, std::move(urls));
+    const auto result = co_await priceFrom(http, std::move(health), std::move(requests));
     prices->push_back(result ? SymbolPrice{symbol, result->price, result->change}
                              : SymbolPrice{symbol, std::nullopt, std::nullopt, result.error().refusal});
 }
 
-QCoro::Task<std::vector<SymbolPrice>> pricesFrom(HttpClient *http, Endpoints endpoints, QStringList symbols)
+QCoro::Task<std::vector<SymbolPrice>> pricesFrom(HttpClient *http, SharedSourceHealth health,
+                                                 Endpoints endpoints, QStringList symbols)
 {
     const auto prices = std::make_shared<std::vector<SymbolPrice>>();
     std::vector<QCoro::Task<>> children;
     for (const QString &symbol : std::as_const(symbols))
-        children.push_back(appendPrice(http, priceUrls(endpoints, symbol), symbol.toUpper(), prices));
+        children.push_back(
+            appendPrice(http, health, priceRequests(endpoints, symbol), symbol.toUpper(), prices));
     for (auto &child : children)
         co_await child;
     co_return std::move(*prices);
@@ -112,24 +171,24 @@ QCoro::Task<std::vector<SymbolPrice>> pricesFrom(HttpClient *http, Endpoints end
 
 } // namespace
 
-MarketService::MarketService(HttpClient &http, Endpoints endpoints)
-    : m_http(&http), m_endpoints(std::move(endpoints))
+MarketService::MarketService(HttpClient &http, Endpoints endpoints, SharedSourceHealth health)
+    : m_http(&http), m_endpoints(std::move(endpoints)), m_health(std::move(health))
 {}
 
 QCoro::Task<Result<CandleList>> MarketService::fetchKlines(const QString &symbol, const QString &interval,
                                                            int limit) const
 {
-    return klinesFrom(m_http, klineUrls(m_endpoints, symbol, interval, limit));
+    return klinesFrom(m_http, m_health, klineRequests(m_endpoints, symbol, interval, limit));
 }
 
 QCoro::Task<Result<PriceResult>> MarketService::fetchPrice(const QString &symbol) const
 {
-    return priceFrom(m_http, priceUrls(m_endpoints, symbol));
+    return priceFrom(m_http, m_health, priceRequests(m_endpoints, symbol));
 }
 
 QCoro::Task<std::vector<SymbolPrice>> MarketService::fetchPricesConcurrently(QStringList symbols) const
 {
-    return pricesFrom(m_http, m_endpoints, std::move(symbols));
+    return pricesFrom(m_http, m_health, m_endpoints, std::move(symbols));
 }
 
 } // namespace kestrune

@@ -5,6 +5,7 @@
 #include "market/endpoints.h"
 #include "market/priceresult.h"
 #include "market/serviceerror.h"
+#include "market/sourcehealth.h"
 #include "platform/httpclient.h"
 
 #include <QCoroTask>
@@ -16,12 +17,13 @@
 
 namespace kestrune {
 
-/// Crypto market data with silent fallback between exchanges. Stateless; calls may overlap freely, and the
-/// object may go away while they run (the HTTP client may not).
+/// Crypto market data with silent fallback between exchanges. A source that failed a moment ago is asked only
+/// when no other answers, one that refuses not at all. Calls may overlap freely, and the object may go away
+/// while they run (the HTTP client may not).
 class MarketService
 {
 public:
-    MarketService(HttpClient &http, Endpoints endpoints);
+    MarketService(HttpClient &http, Endpoints endpoints, SharedSourceHealth health);
 
     /// Candles oldest first, never empty; error 2 when all three sources failed.
     [[nodiscard]] QCoro::Task<Result<CandleList>>
@@ -34,6 +36,7 @@ public:
 private:
     HttpClient *m_http;
     Endpoints m_endpoints;
+    SharedSourceHealth m_health;
 };
 
 } // namespace kestrune

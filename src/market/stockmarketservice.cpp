@@ -21,15 +21,18 @@ std::vector<HttpHeader> requestHeaders()
     return {{"Referer", "https://gu.qq.com/"}};
 }
 
-QCoro::Task<Result<StockQuotes>> quotesFrom(HttpClient *http, const Clock *clock, std::optional<QUrl> url)
+QCoro::Task<Result<StockQuotes>> quotesFrom(HttpClient *http, SharedSourceHealth health, const Clock *clock,
+                                            std::optional<QUrl> url)
 {
     if (!url)
         co_return StockQuotes();
+    if (const auto held = health->refusal(Source::tencentQuotes))
+        co_return tl::unexpected(ServiceError{.refusal = held});
     const auto answer = co_await http->get(*url, requestHeaders());
     if (!answer)
         co_return tl::unexpected(ServiceError{});
     StockQuotes quotes = parseQuotes(decodeGb18030(answer->body), clock->now());
-    const auto refusal = refusalIn(*answer);
+    const auto refusal = health->noteRefusal(Source::tencentQuotes, *answer);
     if (quotes.isEmpty() && refusal)
         co_return tl::unexpected(ServiceError{.refusal = refusal});
     co_return quotes;
@@ -46,24 +49,28 @@ QCoro::Task<Result<StockQuote>> quoteFrom(QCoro::Task<Result<StockQuotes>> reque
     co_return *found;
 }
 
-QCoro::Task<Result<CandleList>> stockKlinesFrom(HttpClient *http, std::optional<QUrl> url, QString code,
-                                                QString period)
+QCoro::Task<Result<CandleList>> stockKlinesFrom(HttpClient *http, SharedSourceHealth health,
+                                                std::optional<QUrl> url, QString code, QString period)
 {
     if (!url)
         co_return tl::unexpected(ServiceError{2, u"K线地址无效"_s});
+    if (const auto held = health->refusal(Source::tencentCandles))
+        co_return tl::unexpected(ServiceError{.refusal = held});
     const auto answer = co_await http->get(*url, requestHeaders());
     if (!answer)
         co_return tl::unexpected(ServiceError{});
+    const auto refusal = health->noteRefusal(Source::tencentCandles, *answer);
     auto candles = parseStockCandles(answer->body, code, period);
     if (!candles)
-        candles.error().refusal = refusalIn(*answer);
+        candles.error().refusal = refusal;
     co_return candles;
 }
 
 } // namespace
 
-StockMarketService::StockMarketService(HttpClient &http, const Clock &clock, Endpoints endpoints)
-    : m_http(&http), m_clock(&clock), m_endpoints(std::move(endpoints))
+StockMarketService::StockMarketService(HttpClient &http, const Clock &clock, Endpoints endpoints,
+                                       SharedSourceHealth health)
+    : m_http(&http), m_clock(&clock), m_endpoints(std::move(endpoints)), m_health(std::move(health))
 {}
 
 QCoro::Task<Result<StockQuotes>> StockMarketService::fetchQuotes(const QStringList &codes) const
@@ -72,7 +79,7 @@ QCoro::Task<Result<StockQuotes>> StockMarketService::fetchQuotes(const QStringLi
     std::optional<QUrl> url;
     if (!codes.isEmpty())
         url = requestUrl(m_endpoints.tencentQuotes + "/q="_L1 + codes.join(u',').toLower());
-    return quotesFrom(m_http, m_clock, std::move(url));
+    return quotesFrom(m_http, m_health, m_clock, std::move(url));
 }
 
 QCoro::Task<Result<StockQuote>> StockMarketService::fetchQuote(const QString &code) const
@@ -86,7 +93,7 @@ QCoro::Task<Result<CandleList>> StockMarketService::fetchKlines(const QString &c
     const QString lower = code.toLower();
     auto url = requestUrl(m_endpoints.tencentCandles + "/appstock/app/fqkline/get?param="_L1 + lower + u',' +
                           period + ",,,"_L1 + QString::number(count) + ",qfq"_L1);
-    return stockKlinesFrom(m_http, std::move(url), lower, period);
+    return stockKlinesFrom(m_http, m_health, std::move(url), lower, period);
 }
 
 } // namespace kestrune

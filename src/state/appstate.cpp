@@ -3,6 +3,7 @@
 
 #include "market/chartlink.h"
 #include "market/marketservice.h"
+#include "market/sourcehealth.h"
 #include "market/stockmarketservice.h"
 #include "platform/attention.h"
 #include "state/instrumentlists.h"
@@ -28,9 +29,11 @@ AppState::AppState(Private, const Dependencies &dependencies)
     : m_dependencies(dependencies)
     , m_cryptoLifetime(dependencies.cryptoHttp.lifetime())
     , m_stockLifetime(dependencies.stockHttp.lifetime())
-    , m_marketService(std::make_unique<MarketService>(dependencies.cryptoHttp, dependencies.endpoints))
+    , m_sources(std::make_shared<SourceHealth>(dependencies.clock))
+    , m_marketService(
+          std::make_unique<MarketService>(dependencies.cryptoHttp, dependencies.endpoints, m_sources))
     , m_stockService(std::make_unique<StockMarketService>(dependencies.stockHttp, dependencies.clock,
-                                                          dependencies.endpoints))
+                                                          dependencies.endpoints, m_sources))
     , coinList(pickerSymbols(MarketSegment::crypto))
     , cnList(pickerSymbols(MarketSegment::cn))
     , hkList(pickerSymbols(MarketSegment::hk))
@@ -40,7 +43,8 @@ AppState::~AppState()
 {
     // The loops hold the state weakly and end by themselves; their sleeps are cut short so that none of
     // them lies in wait for another minute.
-    for (const auto *task : {&priceTask, &srTask, &alertPulseTask, &blingTask, &blingPulseTask, &ageTask}) {
+    for (const auto *task :
+         {&priceTask, &srTask, &alertPulseTask, &blingTask, &blingPulseTask, &ageTask, &resumeTask}) {
         if (*task)
             std::stop_source(**task).request_stop();
     }

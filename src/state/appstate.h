@@ -36,6 +36,7 @@ namespace kestrune {
 class Attention;
 class HttpClient;
 class MarketService;
+class SourceHealth;
 class StockMarketService;
 struct PlanInputs;
 
@@ -105,6 +106,7 @@ private:
 
     Dependencies m_dependencies;
     std::weak_ptr<const void> m_cryptoLifetime, m_stockLifetime;
+    const std::shared_ptr<SourceHealth> m_sources;
     const std::unique_ptr<const MarketService> m_marketService;
     const std::unique_ptr<const StockMarketService> m_stockService;
     std::vector<std::function<void()>> m_restoring;
@@ -156,7 +158,8 @@ public:
     Published<std::optional<double>> ctxVWAP{*this};
     Published<std::vector<TimeframeSignal>> snapshot{*this};
     Published<QString> snapshotConclusion{*this, QStringLiteral("加载中…")};
-    std::optional<std::stop_source> priceTask, srTask, alertPulseTask, blingTask, blingPulseTask, ageTask;
+    std::optional<std::stop_source> priceTask, srTask, alertPulseTask, blingTask, blingPulseTask, ageTask,
+        resumeTask;
     CandleList lastSRCandles; ///< of the last successful zone refresh
     Published<std::vector<SymbolPrice>> multiPrices{*this};
     Published<int> blingPulse{*this};
@@ -232,6 +235,9 @@ public:
     [[nodiscard]] QCoro::Task<> refreshSR();
     [[nodiscard]] QCoro::Task<> refreshSnapshot();
     [[nodiscard]] QCoro::Task<> refreshBlingPrices();
+    /// For when time has passed unseen or the network is another: ages are told anew at once, and everything
+    /// is fetched, also from sources that rest after a failure. Calls of two seconds count as one.
+    void refreshNow();
     /// Replaces whatever loops run: price every 5 s, zones and snapshot every 60 s, alert pulse.
     void startTimers();
 
@@ -267,11 +273,14 @@ private:
     void checkFirstLaunchHint();
     static QCoro::Task<> firstLaunchHint(Weak weak, Clock *clock);
 
+    enum class ZonesAt { close, livePrice }; ///< the price that new zones are built against
+    [[nodiscard]] QCoro::Task<RefreshOutcome> refreshAll(ZonesAt at);
     void runInBackground(QCoro::Task<> (AppState::*refresh)());
     [[nodiscard]] QCoro::Task<> refreshEverything(); ///< refreshAll without its result
     void startLoop(std::optional<std::stop_source> &handle, LoopFunction loop);
     static QCoro::Task<> priceLoop(Weak weak, Clock *clock, std::stop_token stop);
     static QCoro::Task<> srLoop(Weak weak, Clock *clock, std::stop_token stop);
+    static QCoro::Task<> resumeLoop(Weak weak, Clock *clock, std::stop_token stop);
     static QCoro::Task<> alertPulseLoop(Weak weak, Clock *clock, std::stop_token stop);
     static QCoro::Task<> blingLoop(Weak weak, Clock *clock, std::stop_token stop);
     static QCoro::Task<> blingPulseLoop(Weak weak, Clock *clock, std::stop_token stop);
@@ -279,7 +288,6 @@ private:
     [[nodiscard]] bool programIsEnding() const;
     [[nodiscard]] QCoro::Task<bool> refreshStockPrice(Subject asked);
     [[nodiscard]] QCoro::Task<bool> refreshCryptoPrice(Subject asked);
-    enum class ZonesAt { close, livePrice }; ///< the price that new zones are built against
     [[nodiscard]] QCoro::Task<> refreshZones(ZonesAt at);
     [[nodiscard]] QCoro::Task<> refreshZonesAtLivePrice() { return refreshZones(ZonesAt::livePrice); }
     [[nodiscard]] QCoro::Task<bool> refreshStockZones(Subject asked, ZonesAt at);
@@ -313,6 +321,7 @@ private:
 
     std::vector<PriceAlert> m_storedAlerts; ///< as they were last seen stored
     CandleLevels m_lastSRLevels; ///< what zone building takes from lastSRCandles, once per candle list
+    enum class Resuming { no, yes, askedAgain } m_resuming = Resuming::no;
     std::vector<Subject> m_zonesAsked, m_signalsAsked; ///< of the refreshes that wait for answers
     QHash<QString, SteadyInstant> m_signAnswers; ///< when each neon sign was last answered, or first shown
 };

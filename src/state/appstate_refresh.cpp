@@ -3,6 +3,7 @@
 
 #include "analysis/priceformat.h"
 #include "market/marketservice.h"
+#include "market/sourcehealth.h"
 #include "market/stockmarketservice.h"
 #include "platform/async.h"
 
@@ -213,11 +214,16 @@ bool AppState::programIsEnding() const
 
 QCoro::Task<RefreshOutcome> AppState::refreshAll()
 {
+    return refreshAll(ZonesAt::close);
+}
+
+QCoro::Task<RefreshOutcome> AppState::refreshAll(ZonesAt at)
+{
     const auto self = shared_from_this();
     co_await refreshPrice();
     if (programIsEnding())
         co_return RefreshOutcome{false, errorMessage().value_or(QString())};
-    auto zoneRefresh = refreshSR();
+    auto zoneRefresh = refreshZones(at);
     auto snapshotRefresh = refreshSnapshot();
     co_await zoneRefresh;
     co_await snapshotRefresh;
@@ -280,6 +286,41 @@ QCoro::Task<> AppState::srLoop(Weak weak, Clock *clock, std::stop_token stop)
         auto snapshotRefresh = state->refreshSnapshot();
         co_await zoneRefresh;
         co_await snapshotRefresh;
+    }
+}
+
+void AppState::refreshNow()
+{
+    agesPassed = agesPassed() + 1;
+    watchAges(); // its sleep may have stood still meanwhile
+    m_sources->forgetFailures();
+    if (m_resuming != Resuming::no) {
+        m_resuming = Resuming::askedAgain;
+        return;
+    }
+    m_resuming = Resuming::yes;
+    startLoop(resumeTask, &AppState::resumeLoop);
+}
+
+QCoro::Task<> AppState::resumeLoop(Weak weak, Clock *clock, std::stop_token stop)
+{
+    while (!stop.stop_requested()) {
+        if (const auto state = weak.lock()) {
+            state->m_resuming = Resuming::yes;
+            if (state->blingMode())
+                state->runInBackground(&AppState::refreshBlingPrices);
+            co_await state->refreshAll(ZonesAt::livePrice);
+        }
+        if (!co_await clock->sleep(2s, stop))
+            co_return;
+        const auto state = weak.lock();
+        if (!state)
+            co_return;
+        // Whoever asked meanwhile has been answered, unless the network was not there yet.
+        if (state->m_resuming != Resuming::askedAgain || (!state->priceFailure && !state->zonesFailure)) {
+            state->m_resuming = Resuming::no;
+            co_return;
+        }
     }
 }
 

@@ -35,8 +35,24 @@ class ServicesTest : public QObject
     }
     static QString priceOf(const QString &base) { return gatePrice + u"?contract="_s + base + u"_USDT"_s; }
 
-    [[nodiscard]] MarketService crypto() { return {*http, Endpoints::live()}; }
-    [[nodiscard]] StockMarketService stocks() { return {*http, clock, Endpoints::live()}; }
+    // Each knows of no failure yet.
+    [[nodiscard]] SharedSourceHealth health() const { return std::make_shared<SourceHealth>(clock, 1); }
+    [[nodiscard]] MarketService crypto() { return {*http, Endpoints::live(), health()}; }
+    [[nodiscard]] StockMarketService stocks() { return {*http, clock, Endpoints::live(), health()}; }
+    /// The sources asked since the last call: Gate.io, Binance, OKX, a stock's.
+    [[nodiscard]] QString initials()
+    {
+        QString all;
+        for (const auto &request : http->requests()) {
+            const QString host = request.url.host();
+            all += host.contains(u"gate"_s)      ? u'G'
+                   : host.contains(u"binance"_s) ? u'B'
+                   : host.contains(u"okx"_s)     ? u'O'
+                                                 : u'S';
+        }
+        http->clearRequests();
+        return all;
+    }
     /// Whole addresses, each with the value of the header that stocks are asked with.
     [[nodiscard]] QStringList asked() const
     {
@@ -239,6 +255,102 @@ private Q_SLOTS:
         QCOMPARE(QCoro::waitFor(stocks().fetchQuote(u"sh600519"_s)).error().refusal, std::optional(notHere));
         http->answer(u"/q=sh600519"_s, "", 503);
         QCOMPARE(QCoro::waitFor(stocks().fetchQuote(u"sh600519"_s)).error().refusal, std::nullopt);
+    }
+
+    void aSourceThatFailsRestsWhileAnotherAnswers()
+    {
+        const MarketService service = crypto();
+        const auto priceAsks = [&](const QString &base) {
+            QCoro::waitFor(service.fetchPrice(base));
+            return initials();
+        };
+        http->failAlways(gatePrice);
+        http->answerAlways(binancePrice, binanceTicker(6));
+        // Before and after each of the rests, whose lengths vary by a fifth but are never above the limit.
+        for (const auto &[least, most] : {std::pair(4s, 6s), std::pair(8s, 12s), std::pair(16s, 24s),
+                                          std::pair(32s, 48s), std::pair(48s, 60s), std::pair(48s, 60s)}) {
+            QCOMPARE(priceAsks(u"BTC"_s), u"GB"_s);
+            clock.passSteady(least - 1ms);
+            QCOMPARE(priceAsks(u"BTC"_s), u"B"_s);
+            QCOMPARE(priceAsks(u"ETH"_s).right(1), u"B"_s); // rests for itself
+            clock.passSteady(most - least + 1ms);
+        }
+        http->failAlways(binancePrice);
+        QCOMPARE(priceAsks(u"SOL"_s), u"GB"_s);
+        QCOMPARE(priceAsks(u"SOL"_s), u"GB"_s); // both rest, and nobody else is there to answer
+        http->answerAlways(gatePrice, gateTicker(5));
+        QCOMPARE(priceAsks(u"SOL"_s), u"G"_s);
+        http->failAlways(gatePrice); // the success has ended it, the next one is a first failure
+        QCOMPARE(priceAsks(u"SOL"_s), u"GB"_s);
+        http->answerAlways(binancePrice, binanceTicker(6));
+        clock.passSteady(6s);
+        QCOMPARE(priceAsks(u"SOL"_s), u"GB"_s);
+    }
+
+    void restingSourcesOfCandles()
+    {
+        const auto shared = health();
+        const MarketService service(*http, Endpoints::live(), shared);
+        const auto candlesAsk = [&](const QString &interval) {
+            QCoro::waitFor(service.fetchKlines(u"BTC"_s, interval));
+            return initials();
+        };
+        http->answerAlways(gatePath, gate(24)); // too few of this timeframe, which says nothing of others
+        http->answerAlways(binancePath, binance(30));
+        QCOMPARE(candlesAsk(u"1M"_s), u"GB"_s);
+        QCOMPARE(candlesAsk(u"1M"_s), u"B"_s);
+        QCOMPARE(candlesAsk(u"1d"_s), u"GB"_s);
+        shared->forgetFailures();
+        http->failAlways(gatePath); // the host is away, for all timeframes
+        QCOMPARE(candlesAsk(u"1d"_s), u"GB"_s);
+        QCOMPARE(candlesAsk(u"4h"_s), u"B"_s);
+        http->failAlways(binancePath);
+        http->answerAlways(okxPath, okx(30));
+        QCOMPARE(candlesAsk(u"1d"_s), u"BO"_s);
+        QCOMPARE(candlesAsk(u"1d"_s), u"O"_s);
+        http->failAlways(okxPath);
+        QCOMPARE(candlesAsk(u"1d"_s), u"OGB"_s); // all the same, as it was long ago
+        QCOMPARE(candlesAsk(u"1d"_s), u"GBO"_s);
+    }
+
+    void whoRefusesIsNotAskedUntilTheTimeIsOver()
+    {
+        const struct
+        {
+            const char *name;
+            std::optional<std::chrono::seconds> told;
+            std::chrono::seconds kept;
+        } rows[] = {{"as told", 30s, 30s}, {"not told", {}, 60s}, {"far too long", 24h, 900s}};
+        forEachRow(rows, [this](const auto &row) {
+            const auto shared = health();
+            const MarketService service(*http, Endpoints::live(), shared);
+            const StockMarketService stock(*http, clock, Endpoints::live(), shared);
+            const auto ask = [&] {
+                // Gate.io refuses all that it serves, to every instrument; Binance's other host does not.
+                const auto price = QCoro::waitFor(service.fetchPrice(u"BTC"_s));
+                QCoro::waitFor(service.fetchKlines(u"ETH"_s));
+                const auto quote = QCoro::waitFor(stock.fetchQuote(u"sh600519"_s));
+                QCoro::waitFor(stock.fetchKlines(u"sh600519"_s));
+                return initials() + (price ? u" price"_s : QString()) +
+                       (quote.has_value() || quote.error().refusal ? QString() : u" no reason"_s);
+            };
+            http->answer(gatePrice, "{}", 429, row.told);
+            http->failAlways(binancePrice);
+            http->failAlways(binancePath);
+            http->failAlways(okxPath);
+            http->answer(u"/q=sh600519"_s, "", 451, row.told);
+            http->answer(stockPath, "{}", 418, row.told);
+            QCOMPARE(ask(), u"GBBOSS"_s);
+            shared->forgetFailures();
+            clock.passSteady(row.kept - 1ms);
+            QCOMPARE(ask(), u"BBO"_s);
+            clock.passSteady(1ms);
+            http->answerAlways(gatePrice, gateTicker(5));
+            http->answerAlways(gatePath, gate(30));
+            http->answerAlways(stockPath, days(u"sh600519"_s, 30));
+            http->answerAlways(u"/q=sh600519"_s, stockQuotes({{"sh600519", "M", 5, 1}}));
+            QVERIFY(ask().endsWith(u"SS price"_s));
+        });
     }
 
     void theServicesMayGoFirst()

@@ -148,7 +148,8 @@ private Q_SLOTS:
     void withoutDataTheDeadlineEndsIt()
     {
         Run run;
-        for (const QString &route : {u"/api/v4/futures/usdt/tickers"_s, u"/api/v4/spot/candlesticks"_s})
+        for (const QString &route :
+             {u"/api/v4/futures/usdt/tickers"_s, u"/api/v4/spot/candlesticks"_s, u"/api/v3/klines"_s})
             run.crypto.failAlways(route);
         run.start();
         run.clock.setNow(run.clock.now() + 1h); // a stepped wall clock neither shortens nor lengthens it

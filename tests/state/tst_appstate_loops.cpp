@@ -119,6 +119,62 @@ private Q_SLOTS:
         QVERIFY(other.lines().isEmpty());
     }
 
+    void comingBackRefreshesEverythingOnce()
+    {
+        MarketDay app;
+        const QString line = gateTickerLine(u"ETH"_s);
+        app.clock.passSteady(4min); // asleep
+        app.crypto.hold(line);
+        app->refreshNow();
+        // The first picture tells the age; what is fetched comes later, and once for all that call meanwhile.
+        QCOMPARE(app.announced(), u"agesPassed"_s);
+        QVERIFY(app->priceStanding().standing == Standing::old);
+        QVERIFY(app.lines().isEmpty());
+        drainEvents();
+        app->refreshNow();
+        drainEvents();
+        QCOMPARE(app.lines(), QStringList{line});
+        app.crypto.release(line, gateTicker(3007));
+        QCOMPARE(app.asked(u"spot/candlesticks"_s), 5);
+        QCOMPARE(app->zonePrice(), 3007.0); // not the candles' close
+        app->refreshNow();
+        app.clock.advance(2s);
+        QCOMPARE(app.lines().filter(line).size(), 1);
+        app->blingMode = true;
+        drainEvents();
+        app.clearLogs();
+        app->refreshNow();
+        drainEvents();
+        QCOMPARE(app.asked(u"tickers"_s), 9); // with the neon signs
+        app.clock.advance(2s);
+    }
+
+    void comingBackToADeadNetworkIsTriedAgain()
+    {
+        MarketDay app;
+        const QString line = gateTickerLine(u"ETH"_s);
+        app.crypto.fail(line);
+        app->refreshNow();
+        drainEvents();
+        QVERIFY(app->priceFailure.has_value());
+        app->refreshNow(); // the network is there a moment after the machine
+        app.clock.advance(1999ms);
+        QCOMPARE(app.asked(line), 1);
+        app.clock.advance(1ms);
+        QVERIFY(app.asked(line) == 2 && !app->priceFailure);
+        app.clock.advance(2s);
+        // A source that rests is asked again, too.
+        app.crypto.fail(line);
+        app.crypto.answer(binanceTickerLine(u"ETH"_s), binanceTicker(3001));
+        app.run(app->refreshPrice());
+        app.clearLogs();
+        app->refreshNow();
+        drainEvents();
+        QCOMPARE(app.asked(line), 1);
+        app.clock.advance(2s);
+        QCOMPARE(app.clock.sleeperCount(), 3);
+    }
+
     // The clients go one after the other while refreshes of both segments wait: what resumes in the second
     // one's end must not turn to the first. The sanitizers see it if it does.
     void theProgramMayEndDuringAnyRefresh()

@@ -131,6 +131,7 @@ private Q_SLOTS:
     {
         MarketDay app;
         app.crypto.fail(gateCandleLine(u"ETH"_s, u"1d"_s));
+        app.crypto.failAlways(u"/api/v3/klines"_s);
         const auto before = app->zones();
         app.run(app->refreshSR());
         // All three sources were asked; the spot exchange's daily bars become the swap's.
@@ -164,6 +165,7 @@ private Q_SLOTS:
 
         MarketDay other;
         other.crypto.fail(gateCandleLine(u"ETH"_s, u"1m"_s, 160));
+        other.crypto.fail(binanceCandleLine(u"ETH"_s, u"1m"_s, 160));
         other.run(other.state->refreshSR());
         // deliberate: the last source takes the same letter for a month
         QCOMPARE(other.lines().last(), okxCandleLine(u"ETH"_s, u"1M"_s, 160));
@@ -182,6 +184,7 @@ private Q_SLOTS:
             }
             if (zonesFail) {
                 app.crypto.failAlways(u"/api/v4/spot/candlesticks"_s);
+                app.crypto.failAlways(u"/api/v3/klines"_s);
                 app.stock.failAlways(stockCandleLine(u"sh600519"_s, u"day"_s));
             }
             std::optional<RefreshOutcome> outcome;

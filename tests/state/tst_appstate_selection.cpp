@@ -147,6 +147,7 @@ private Q_SLOTS:
                  scored(u"1H"_s, hours, 3050) + u" | 4H 0 数据不足 | "_s + scored(u"日线"_s, days, 3050));
         QCOMPARE(app->snapshotConclusion(), buildConclusion(app->snapshot()));
         app.crypto.fail(gateCandleLine(u"ETH"_s, u"4h"_s)); // a failed one is left out
+        app.crypto.fail(binanceCandleLine(u"ETH"_s, u"4h"_s));
         app.run(app->refreshSnapshot());
         QCOMPARE(app->snapshot().size(), 2U);
         QCOMPARE(app->snapshot()[1].label, u"日线"_s);
@@ -160,6 +161,7 @@ private Q_SLOTS:
         app.serveCrypto(3000);
         app.crypto.failAlways(u"/api/v4/futures/usdt/tickers"_s);
         app.crypto.failAlways(gateCandleLine(u"ETH"_s, u"1h"_s));
+        app.crypto.failAlways(u"/api/v3/klines"_s);
         const CandleList middle = waveCandles(120, 2500);
         const CandleList days = waveCandles(120, 4000);
         app.crypto.answerAlways(gateCandleLine(u"ETH"_s, u"4h"_s), gateCandles(middle));

@@ -10,6 +10,7 @@
 #include "support/testregistry.h"
 
 #include <QApplication>
+#include <QDBusObjectPath>
 #include <QDBusVariant>
 #include <QDir>
 #include <QPalette>
@@ -123,12 +124,78 @@ private Q_SLOTS:
         QVERIFY(second.strangerText().contains(u"（进程 %1）"_s.arg(QCoreApplication::applicationPid())));
     }
 
+    void comingBackIsAnnounced()
+    {
+        PrivateBus bus; // the system's and the session's in one
+        const QDBusConnection ours = bus.connection(u"ours"_s);
+        QDBusConnection theirs = bus.connection(u"theirs"_s);
+        theirs.registerService(u"org.freedesktop.login1"_s);
+        theirs.registerService(u"org.freedesktop.portal.Desktop"_s);
+        const WakeWatch watch(ours, ours);
+        theirs.registerService(u"org.freedesktop.NetworkManager"_s); // comes later
+        const QSignalSpy resumed(&watch, &WakeWatch::resumed);
+        const QString manager = u"/org/freedesktop/login1"_s, session = manager + u"/session/_32"_s;
+        const QString network = u"/org/freedesktop/NetworkManager"_s,
+                      desktop = u"/org/freedesktop/portal/desktop"_s;
+        const QString login = u"org.freedesktop.login1."_s,
+                      networkManager = u"org.freedesktop.NetworkManager"_s;
+        const QString saver = u"org.xfce.ScreenSaver"_s, properties = u"org.freedesktop.DBus.Properties"_s;
+        const auto change = [](const QString &interface, const QString &name, const QVariant &value) {
+            return QVariantList{interface, QVariantMap{{name, value}}, QStringList()};
+        };
+        const auto primary = [](const QString &path) { return QVariant::fromValue(QDBusObjectPath(path)); };
+        const struct
+        {
+            QString path, interface, member;
+            QVariantList arguments;
+            bool resumes;
+        } rows[] = {
+            {manager, login + u"Manager"_s, u"PrepareForSleep"_s, {true}, false},
+            {manager, login + u"Manager"_s, u"PrepareForSleep"_s, {false}, true},
+            {session, login + u"Session"_s, u"Lock"_s, {}, false},
+            {session, login + u"Session"_s, u"Unlock"_s, {}, true},
+            {session, properties, u"PropertiesChanged"_s, change(login + u"Session"_s, u"LockedHint"_s, true),
+             false},
+            {session, properties, u"PropertiesChanged"_s,
+             change(login + u"Session"_s, u"LockedHint"_s, false), true},
+            {session, properties, u"PropertiesChanged"_s, change(login + u"Session"_s, u"IdleHint"_s, false),
+             false},
+            {session, properties, u"PropertiesChanged"_s, change(login + u"User"_s, u"State"_s, 70U), false},
+            {network, properties, u"PropertiesChanged"_s, change(networkManager, u"State"_s, 20U), false},
+            {network, properties, u"PropertiesChanged"_s, change(networkManager, u"State"_s, 60U), true},
+            {network, properties, u"PropertiesChanged"_s, change(networkManager, u"Connectivity"_s, 1U),
+             false},
+            {network, properties, u"PropertiesChanged"_s, change(networkManager, u"Connectivity"_s, 4U),
+             true},
+            {network, properties, u"PropertiesChanged"_s,
+             change(networkManager, u"PrimaryConnection"_s, primary(u"/"_s)), false},
+            {network, properties, u"PropertiesChanged"_s,
+             change(networkManager, u"PrimaryConnection"_s, primary(u"/2"_s)), true},
+            {desktop, u"org.freedesktop.portal.NetworkMonitor"_s, u"changed"_s, {}, true},
+            {u"/"_s, saver, u"ActiveChanged"_s, {true}, false},
+            {u"/"_s, saver, u"ActiveChanged"_s, {false}, true},
+        };
+        qsizetype expected = 0;
+        for (const auto &row : rows) {
+            QDBusMessage signal = QDBusMessage::createSignal(row.path, row.interface, row.member);
+            signal.setArguments(row.arguments);
+            theirs.send(signal);
+            expected += row.resumes;
+            // What must not announce anything is over when the next call has been answered.
+            QVERIFY(PrivateBus::call(theirs, ours.baseService(), u"/"_s, u"org.freedesktop.DBus.Peer"_s,
+                                     u"Ping"_s)
+                        .type() == QDBusMessage::ReplyMessage);
+            QVERIFY2(waitFor([&] { return resumed.size() >= expected; }) && resumed.size() == expected,
+                     qPrintable(row.member + u' ' + QString::number(expected)));
+        }
+    }
+
     void everythingWorksWithoutABus()
     {
         const QDBusConnection dead(u"nobody knows this connection"_s);
         QCOMPARE(SingleInstance(dead).claim(), SingleInstance::Role::alone);
         QVERIFY(DesktopTheme(dead).appearance() == light);
-        const WakeWatch wake(dead);
+        const WakeWatch wake(dead, dead);
         MemoryPreferences preferences;
         StatusItemChooser item(dead, preferences, {}, {.hostWait = 10ms});
         item.show({});

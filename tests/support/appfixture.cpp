@@ -101,7 +101,7 @@ void AppFixture::serveCrypto(double price, const CandleList &candles)
 {
     tickTo(price);
     crypto.answerAlways(u"/api/v4/spot/candlesticks"_s, gateCandles(candles));
-    crypto.failAlways(u"/api/v3/klines"_s);
+    crypto.answerAlways(u"/api/v3/klines"_s, binanceCandles(waveCandles(25, 3000)));
     crypto.failAlways(u"/api/v5/market/candles"_s);
     crypto.failAlways(u"/fapi/v1/ticker/24hr"_s);
 }

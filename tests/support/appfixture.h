@@ -40,8 +40,8 @@ public:
     AppState &create();
     /// Makes the state, lets the first refresh end, and forgets what was logged so far.
     AppState &start();
-    /// Standing answers for every crypto instrument: a Gate.io ticker, daily waves for every interval, and
-    /// no answer from the other sources.
+    /// Standing answers for every crypto instrument: a Gate.io ticker, daily waves for every interval,
+    /// fewer of them from Binance, and no answer from the other sources.
     void serveCrypto(double price, const CandleList &candles = waveCandles(200, 3000));
     /// Standing answers for one stock: its quote and all three candle periods.
     void serveStock(const QString &code, double price, const CandleList &candles = waveCandles(320, 1500));

@@ -113,10 +113,10 @@ void AppDelegate::watchTheSystem()
 
 void AppDelegate::watchForWakeUps()
 {
-    m_wakeWatch = std::make_unique<WakeWatch>(QDBusConnection::systemBus());
-    connect(m_wakeWatch.get(), &WakeWatch::awake, this, [this] {
+    m_wakeWatch = std::make_unique<WakeWatch>(QDBusConnection::systemBus(), QDBusConnection::sessionBus());
+    connect(m_wakeWatch.get(), &WakeWatch::resumed, this, [this] {
         m_launch.dropConnections(); // the old ones hang in a network that is gone
-        refreshNow();
+        m_state->refreshNow();
     });
 }
 
