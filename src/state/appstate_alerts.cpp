@@ -36,9 +36,7 @@ bool AppState::hasAlert(double target) const
 
 void AppState::addAlert(double target, std::optional<QString> label, std::optional<bool> above)
 {
-    const Standing standing = priceStanding().standing;
-    const bool ownPrice = standing == Standing::fresh || standing == Standing::old;
-    const auto reference = ownPrice ? price() : ownZonePrice();
+    const auto reference = priceStanding().believed() ? price() : ownZonePrice();
     std::vector<PriceAlert> changed = alerts();
     changed.push_back({.id = QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper(),
                        .targetPrice = target,
