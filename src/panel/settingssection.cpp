@@ -29,6 +29,8 @@ constexpr QStringView thresholdHelp =
 constexpr QStringView displayHelp =
     u"主撑压列表只显示距现价 ±X% 内的价位，每侧最多 N 个；EMA/Vegas/VWAP 已移至「市场背景」。";
 
+constexpr int proxyWidth = 150;
+
 QStringList marketNames()
 {
     QStringList names;
@@ -51,6 +53,8 @@ SettingsSection::SettingsSection(const PanelContext &context, QWidget *parent)
     , m_position(new PositionSettings(context))
     , m_range(new StepperRow(u"显示范围 ±(%)"_s, displayHelp.toString()))
     , m_perSide(new StepperRow(u"每侧最多(个)"_s, displayHelp.toString()))
+    , m_proxyCrypto(new InputField(u"行情代理（加密）"_s))
+    , m_proxyStock(new InputField(u"行情代理（股票）"_s))
 {
     m_body = new Collapsible(makeContent());
     auto *column = columnIn(this, 0);
@@ -64,6 +68,8 @@ SettingsSection::SettingsSection(const PanelContext &context, QWidget *parent)
     connectStepper(m_threshold, fields::threshold, m_context.state.signalThreshold);
     connectStepper(m_range, fields::range, m_context.state.displayRangePct);
     connectStepper(m_perSide, fields::perSide, m_context.state.maxPerSide);
+    connectProxy(m_proxyCrypto, &AppState::proxyCrypto);
+    connectProxy(m_proxyStock, &AppState::proxyStock);
     setExpanded(false);
     fillFields();
 }
@@ -80,7 +86,7 @@ QWidget *SettingsSection::makeContent()
     auto *display = columnIn(nullptr, blockSpacing);
     display->addWidget(m_range);
     display->addWidget(m_perSide);
-    column->addWidget(makeMarketRow());
+    column->addWidget(makeRow(u"市场"_s, m_market));
     column->addWidget(m_miniMode);
     column->addWidget(new Divider);
     column->addLayout(threshold);
@@ -88,17 +94,35 @@ QWidget *SettingsSection::makeContent()
     column->addWidget(m_position);
     column->addWidget(new Divider);
     column->addLayout(display);
+    column->addWidget(new Divider);
+    auto *proxies = columnIn(nullptr, blockSpacing);
+    for (InputField *field : {m_proxyCrypto, m_proxyStock})
+        proxies->addWidget(makeRow(field->accessibleName(), field));
+    column->addLayout(proxies);
     return content;
 }
 
-QWidget *SettingsSection::makeMarketRow()
+QWidget *SettingsSection::makeRow(const QString &title, QWidget *control)
 {
     auto *row = new QWidget;
     auto *line = rowIn(row, rowSpacing);
-    line->addWidget(new TextLabel(u"市场"_s, TypeRole::caption));
+    line->addWidget(new TextLabel(title, TypeRole::caption));
     line->addStretch(1);
-    line->addWidget(m_market);
+    line->addWidget(control);
     return row;
+}
+
+void SettingsSection::connectProxy(InputField *field, Published<QString> AppState::*proxy)
+{
+    field->setPlaceholderText(u"系统"_s);
+    field->setToolTip(u"留空用系统代理，「直连」不用代理，或 主机:端口（前可加 http:// 或 socks5://）"_s);
+    field->setFixedWidth(proxyWidth);
+    m_fills.push_back([&state = m_context.state, field, proxy] { field->showText((state.*proxy)()); });
+    connect(field, &InputField::submitted, this, [this, proxy, fill = m_fills.back()](const QString &text) {
+        if (!m_context.state.chooseProxy(proxy, text))
+            Q_EMIT noted(u"代理格式不对，仍用原设置"_s);
+        fill();
+    });
 }
 
 template <typename T>
@@ -162,7 +186,7 @@ QList<QWidget *> SettingsSection::tabStops() const
 {
     QList<QWidget *> stops{m_header};
     return stops << m_market->tabStops() << m_miniMode << m_threshold->tabStops() << m_position->tabStops()
-                 << m_range->tabStops() << m_perSide->tabStops();
+                 << m_range->tabStops() << m_perSide->tabStops() << m_proxyCrypto << m_proxyStock;
 }
 
 } // namespace kestrune

@@ -13,6 +13,7 @@ namespace kestrune {
 class ChoiceRow;
 class Collapsible;
 class DisclosureHeader;
+class InputField;
 class PositionSettings;
 struct NumberField;
 class StepperRow;
@@ -40,7 +41,8 @@ Q_SIGNALS:
 
 private:
     [[nodiscard]] QWidget *makeContent();
-    [[nodiscard]] QWidget *makeMarketRow();
+    [[nodiscard]] static QWidget *makeRow(const QString &title, QWidget *control);
+    void connectProxy(InputField *field, Published<QString> AppState::*proxy);
     template <typename T>
     void connectStepper(StepperRow *row, const NumberField &number, Published<T> &value);
     void chooseMarket(qsizetype index);
@@ -56,6 +58,8 @@ private:
     PositionSettings *m_position;
     StepperRow *m_range;
     StepperRow *m_perSide;
+    InputField *m_proxyCrypto;
+    InputField *m_proxyStock;
     std::vector<std::function<void()>> m_fills; ///< put what is set into a field
 };
 

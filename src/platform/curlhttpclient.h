@@ -43,8 +43,7 @@ public:
     /// other ends may be gone. Open requests go on.
     void dropConnections() { m_pool.reset(); }
 
-    /// For later requests; see ProxyChoice.
-    void setProxy(const QNetworkProxy &proxy) { m_proxies.setChosen(proxy); }
+    void setProxy(const QNetworkProxy &proxy) override { m_proxies.setChosen(proxy); }
 
 private:
     struct Head;

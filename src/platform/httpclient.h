@@ -3,6 +3,7 @@
 
 #include <QByteArray>
 #include <QCoroTask>
+#include <QNetworkProxy>
 #include <QUrl>
 
 #include <chrono>
@@ -39,6 +40,9 @@ public:
     /// may be open at once and none waits for another.
     [[nodiscard]] virtual QCoro::Task<std::optional<HttpAnswer>> get(QUrl url,
                                                                      std::vector<HttpHeader> headers) = 0;
+
+    /// For later requests; a DefaultProxy leaves the choice to the system. Loopback hosts are always direct.
+    virtual void setProxy(const QNetworkProxy &proxy) = 0;
 
     /// Expires with this object. A coroutine that another client's end may resume asks before it turns here.
     [[nodiscard]] std::weak_ptr<const void> lifetime() const { return m_lifetime; }

@@ -6,6 +6,7 @@
 #include "market/sourcehealth.h"
 #include "market/stockmarketservice.h"
 #include "platform/attention.h"
+#include "platform/proxychoice.h"
 #include "state/instrumentlists.h"
 
 #include <utility>
@@ -63,6 +64,25 @@ void AppState::restore()
     runInBackground(&AppState::refreshBlingPrices);
     startBlingTimer();
     startBlingPulse();
+}
+
+void AppState::proxyDidChange(const Setting<QString> &setting, HttpClient &http, const QString &text)
+{
+    setting.store(m_dependencies.preferences, text);
+    if (const auto proxy = parseProxy(text))
+        http.setProxy(*proxy);
+}
+
+bool AppState::chooseProxy(Published<QString> AppState::*proxy, const QString &text)
+{
+    if (!parseProxy(text))
+        return false;
+    if (const QString chosen = text.trimmed(); chosen != (this->*proxy)()) {
+        this->*proxy = chosen;
+        m_sources->forgetRefusals(); // they were meant for another address
+        refreshNow();
+    }
+    return true;
 }
 
 void AppState::checkFirstLaunchHint()

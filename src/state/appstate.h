@@ -115,8 +115,8 @@ public:
     // Prices in the quote currency, percentages in percent units.
     const QStringList coinList, cnList, hkList; ///< instruments in picker order
 
-    // The settings. Three are not simply stored at every assignment: the instrument and the alerts are by
-    // their operations, and the neon mode has more to do.
+    // The settings. Some are not simply stored at every assignment: the instrument and the alerts are by
+    // their operations, and the neon mode and the proxies have more to do.
     Published<QString> coinSymbol = restored(settings::coin, &AppState::coinSymbol);
     Published<bool> miniMode = kept(settings::miniMode, &AppState::miniMode);
     Published<MarketSegment> market = kept(settings::market, &AppState::market);
@@ -134,6 +134,15 @@ public:
         restored(settings::alerts, &AppState::alerts); ///< of all instruments
     Published<bool> blingMode =
         restored(settings::blingMode, &AppState::blingMode, [this](bool on) { blingModeDidChange(on); });
+
+    Published<QString> proxyCrypto =
+        restored(settings::proxyCrypto, &AppState::proxyCrypto, [this](const QString &text) {
+            proxyDidChange(settings::proxyCrypto, m_dependencies.cryptoHttp, text);
+        });
+    Published<QString> proxyStock =
+        restored(settings::proxyStock, &AppState::proxyStock, [this](const QString &text) {
+            proxyDidChange(settings::proxyStock, m_dependencies.stockHttp, text);
+        });
 
     Published<std::optional<double>> price{*this};     ///< live price
     Published<std::optional<double>> changePct{*this}; ///< 24 h for crypto, day for stocks
@@ -246,6 +255,10 @@ public:
     void setMarket(MarketSegment segment);
     void setTimeframe(const QString &label);
 
+    /// Sets `proxyCrypto` or `proxyStock` and refreshes at once by it; false, and nothing is done, for a text
+    /// that names no proxy.
+    bool chooseProxy(Published<QString> AppState::*proxy, const QString &text);
+
     // Alerts.
     void addAlert(double target, std::optional<QString> label = {}, std::optional<bool> above = {});
     void toggleZoneAlert(const Zone &zone);
@@ -317,6 +330,7 @@ private:
     void startAlertPulseIfNeeded();
     [[nodiscard]] bool advanceAlertPulse();
 
+    void proxyDidChange(const Setting<QString> &setting, HttpClient &http, const QString &text);
     void blingModeDidChange(bool on);
     void showBlingPlaceholders();
     void refreshBlingIfNeeded();

@@ -309,15 +309,17 @@ void AppState::refreshNow()
 QCoro::Task<> AppState::resumeLoop(Weak weak, Clock *clock, std::stop_token stop)
 {
     while (!stop.stop_requested()) {
-        if (const auto state = weak.lock()) {
-            state->m_resuming = Resuming::yes;
-            if (state->blingMode())
-                state->runInBackground(&AppState::refreshBlingPrices);
-            co_await state->refreshAll(ZonesAt::livePrice);
-        }
+        auto state = weak.lock();
+        if (!state)
+            co_return;
+        state->m_resuming = Resuming::yes;
+        if (state->blingMode())
+            state->runInBackground(&AppState::refreshBlingPrices);
+        co_await state->refreshAll(ZonesAt::livePrice);
+        state.reset();
         if (!co_await clock->sleep(2s, stop))
             co_return;
-        const auto state = weak.lock();
+        state = weak.lock();
         if (!state)
             co_return;
         // Whoever asked meanwhile has been answered, unless the network was not there yet.

@@ -2,6 +2,7 @@
 #include "state/settings.h"
 
 #include "platform/preferences.h"
+#include "platform/proxychoice.h"
 
 #include <QJsonArray>
 
@@ -72,6 +73,11 @@ std::optional<int> withoutEarlierInitial(std::optional<int> stored, const Prefer
 std::optional<double> aboveZero(std::optional<double> stored, const Preferences &)
 {
     return stored && *stored > 0 ? stored : std::nullopt;
+}
+
+std::optional<QString> namingProxy(std::optional<QString> stored, const Preferences &)
+{
+    return stored && parseProxy(*stored) ? stored : std::nullopt;
 }
 
 std::optional<bool> onlyTrue(std::optional<bool> stored, const Preferences &)

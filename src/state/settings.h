@@ -38,6 +38,8 @@ namespace settings {
 /// deliberate: 4 was an earlier initial value and becomes today's.
 [[nodiscard]] std::optional<int> withoutEarlierInitial(std::optional<int> stored, const Preferences &);
 [[nodiscard]] std::optional<double> aboveZero(std::optional<double> stored, const Preferences &);
+/// What names no proxy is no choice.
+[[nodiscard]] std::optional<QString> namingProxy(std::optional<QString> stored, const Preferences &);
 /// False switches nothing off at the start.
 [[nodiscard]] std::optional<bool> onlyTrue(std::optional<bool> stored, const Preferences &);
 
@@ -56,6 +58,9 @@ inline const Setting<MarginMode> marginMode{QStringLiteral("ks_margin_mode"), Ma
 inline const Setting<bool> marketContextExpanded{QStringLiteral("ks_ctx_expanded")};
 inline const Setting<std::vector<PriceAlert>> alerts{QStringLiteral("ks_alerts")};
 inline const Setting<bool> blingMode{QStringLiteral("ks_bling"), false, onlyTrue};
+/// For requests about crypto and about stocks, as `parseProxy` reads them.
+inline const Setting<QString> proxyCrypto{QStringLiteral("ks_proxy_crypto"), {}, namingProxy};
+inline const Setting<QString> proxyStock{QStringLiteral("ks_proxy_stock"), {}, namingProxy};
 inline const Setting<bool> hasLaunched{QStringLiteral("ks_has_launched_v2")};
 
 /// Stores what `known`, the list as it was last seen stored, has become; what other running programs have

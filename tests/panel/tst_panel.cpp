@@ -431,6 +431,17 @@ private Q_SLOTS:
         QVERIFY(panel.state->riskPctPerTrade() != 9 && !panel.view->isVisible());
     }
 
+    void proxiesAreTakenOrRefusedAloud()
+    {
+        Shown panel(true);
+        const QString stocks = u"行情代理（股票）"_s;
+        QCOMPARE(panel.enter(stocks, u" socks5://127.0.0.1:1080"_s), u"socks5://127.0.0.1:1080"_s);
+        QCOMPARE(panel.enter(stocks, u"127.0.0.1"_s), u"socks5://127.0.0.1:1080"_s); // without a port
+        QCOMPARE(panel.view->findChild<Toast *>()->message(), u"代理格式不对，仍用原设置"_s);
+        QCOMPARE(panel.enter(u"行情代理（加密）"_s, u"直连"_s), u"直连"_s);
+        QCOMPARE(panel.state->proxyCrypto() + panel.state->proxyStock(), u"直连socks5://127.0.0.1:1080"_s);
+    }
+
     void fieldsAreFilledWhenTheyAppear()
     {
         Shown panel(true);

@@ -19,20 +19,15 @@ import sys
 from gi.repository import Gio, GLib
 
 WATCHER, ITEM, MENU = "org.kde.StatusNotifierWatcher", "org.kde.StatusNotifierItem", "com.canonical.dbusmenu"
-SETTINGS, NETWORK = "org.freedesktop.portal.Settings", "org.freedesktop.NetworkManager"
+SETTINGS = "org.freedesktop.portal.Settings"
 PROPERTIES = "org.freedesktop.DBus.Properties"
-PATHS = {WATCHER: "/StatusNotifierWatcher", SETTINGS: "/org/freedesktop/portal/desktop",
-         NETWORK: "/org/freedesktop/NetworkManager"}
+PATHS = {WATCHER: "/StatusNotifierWatcher", SETTINGS: "/org/freedesktop/portal/desktop"}
 INTERFACES = f"""<node><interface name="{WATCHER}">
 <method name="RegisterStatusNotifierItem"><arg type="s" direction="in"/></method>
 <property name="IsStatusNotifierHostRegistered" type="b" access="read"/>
 </interface><interface name="{SETTINGS}">
 <method name="Read"><arg type="s" direction="in"/><arg type="s" direction="in"/><arg type="v" direction="out"/></method>
 <signal name="SettingChanged"><arg type="s"/><arg type="s"/><arg type="v"/></signal>
-</interface><interface name="{NETWORK}">
-<property name="State" type="u" access="read"/>
-<property name="Connectivity" type="u" access="read"/>
-<property name="Metered" type="u" access="read"/>
 </interface></node>"""
 
 
@@ -41,7 +36,6 @@ class Services:
         self.bus = Gio.bus_get_sync(Gio.BusType.SESSION)
         self.items = []
         self.scheme = 2
-        self.network = {"State": 70, "Connectivity": 4, "Metered": 4}
         for interface in Gio.DBusNodeInfo.new_for_xml(INTERFACES).interfaces:
             self.bus.register_object(PATHS[interface.name], interface, self.called, self.asked, None)
         for name in sys.argv[1:]:
@@ -55,8 +49,8 @@ class Services:
             self.items.append(arguments.unpack()[0])
             invocation.return_value(None)
 
-    def asked(self, _connection, _sender, _path, _interface, name):
-        return GLib.Variant("u", self.network[name]) if name in self.network else GLib.Variant("b", True)
+    def asked(self, _connection, _sender, _path, _interface, _name):
+        return GLib.Variant("b", True)
 
     def of_item(self, path, interface, method, kind, *arguments):
         return self.bus.call_sync(self.items[-1], path, interface, method, GLib.Variant(kind, arguments), None,
@@ -87,9 +81,9 @@ class Services:
                 self.announce("/org/freedesktop/login1", "org.freedesktop.login1.Manager", "PrepareForSleep", "(b)",
                               begins)
         if request == "network":
-            self.network.update(State=70 if rest[0] else 20, Connectivity=4 if rest[0] else 1)
-            values = {name: GLib.Variant("u", value) for name, value in self.network.items()}
-            self.announce(PATHS[NETWORK], PROPERTIES, "PropertiesChanged", "(sa{sv}as)", NETWORK, values, [])
+            values = {"State": GLib.Variant("u", 70 if rest[0] else 20)}
+            self.announce("/org/freedesktop/NetworkManager", PROPERTIES, "PropertiesChanged", "(sa{sv}as)",
+                          "org.freedesktop.NetworkManager", values, [])
         return self.items
 
 

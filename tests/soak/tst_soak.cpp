@@ -52,6 +52,7 @@ class SoakTest : public QObject
             auto answer = co_await client.get(std::move(url), std::move(headers));
             co_return answer;
         }
+        void setProxy(const QNetworkProxy &proxy) override { client.setProxy(proxy); }
 
         int open = 0;
         Tally tally;

@@ -144,6 +144,31 @@ private Q_SLOTS:
                  u"ks_signal_threshold=-1 ks_disp_maxside=4 ks_leverage=0 ks_mini=true ks_mini=true"_s);
     }
 
+    void proxiesAreAppliedAtTheStartAndAtOnce()
+    {
+        AppFixture app;
+        app.serveCrypto(3000);
+        app.preferences.preset(u"ks_proxy_crypto"_s, u"socks5://[::1]:1080"_s);
+        app.preferences.preset(u"ks_proxy_stock"_s, u"nonsense"_s);
+        AppState &state = app.start();
+        QCOMPARE(app.crypto.proxy.port(), 1080);
+        QCOMPARE(app.stock.proxy, QNetworkProxy(QNetworkProxy::DefaultProxy));
+        QVERIFY(state.proxyStock().isEmpty());
+        app.crypto.answer(gateTickerLine(u"ETH"_s), "{}", 451);
+        MarketDay::run(state.refreshPrice());
+        QVERIFY(state.priceFailure.has_value());
+        app.clearLogs();
+        QVERIFY(!state.chooseProxy(&AppState::proxyCrypto, u"socks5://a"_s));
+        QVERIFY(state.chooseProxy(&AppState::proxyCrypto, u" socks5://[::1]:1080 "_s)); // as it was
+        drainEvents();
+        QVERIFY(app.preferences.writes().isEmpty() && app.lines().isEmpty());
+        QVERIFY(state.chooseProxy(&AppState::proxyCrypto, u"直连"_s));
+        QCOMPARE(app.preferences.writes().join(u' '), u"ks_proxy_crypto=直连"_s);
+        QCOMPARE(app.crypto.proxy, QNetworkProxy(QNetworkProxy::NoProxy));
+        drainEvents(); // by another address the source is asked again
+        QVERIFY(app.lines().contains(gateTickerLine(u"ETH"_s)) && !state.priceFailure);
+    }
+
     void theNeonModeAtStartUpDoublesItsActions()
     {
         AppFixture app;

@@ -60,7 +60,7 @@ QString fieldName(const AppState &state, const PublishedField *field)
                      FIELD(ctxVWAP), FIELD(snapshot), FIELD(snapshotConclusion), FIELD(marketContextExpanded),
                      FIELD(miniMode), FIELD(blingMode), FIELD(multiPrices), FIELD(blingPulse), FIELD(alerts),
                      FIELD(pulsePhase), FIELD(signalThreshold), FIELD(displayRangePct), FIELD(maxPerSide),
-                     FIELD(agesPassed));
+                     FIELD(agesPassed), FIELD(proxyCrypto), FIELD(proxyStock));
 #undef FIELD
 }
 

@@ -69,6 +69,8 @@ public:
     [[nodiscard]] QStringList problems() const;
 
     [[nodiscard]] QCoro::Task<Result> get(QUrl url, std::vector<HttpHeader> headers) override;
+    void setProxy(const QNetworkProxy &chosen) override { proxy = chosen; }
+    QNetworkProxy proxy = QNetworkProxy::DefaultProxy;
 
 private:
     struct Answer

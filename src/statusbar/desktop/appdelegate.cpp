@@ -24,7 +24,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// Its libraries take as long to load as a tenth of the whole start; the first picture does not wait for them.
+// Getting onto the system's bus takes a moment for which the first picture does not wait.
 constexpr auto wakeWatchDelay = 1s;
 
 QCoro::Task<> refresh(std::shared_ptr<AppState> state)
