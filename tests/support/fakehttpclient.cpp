@@ -80,8 +80,6 @@ QCoro::Task<FakeHttpClient::Result> FakeHttpClient::get(QUrl url, std::vector<Ht
 
 FakeHttpClient::Answer FakeHttpClient::take(const Request &request)
 {
-    if (m_holdsEverything)
-        return {{}, request.line()};
     for (const QString &route : {request.line(), request.url.path(QUrl::FullyEncoded)}) {
         if (const auto queue = m_queues.find(route); queue != m_queues.end() && !queue->second.empty()) {
             const Answer answer = queue->second.front();
@@ -91,6 +89,8 @@ FakeHttpClient::Answer FakeHttpClient::take(const Request &request)
         if (const auto standing = m_standing.find(route); standing != m_standing.end())
             return standing->second;
     }
+    if (m_holdsOthers)
+        return {{}, request.line()};
     problem(QStringLiteral("unexpected request ") + request.url.host() + request.line());
     return {};
 }

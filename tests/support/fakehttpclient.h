@@ -52,8 +52,8 @@ public:
     }
     void failAlways(const QString &route) { m_standing[route] = {}; }
 
-    /// From now on each request waits to be released by its own line.
-    void holdEverything() { m_holdsEverything = true; }
+    /// From now on each request that nothing answers waits to be released by its own line.
+    void holdOthers() { m_holdsOthers = true; }
     /// Ends the oldest request that holds on this route and delivers everything that follows from it. A
     /// test fault when there is none.
     void release(const QString &route, const std::optional<QByteArray> &body);
@@ -96,7 +96,7 @@ private:
     std::map<QString, Answer> m_standing;
     std::vector<Request> m_requests;
     std::deque<Open> m_open;
-    bool m_closing = false, m_holdsEverything = false;
+    bool m_closing = false, m_holdsOthers = false;
     QStringList m_problems;
     std::unique_ptr<QObject> m_context = std::make_unique<QObject>();
 };
