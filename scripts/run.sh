@@ -10,9 +10,14 @@ install_missing "${build_packages[@]}" "${run_packages[@]}"
 arguments=("$@")
 demo=false
 snapshot=false
+previous=
 for argument in "$@"; do
-    [ "$argument" = --demo ] && demo=true
-    case $argument in --snapshot | --help | --version) snapshot=true ;; esac
+    case $previous in
+        --snapshot) snapshot=true ;; # with its folder, whatever that is called
+        --symbol | --market | --timeframe | --market-server) ;;
+        *) case $argument in --demo) demo=true ;; --help | --version) snapshot=true ;; esac ;;
+    esac
+    previous=$argument
 done
 
 # Configured and built on standard error: standard output belongs to the program.

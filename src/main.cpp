@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "demomarket.h"
-#include "platform/jsonpreferences.h"
 #include "platform/curlhttpclient.h"
+#include "platform/jsonpreferences.h"
 #include "platform/systemclock.h"
 #include "snapshot/commandline.h"
 #include "snapshot/quietattention.h"
@@ -13,6 +13,7 @@
 #include "viewmodel/paneltexts.h"
 
 #include <QApplication>
+#include <QMessageBox>
 #include <QPointer>
 
 #include <cstdio>
@@ -50,6 +51,18 @@ bool hasDisplay()
 int failWithoutDisplay()
 {
     return fail(u"no display; --snapshot DIR works without one"_s, 1);
+}
+
+/// Whoever started this from a menu or with the session sees no standard error.
+int failBesideStranger(const SingleInstance &instance)
+{
+    const int status = fail(u"another instance runs but does not answer"_s, 1);
+    QMessageBox box(QMessageBox::Warning, u"Kestrune Bar"_s, u"Kestrune Bar 没有启动"_s);
+    box.setTextFormat(Qt::PlainText);
+    box.setInformativeText(instance.strangerText());
+    box.addButton(u"知道了"_s, QMessageBox::AcceptRole);
+    box.exec();
+    return status;
 }
 
 /// While Qt looks for the display. One that is named but not there is fatal to Qt; what its plugins say on
@@ -115,6 +128,16 @@ int runInteractive(AppDelegate::Launch launch, SingleInstance *instance, JsonPre
         if (target)
             QMetaObject::invokeMethod(target.get(), &AppDelegate::settingsNotSaved, Qt::QueuedConnection);
     });
+    preferences.onUnread([target = QPointer(&delegate)](const UnreadFile &unread) {
+        if (target)
+            QMetaObject::invokeMethod(
+                target.get(), [target, unread] { target->state().unreadSettings = unread; },
+                Qt::QueuedConnection);
+    });
+    preferences.onOutsideChange([target = QPointer(&delegate)] {
+        if (target)
+            target->state().takeStoredAlerts();
+    });
     return QCoreApplication::exec();
 }
 
@@ -160,7 +183,7 @@ int main(int argc, char **argv)
     if (!config && !line.demo && !line.marketServer) {
         instance = std::make_unique<SingleInstance>(QDBusConnection::sessionBus());
         if (instance->claim() == SingleInstance::Role::second)
-            return instance->activateFirst() ? 0 : fail(u"another instance runs but does not answer"_s, 1);
+            return instance->activateFirst() ? 0 : failBesideStranger(*instance);
     }
 
     std::unique_ptr<DemoMarket> demo;

@@ -4,7 +4,9 @@
 #include "panel/blingbutton.h"
 #include "ui/boxlayouts.h"
 #include "ui/iconbutton.h"
+#include "ui/textbutton.h"
 #include "ui/textlabel.h"
+#include "viewmodel/paneltexts.h"
 
 namespace kestrune {
 
@@ -14,6 +16,9 @@ FooterSection::FooterSection(const PanelContext &context, const QString &marketN
     : QWidget(parent)
     , m_context(context)
     , m_note(new TextLabel({}, TypeRole::caption, Tone::secondary))
+    , m_unread(new QWidget)
+    , m_unreadText(new TextLabel({}, TypeRole::caption, Tone::orange))
+    , m_acknowledge(new TextButton(u"知道了"_s))
     , m_refresh(new IconButton(u"arrow.clockwise"_s))
     , m_help(new IconButton(u"questionmark.circle"_s))
     , m_web(new IconButton(u"globe"_s))
@@ -30,7 +35,12 @@ FooterSection::FooterSection(const PanelContext &context, const QString &marketN
     actions->addWidget(m_web);
     actions->addSpacing(4);
     actions->addWidget(m_bling);
+    m_unreadText->setWrap(true);
+    auto *unread = rowIn(m_unread, rowSpacing);
+    unread->addWidget(m_unreadText, 1);
+    unread->addWidget(m_acknowledge, 0, Qt::AlignTop);
     auto *column = columnIn(this, rowSpacing);
+    column->addWidget(m_unread);
     if (!marketNotice.isEmpty()) {
         auto *notice = new TextLabel(marketNotice, TypeRole::captionBold, Tone::orange);
         notice->setElide(Qt::ElideMiddle);
@@ -38,6 +48,8 @@ FooterSection::FooterSection(const PanelContext &context, const QString &marketN
         column->addWidget(notice);
     }
     column->addLayout(actions);
+    connect(m_acknowledge, &TextButton::clicked, this,
+            [&state = m_context.state] { state.unreadSettings = std::nullopt; });
     connect(m_refresh, &IconButton::clicked, this, &FooterSection::refreshRequested);
     connect(m_help, &IconButton::clicked, this, &FooterSection::helpRequested);
     connect(m_web, &IconButton::clicked, this,
@@ -49,11 +61,17 @@ void FooterSection::refresh()
 {
     m_note->setText(m_context.state.dataSourceNote());
     m_bling->setOn(m_context.state.blingMode());
+    const auto &unread = m_context.state.unreadSettings();
+    m_unread->setVisible(unread.has_value());
+    if (!unread)
+        return;
+    m_unreadText->setText(unreadSettingsText(*unread));
+    m_unreadText->setToolTip(unread->keptAs);
 }
 
 QList<QWidget *> FooterSection::tabStops() const
 {
-    return {m_refresh, m_help, m_web, m_bling};
+    return {m_acknowledge, m_refresh, m_help, m_web, m_bling};
 }
 
 } // namespace kestrune

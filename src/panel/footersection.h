@@ -9,9 +9,11 @@ namespace kestrune {
 
 class BlingButton;
 class IconButton;
+class TextButton;
 class TextLabel;
 
-/// Disclaimer and actions; above them, where the prices are not live, the line that says so.
+/// Disclaimer and actions; above them what is to be known first: that the settings could not be read, until
+/// that is acknowledged, and that prices are not live.
 class FooterSection : public QWidget
 {
     Q_OBJECT
@@ -29,6 +31,9 @@ Q_SIGNALS:
 private:
     PanelContext m_context;
     TextLabel *m_note;
+    QWidget *m_unread;
+    TextLabel *m_unreadText;
+    TextButton *m_acknowledge;
     IconButton *m_refresh;
     IconButton *m_help;
     IconButton *m_web;

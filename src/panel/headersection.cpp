@@ -11,6 +11,7 @@
 #include "ui/textlabel.h"
 #include "viewmodel/paneltexts.h"
 #include "viewmodel/planbannermodel.h"
+#include "viewmodel/standingtexts.h"
 
 namespace kestrune {
 
@@ -61,10 +62,9 @@ QWidget *HeaderSection::makeChangeRow()
     auto *row = new QWidget;
     auto *line = rowIn(row, rowSpacing);
     m_change = new TextLabel(TypeRole::caption);
-    m_updated = new TextLabel({}, TypeRole::caption, Tone::secondary);
-    row->setFixedHeight(lineHeight(TypeRole::caption)); // empty until the first price, but there
+    m_priceLine = new TextLabel({}, TypeRole::caption, Tone::secondary);
     line->addWidget(m_change);
-    line->addWidget(m_updated);
+    line->addWidget(m_priceLine);
     line->addStretch(1);
     return row;
 }
@@ -97,25 +97,24 @@ void HeaderSection::refresh()
     const auto price = state.price();
     if (price)
         m_price->setText(fmtP(*price, state.decimals()));
-    m_price->setTone(changeTone(state.changePct()));
+    const Judgement standing = state.priceStanding();
+    m_price->setTone(standing.fresh() ? changeTone(state.changePct()) : Tone::secondary);
+    m_price->setAccessibleDescription(priceCaveat(state));
     m_price->setVisible(price.has_value());
     m_spinner->setVisible(!price);
     refreshTitle();
 
-    const auto change = state.changePct();
+    const auto change = standing.own() ? state.changePct() : std::nullopt;
     m_change->setVisible(change.has_value());
     if (change) {
         m_change->setText(changeText(*change));
-        m_change->setTone(changeTone(change));
+        m_change->setTone(standing.fresh() ? changeTone(change) : Tone::secondary);
     }
-    const auto updated = state.lastUpdated();
-    m_updated->setVisible(updated.has_value());
-    if (updated)
-        m_updated->setText(updateText(*updated));
+    m_priceLine->setText(priceLine(state));
 
     m_statusIcon->setIconName(state.statusSymbol());
     m_statusIcon->setTone(toneOf(state.statusColor()));
-    m_status->setText(state.statusText());
+    m_status->setText(verdictText(state));
     m_status->setTone(toneOf(state.statusColor()));
     m_timeframes->setChoices(state.timeframeOptions());
     m_timeframes->setCurrent(state.timeframeOptions().indexOf(state.timeframe()));

@@ -13,7 +13,7 @@ class PixelSparkline;
 class Spinner;
 class TextLabel;
 
-/// Instrument, sparkline and price; change and update time; status and timeframes.
+/// Instrument, sparkline and price; change and time or standing of the price; status and timeframes.
 class HeaderSection : public QWidget
 {
     Q_OBJECT
@@ -37,7 +37,7 @@ private:
     TextLabel *m_price;
     Spinner *m_spinner;
     TextLabel *m_change;
-    TextLabel *m_updated;
+    TextLabel *m_priceLine;
     IconLabel *m_statusIcon;
     TextLabel *m_status;
     ChoiceRow *m_timeframes;

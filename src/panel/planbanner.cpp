@@ -108,7 +108,9 @@ QWidget *PlanBanner::makeTitleRow()
     m_title = new TextLabel(TypeRole::bodyBold);
     m_title->setWrap(true);
     words->addWidget(m_title);
-    words->addWidget(new TextLabel(u"以下按此价位进场计算，不是现价"_s, TypeRole::caption, Tone::secondary));
+    auto *note = new TextLabel(u"以下按此价位进场计算，不是现价"_s, TypeRole::caption);
+    note->setWrap(true);
+    words->addWidget(note);
     m_close = new IconButton(u"xmark.circle.fill"_s);
     m_close->setTip(u"恢复现价开单助手"_s);
     connect(m_close, &IconButton::clicked, this, &PlanBanner::closeRequested);

@@ -27,6 +27,7 @@
 #include <QToolTip>
 
 #include <algorithm>
+#include <utility>
 
 namespace kestrune {
 
@@ -120,6 +121,7 @@ void PopoverView::connectActions()
     connect(m_state.get(), &AppState::fieldWillChange, this, &PopoverView::fieldChanged);
     connect(m_chips, &ChipRow::picked, this, &PopoverView::chooseInstrument);
     connect(m_footer, &FooterSection::refreshRequested, this, &PopoverView::refreshAll);
+    connect(m_zones, &ZonesSection::refreshRequested, this, &PopoverView::refreshZones);
     connect(m_footer, &FooterSection::helpRequested, this, &PopoverView::showHelp);
     connect(m_settings, &SettingsSection::noted, this,
             [this](const QString &note) { showToast(note, true); });
@@ -201,15 +203,24 @@ void PopoverView::chooseInstrument(const QString &symbol)
 
 void PopoverView::refreshAll()
 {
-    startInBackground(this, [this] { return refreshAndReport(m_state, this); });
+    if (!std::exchange(m_refreshing, true)) // a click while one runs joins it
+        startInBackground(this, [this] { return refreshAndReport(m_state, this); });
+}
+
+void PopoverView::refreshZones()
+{
+    if (!m_refreshing && !m_state->isLoading())
+        startInBackground(m_state.get(), [state = m_state.get()] { return state->refreshSR(); });
 }
 
 QCoro::Task<> PopoverView::refreshAndReport(std::shared_ptr<AppState> state, QPointer<PopoverView> view)
 {
     const auto held = std::move(state);
     const RefreshOutcome outcome = co_await held->refreshAll();
-    if (view)
-        view->showToast(outcome.message, !outcome.success);
+    if (!view)
+        co_return;
+    view->m_refreshing = false;
+    view->showToast(outcome.message, !outcome.success);
 }
 
 void PopoverView::showHelp()

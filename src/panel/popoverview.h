@@ -75,6 +75,7 @@ private:
     void scheduleUpdate();
     void chooseInstrument(const QString &symbol);
     void refreshAll();
+    void refreshZones();
     static QCoro::Task<> refreshAndReport(std::shared_ptr<AppState> state, QPointer<PopoverView> view);
     void showHelp();
     void orderTabStops();
@@ -94,6 +95,7 @@ private:
     QPointer<HelpSheet> m_help;
     bool m_updatePending = false;
     bool m_tabStopsStale = true;
+    bool m_refreshing = false; ///< what refreshAll() began is under way
 };
 
 } // namespace kestrune

@@ -14,6 +14,7 @@
 #include "viewmodel/paneltexts.h"
 #include "viewmodel/planbannermodel.h"
 #include "viewmodel/settingsinput.h"
+#include "viewmodel/standingtexts.h"
 
 #include <algorithm>
 
@@ -175,7 +176,8 @@ void SettingsSection::refresh()
     m_market->setCurrent(segment - allMarketSegments.begin());
     m_miniMode->setChecked(state.miniMode());
     m_distances->setText(distancesText(state.nearestBuyDistPct(), state.nearestSellDistPct()));
-    m_status->setText(state.statusText());
+    m_distances->setVisible(verdictShows(state));
+    m_status->setText(verdictText(state));
     m_status->setTone(toneOf(state.statusColor()));
     m_position->refresh();
 }

@@ -7,6 +7,7 @@
 #include "ui/iconlabel.h"
 #include "ui/textlabel.h"
 #include "viewmodel/paneltexts.h"
+#include "viewmodel/standingtexts.h"
 
 #include <QPainter>
 
@@ -34,11 +35,11 @@ public:
         line->addWidget(m_verdict);
     }
 
-    void show(const TimeframeSignal &signal)
+    void show(const TimeframeSignal &signal, bool fresh)
     {
         m_label->setText(signal.label);
         m_verdict->setText(rawValue(signal.signal));
-        const Tone tone = signalTone(signal.signal);
+        const Tone tone = fresh ? signalTone(signal.signal) : Tone::secondary;
         if (m_verdict->tone() != tone) {
             m_verdict->setTone(tone);
             update();
@@ -89,15 +90,16 @@ SnapshotSection::SnapshotSection(const PanelContext &context, QWidget *parent)
 void SnapshotSection::refresh()
 {
     const auto &snapshot = m_context.state.snapshot();
-    m_conclusion->setText(m_context.state.snapshotConclusion());
-    m_conclusion->setTone(conclusionTone(snapshot));
+    const bool fresh = m_context.state.signalsStanding().fresh();
+    m_conclusion->setText(conclusionText(m_context.state));
+    m_conclusion->setTone(fresh ? conclusionTone(snapshot) : Tone::secondary);
     while (m_itemWidgets.size() < snapshot.size()) {
         m_itemWidgets.push_back(new SignalItem);
         m_items->addWidget(m_itemWidgets.back());
     }
     for (std::size_t i = 0; i < m_itemWidgets.size(); ++i) {
         if (i < snapshot.size())
-            static_cast<SignalItem *>(m_itemWidgets[i])->show(snapshot[i]);
+            static_cast<SignalItem *>(m_itemWidgets[i])->show(snapshot[i], fresh);
         m_itemWidgets[i]->setVisible(i < snapshot.size());
     }
 }

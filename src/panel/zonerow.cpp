@@ -16,6 +16,7 @@
 #include <QPainter>
 
 #include <algorithm>
+#include <utility>
 
 namespace kestrune {
 
@@ -97,6 +98,12 @@ void ZoneRow::setHasAlert(bool hasAlert)
     m_bell->setTip(hasAlert ? u"取消该价位提醒"_s : u"设置该价位提醒"_s);
 }
 
+void ZoneRow::setDimmed(bool dimmed)
+{
+    if (std::exchange(m_dimmed, dimmed) != dimmed)
+        update();
+}
+
 void ZoneRow::setSelected(bool selected)
 {
     if (m_selected == selected)
@@ -147,9 +154,9 @@ void ZoneRow::paintEvent(QPaintEvent *)
         fillRounded(painter, rect(), cornerRadius, palette.accentSoft);
     if (m_fade.level() > 0)
         fillRounded(painter, rect(), cornerRadius, palette.veil(m_fade.level()));
-    painter.setPen(palette.text);
+    painter.setPen(palette.color(m_dimmed ? Tone::secondary : Tone::text));
     drawTextLine(painter, QPointF(overhang, verticalMargin), m_price, TypeRole::zonePrice);
-    painter.setPen(palette.color(distanceTone(m_zone.distPct)));
+    painter.setPen(palette.color(m_dimmed ? Tone::secondary : distanceTone(m_zone.distPct)));
     drawTextLine(painter, QPointF(width() - overhang - m_distanceWidth, tagTop()), m_distance,
                  TypeRole::caption);
 }

@@ -32,6 +32,8 @@ public:
     [[nodiscard]] const Zone &zone() const { return m_zone; }
     /// A price alert stands on the zone's middle.
     void setHasAlert(bool hasAlert);
+    /// Greys the numbers of a zone that is old or of another selection.
+    void setDimmed(bool dimmed);
     void setSelected(bool selected);
     [[nodiscard]] bool isSelected() const { return m_selected; }
     [[nodiscard]] const QString &priceText() const { return m_price; }
@@ -70,6 +72,7 @@ private:
     QString m_price;
     QString m_distance;
     int m_distanceWidth = 0;
+    bool m_dimmed = false;
     bool m_selected = false;
     bool m_pressed = false; // the mouse went down on the row
     std::vector<TagContent> m_tagContents;

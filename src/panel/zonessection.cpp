@@ -5,7 +5,6 @@
 #include "panel/planbanner.h"
 #include "panel/zonelist.h"
 #include "panel/zonerow.h"
-#include "platform/async.h"
 #include "ui/boxlayouts.h"
 #include "ui/iconbutton.h"
 #include "ui/roundedrect.h"
@@ -13,6 +12,7 @@
 #include "ui/textbutton.h"
 #include "ui/textlabel.h"
 #include "viewmodel/planbannermodel.h"
+#include "viewmodel/standingtexts.h"
 #include "viewmodel/zonelisting.h"
 
 #include <QPainter>
@@ -51,6 +51,12 @@ QWidget *makeSpinnerWithText()
     return row;
 }
 
+void showOrHide(TextLabel *label, const QString &text)
+{
+    label->setText(text);
+    label->setVisible(!text.isEmpty());
+}
+
 } // namespace
 
 ZonesSection::ZonesSection(const PanelContext &context, QWidget *parent)
@@ -62,7 +68,8 @@ ZonesSection::ZonesSection(const PanelContext &context, QWidget *parent)
     , m_noSupports(new TextLabel(u"无"_s, TypeRole::caption, Tone::secondary))
     , m_core(new QWidget)
     , m_empty(new TextButton(u"暂无撑压数据，点击刷新"_s))
-    , m_error(new TextLabel({}, TypeRole::caption, Tone::secondary))
+    , m_noticeBox(new QWidget)
+    , m_planNotice(new TextLabel({}, TypeRole::caption, Tone::secondary))
     , m_banner(new PlanBanner)
 {
     auto *column = columnIn(this, blockSpacing);
@@ -77,13 +84,15 @@ ZonesSection::ZonesSection(const PanelContext &context, QWidget *parent)
     addPart(panelMargin - ZoneRow::overhang)->addWidget(m_resistances);
 
     m_empty->setIconName(u"arrow.clockwise"_s);
-    m_error->setWrap(true);
+    m_planNotice->setWrap(true);
     auto *between = addPart(panelMargin);
     between->addWidget(makeLoadingRow());
     between->addWidget(m_empty, 0, Qt::AlignHCenter);
-    between->addWidget(m_error);
+    columnIn(m_noticeBox, 2);
+    between->addWidget(m_noticeBox);
     auto *core = columnIn(m_core, blockSpacing);
     core->addWidget(makePriceLine());
+    core->addWidget(m_planNotice);
     core->addWidget(m_banner);
     between->addWidget(m_core);
     between->addWidget(new TextLabel(u"支撑"_s, TypeRole::section, Tone::green));
@@ -93,9 +102,7 @@ ZonesSection::ZonesSection(const PanelContext &context, QWidget *parent)
 
     connectList(m_resistances);
     connectList(m_supports);
-    connect(m_empty, &TextButton::clicked, this, [&state = m_context.state] {
-        startInBackground(&state, [&state] { return state.refreshSR(); });
-    });
+    connect(m_empty, &TextButton::clicked, this, &ZonesSection::refreshRequested);
     connect(m_chart, &IconButton::clicked, this, &ZonesSection::openChart);
     connect(m_banner, &PlanBanner::closeRequested, this,
             [&state = m_context.state] { clearPickedZone(state); });
@@ -154,12 +161,14 @@ void ZonesSection::refresh()
 void ZonesSection::refreshRows()
 {
     const AppState &state = m_context.state;
+    const bool fresh = state.zonesStanding().fresh();
     const auto fill = [&](ZoneList *list, TextLabel *none, QStringView type) {
         list->setZones(listedZones(state.zones(), type, state.displayRangePct(), state.maxPerSide()),
                        state.decimals());
         for (ZoneRow *row : list->rows()) {
             const Zone &zone = row->zone();
             row->setHasAlert(state.hasAlert(zone.mid));
+            row->setDimmed(!fresh);
             row->setSelected(state.selectedZonePrice() == zone.mid && state.selectedZoneType() == zone.type);
         }
         list->setVisible(!list->rows().empty());
@@ -190,16 +199,27 @@ void ZonesSection::refreshMessages()
     m_loadingRow->setVisible(state.isLoading() && empty);
     m_loadingHint->setVisible(state.isLoading() && !empty);
     m_empty->setVisible(!state.isLoading() && empty);
-    const auto &message = state.errorMessage();
-    if (message)
-        m_error->setText(*message);
-    m_error->setVisible(message.has_value());
+    showNotices(dataNotices(state));
+}
+
+void ZonesSection::showNotices(const QStringList &notices)
+{
+    while (std::ssize(m_notices) < notices.size()) {
+        m_notices.push_back(new TextLabel({}, TypeRole::caption, Tone::secondary));
+        m_notices.back()->setWrap(true);
+        m_noticeBox->layout()->addWidget(m_notices.back());
+    }
+    for (qsizetype i = 0; i < std::ssize(m_notices); ++i)
+        showOrHide(m_notices[std::size_t(i)], notices.value(i));
+    m_noticeBox->setVisible(!notices.isEmpty());
 }
 
 void ZonesSection::refreshPriceLine()
 {
     const AppState &state = m_context.state;
-    m_price->setText(fmtP(state.zonePrice(), state.decimals()));
+    const auto price = state.ownZonePrice();
+    m_price->setText(price ? fmtP(*price, state.decimals()) : u"—"_s);
+    m_price->setTone(state.livePrice() ? Tone::text : Tone::secondary);
     m_chart->setTip(u"在 TradingView 打开 "_s + state.tradingViewSymbol());
 }
 
@@ -208,6 +228,7 @@ void ZonesSection::refreshBanner()
     const auto model = planBannerModel(m_context.state);
     if (model)
         m_banner->setModel(*model);
+    showOrHide(m_planNotice, model ? QString() : planNotice(m_context.state));
     if (m_banner->isHidden() == model.has_value()) {
         m_banner->setVisible(model.has_value());
         Q_EMIT tabStopsChanged();

@@ -5,6 +5,8 @@
 
 #include <QWidget>
 
+#include <vector>
+
 namespace kestrune {
 
 class IconButton;
@@ -31,6 +33,7 @@ public:
 
 Q_SIGNALS:
     void tabStopsChanged();
+    void refreshRequested(); ///< of the zones alone
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -41,6 +44,7 @@ private:
     void connectList(ZoneList *list);
     void refreshRows();
     void refreshMessages();
+    void showNotices(const QStringList &notices);
     void refreshPriceLine();
     void refreshBanner();
     void keepHeight(bool empty);
@@ -56,7 +60,9 @@ private:
     QWidget *m_loadingRow;  // with no rows to look at
     QWidget *m_loadingHint; // inside the price line, so that rows do not jump at every refresh
     TextButton *m_empty;
-    TextLabel *m_error;
+    QWidget *m_noticeBox;
+    std::vector<TextLabel *> m_notices; // shown ones first
+    TextLabel *m_planNotice;            // in the banner's place
     TextLabel *m_price;
     IconButton *m_chart;
     PlanBanner *m_banner;

@@ -9,7 +9,7 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <optional>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -86,6 +86,16 @@ bool writeAll(int fd, const QByteArray &bytes)
     return true;
 }
 
+// The new name of a file is on the disk only with its folder. Some file systems cannot do that; the file is
+// whole all the same.
+void syncFolderOf(const QString &path)
+{
+    const Descriptor folder(
+        ::open(QFile::encodeName(QFileInfo(path).path()).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (folder.isOpen())
+        static_cast<void>(::fsync(folder.get()));
+}
+
 std::optional<QJsonObject> parseObject(const QByteArray &bytes)
 {
     if (bytes.isEmpty())
@@ -129,9 +139,24 @@ const QJsonObject &SharedJsonFile::content()
     return m_content;
 }
 
-bool SharedJsonFile::merge(const QJsonObject &entries)
+void SharedJsonFile::onUnread(std::function<void(const UnreadFile &)> report)
 {
-    if (holds(entries))
+    m_report = std::move(report);
+    if (m_unread)
+        m_report(*m_unread);
+}
+
+void SharedJsonFile::tell(const UnreadFile &unread)
+{
+    m_unread = unread;
+    if (m_report)
+        m_report(unread);
+}
+
+bool SharedJsonFile::merge(const QJsonObject &entries, const EntryChanges &changes)
+{
+    refresh();
+    if (holds(changed(entries, changes)))
         return true;
     if (!createFolder(m_folder))
         return false;
@@ -141,12 +166,18 @@ bool SharedJsonFile::merge(const QJsonObject &entries)
     refresh(Locked::yes); // another program may have written while this one waited
     if (m_blocked)
         return false;
-    return replaceWith(withChanges(m_content, entries));
+    return replaceWith(withChanges(m_content, changed(entries, changes)));
 }
 
-bool SharedJsonFile::holds(const QJsonObject &entries)
+QJsonObject SharedJsonFile::changed(QJsonObject entries, const EntryChanges &changes) const
 {
-    refresh();
+    for (const auto &[key, change] : changes)
+        entries.insert(key, change(m_content.value(key)));
+    return entries;
+}
+
+bool SharedJsonFile::holds(const QJsonObject &entries) const
+{
     if (m_blocked || m_stamp == Stamp{})
         return false;
     for (auto entry = entries.begin(); entry != entries.end(); ++entry) {
@@ -184,6 +215,7 @@ void SharedJsonFile::refresh(Locked locked)
             state = State::unusable;
         } else if (auto parsed = parseObject(file.read(largestSize))) {
             m_content = *std::move(parsed);
+            ++m_readings;
         } else {
             state = State::broken;
         }
@@ -194,15 +226,22 @@ void SharedJsonFile::refresh(Locked locked)
         if (lock.isHeld())
             return refresh(Locked::yes);
     }
-    if (state == State::broken)
-        state = locked == Locked::yes && setAside() ? State::missing : State::unusable;
-    else if (state == State::missing && m_stamp != Stamp{})
+    if (state == State::broken) {
+        const QString keptAs = locked == Locked::yes ? setAside() : QString();
+        state = keptAs.isEmpty() ? State::unusable : State::missing;
+        if (state == State::missing)
+            tell({keptAs, m_content.isEmpty()});
+    } else if (state == State::missing && m_stamp != Stamp{}) {
         m_content = {}; // somebody removed it to begin anew
+    }
+    if (state == State::unusable && !m_blocked)
+        tell({{}, m_content.isEmpty()});
     m_blocked = state == State::unusable;
     m_stamp = state == State::readable ? stamp : Stamp{};
 }
 
-bool SharedJsonFile::setAside() const
+// Where to; nothing when it could not be moved.
+QString SharedJsonFile::setAside() const
 {
     const QString base =
         m_path + QStringLiteral(".broken-") + QDateTime::currentDateTimeUtc().toString(u"yyyyMMdd-HHmmss");
@@ -211,14 +250,14 @@ bool SharedJsonFile::setAside() const
         const QString name = i == 0 ? base : base + u'-' + QString::number(i);
         // link() fails where the name is taken, which rename() would overwrite.
         if (::link(QFile::encodeName(m_path).constData(), QFile::encodeName(name).constData()) == 0)
-            return ::unlink(QFile::encodeName(m_path).constData()) == 0;
+            return ::unlink(QFile::encodeName(m_path).constData()) == 0 ? name : QString();
         if (errno == EEXIST)
             continue;
         // No hard links here (FAT, some network folders).
-        return (errno == EPERM || errno == EOPNOTSUPP || errno == ENOSYS) && !QFileInfo::exists(name) &&
-               QFile::rename(m_path, name);
+        const bool noLinks = errno == EPERM || errno == EOPNOTSUPP || errno == ENOSYS;
+        return noLinks && !QFileInfo::exists(name) && QFile::rename(m_path, name) ? name : QString();
     }
-    return false;
+    return {};
 }
 
 bool SharedJsonFile::replaceWith(const QJsonObject &content)
@@ -244,6 +283,7 @@ bool SharedJsonFile::replaceWith(const QJsonObject &content)
         ::unlink(fresh.constData());
         return false;
     }
+    syncFolderOf(m_path);
     m_content = content;
     static_cast<void>(inspect(m_stamp));
     return true;

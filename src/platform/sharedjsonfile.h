@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "platform/preferences.h"
+
 #include <QByteArray>
 #include <QJsonObject>
 #include <QString>
 
 #include <array>
 #include <cstdint>
+#include <functional>
+#include <optional>
 
 namespace kestrune {
 
@@ -33,9 +37,19 @@ public:
     /// held before it broke, if this object saw that, stays.
     [[nodiscard]] const QJsonObject &content();
 
-    /// Writes the entries over those of the file and keeps all others; writes nothing when the file holds
-    /// them already. False when they could not be written; the file is unchanged then.
-    [[nodiscard]] bool merge(const QJsonObject &entries);
+    /// Writes the entries, and what the changes make of theirs, over those of the file and keeps all others;
+    /// writes nothing when the file holds them already. False when they could not be written; the file is
+    /// unchanged then.
+    [[nodiscard]] bool merge(const QJsonObject &entries, const EntryChanges &changes = {});
+
+    /// Calls `report` whenever the file is found to be unreadable, and at once when it has been found so
+    /// before.
+    void onUnread(std::function<void(const UnreadFile &)> report);
+
+    /// How often content that another program had written was taken over.
+    [[nodiscard]] int readings() const { return m_readings; }
+    /// Of the file itself, whatever links lead to it.
+    [[nodiscard]] const QString &path() const { return m_path; }
 
 private:
     // Device, inode, size and the two times that a change moves; all zero for a missing file.
@@ -45,8 +59,10 @@ private:
 
     [[nodiscard]] State inspect(Stamp &stamp) const;
     void refresh(Locked locked = Locked::no);
-    [[nodiscard]] bool holds(const QJsonObject &entries);
-    [[nodiscard]] bool setAside() const;
+    [[nodiscard]] QJsonObject changed(QJsonObject entries, const EntryChanges &changes) const;
+    [[nodiscard]] bool holds(const QJsonObject &entries) const;
+    [[nodiscard]] QString setAside() const;
+    void tell(const UnreadFile &unread);
     [[nodiscard]] bool replaceWith(const QJsonObject &content);
 
     QString m_folder;
@@ -55,6 +71,9 @@ private:
     Stamp m_stamp{};
     // Something is there that can be neither read nor moved away, so that nothing may be written over it.
     bool m_blocked = false;
+    int m_readings = 0;
+    std::optional<UnreadFile> m_unread;
+    std::function<void(const UnreadFile &)> m_report;
 };
 
 } // namespace kestrune

@@ -9,17 +9,17 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+const QString marketServerOption = u"--market-server"_s;
+
 bool takesValue(const QString &argument)
 {
     static const QStringList options{u"--snapshot"_s, u"--symbol"_s, u"--market"_s, u"--timeframe"_s,
-                                     u"--market-server"_s};
+                                     marketServerOption};
     return options.contains(argument);
 }
 
 void readMarketServer(CommandLine &line, const QString &value)
 {
-    if (line.marketServer)
-        return; // the first one counts, as with every option
     QString base = value;
     while (base.endsWith(u'/'))
         base.chop(1);
@@ -35,12 +35,21 @@ void readMarketServer(CommandLine &line, const QString &value)
 
 } // namespace
 
+std::optional<QString> optionValue(const QStringList &arguments, const QString &option)
+{
+    const qsizetype index = arguments.indexOf(option);
+    if (index < 0 || index + 1 == arguments.size())
+        return std::nullopt;
+    return arguments[index + 1];
+}
+
 CommandLine parseCommandLine(const QStringList &arguments)
 {
     CommandLine line;
     for (qsizetype i = 0; i < arguments.size(); ++i) {
         const QString &argument = arguments[i];
-        const bool last = i + 1 == arguments.size();
+        if (i > 0 && takesValue(arguments[i - 1]))
+            continue;
         if (argument == u"--help") {
             line.help = true;
         } else if (argument == u"--version") {
@@ -49,15 +58,12 @@ CommandLine parseCommandLine(const QStringList &arguments)
             line.demo = true;
         } else if (argument == u"--strip") {
             line.strip = true;
-        } else if (argument == u"--market-server" && last) {
-            if (!line.marketServer)
-                line.error = u"--market-server wants an address"_s;
-        } else if (takesValue(argument) && !last) {
-            ++i;
-            if (argument == u"--market-server" && !line.error)
-                readMarketServer(line, arguments[i]);
         }
     }
+    if (const auto server = optionValue(arguments, marketServerOption))
+        readMarketServer(line, *server);
+    else if (arguments.contains(marketServerOption))
+        line.error = u"--market-server wants an address"_s;
     if (line.demo && line.marketServer && !line.error)
         line.error = u"--demo and --market-server exclude each other"_s;
     return line;

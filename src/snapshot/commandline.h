@@ -19,8 +19,13 @@ struct CommandLine
     std::optional<QString> error;        ///< one line for standard error; the program ends with status 2
 };
 
-/// Reads the arguments after the program's name. An option in the value place of another is that value;
-/// unknown arguments are ignored.
+/// What follows the first argument equal to `option`, wherever that stands and whatever it is; absent without
+/// one, or when nothing follows.
+[[nodiscard]] std::optional<QString> optionValue(const QStringList &arguments, const QString &option);
+
+/// Reads the arguments after the program's name. What follows an option that takes a value is that value and
+/// no switch, as in "--snapshot --demo"; but an option that takes a value counts there too, as in
+/// optionValue(). Unknown arguments are ignored.
 [[nodiscard]] CommandLine parseCommandLine(const QStringList &arguments);
 
 /// What --help prints.

@@ -74,6 +74,11 @@ QString isoTime(Instant instant)
 
 std::optional<QByteArray> snapshotSummary(const AppState &state, Instant generatedAt)
 {
+    // What is another's counts as not there.
+    const Judgement ofPrice = state.priceStanding();
+    const auto price = ofPrice.believed() ? state.price() : state.ownZonePrice();
+    const auto zones = state.zonesStanding().own() ? state.zones() : std::vector<Zone>();
+    const Judgement ofSignals = state.signalsStanding();
     const QJsonObject summary{
         {u"generatedAt"_s, isoTime(generatedAt)},
         {u"symbol"_s, state.coinSymbol()},
@@ -81,13 +86,14 @@ std::optional<QByteArray> snapshotSummary(const AppState &state, Instant generat
         {u"market"_s, rawValue(state.market())},
         {u"timeframe"_s, state.timeframe()},
         {u"headerTitle"_s, state.headerTitle()},
-        {u"price"_s, state.price().value_or(state.zonePrice())},
-        {u"changePct"_s, state.changePct().value_or(0)},
+        {u"price"_s, price.value_or(0)},
+        {u"changePct"_s, ofPrice.believed() ? state.changePct().value_or(0) : 0},
         {u"decimals"_s, state.decimals()},
-        {u"conclusion"_s, state.snapshotConclusion()},
-        {u"signals"_s, signalObjects(state.snapshot())},
-        {u"resistance"_s, zoneObjects(topZones(state.zones(), u"resistance", zonesPerSide))},
-        {u"support"_s, zoneObjects(topZones(state.zones(), u"support", zonesPerSide))},
+        {u"conclusion"_s,
+         ofSignals.standing == Standing::foreign ? u"加载中…"_s : state.snapshotConclusion()},
+        {u"signals"_s, ofSignals.own() ? signalObjects(state.snapshot()) : QJsonArray()},
+        {u"resistance"_s, zoneObjects(topZones(zones, u"resistance", zonesPerSide))},
+        {u"support"_s, zoneObjects(topZones(zones, u"support", zonesPerSide))},
         {u"tradingView"_s, state.tradingViewSymbol()},
     };
     if (!allFinite(summary))

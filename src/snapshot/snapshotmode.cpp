@@ -59,7 +59,8 @@ QCoro::Task<> SnapshotMode::refresh(std::shared_ptr<AppState> state)
 
 bool SnapshotMode::ready() const
 {
-    return m_state->price() && !m_state->zones().empty() && !m_state->snapshot().empty();
+    return m_state->priceStanding().believed() && m_state->zonesStanding().own() &&
+           !m_state->zones().empty() && m_state->signalsStanding().own();
 }
 
 QCoro::Task<> SnapshotMode::waitUntilReady(SteadyInstant deadline)

@@ -1,29 +1,19 @@
 // SPDX-License-Identifier: MIT
 #include "snapshot/snapshotmode.h"
 
+#include "snapshot/commandline.h"
+
 namespace kestrune {
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-std::optional<QString> valueOf(const QStringList &arguments, const QString &option)
-{
-    const qsizetype index = arguments.indexOf(option);
-    if (index < 0 || index + 1 == arguments.size())
-        return std::nullopt;
-    return arguments[index + 1];
-}
-
-} // namespace
-
 std::optional<SnapshotMode::Config> SnapshotMode::parse(const QStringList &arguments)
 {
-    auto dir = valueOf(arguments, u"--snapshot"_s);
+    auto dir = optionValue(arguments, u"--snapshot"_s);
     if (!dir)
         return std::nullopt;
-    return Config{std::move(*dir), valueOf(arguments, u"--symbol"_s), valueOf(arguments, u"--market"_s),
-                  valueOf(arguments, u"--timeframe"_s)};
+    return Config{std::move(*dir), optionValue(arguments, u"--symbol"_s),
+                  optionValue(arguments, u"--market"_s), optionValue(arguments, u"--timeframe"_s)};
 }
 
 } // namespace kestrune

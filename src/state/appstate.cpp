@@ -55,6 +55,7 @@ void AppState::restore()
 {
     for (const auto &restoreField : std::exchange(m_restoring, {}))
         restoreField();
+    m_storedAlerts = alerts();
     if (!blingMode())
         return;
     // deliberate: the start-up repeats what switching on has just done; the doubled first refresh is

@@ -9,6 +9,7 @@
 #include "market/priceresult.h"
 #include "market/stockquote.h"
 #include "platform/clock.h"
+#include "platform/preferences.h"
 #include "state/barsignal.h"
 #include "state/marginmode.h"
 #include "state/marketcontext.h"
@@ -156,6 +157,7 @@ public:
     Published<QString> dataSource{*this};
     Published<bool> isLoading{*this}; ///< a zone refresh is running
     Published<std::optional<QString>> errorMessage{*this};
+    Published<std::optional<UnreadFile>> unreadSettings{*this}; ///< until the user has taken note of it
     Published<std::optional<double>> ctxEMA50{*this};
     Published<std::optional<double>> ctxEMA200{*this};
     Published<std::optional<VegasTunnel>> ctxVegas{*this};
@@ -264,6 +266,9 @@ public:
     void dismissAlert(const QString &id);
     void evaluateAlerts();
     void addPlanAlerts(const TradePlan &plan);
+    /// Takes over what another running program has changed in the stored alerts. What this one has changed
+    /// and not stored stays.
+    void takeStoredAlerts();
 
     // Neon mode.
     void toggleBlingMode();
@@ -328,6 +333,7 @@ private:
 
     [[nodiscard]] PlanInputs planInputs() const;
 
+    std::vector<PriceAlert> m_storedAlerts; ///< as they were last seen stored
     CandleLevels m_lastSRLevels; ///< what zone building takes from lastSRCandles, once per candle list
     enum class Resuming { no, yes, askedAgain } m_resuming = Resuming::no;
     std::vector<Subject> m_zonesAsked, m_signalsAsked; ///< of the refreshes that wait for answers

@@ -36,9 +36,7 @@ bool AppState::hasAlert(double target) const
 
 void AppState::addAlert(double target, std::optional<QString> label, std::optional<bool> above)
 {
-    const Standing standing = priceStanding().standing;
-    const bool ownPrice = standing == Standing::fresh || standing == Standing::old;
-    const auto reference = ownPrice ? price() : ownZonePrice();
+    const auto reference = priceStanding().believed() ? price() : ownZonePrice();
     std::vector<PriceAlert> changed = alerts();
     changed.push_back({.id = QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper(),
                        .targetPrice = target,
@@ -128,7 +126,21 @@ void AppState::addPlanAlerts(const TradePlan &plan)
 
 void AppState::saveAlerts()
 {
-    settings::alerts.store(m_dependencies.preferences, alerts());
+    if (settings::storeAlerts(m_dependencies.preferences, m_storedAlerts, alerts()))
+        takeStoredAlerts();
+}
+
+void AppState::takeStoredAlerts()
+{
+    auto stored = settings::alerts.restored(m_dependencies.preferences);
+    if (!stored || *stored == m_storedAlerts)
+        return;
+    auto merged = mergedAlerts(m_storedAlerts, alerts(), *stored);
+    m_storedAlerts = std::move(*stored);
+    if (merged == alerts())
+        return;
+    alerts = std::move(merged);
+    startAlertPulseIfNeeded();
 }
 
 void AppState::playAlertSound()

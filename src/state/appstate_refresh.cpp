@@ -60,8 +60,7 @@ QCoro::Task<> AppState::refreshPrice()
     if (!fetched)
         co_return;
     evaluateAlerts();
-    const Standing standing = priceStanding().standing;
-    if (standing == Standing::fresh || standing == Standing::old)
+    if (priceStanding().believed())
         rebuildZonesAt(*price());
 }
 

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "state/pricealert.h"
 
+#include <QHash>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 
 #include <cmath>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -74,7 +76,63 @@ QJsonValue fromText(const QJsonObject &stored)
     return document.isArray() ? QJsonValue(document.array()) : QJsonValue();
 }
 
+/// The records of a list by their id, and by which of its records it is: a list that somebody has edited may
+/// hold an id twice.
+class Index
+{
+public:
+    using Key = std::pair<QString, int>;
+
+    explicit Index(const std::vector<PriceAlert> &alerts)
+    {
+        QHash<QString, int> counts;
+        for (const PriceAlert &alert : alerts) {
+            keys.emplace_back(alert.id, counts[alert.id]++);
+            m_records.insert(keys.back(), &alert);
+        }
+    }
+    /// Null when there is none.
+    [[nodiscard]] const PriceAlert *find(const Key &key) const { return m_records.value(key); }
+
+    std::vector<Key> keys; ///< in the order of the list
+
+private:
+    QHash<Key, const PriceAlert *> m_records;
+};
+
+/// Of a record that both lists hold; `base` is null where the list before did not.
+const PriceAlert &current(const PriceAlert *base, const PriceAlert &mine, const PriceAlert &theirs)
+{
+    if (base && mine == *base)
+        return theirs;
+    if (base && theirs == *base)
+        return mine;
+    return mine.lastFiredAt < theirs.lastFiredAt ? theirs : mine;
+}
+
 } // namespace
+
+std::vector<PriceAlert> mergedAlerts(const std::vector<PriceAlert> &base, const std::vector<PriceAlert> &mine,
+                                     const std::vector<PriceAlert> &theirs)
+{
+    const Index before(base);
+    const Index own(mine);
+    const Index others(theirs);
+    std::vector<PriceAlert> merged;
+    for (const auto &key : others.keys) {
+        const PriceAlert *was = before.find(key);
+        const PriceAlert *is = own.find(key);
+        if (is)
+            merged.push_back(current(was, *is, *others.find(key)));
+        else if (!was)
+            merged.push_back(*others.find(key));
+    }
+    for (const auto &key : own.keys) {
+        if (!others.find(key) && !before.find(key))
+            merged.push_back(*own.find(key));
+    }
+    return merged;
+}
 
 std::optional<QJsonArray> encodeAlerts(const std::vector<PriceAlert> &alerts)
 {

@@ -31,4 +31,11 @@ struct PriceAlert
 /// as a whole when one element lacks a key or has a value of the wrong kind.
 [[nodiscard]] std::optional<std::vector<PriceAlert>> decodeAlerts(const QJsonValue &stored);
 
+/// One list that was changed in two places: `mine` and `theirs` are what `base` has become in each. What was
+/// added stays and what was removed goes, whoever did it; of a record that both changed the one with the
+/// later firing or acknowledgement counts. In the order of `theirs`, then what only `mine` has.
+[[nodiscard]] std::vector<PriceAlert> mergedAlerts(const std::vector<PriceAlert> &base,
+                                                   const std::vector<PriceAlert> &mine,
+                                                   const std::vector<PriceAlert> &theirs);
+
 } // namespace kestrune

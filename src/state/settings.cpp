@@ -43,10 +43,8 @@ void Setting<T>::store(Preferences &preferences, const T &value) const
         preferences.setNumber(key, value);
     else if constexpr (std::is_same_v<T, int>)
         preferences.setInteger(key, value);
-    else if constexpr (std::is_enum_v<T>)
+    else
         preferences.setText(key, rawValue(value));
-    else if (const auto list = encodeAlerts(value))
-        preferences.setJson(key, *list);
 }
 
 template struct Setting<QString>;
@@ -55,7 +53,8 @@ template struct Setting<double>;
 template struct Setting<int>;
 template struct Setting<MarketSegment>;
 template struct Setting<MarginMode>;
-template struct Setting<std::vector<PriceAlert>>;
+template std::optional<std::vector<PriceAlert>>
+Setting<std::vector<PriceAlert>>::restored(const Preferences &) const;
 
 namespace settings {
 
@@ -84,6 +83,16 @@ std::optional<QString> namingProxy(std::optional<QString> stored, const Preferen
 std::optional<bool> onlyTrue(std::optional<bool> stored, const Preferences &)
 {
     return stored == true ? stored : std::nullopt;
+}
+
+bool storeAlerts(Preferences &preferences, std::vector<PriceAlert> known, std::vector<PriceAlert> own)
+{
+    return preferences.update(
+        alerts.key, [known = std::move(known), own = std::move(own)](const QJsonValue &stored) -> QJsonValue {
+            // What cannot be read loses nothing: all that is known takes its place.
+            const auto list = encodeAlerts(mergedAlerts(known, own, decodeAlerts(stored).value_or(known)));
+            return list ? QJsonValue(*list) : QJsonValue(QJsonValue::Undefined);
+        });
 }
 
 } // namespace settings

@@ -26,6 +26,7 @@ struct Setting
     /// What a start sets the field to. A bool that is not stored is false and set as well, so that it is
     /// written.
     [[nodiscard]] std::optional<T> restored(const Preferences &preferences) const;
+    /// A list of alerts is stored by storeAlerts() instead.
     void store(Preferences &preferences, const T &value) const;
 };
 
@@ -61,6 +62,10 @@ inline const Setting<bool> blingMode{QStringLiteral("ks_bling"), false, onlyTrue
 inline const Setting<QString> proxyCrypto{QStringLiteral("ks_proxy_crypto"), {}, namingProxy};
 inline const Setting<QString> proxyStock{QStringLiteral("ks_proxy_stock"), {}, namingProxy};
 inline const Setting<bool> hasLaunched{QStringLiteral("ks_has_launched_v2")};
+
+/// Stores what `known`, the list as it was last seen stored, has become; what other running programs have
+/// stored since stays. False when that could not be written.
+bool storeAlerts(Preferences &preferences, std::vector<PriceAlert> known, std::vector<PriceAlert> own);
 
 } // namespace settings
 

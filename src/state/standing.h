@@ -67,6 +67,8 @@ struct Judgement
 
     [[nodiscard]] bool fresh() const { return standing == Standing::fresh; }
     [[nodiscard]] bool own() const { return standing >= Standing::doubted; }
+    /// Own and not doubted, of whatever age.
+    [[nodiscard]] bool believed() const { return standing >= Standing::old; }
 };
 
 inline constexpr std::chrono::seconds priceFreshFor{20};

@@ -3,6 +3,7 @@
 
 #include "analysis/priceformat.h"
 #include "statusbar/panelplacement.h"
+#include "viewmodel/standingtexts.h"
 
 #include <QGuiApplication>
 #include <QScreen>
@@ -21,21 +22,25 @@ std::vector<BlingItem> signsOf(const AppState &state)
 {
     std::vector<BlingItem> signs;
     signs.reserve(state.multiPrices().size());
-    std::transform(state.multiPrices().begin(), state.multiPrices().end(), std::back_inserter(signs),
-                   [](const SymbolPrice &entry) {
-                       return BlingItem{entry.symbol, entry.price, entry.change};
-                   });
+    std::transform(
+        state.multiPrices().begin(), state.multiPrices().end(), std::back_inserter(signs),
+        [&state](const SymbolPrice &entry) {
+            return BlingItem{entry.symbol, entry.price, entry.change, state.signIsDim(entry.symbol)};
+        });
     return signs;
 }
 
-/// "ETH  3,456.78  +1.25%"
+/// "ETH  3,456.78  +1.25%", and in words what the picture says by dimming.
 QString titleOf(const AppState &state)
 {
-    QString title = state.displayName();
-    if (state.price())
-        title += u"  "_s + fmtP(*state.price(), state.decimals());
+    const QString caveat = priceCaveat(state);
+    if (!state.priceStanding().own())
+        return caveat;
+    QString title = state.displayName() + u"  "_s + fmtP(*state.price(), state.decimals());
     if (const auto change = state.changePct(); change && std::isfinite(*change))
         title += u"  "_s + QString::asprintf("%+.2f%%", *change);
+    if (!caveat.isEmpty())
+        title += u" · "_s + caveat;
     return title;
 }
 
@@ -58,7 +63,8 @@ StatusItemContent StatusBarController::content() const
 {
     StatusItemContent content;
     content.bling = m_state->blingMode();
-    content.status.text = m_state->menuTitle();
+    content.status.text = itemText(*m_state);
+    content.status.dimmed = !m_state->priceStanding().fresh();
     content.status.signal = m_state->barSignal();
     content.status.align = VAlign::center;
     content.status.alertActive = m_state->alertActive();
@@ -70,23 +76,21 @@ StatusItemContent StatusBarController::content() const
         content.blingPulse = m_state->blingPulse();
     }
     content.title = titleOf(*m_state);
-    content.detail = m_state->statusText();
+    content.detail = verdictText(*m_state);
     return content;
 }
 
 void StatusBarController::subscribe()
 {
-    const auto redrawAtChange = [this](const PublishedField &field) {
-        m_state->onChange(field, this, [this] { redraw(); });
-    };
     // Each change is looked at by itself; redraw() passes on only what looks or reads different.
-    redrawAtChange(m_state->blingMode);
-    redrawAtChange(m_state->blingPulse);
-    redrawAtChange(m_state->pulsePhase);
-    redrawAtChange(m_state->price);
-    redrawAtChange(m_state->zones);
-    redrawAtChange(m_state->alerts);
-    redrawAtChange(m_state->multiPrices);
+    const AppState &state = *m_state;
+    const std::initializer_list<const PublishedField *> looksAndReadings{
+        &state.market,      &state.coinSymbol,   &state.timeframe, &state.signalThreshold, &state.miniMode,
+        &state.blingMode,   &state.price,        &state.changePct, &state.decimals,        &state.stockQuote,
+        &state.zones,       &state.zonePrice,    &state.alerts,    &state.pulsePhase,      &state.blingPulse,
+        &state.multiPrices, &state.errorMessage, &state.agesPassed};
+    for (const PublishedField *field : looksAndReadings)
+        m_state->onChange(*field, this, [this] { redraw(); });
     m_state->onChange(m_state->blingMode, this, [this] { m_popover.close(); });
 }
 

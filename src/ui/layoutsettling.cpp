@@ -10,6 +10,15 @@ namespace kestrune {
 
 namespace {
 
+void renewHints(QLayout &layout)
+{
+    for (int i = 0; i < layout.count(); ++i) {
+        if (QLayout *inner = layout.itemAt(i)->layout())
+            renewHints(*inner);
+    }
+    layout.invalidate();
+}
+
 /// Forgets the size hints that layouts keep, from the inside out.
 void renewHints(QWidget &widget)
 {
@@ -18,7 +27,7 @@ void renewHints(QWidget &widget)
             renewHints(*static_cast<QWidget *>(child));
     }
     if (widget.layout())
-        widget.layout()->invalidate();
+        renewHints(*widget.layout());
     widget.updateGeometry();
 }
 

@@ -137,8 +137,10 @@ void ScrollArea::setAnchor(QWidget *anchor)
 
 void ScrollArea::reveal(const QWidget *part)
 {
-    settleLayouts(*this); // on a busy machine the layouts around the part have not followed it yet
-    followAnchor();       // what is still to come would take back what is scrolled here
+    // On a busy machine the layouts around the part have not followed it yet.
+    settleLayouts(*this);
+    // What is still to come would take back what is scrolled here.
+    followAnchor();
     const int top = part->mapTo(widget(), QPoint()).y();
     const int toEnd = top + part->height() + revealMargin - viewport()->height();
     const int toBeginning = top - revealMargin;

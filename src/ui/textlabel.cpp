@@ -109,9 +109,9 @@ void TextLabel::paintEvent(QPaintEvent *)
     painter.setPen(paletteOf(this).color(m_tone));
     if (m_elide != Qt::ElideNone && naturalSize().width() > width()) {
         const QString cut = QFontMetricsF(fontFor(m_role)).elidedText(m_text, m_elide, width());
-        if (m_layout.text() != cut)
+        if (m_laidIn != cut)
             layTextIn(cut);
-    } else if (m_layout.text() != m_text) {
+    } else if (m_laidIn != m_text) {
         layTextIn(m_text);
     }
     layOut(m_wrap ? width() : endless);
@@ -141,6 +141,7 @@ void TextLabel::changed()
 
 void TextLabel::layTextIn(const QString &text) const
 {
+    m_laidIn = text;
     takeText(m_layout, text, m_role, m_wrap);
     m_layoutWidth = -1;
     m_lineCounts.fill({});
@@ -170,7 +171,7 @@ int TextLabel::linesFor(int width) const
 QSize TextLabel::naturalSize() const
 {
     if (!m_natural.isValid()) {
-        if (m_layout.text() != m_text)
+        if (m_laidIn != m_text)
             layTextIn(m_text);
         layOut(endless);
         m_natural = {static_cast<int>(std::ceil(m_layout.maximumWidth())), lineHeight(m_role)};

@@ -65,7 +65,8 @@ private:
     Qt::Alignment m_alignment = Qt::AlignLeading;
     Qt::TextElideMode m_elide = Qt::ElideNone;
     bool m_wrap = false;
-    mutable QTextLayout m_layout;                  // of the text, or of what is left of it after cutting
+    mutable QString m_laidIn;                      // the text, or what is left of it after cutting
+    mutable QTextLayout m_layout;                  // of that
     mutable int m_layoutWidth = -1;                // the lines are broken for
     mutable std::array<LineCount, 4> m_lineCounts; // of the widths asked for last
     mutable std::size_t m_oldestLineCount = 0;

@@ -6,6 +6,7 @@
 #include <QFontDatabase>
 #include <QFontMetricsF>
 #include <QPainter>
+#include <QRegularExpression>
 #include <QTextLayout>
 
 #include <array>
@@ -155,7 +156,9 @@ void takeText(QTextLayout &layout, const QString &text, TypeRole role, bool wrap
 {
     layout.clearLayout();
     layout.setFont(fontFor(role));
-    layout.setText(text);
+    // A number stays on the line of the word before it.
+    static const QRegularExpression beforeNumber(u" (?=[+\\x{2212}-]?[0-9])"_s);
+    layout.setText(wrap ? QString(text).replace(beforeNumber, QString(QChar::Nbsp)) : text);
     layout.setFormats(emojiFormats(text, layout.font()));
     layout.setCacheEnabled(true);
     QTextOption option;

@@ -34,7 +34,8 @@ enum class TypeRole {
 /// Distance of the baseline from the top of such a line; the same whatever scripts the line mixes.
 [[nodiscard]] int baselineInLine(TypeRole role);
 
-/// Gives the layout a text in a role, its emoji in colour, to be wrapped or not.
+/// Gives the layout a text in a role, its emoji in colour, to be wrapped or not. It is wrapped nowhere
+/// between a word and its number.
 void takeText(QTextLayout &layout, const QString &text, TypeRole role, bool wrap);
 /// Breaks the text of a layout into lines of `width`, each on the role's line height.
 void breakLines(QTextLayout &layout, TypeRole role, int width);

@@ -5,10 +5,8 @@
 #include "state/appstate.h"
 #include "state/fixedtext.h"
 
-#include <QDateTime>
+#include <QFileInfo>
 #include <QUrl>
-
-#include <chrono>
 
 namespace kestrune {
 
@@ -17,12 +15,6 @@ using namespace Qt::StringLiterals;
 QString changeText(double changePct)
 {
     return (changePct >= 0 ? u"▲ "_s : u"▼ "_s) + fixedText(changePct, 2) + u'%';
-}
-
-QString updateText(Instant lastUpdated)
-{
-    const auto seconds = std::chrono::floor<std::chrono::seconds>(lastUpdated).time_since_epoch().count();
-    return u"更新 "_s + QDateTime::fromSecsSinceEpoch(seconds).toString(u"HH:mm:ss"_s);
 }
 
 QString distanceText(double distPct)
@@ -54,6 +46,14 @@ QString distancesText(std::optional<double> buyDistPct, std::optional<double> se
     if (!buyDistPct || !sellDistPct)
         return u"暂无撑压数据"_s;
     return u"距买点 "_s + fixedText(*buyDistPct, 2) + u"% · 距卖点 "_s + fixedText(*sellDistPct, 2) + u"%"_s;
+}
+
+QString unreadSettingsText(const UnreadFile &unread)
+{
+    if (unread.keptAs.isEmpty())
+        return u"设置文件无法读取，已原样保留；恢复之前，更改不会保存。"_s;
+    const QString kept = u"设置文件无法读取，已另存为 %1；"_s.arg(QFileInfo(unread.keptAs).fileName());
+    return kept + (unread.lost ? u"提醒与设置从头开始。"_s : u"本次运行的提醒与设置不变。"_s);
 }
 
 QString marketNotice(bool demo, const std::optional<QString> &server)

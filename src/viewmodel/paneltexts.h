@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "platform/clock.h"
 #include "state/namedcolor.h"
 #include "state/timeframesignal.h"
 
@@ -13,14 +12,13 @@
 namespace kestrune {
 
 class AppState;
+struct UnreadFile;
 
 // The words that the panel shows; the widgets only put them on the screen.
 
 /// "▲ 2.35%". deliberate: a fall keeps the value's own sign beside the arrow ("▼ -1.23%"), as traders know
 /// it.
 [[nodiscard]] QString changeText(double changePct);
-/// "更新 14:32:05" in local time.
-[[nodiscard]] QString updateText(Instant lastUpdated);
 
 /// A zone's distance from the price with its sign, for example "+2.35%".
 [[nodiscard]] QString distanceText(double distPct);
@@ -41,6 +39,9 @@ struct ContextRow
 
 /// "距买点 1.20% · 距卖点 3.45%", or "暂无撑压数据" unless both sides have a zone.
 [[nodiscard]] QString distancesText(std::optional<double> buyDistPct, std::optional<double> sellDistPct);
+
+/// What became of settings that could not be read.
+[[nodiscard]] QString unreadSettingsText(const UnreadFile &unread);
 
 /// The line that keeps replayed prices from being taken for live ones: "演示行情", "行情服务器 " and the host
 /// of `server`, or nothing for the live market.

@@ -90,7 +90,7 @@ public:
         state->zonesOrigin = Origin{selected, clock.steady()};
         state->signalsOrigin = Origin{instrument, clock.steady()};
         state->price = price;
-        state->lastUpdated = clock.now();
+        own();
         state->zones = zones;
         state->zonePrice = price;
         drainEvents();

@@ -3,12 +3,14 @@
 
 #include "panel/blingbutton.h"
 #include "panel/pixelsparkline.h"
+#include "panel/settingssection.h"
 #include "panel/zonerow.h"
 #include "support/rows.h"
 #include "support/testregistry.h"
 #include "ui/iconbutton.h"
 #include "ui/spinner.h"
 #include "ui/toast.h"
+#include "viewmodel/planbannermodel.h"
 
 #include <QScrollArea>
 #include <QScrollBar>
@@ -35,7 +37,7 @@ class PanelTest : public QObject
 private Q_SLOTS:
     void itBeginsEmptyAndFillsAsTheMarketAnswers()
     {
-        const QString failed = u"撑压数据获取失败"_s;
+        const QString failed = u"撑压数据获取失败 · 自 08:30"_s;
         const QString again = u"暂无撑压数据，点击刷新"_s;
         PanelFixture panel;
         panel.view->show();
@@ -46,10 +48,11 @@ private Q_SLOTS:
         panel.press(again);
         QVERIFY(panel.announcements.contains(u"isLoading"_s)); // the zones alone
         QVERIFY(!panel.announcements.contains(u"snapshotConclusion"_s));
-        panel.state->errorMessage = std::nullopt;
+        panel.state->errorMessage = std::nullopt; // another kind has come
         panel.state->isLoading = true;
         drainEvents();
-        QVERIFY(panel.shows(u"加载撑压位…"_s) && !panel.find(again) && !panel.shows(failed));
+        QVERIFY(panel.shows(u"加载撑压位…"_s) && !panel.find(again) && panel.shows(failed));
+        QVERIFY(panel.shows(u"—"_s) && panel.shows(u"等待数据"_s)); // no zone price, no verdict
 
         panel.fillMarket();
         panel.state->changePct = -1.23;
@@ -64,6 +67,26 @@ private Q_SLOTS:
         QCOMPARE(panel.find(u"价格走势"_s)->size(), QSize(70, 16));
         QCOMPARE(panel.tone(u"3,456.78"_s), Tone::red);
         QCOMPARE(panel.tone(u"接近支撑区 · 偏买入"_s), Tone::green);
+    }
+
+    void whatIsOldOrAnothersIsGrey()
+    {
+        Shown panel(true);
+        const QStringList coloured{u"3,457"_s, u"▲ 2.35%"_s, u"多"_s, u"强多"_s, u"中性"_s};
+        const auto isGrey = [&panel](const QString &text) { return panel.tone(text) == Tone::secondary; };
+        QVERIFY(std::ranges::none_of(coloured, isGrey));
+        panel.clock.passSteady(std::chrono::minutes(4));
+        panel.state->agesPassed = 1;
+        drainEvents();
+        QVERIFY(std::ranges::all_of(coloured, isGrey));
+        QVERIFY(isGrey(u"多周期同步偏多 · 短中长一致 · 4 分钟前"_s) && panel.shows(u"撑压 4 分钟前"_s));
+        QVERIFY(panel.shows(u"4 分钟前 · 等待新报价…"_s) && panel.shows(u"开单助手：价格已过时…"_s));
+        QVERIFY(!panel.find(u"设提醒"_s) && !panel.shows(panel.state->statusText()));
+        panel.tick(3460);
+        QVERIFY(panel.find(u"设提醒"_s) && !isGrey(u"3,460"_s));
+        panel.state->coinSymbol = u"BTC"_s;
+        drainEvents();
+        QVERIFY(panel.shows(u"等待 BTC 报价…"_s) && !panel.shows(u"▲ 2.35%"_s) && panel.shows(u"—"_s));
     }
 
     void aHiddenPanelRestsAndCatchesUpWhenShown()
@@ -164,7 +187,13 @@ private Q_SLOTS:
         const QString title = u"阻力 3,528 · 做空"_s;
         const QString back = u"恢复现价开单助手"_s;
         const auto plan = panel.state->tradePlan();
-        QVERIFY(panel.shows(plan->headline) && panel.shows(plan->detail));
+        const auto showsPrices = [&](const TradePlan &of) {
+            return std::ranges::all_of(planRows(of), [&](const PlanRow &row) {
+                return panel.shows(row.label) && panel.shows(row.number) &&
+                       (row.rest.isEmpty() || panel.shows(row.rest));
+            });
+        };
+        QVERIFY(panel.shows(plan->headline) && showsPrices(*plan) && panel.shows(rawValue(plan->dir)));
         QVERIFY(panel.shows(u"已扣 0.15% 手续费成本"_s) && !panel.find(back));
         panel.press(u"设提醒"_s);
         const auto alerts = panel.state->currentAlerts();
@@ -178,7 +207,7 @@ private Q_SLOTS:
         QVERIFY(panel.isChecked(below));
         panel.press(above); // a resistance: short from there
         QVERIFY(panel.isChecked(above) && !panel.isChecked(below) && panel.shows(title));
-        QVERIFY(panel.shows(panel.state->planForEntry(zones[2].mid, TradeDirection::short_)->detail));
+        QVERIFY(showsPrices(*panel.state->planForEntry(zones[2].mid, TradeDirection::short_)));
         panel.press(above); // once more lets go
         QVERIFY(!panel.state->selectedZonePrice() && !panel.state->selectedZoneType());
         panel.press(above);
@@ -189,7 +218,14 @@ private Q_SLOTS:
         QVERIFY(!panel.isChecked(below));
         panel.state->zones = std::vector{makeZone(u"resistance"_s, 3744, 8, 1)}; // no plan without a support
         drainEvents();
-        QVERIFY(!panel.find(u"开单助手"_s));
+        QVERIFY(panel.shows(u"下方没有支撑位可作止盈，没有开单计划"_s) && panel.find(back));
+        QVERIFY(!panel.find(u"设提醒"_s) && !panel.shows(u"进"_s));
+        panel.state->market = MarketSegment::cn;
+        drainEvents();
+        QVERIFY(panel.shows(u"股票不能做空，阻力位没有开单计划"_s));
+        panel.pick({}, {});
+        QVERIFY(panel.shows(u"下方没有支撑位，股票不能做空，没有开单计划"_s) && !panel.find(back));
+        panel.state->market = MarketSegment::crypto;
         panel.state->zones = zones;
         panel.state->accountSize = 10000;
         panel.state->leverage = 100;
@@ -245,6 +281,9 @@ private Q_SLOTS:
         panel.press(u"BTC"_s);
         QCOMPARE(panel.announcements.mid(0, 3), cleared + QStringList{u"coinSymbol"_s});
         QVERIFY(panel.isChecked(u"BTC"_s) && !panel.isChecked(u"ETH"_s));
+        panel.pick(3418, u"support"_s);
+        panel.press(u"1H"_s); // other candles, other zones
+        QVERIFY(!panel.state->selectedZonePrice() && !panel.state->selectedZoneType());
         QCOMPARE(panel.texts().value(0), u"BTC/USDT · 永续"_s);
         panel.pick(3418, u"support"_s);
         panel.announcements.clear();
@@ -296,6 +335,19 @@ private Q_SLOTS:
         QVERIFY(toast->message() == u"刷新成功"_s && !toast->isError());
         QVERIFY(panel.view->rect().contains(toast->geometry())); // above the footer's actions
         QVERIFY(toast->geometry().bottom() - 22 <= panel.find(refresh)->parentWidget()->y());
+        panel.clearLogs();
+        for (int i = 0; i < 2; ++i) // the second joins the first
+            PanelFixture::readerOf(panel.find(refresh))
+                ->actionInterface()
+                ->doAction(QAccessibleActionInterface::pressAction());
+        drainEvents();
+        QCOMPARE(panel.lines().filter(u"tickers"_s).size(), 1);
+
+        panel.state->unreadSettings = UnreadFile{u"/x/preferences.json.broken-1"_s, true};
+        drainEvents();
+        QVERIFY(panel.shows(u"设置文件无法读取，已另存为 preferences.json.broken-1；提醒与设置从头开始。"_s));
+        panel.press(u"知道了"_s);
+        QVERIFY(!panel.state->unreadSettings() && !panel.find(u"知道了"_s));
         panel.press(refresh);
         panel.view.reset(); // the answer of a refresh that outlives its panel goes nowhere
         drainEvents();
@@ -320,14 +372,14 @@ private Q_SLOTS:
             {"a fraction of a zone", perSide, u"3.5"_s, u"5"_s, 5},
             {"a huge count", perSide, u"99999999999"_s, u"10"_s, 10},
             {"the lowest count", perSide, u"1"_s, u"1"_s, 1, u"1"_s, u"2"_s},
-            {"an account that is no number", account, u"x"_s, u"x"_s, 0},
+            {"an account that is no number", account, u"x"_s, u""_s, 0},
             {"a grouped account", account, u"12,000"_s, u"12,000"_s, 12000},
             {"a risk without limit", risk, u"150"_s, u"150"_s, 150},
             {"a risk of nothing", risk, u"0"_s, u"1.0"_s, 1},
             {"a risk in another base", risk, u"0x10"_s, u"1.0"_s, 1},
             {"a leverage below one", leverage, u"0.5"_s, u"10"_s, 10},
             {"a leverage of one", leverage, u"1"_s, u"1"_s, 1},
-            {"a leverage above the limit stays as typed", leverage, u"200"_s, u"200"_s, 125},
+            {"a leverage above the limit", leverage, u"200"_s, u"125"_s, 125},
         };
         Shown panel(true);
         AppState &state = *panel.state;
@@ -364,6 +416,32 @@ private Q_SLOTS:
         QCOMPARE(panel.state->proxyCrypto() + panel.state->proxyStock(), u"直连socks5://127.0.0.1:1080"_s);
     }
 
+    void fieldsApplyWhenTheFocusLeaves()
+    {
+        Shown panel(true);
+        panel.view->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(panel.view.get()));
+        const auto type = [&](const QString &field, const QString &text) {
+            panel.field(field)->setFocus();
+            panel.field(field)->selectAll();
+            QTest::keyClicks(panel.field(field), text);
+        };
+        const auto *toast = panel.view->findChild<Toast *>();
+        type(threshold, u"4"_s);
+        type(leverage, u"200"_s);
+        QVERIFY(panel.state->signalThreshold() == 4 && toast->message().isEmpty());
+        type(threshold, u"99"_s);
+        QVERIFY(panel.state->leverage() == 125 && panel.field(leverage)->text() == u"125"_s);
+        QCOMPARE(toast->message(), u"最大 125x，已改为 125"_s);
+        panel.field(risk)->setFocus();
+        QCOMPARE(toast->message(), u"最大 20%，已改为 20.0"_s);
+        type(target, u"5"_s); // an alert is added on purpose only
+        type(risk, u"9"_s);
+        QVERIFY(panel.state->currentAlerts().empty());
+        panel.key(Qt::Key_Escape); // gives up, with the panel
+        QVERIFY(panel.state->riskPctPerTrade() != 9 && !panel.view->isVisible());
+    }
+
     void fieldsAreFilledWhenTheyAppear()
     {
         Shown panel(true);
@@ -377,6 +455,9 @@ private Q_SLOTS:
         panel.view->hide();
         panel.view->show();
         QCOMPARE(panel.field(risk)->text() + u' ' + panel.field(account)->text(), u"1.0 5000"_s);
+        QCOMPARE(panel.find(u"设置"_s)->toolTip(), u"收起设置"_s);
+        QCOMPARE(PanelFixture().view->findChild<SettingsSection *>()->tabStops()[0]->toolTip(),
+                 u"展开设置"_s);
         panel.press(u"设置"_s);
         QTRY_VERIFY(!panel.field(account));
         panel.state->accountSize = 0;

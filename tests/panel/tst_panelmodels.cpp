@@ -8,6 +8,8 @@
 #include "support/testregistry.h"
 #include "viewmodel/paneltexts.h"
 #include "viewmodel/planbannermodel.h"
+#include "viewmodel/settingsinput.h"
+#include "viewmodel/standingtexts.h"
 #include "viewmodel/zonelisting.h"
 
 #include <QPainter>
@@ -113,6 +115,119 @@ private Q_SLOTS:
         QCOMPARE(shanghai, u"更新 16:30:05"_s);
     }
 
+    void ages()
+    {
+        using namespace std::chrono_literals;
+        QCOMPARE(shortAge(59s) + shortAge(60s) + shortAge(59min) + shortAge(25h), u"<1m1m59m1d"_s);
+        QCOMPARE(longAge(59s) + longAge(119min) + longAge(48h), u"不到 1 分钟前1 小时前2 天前"_s);
+    }
+
+    void whoseAPriceIsAndHowOldIsSaid()
+    {
+        using namespace std::chrono_literals;
+        const Failure failure{u"价格获取失败"_s, Instant(1767601800s)};
+        const struct
+        {
+            const char *name;
+            std::function<void(PanelFixture &)> happens;
+            QString item, line, plan;
+        } rows[] = {
+            {"of now", [](auto &) {}, u"ETH  3,457"_s, u"更新 08:30:00"_s, u""_s},
+            {"minutes old",
+             [&](auto &p) {
+                 p.clock.passSteady(190s);
+                 p.state->priceFailure = failure;
+             },
+             u"ETH  3,457 ·3m"_s, u"3 分钟前 · 价格获取失败"_s, u"开单助手：价格已过时…"_s},
+            {"just old", [](auto &p) { p.clock.passSteady(21s); }, u"ETH  3,457 ·<1m"_s,
+             u"不到 1 分钟前 · 等待新报价…"_s, u"开单助手：价格已过时…"_s},
+            {"another's", [](auto &p) { p.state->priceOrigin->subject.symbol = u"BTC"_s; }, u"ETH  3,457"_s,
+             u"等待 ETH 报价…"_s, u"开单助手：等待 ETH 报价…"_s},
+            {"a leap", [](auto &p) { p.state->priceOrigin->believed = 1; }, u"ETH  3,457"_s,
+             u"价格骤变，等待确认…"_s, u"开单助手：等待价格确认…"_s},
+            {"none", [](auto &p) { p.state->price = std::nullopt; }, u"ETH  …"_s, u"等待 ETH 报价…"_s,
+             u"开单助手：等待 ETH 报价…"_s},
+            {"old zones", [](auto &p) { p.state->zonesOrigin->stale = true; }, u"ETH  3,457"_s,
+             u"更新 08:30:00"_s, u"开单助手：撑压数据已过时…"_s},
+            {"zones of another timeframe", [](auto &p) { p.state->timeframe = u"4H"_s; }, u"ETH  3,457"_s,
+             u"更新 08:30:00"_s, u"开单助手：等待撑压数据…"_s},
+        };
+        forEachRow(rows, [](const auto &row) {
+            PanelFixture panel;
+            panel.fillMarket();
+            row.happens(panel);
+            QCOMPARE(itemText(*panel.state), row.item);
+            QCOMPARE(priceLine(*panel.state), row.line);
+            QCOMPARE(planNotice(*panel.state), row.plan);
+        });
+    }
+
+    void aStockSaysWhatItsExchangeDoes()
+    {
+        using namespace std::chrono_literals;
+        const struct
+        {
+            const char *name;
+            MarketSegment market;
+            QString code;
+            std::chrono::seconds afterOpening, quotedBefore; // 1:30 UTC, of the answer
+            double volume;
+            bool suspended;
+            QString line;
+        } rows[] = {
+            {"trading", MarketSegment::cn, u"sh600519"_s, 60s, 3s, 1, false, u"更新 01:30:57"_s},
+            {"at noon", MarketSegment::cn, u"sh600519"_s, 3h, 50min, 1, false, u"午间休市"_s},
+            {"closed", MarketSegment::cn, u"sh600519"_s, 8h, 150min, 1, false, u"已收盘 15:00"_s},
+            {"touched up after the close", MarketSegment::cn, u"sh600519"_s, 8h, 70min, 1, false,
+             u"已收盘 15:00"_s},
+            {"not traded", MarketSegment::cn, u"sh600519"_s, 60s, 3s, 0, false, u"更新 01:30:57 · 停牌"_s},
+            {"suspended", MarketSegment::cn, u"sh600519"_s, 8h, 150min, 1, true, u"停牌"_s},
+            {"delayed", MarketSegment::hk, u"hk00700"_s, 1h, 15min, 1, false,
+             u"更新 02:15:00 · 延迟约 15 分钟"_s},
+            {"delayed, before the first quote", MarketSegment::hk, u"hk00700"_s, 10s, 17h, 1, false,
+             u"更新 08:30:10"_s},
+        };
+        forEachRow(rows, [](const auto &row) {
+            AppFixture app;
+            AppState &state = app.create();
+            state.market = row.market;
+            state.coinSymbol = row.code;
+            app.clock.setNow(Instant(1767576600s + row.afterOpening)); // a Monday
+            StockQuote quote;
+            quote.open = quote.volume = row.volume;
+            quote.suspended = row.suspended;
+            quote.quotedAt = app.clock.now() - row.quotedBefore;
+            state.price = 1688.0;
+            state.stockQuote = quote;
+            state.priceOrigin = originOfPrice({row.market, row.code, {}}, 1688, &quote, {}, app.clock);
+            QCOMPARE(priceLine(state), row.line);
+        });
+    }
+
+    void whatStandsBesideTheZonesAndSignals()
+    {
+        using namespace std::chrono_literals;
+        PanelFixture panel;
+        panel.fillMarket();
+        AppState &state = *panel.state;
+        QCOMPARE(dataNotices(state), QStringList());
+        QVERIFY(verdictShows(state));
+        state.lastSRCandles = {{.o = 69189, .h = 69189, .l = 69189, .c = 69189}};
+        QCOMPARE(dataNotices(state), QStringList(u"K线收盘 69,189 与现价相差 1902%，请核对"_s));
+        state.priceFailure = Failure{u"价格获取失败"_s, panel.clock.now()};
+        state.zonesFailure = Failure{u"撑压数据获取失败"_s, panel.clock.now() + 2min};
+        panel.clock.passSteady(260s);
+        QCOMPARE(dataNotices(state), (QStringList{u"价格获取失败 · 自 08:30"_s,
+                                                  u"撑压数据获取失败 · 自 08:32"_s, u"撑压 4 分钟前"_s}));
+        QCOMPARE(conclusionText(state), u"多周期同步偏多 · 短中长一致 · 4 分钟前"_s);
+        QCOMPARE(verdictText(state), u"等待数据"_s);
+        state.timeframe = u"4H"_s;
+        QCOMPARE(dataNotices(state).value(2), u"撑压属于日线，等待4H数据…"_s);
+        state.coinSymbol = u"BTC"_s;
+        QCOMPARE(dataNotices(state).value(2), u"撑压属于 ETH，等待 BTC 数据…"_s);
+        QCOMPARE(conclusionText(state), u"多周期同步偏多 · 短中长一致 · 属于 ETH"_s);
+    }
+
     // Deliberate: bullish is red and bearish green, the other way round than the change of the price.
     void tones()
     {
@@ -158,6 +273,43 @@ private Q_SLOTS:
                 lines.append((line.isWarning ? u"!"_s : QString()) + line.text);
             QCOMPARE(lines, row.lines);
         });
+    }
+
+    void planRowsKeepTheWordsOfThePlan()
+    {
+        TradePlan plan = planOf(PlanGrade::good, TradeDirection::short_);
+        plan.detail = u"100.00 进 · 止盈 98.00（−2.00% +1,234） · 止损 101.50（+1.50%） · 净盈亏比 1.12"_s;
+        plan.tp = 98;
+        plan.netRR = 1.12;
+        const std::vector<PlanRow> between{{u"进"_s, u"100.00"_s, {}, {}},
+                                           {u"止盈"_s, u"98.00"_s, u"−2.00% +1,234"_s, {}},
+                                           {u"止损"_s, u"101.50"_s, u"+1.50%"_s, {}},
+                                           {u"净盈亏比"_s, u"1.12"_s, {}, 1.12}};
+        QVERIFY(planRows(plan) == between);
+        plan.detail = u"50.00 进 · 止损 48.50（−3.00%） · 每盈利 1.00 上移一次止损"_s;
+        plan.tp = std::nullopt;
+        QVERIFY(planRows(plan).back() == (PlanRow{u"每盈利"_s, u"1.00"_s, u"上移一次止损"_s, {}}));
+    }
+
+    void fieldsSayWhatTheyMakeOfAText()
+    {
+        const struct
+        {
+            const char *name;
+            const NumberField &field;
+            QString text, note;
+        } rows[] = {
+            {"above", fields::threshold, u"25"_s, u"最大 20%，已改为 20.0"_s},
+            {"below", fields::range, u"1"_s, u"最小 2%，已改为 2"_s},
+            {"inside, whatever is spelled", fields::threshold, u"3.26"_s, {}},
+            {"no number", fields::threshold, u"x"_s, u"不是数字，仍为 7.0"_s},
+            {"no whole number", fields::perSide, u"3.5"_s, u"不是整数，仍为 7"_s},
+            {"too low to be raised", fields::leverage, u"0.5"_s, u"最小 1x，仍为 7"_s},
+            {"nothing", fields::risk, u"0"_s, u"须大于 0，仍为 7.0"_s},
+            {"no amount", fields::account, u"x"_s, u"不是金额，已清空"_s},
+            {"an emptied amount", fields::account, u" "_s, {}},
+        };
+        forEachRow(rows, [](const auto &row) { QCOMPARE(row.field.answer(row.text, 7).note, row.note); });
     }
 
     void tagsOfZones()

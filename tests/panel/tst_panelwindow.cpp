@@ -10,6 +10,7 @@
 #include "ui/scrollarea.h"
 
 #include <QScrollBar>
+#include <QThread>
 #include <QToolTip>
 #include <QVBoxLayout>
 #include <QVariantAnimation>
@@ -193,6 +194,39 @@ private Q_SLOTS:
         QVERIFY(isInView(context));
         unfold(u"市场背景"_s);
         QVERIFY(isInView(context->parentWidget()));
+        panel.press(u"市场背景"_s);
+        QTRY_VERIFY(context->parentWidget()->height() < 40);
+        foldAt(600, context->mapTo(panel.view->findChild<ScrollArea *>()->widget(), QPoint()).y() - 400);
+        panel.press(u"市场背景"_s);
+        QTest::qWait(50);
+        QThread::msleep(400); // a stopped program goes to the end in one step
+        QTRY_VERIFY(context->parentWidget()->height() > 100);
+        QTRY_VERIFY(isInView(context->parentWidget()));
+    }
+
+    void manyRowsOpenAtThePrice()
+    {
+        Shown panel;
+        const auto openWith = [&](int perSide) {
+            panel.state->displayRangePct = 30;
+            panel.state->maxPerSide = perSide;
+            std::vector<Zone> zones;
+            for (int i = 1; i <= 8; ++i)
+                zones.push_back(makeZone(u"resistance"_s, 3456.78 + 40 * i, 1.2 * i));
+            panel.state->zones = zones;
+            panel.view->hide();
+            panel.view->setMaximumPanelHeight(480);
+            panel.view->findChild<ScrollArea *>()->verticalScrollBar()->setValue(0);
+            panel.view->show();
+            return isInView(panel.find(u"现价"_s));
+        };
+        QVERIFY(openWith(6) && panel.shows(u"无"_s));
+        QVERIFY(!openWith(5)); // where it always began
+        panel.view->findChild<ScrollArea *>()->verticalScrollBar()->setValue(9999);
+        panel.state->maxPerSide = 6;
+        panel.view->hide();
+        panel.view->show();
+        QVERIFY(isInView(panel.find(u"现价"_s))); // from below, too
     }
 
     // The banner above grows by the suggested position and shrinks again.

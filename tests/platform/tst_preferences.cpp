@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/jsonpreferences.h"
 #include "support/bytesinuse.h"
+#include "support/eventloop.h"
 #include "support/program.h"
 #include "support/rows.h"
 #include "support/testregistry.h"
@@ -15,6 +16,7 @@
 #include <limits>
 #include <memory>
 
+#include <pwd.h>
 #include <sched.h>
 #include <sys/mman.h>
 #include <sys/mount.h>
@@ -242,7 +244,10 @@ private Q_SLOTS:
                  ++round) { // within one second: the names must differ all the same
                 writeFile(file(), row.bytes);
                 JsonPreferences preferences(folder());
+                UnreadFile told;
                 QVERIFY(!preferences.number(number));
+                preferences.onUnread([&](const UnreadFile &unread) { told = unread; });
+                QVERIFY(told.lost && readFile(told.keptAs) == row.bytes);
                 preferences.setNumber(number, round);
                 QCOMPARE(JsonPreferences(folder()).number(number), std::optional(double(round)));
                 QCOMPARE(files().size(), round + 1);
@@ -256,8 +261,11 @@ private Q_SLOTS:
     {
         JsonPreferences preferences(folder());
         preferences.setText(text, u"kept"_s);
+        UnreadFile told{{}, true};
+        preferences.onUnread([&](const UnreadFile &unread) { told = unread; });
         writeFile(file(), "{ broken by hand");
         preferences.setNumber(number, 2);
+        QVERIFY(!told.lost && readFile(told.keptAs) == "{ broken by hand");
         const JsonPreferences read(folder());
         QCOMPARE(read.text(text), u"kept"_s);
         QCOMPARE(read.number(number), std::optional(2.0));
@@ -277,6 +285,68 @@ private Q_SLOTS:
             QJsonDocument::fromJson(readFile(file())),
             QJsonDocument::fromJson(
                 R"({"theirs": {"nested": [1, null, "x"]}, "ks_number": 3, "ks_text": "from the other"})"));
+    }
+
+    void aChangeIsMadeInWhatIsStoredAtThatMoment()
+    {
+        const auto append = [](const QString &word) {
+            return [word](const QJsonValue &stored) { return QJsonValue(stored.toString() + word); };
+        };
+        JsonPreferences mine(folder());
+        JsonPreferences other(folder());
+        QVERIFY(mine.update(text, append(u"a"_s)) && other.update(text, append(u"b"_s)));
+        const QString away = folder() + u"/away"_s;
+        QVERIFY(QFile::rename(file(), away) && QDir().mkdir(file()));
+        QVERIFY(!mine.update(text, append(u"lost"_s)) && !mine.update(text, append(u"d"_s)));
+        QVERIFY(QDir().rmdir(file()) && QFile::rename(away, file()));
+        QCOMPARE(mine.text(text), u"ab"_s); // as it is stored
+        QVERIFY(other.update(text, append(u"c"_s)));
+        mine.setNumber(number, 1); // takes the change along
+        QCOMPARE(JsonPreferences(folder()).text(text), u"abcd"_s);
+    }
+
+    void changesOfOtherProgramsAreTold()
+    {
+        const QString later = folder() + u"/not/there/yet"_s;
+        JsonPreferences mine(later);
+        JsonPreferences other(later);
+        int told = 0;
+        mine.onOutsideChange([&] { ++told; });
+        mine.setNumber(number, 1);
+        QCOMPARE(told, 0);
+        for (int i = 1; i <= 3; ++i) {
+            mine.setNumber(number, i + 1);
+            if (i == 3)
+                writeFile(later + u"/preferences.json"_s, R"({"ks_text": "3"})"); // in place, by hand
+            else
+                other.setText(text, QString::number(i));
+            QCOMPARE(mine.text(text), QString::number(i)); // read before it is told, and told all the same
+            QVERIFY(waitFor([&] { return told >= i; }));
+            QCOMPARE(told, i);
+        }
+    }
+
+    void theFolderOfTheUser()
+    {
+        const auto restore = qScopeGuard([home = qgetenv("HOME"), config = qgetenv("XDG_CONFIG_HOME")] {
+            qputenv("HOME", home);
+            qputenv("XDG_CONFIG_HOME", config);
+        });
+        const QString own = QFile::decodeName(::getpwuid(::getuid())->pw_dir);
+        const struct
+        {
+            const char *name, *home;
+            QByteArray config;
+            QString folder;
+        } rows[] = {{"chosen", "/h", "/c", u"/c"_s},
+                    {"relative", "/h", "c", u"/h/.config"_s},
+                    {"none chosen", "/h", "", u"/h/.config"_s},
+                    {"no home", "", "./c", own + u"/.config"_s}};
+        forEachRow(rows, [](const auto &row) {
+            qputenv("HOME", row.home);
+            qputenv("XDG_CONFIG_HOME", row.config);
+            QCOMPARE(JsonPreferences::defaultFolder(), row.folder + u"/kestrune-bar"_s);
+        });
     }
 
     // Rounds of kill -9 beside a second program that goes on writing; KESTRUNE_KILL_ROUNDS asks for more.
@@ -347,11 +417,14 @@ private Q_SLOTS:
     {
         QVERIFY(QDir().mkdir(file())); // what root, too, cannot write over
         int reports = 0;
+        QList<UnreadFile> told;
         JsonPreferences preferences(folder());
         preferences.onFirstWriteFailure([&] { ++reports; });
+        preferences.onUnread([&](const UnreadFile &unread) { told.append(unread); });
         preferences.setNumber(number, 1);
         preferences.setText(text, u"unsaved"_s);
         QCOMPARE(reports, 1);
+        QCOMPARE(told, (QList{UnreadFile{{}, true}}));
         QCOMPARE(preferences.text(text), u"unsaved"_s);
         QVERIFY(QFileInfo(file()).isDir()); // neither removed nor renamed
 

@@ -46,6 +46,7 @@ private Q_SLOTS:
             {"one at the end hides nothing", "--snapshot a --symbol", "[a - - -]"},
             {"an option as directory is found again", "--snapshot --symbol BTC", "[--symbol BTC - -]"},
             {"options as values", "--symbol --market --snapshot out", "[out --market --snapshot -]"},
+            {"a switch as a value", "--symbol --snapshot --demo", "[--demo --snapshot - -]"},
             {"unknown words", "-x --snapshots y --snapshot out z --Symbol B --symbol=B", "[out - - -]"},
             {"help and version", "--version x --help", "help version"},
             {"help as a directory is no help", "--snapshot --help --strip", "[--help - - -] strip"},
@@ -60,7 +61,7 @@ private Q_SLOTS:
             {"with a query", "--market-server http://a/?x=1", "error"},
             {"another option in its place", "--market-server --snapshot out", "[out - - -] error"},
             {"together with the demo", "--demo --market-server http://a", "demo error http://a"},
-            {"the server as a symbol", "--symbol --market-server http://a", ""},
+            {"the server as a symbol", "--symbol --market-server http://a", "http://a"},
         };
         kestrune::test::forEachRow(rows, [](const auto &row) {
             const QStringList arguments = QString::fromUtf8(row.arguments).split(u' ', Qt::SkipEmptyParts);

@@ -30,10 +30,10 @@ private Q_SLOTS:
         app.preferences.preset(u"ks_tf"_s, u"4H"_s);
         AppState &state = app.create();
         state.zonePrice = 2999.5;
+        app.own();
         QVERIFY(snapshotSummary(state, {})->contains("\"price\": 2999.5,")); // without a price
-        state.price = 0.0;                                                   // a price of nothing is a price
-        QVERIFY(snapshotSummary(state, {})->contains("\"price\": 0,"));
         state.price = 60000.5;
+        app.own();
         state.changePct = -1.25;
         state.snapshotConclusion = u"多周期同步偏多 · 短中长一致"_s;
         state.zones = {zone(u"resistance"_s, 5, 2.5, 61500, u"强阻力"_s)};
@@ -51,6 +51,17 @@ private Q_SLOTS:
             uR"("reason":"均线多头","score":4,"signal":"强多"},{"label":"4H","reason":"—","score":-0.5,)"
             uR"("signal":"中性"}],"support":[],"symbol":"BTC","timeframe":"4H",)"
             uR"("tradingView":"BINANCE:BTCUSDT.P"})"_s);
+
+        for (Subject *subject :
+             {&state.priceOrigin->subject, &state.zonesOrigin->subject, &state.signalsOrigin->subject})
+            subject->symbol = u"ETH"_s; // another's is as good as nothing
+        const QJsonObject empty = QJsonDocument::fromJson(*snapshotSummary(state, {})).object();
+        QCOMPARE(empty.size(), 14);
+        for (const auto &key : {u"price"_s, u"changePct"_s})
+            QCOMPARE(empty[key], QJsonValue(0));
+        for (const auto &key : {u"signals"_s, u"resistance"_s})
+            QCOMPARE(empty[key], QJsonValue(QJsonArray()));
+        QCOMPARE(empty[u"conclusion"], QJsonValue(u"加载中…"_s));
     }
 
     void theSummaryHoldsTheTopThreeOfASide()
@@ -58,6 +69,7 @@ private Q_SLOTS:
         test::AppFixture app;
         AppState &state = app.create();
         state.displayRangePct = 2; // the panel's, not the summary's
+        app.own();
         for (const auto &[type, order] : {std::pair(u"support"_s, QList<double>{3, 4, 2}),
                                           std::pair(u"resistance"_s, QList<double>{2, 4, 3})}) {
             state.zones = {zone(type, 1, 0.2, 1), zone(type, 3, 40, 2), zone(type, 2, 0.5, 3),
@@ -74,6 +86,7 @@ private Q_SLOTS:
     {
         test::AppFixture app;
         AppState &state = app.create();
+        app.own();
         for (const double strange : {std::nan(""), std::numeric_limits<double>::infinity()}) {
             for (int place = 0; place <= 5; ++place) {
                 const auto number = [&](int here) { return place == here ? strange : 1; };

@@ -134,9 +134,9 @@ private Q_SLOTS:
             if (missing == 1)
                 state.price = std::nullopt;
             else if (missing == 2)
-                state.zones = {};
+                state.zonesOrigin->subject.timeframe = u"4H"_s;
             else if (missing == 3)
-                state.snapshot = {};
+                state.signalsOrigin.reset();
             run.clock.advance(2s);
             QCOMPARE(run.finished, missing == 0 ? 1 : 0);
             run.mode.reset(); // ends the wait, and nothing is written any more

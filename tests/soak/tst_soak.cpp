@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "platform/jsonpreferences.h"
 #include "platform/curlhttpclient.h"
+#include "platform/jsonpreferences.h"
 #include "statusbar/desktop/appdelegate.h"
 #include "statusbar/fakewatcher.h"
 #include "statusbar/privatebus.h"

@@ -92,6 +92,38 @@ private Q_SLOTS:
         QCOMPARE(day.preferences.writes().size(), 2);
     }
 
+    void twoBarsOverOneFolderShowAndKeepTheSame()
+    {
+        Day day(100);
+        const auto other = AppState::create(
+            {day.crypto, day.stock, day.clock, day.preferences, day.attention, Endpoints::live()});
+        drainEvents();
+        other->price = std::nullopt; // fires nothing by itself
+        day->addAlert(105, u"mine"_s);
+        day->addAlert(90, u"hit"_s, true); // saved first, fired here only
+        other->addAlert(110, u"theirs"_s, true);
+        const QString all = u"mine rise, hit rise, theirs rise"_s;
+        QCOMPARE(day.saved() + u" | "_s + Day::told(other->alerts()), all + u" | "_s + all);
+        day.announcements.clear();
+        day->takeStoredAlerts();
+        day->takeStoredAlerts(); // nothing new, nothing announced
+        QCOMPARE(day.told(), u"mine rise, hit rise fired, theirs rise"_s);
+        QCOMPARE(day.announcements, QStringList{u"alerts"_s});
+        other->removeAlert(day.alert().id);
+        day->dismissAlert(day.alert(1).id);
+        day.preferences.setText(u"ks_alerts"_s, u"unreadable"_s);
+        day->takeStoredAlerts();
+        QCOMPARE(day.told(), u"hit rise, theirs rise"_s);
+        day->addAlert(120, u"last"_s);
+        QCOMPARE(day.saved(), u"hit rise, theirs rise, last rise"_s); // all that is known
+
+        day->addAlert(80, u"rings"_s, true);
+        day->removeAlert(u"unknown"_s); // saves the firing
+        other->takeStoredAlerts();
+        day.clock.advance(400ms);
+        QCOMPARE(other->pulsePhase(), 1);
+    }
+
     void theZoneBellAndThePlan()
     {
         Day day(1990);

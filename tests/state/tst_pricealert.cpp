@@ -45,6 +45,18 @@ class PriceAlertTest : public QObject
         return same && today == earlier ? today : Alerts(99);
     }
 
+    /// "a b2" is an alert of the id "a" that never fired and one of the id "b" that fired at 2.
+    static Alerts list(const QString &text)
+    {
+        Alerts alerts;
+        for (const QString &word : text.split(u' ', Qt::SkipEmptyParts)) {
+            alerts.push_back({word.first(1), 1, true, u"ETH"_s, u"x"_s, word.size() > 1, {}});
+            if (word.size() > 1)
+                alerts.back().lastFiredAt = word.mid(1).toDouble();
+        }
+        return alerts;
+    }
+
 private Q_SLOTS:
     void everyFieldSurvivesAndWhatIsNotFiniteIsNotStored()
     {
@@ -91,6 +103,28 @@ private Q_SLOTS:
         };
         const PriceAlert alert{u"A"_s, 1.5, true, u"ETH"_s, u"x"_s, false, {}};
         test::forEachRow(rows, [&](const Change &row) { QCOMPARE(read(row.json()), Alerts{alert}); });
+    }
+
+    void changesOfTwoProgramsAreMerged()
+    {
+        const struct
+        {
+            const char *name;
+            QString base, mine, theirs, merged;
+        } rows[] = {
+            {"both added", u"a"_s, u"a b"_s, u"a c"_s, u"a c b"_s},
+            {"one removed, the other added", u"a b"_s, u"b"_s, u"a b c"_s, u"b c"_s},
+            {"removed there, fired here", u"a b"_s, u"a b1"_s, u"a"_s, u"a"_s},
+            {"removed here, fired there", u"a b"_s, u"a"_s, u"a b1"_s, u"a"_s},
+            {"fired here", u"a b1"_s, u"a2 b1"_s, u"a b1 c"_s, u"a2 b1 c"_s},
+            {"fired there", u"a b1"_s, u"a b1 c"_s, u"a2 b1"_s, u"a2 b1 c"_s},
+            {"the later one counts", u"a b"_s, u"a2 b1"_s, u"a1 b2"_s, u"a2 b2"_s},
+            {"an id that stands twice", u"a a"_s, u"a1 a"_s, u"a a b"_s, u"a1 a b"_s},
+            {"all removed", u"a b"_s, {}, u"b a c"_s, u"c"_s},
+        };
+        test::forEachRow(rows, [](const auto &row) {
+            QCOMPARE(mergedAlerts(list(row.base), list(row.mine), list(row.theirs)), list(row.merged));
+        });
     }
 };
 

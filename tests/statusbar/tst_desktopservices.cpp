@@ -116,6 +116,12 @@ private Q_SLOTS:
         QCOMPARE(activated.size(), 3);
         first.reset();
         QCOMPARE(SingleInstance(bus.connection(u"third"_s)).claim(), SingleInstance::Role::first);
+
+        QDBusConnection stranger = bus.connection(u"stranger"_s);
+        QVERIFY(stranger.registerService(u"org.kestrune.bar"_s));
+        QCOMPARE(second.claim(), SingleInstance::Role::second);
+        QVERIFY(!second.activateFirst());
+        QVERIFY(second.strangerText().contains(u"（进程 %1）"_s.arg(QCoreApplication::applicationPid())));
     }
 
     void comingBackIsAnnounced()

@@ -214,8 +214,8 @@ private Q_SLOTS:
                                       {id, u"clicked"_s, QVariant::fromValue(QDBusVariant(0)), QVariant(0U)}))
         QVERIFY(waitFor([&] { return quit.size() == 1; }));
         QCOMPARE(autostart.value(0).value(0), true);
-        const QVariantList reply = desktop.callMenu(u"GetGroupProperties"_s,
-                                                    {QVariant::fromValue(QList<int>{3, 99}), QStringList()});
+        const QVariantList reply = desktop.callMenu(
+            u"GetGroupProperties"_s, {QVariant::fromValue(QList<int>{3, 99, 3}), QStringList()});
         const auto after = qdbus_cast<QList<MenuProperties>>(reply.value(0).value<QDBusArgument>());
         QCOMPARE(after.size(), 1);
         QCOMPARE(after[0].properties.value(u"toggle-state"_s), 1);

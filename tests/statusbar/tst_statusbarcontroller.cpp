@@ -61,6 +61,40 @@ private Q_SLOTS:
         QCOMPARE(bar.item.shown.size(), 1U); // price and zones are two changes that draw the same picture
     }
 
+    void aPriceThatIsOldOrAnothersLooksLikeNone()
+    {
+        Bar bar;
+        AppState &state = *bar.app.state;
+        QVERIFY(!bar.item.last().status.dimmed);
+        bar.app.crypto.failAlways(u"/api/v4/futures/usdt/tickers"_s);
+        bar.app.clock.advance(130s);
+        QVERIFY(bar.item.last().status.dimmed);
+        QCOMPARE(bar.item.last().status.text, u"ETH  3,000 ·2m"_s);
+        QCOMPARE(bar.item.last().title, u"ETH  3,000  +1.50% · 2 分钟前 · 价格获取失败"_s);
+        QCOMPARE(bar.item.last().detail, u"等待数据"_s);
+        state.miniMode = true; // seen at once
+        drainEvents();
+        QCOMPARE(bar.item.last().status.text, u"3,000 ·2m"_s);
+        state.setCoin(u"BTC"_s);
+        drainEvents();
+        QVERIFY(bar.item.last().status.dimmed);
+        QCOMPARE(bar.item.last().title, u"等待 BTC 报价…"_s);
+        bar.app.tickTo(60000);
+        bar.app.clock.advance(5s);
+        QVERIFY(!bar.item.last().status.dimmed);
+        const BarSignal before = bar.item.last().status.signal;
+        state.signalThreshold = before == BarSignal::neutral ? 1e6 : 0;
+        drainEvents();
+        QVERIFY(bar.item.last().status.signal != before);
+
+        state.toggleBlingMode();
+        drainEvents();
+        QVERIFY(!bar.item.last().signs[0].dimmed);
+        bar.app.crypto.failAlways(u"/api/v4/futures/usdt/tickers"_s);
+        bar.app.clock.advance(31s);
+        QVERIFY(bar.item.last().signs[0].dimmed);
+    }
+
     void blinksWhileAnAlertIsActive()
     {
         Bar bar;

@@ -55,9 +55,9 @@ QString fieldName(const AppState &state, const PublishedField *field)
                      FIELD(stockQuote), FIELD(accountSize), FIELD(riskPctPerTrade), FIELD(leverage),
                      FIELD(marginMode), FIELD(selectedZonePrice), FIELD(selectedZoneType), FIELD(timeframe),
                      FIELD(zones), FIELD(zonePrice), FIELD(sparkline), FIELD(lastUpdated), FIELD(dataSource),
-                     FIELD(isLoading), FIELD(errorMessage), FIELD(ctxEMA50), FIELD(ctxEMA200),
-                     FIELD(ctxVegas), FIELD(ctxRSI), FIELD(ctxMACDHist), FIELD(ctxATR), FIELD(ctxVWAP),
-                     FIELD(snapshot), FIELD(snapshotConclusion), FIELD(marketContextExpanded),
+                     FIELD(isLoading), FIELD(errorMessage), FIELD(unreadSettings), FIELD(ctxEMA50),
+                     FIELD(ctxEMA200), FIELD(ctxVegas), FIELD(ctxRSI), FIELD(ctxMACDHist), FIELD(ctxATR),
+                     FIELD(ctxVWAP), FIELD(snapshot), FIELD(snapshotConclusion), FIELD(marketContextExpanded),
                      FIELD(miniMode), FIELD(blingMode), FIELD(multiPrices), FIELD(blingPulse), FIELD(alerts),
                      FIELD(pulsePhase), FIELD(signalThreshold), FIELD(displayRangePct), FIELD(maxPerSide),
                      FIELD(agesPassed), FIELD(proxyCrypto), FIELD(proxyStock));
@@ -111,6 +111,23 @@ void AppFixture::serveStock(const QString &code, double price, const CandleList 
     stock.answerAlways(quoteLine(code), stockQuotes({{code.toLatin1(), "Name", price, 1.25}}));
     for (const QString &period : {u"day"_s, u"week"_s, u"month"_s})
         stock.answerAlways(stockCandleLine(code, period), stockCandles(code, period, candles));
+}
+
+void AppFixture::own() const
+{
+    Subject whole = state->selection();
+    Subject instrument{whole.market, whole.symbol, {}};
+    const double price = state->price().value_or(0);
+    state->priceOrigin = PriceOrigin{.subject = instrument,
+                                     .receivedAt = clock.steady(),
+                                     .time = clock.now(),
+                                     .value = price,
+                                     .believed = price,
+                                     .advancedAt = clock.steady()};
+    state->zonesOrigin = Origin{std::move(whole), clock.steady()};
+    state->signalsOrigin = Origin{std::move(instrument), clock.steady()};
+    state->priceFailure.reset();
+    state->zonesFailure.reset();
 }
 
 void AppFixture::tickTo(double price)

@@ -46,6 +46,9 @@ public:
     /// Standing answers for one stock: its quote and all three candle periods.
     void serveStock(const QString &code, double price, const CandleList &candles = waveCandles(320, 1500));
 
+    /// What the test has put into the state counts as the selected instrument's and come now.
+    void own() const;
+
     /// The next price refresh of a crypto instrument brings this price.
     void tickTo(double price);
 

@@ -17,6 +17,7 @@ public:
         return m_entries.value(key, QJsonValue::Undefined);
     }
     void setJson(const QString &key, const QJsonValue &value) override;
+    bool update(const QString &key, EntryChange change) override;
 
     /// Puts an entry there as an earlier run would have left it; not recorded.
     void preset(const QString &key, const QJsonValue &value) { m_entries.insert(key, value); }

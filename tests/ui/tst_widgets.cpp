@@ -118,6 +118,10 @@ private Q_SLOTS:
         }
         QCOMPARE(names.join(u' '), u"打开网页版 收到 ETH 4H"_s);
         QCOMPARE(reader(buttons[2])->role(), QAccessible::RadioButton);
+        TextButton late(u"极简模式"_s);
+        QCOMPARE(reader(&late)->role(), QAccessible::Button);
+        late.setCheckable(true); // after a reader has met it
+        QVERIFY(reader(&late)->role() == QAccessible::CheckBox && reader(&late)->state().checkable);
         DisclosureHeader header(u"设置"_s);
         header.setChecked(true);
         const auto state = reader(&header)->state();

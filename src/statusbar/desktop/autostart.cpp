@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "statusbar/desktop/autostart.h"
 
+#include "platform/configfolder.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
-#include <QStandardPaths>
 
 #include <algorithm>
 
@@ -19,7 +20,7 @@ Autostart::Autostart(const QString &folder, const QString &program)
 
 QString Autostart::defaultFolder()
 {
-    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + u"/autostart"_s;
+    return configFolder() + u"/autostart"_s;
 }
 
 bool Autostart::isOn() const

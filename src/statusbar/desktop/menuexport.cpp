@@ -5,6 +5,7 @@
 
 #include <QDBusMessage>
 #include <QDBusVariant>
+#include <QSet>
 
 namespace kestrune {
 
@@ -13,6 +14,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 const QString menuInterface = u"com.canonical.dbusmenu"_s;
+const QString clickedEvent = u"clicked"_s;
 const QString propertiesInterface = u"org.freedesktop.DBus.Properties"_s;
 
 QVariantMap rootProperties()
@@ -150,7 +152,8 @@ bool MenuExport::handleMenuCall(const QDBusMessage &message)
             {QVariant::fromValue(QDBusVariant(map.value(arguments[1].toString(), QVariant(QString()))))});
     }
     if (member == "Event"_L1 && signature == "isvu"_L1) {
-        Q_UNUSED(sendEvent(arguments[0].toInt(), arguments[1].toString()))
+        if (arguments[1].toString() == clickedEvent)
+            click(arguments[0].toInt());
         return reply({});
     }
     if (member == "EventGroup"_L1 && signature == "a(isvu)"_L1)
@@ -183,9 +186,12 @@ QList<MenuProperties> MenuExport::properties(const QList<int> &ids) const
             list.append({id++, propertiesOf(*action)});
         return list;
     }
+    QSet<int> asked;
     for (const int id : ids) {
-        if (const QAction *action = entry(id))
+        if (const QAction *action = entry(id); action && !asked.contains(id)) {
+            asked.insert(id);
             list.append({id, propertiesOf(*action)});
+        }
     }
     return list;
 }
@@ -195,20 +201,17 @@ QAction *MenuExport::entry(int id) const
     return m_entries.value(qsizetype(id) - 1);
 }
 
-bool MenuExport::sendEvent(int id, const QString &event)
+void MenuExport::click(int id)
 {
-    QAction *action = entry(id);
-    if (!action)
-        return id == 0;
     // After the answer: the entry may end the program.
-    if (event == "clicked"_L1)
+    if (QAction *action = entry(id))
         QMetaObject::invokeMethod(action, &QAction::trigger, Qt::QueuedConnection);
-    return true;
 }
 
 QList<int> MenuExport::sendEvents(const QVariant &events)
 {
-    QList<int> unknown;
+    QList<int> clicked; // in their order
+    QSet<int> unknown;
     const auto list = events.value<QDBusArgument>();
     list.beginArray();
     while (!list.atEnd()) {
@@ -219,11 +222,15 @@ QList<int> MenuExport::sendEvents(const QVariant &events)
         list.beginStructure();
         list >> id >> name >> data >> timestamp;
         list.endStructure();
-        if (!sendEvent(id, name))
-            unknown.append(id);
+        if (id != 0 && !entry(id))
+            unknown.insert(id);
+        else if (name == clickedEvent && !clicked.contains(id))
+            clicked.append(id);
     }
     list.endArray();
-    return unknown;
+    for (const int id : clicked)
+        click(id);
+    return unknown.values();
 }
 
 void MenuExport::announceChange()

@@ -31,9 +31,11 @@ private:
     [[nodiscard]] bool handleMenuCall(const QDBusMessage &message);
     [[nodiscard]] bool handlePropertyCall(const QDBusMessage &message);
     [[nodiscard]] MenuNode layout() const;
+    /// Of each entry once, however often a list of `ids` names it; of all entries where it names none.
     [[nodiscard]] QList<MenuProperties> properties(const QList<int> &ids) const;
     [[nodiscard]] QAction *entry(int id) const;
-    [[nodiscard]] bool sendEvent(int id, const QString &event);
+    void click(int id);
+    /// One click each for the entries clicked. Gives the ids that are no entry's.
     [[nodiscard]] QList<int> sendEvents(const QVariant &events);
     void announceChange();
 

@@ -5,6 +5,7 @@
 
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
+#include <QDBusReply>
 
 namespace kestrune {
 
@@ -61,7 +62,17 @@ bool SingleInstance::activateFirst() const
     QDBusMessage call =
         QDBusMessage::createMethodCall(busName, objectPath, applicationInterface, u"Activate"_s);
     call << platformDataOfThisStart();
-    return m_connection.call(call, QDBus::Block, instanceLimitMs).type() == QDBusMessage::ReplyMessage;
+    const QDBusMessage answer = m_connection.call(call, QDBus::Block, instanceLimitMs);
+    return answer.type() == QDBusMessage::ReplyMessage && answer.arguments().isEmpty();
+}
+
+QString SingleInstance::strangerText() const
+{
+    const QDBusReply<uint> process = m_connection.interface()->servicePid(busName);
+    QString text = u"总线名称 "_s + busName + u" 已被占用，但占用它的程序"_s;
+    if (process.isValid())
+        text += u"（进程 %1）"_s.arg(process.value());
+    return text + u"不像正在运行的 Kestrune Bar 那样应答。请结束该程序后再启动。"_s;
 }
 
 void SingleInstance::Activate(const QVariantMap &platformData)

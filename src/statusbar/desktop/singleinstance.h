@@ -24,8 +24,10 @@ public:
     ~SingleInstance() override;
 
     [[nodiscard]] Role claim();
-    /// Asks the first instance to open its panel; false when it does not answer.
+    /// Asks the first instance to open its panel; false when whoever has the name does not answer as one.
     [[nodiscard]] bool activateFirst() const;
+    /// What the user is told then.
+    [[nodiscard]] QString strangerText() const;
 
 public Q_SLOTS:
     Q_SCRIPTABLE void Activate(const QVariantMap &platformData);
