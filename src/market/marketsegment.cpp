@@ -146,7 +146,7 @@ MarketSession marketSession(StockMarket market, Instant instant)
     // deliberate: public holidays are not known, a holiday weekday counts as trading
     const auto &sessions = market == StockMarket::hk ? hongKongSessions : chinaSessions;
     const ShanghaiTime now = shanghaiTime(instant);
-    const auto intoMinute = duration_cast<seconds>(instant.time_since_epoch()) % 60s;
+    const auto intoMinute = floor<milliseconds>(instant.time_since_epoch()) % 1min;
     const auto passed = [&](int daysAgo, int minute) {
         return minutes(daysAgo * 1440 + now.minuteOfDay - minute) + intoMinute;
     };

@@ -42,8 +42,8 @@ inline constexpr std::array allStockMarkets{StockMarket::sh, StockMarket::sz, St
 struct MarketSession
 {
     bool open = false;
-    bool noonBreak = false;        ///< closed between the two sessions of a day
-    std::chrono::seconds since{0}; ///< how long it has been so
+    bool noonBreak = false;             ///< closed between the two sessions of a day
+    std::chrono::milliseconds since{0}; ///< how long it has been so
 };
 [[nodiscard]] MarketSession marketSession(StockMarket market, Instant instant);
 /// Inside a session on a weekday.

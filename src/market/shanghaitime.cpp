@@ -69,7 +69,8 @@ std::optional<Instant> shanghaiInstant(QStringView text)
     for (const QString &format : {u"yyyyMMddHHmmss"_s, u"yyyy/MM/dd HH:mm:ss"_s}) {
         QDateTime local = QDateTime::fromString(spelled, format);
         local.setTimeZone(shanghaiZone());
-        if (local.isValid())
+        if (local.isValid() && local.date().year() >= 1970 &&
+            local.date().year() < 2200) // Instant ends in 2262
             return Instant(milliseconds(local.toMSecsSinceEpoch()));
     }
     return std::nullopt;

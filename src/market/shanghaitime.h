@@ -17,7 +17,7 @@ namespace kestrune {
 [[nodiscard]] std::optional<qint64> shanghaiMidnight(std::string_view date);
 
 /// The instant of a quote's time in Asia/Shanghai, "yyyyMMddHHmmss" or "yyyy/MM/dd HH:mm:ss"; none for
-/// anything else.
+/// anything else, nor before 1970 or after 2199.
 [[nodiscard]] std::optional<Instant> shanghaiInstant(QStringView text);
 
 struct ShanghaiTime

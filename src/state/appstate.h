@@ -307,9 +307,14 @@ private:
     [[nodiscard]] QCoro::Task<bool> refreshCryptoZones(Subject asked, ZonesAt at);
     void applyCandles(const CandleList &candles, double step, const Subject &asked,
                       ZonesAt at); ///< never empty
-    void fillMarketContext(const CandleList &candles, ZonesAt at);
+    void fillMarketContext(const CandleList &candles, const Subject &asked, ZonesAt at);
+    template <typename T>
+    [[nodiscard]] std::optional<T> standing(const std::optional<T> &reading,
+                                            const std::optional<Subject> &owner) const;
+    [[nodiscard]] std::optional<double> liveATR() const;
     void rebuildZonesAt(double newPrice);
     void rebuildZonesAtLivePrice();
+    void notePrice(Subject asked, double value, const StockQuote *quote);
     void noteFailure(std::optional<Failure> &failure, bool own, const QString &message);
     void watchAges();
     [[nodiscard]] std::optional<std::chrono::nanoseconds> nextAgeChange() const;
@@ -337,6 +342,10 @@ private:
     CandleLevels m_lastSRLevels; ///< what zone building takes from lastSRCandles, once per candle list
     enum class Resuming { no, yes, askedAgain } m_resuming = Resuming::no;
     std::vector<Subject> m_zonesAsked, m_signalsAsked; ///< of the refreshes that wait for answers
+    std::optional<PriceOrigin> m_ownPriceOrigin; ///< of the last price of an instrument while it was selected
+    /// Whose `zonePrice` and the `ctx…` values are: these come after their zones, and some outlive them.
+    /// Absent as long as none was computed: then they are the zones'.
+    std::optional<Subject> m_zonePriceOf, m_readingsOf, m_tunnelOf, m_histogramOf;
     QHash<QString, SteadyInstant> m_signAnswers; ///< when each neon sign was last answered, or first shown
 };
 

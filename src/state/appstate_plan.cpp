@@ -20,7 +20,7 @@ PlanInputs AppState::planInputs() const
                          .locale = QLocale::system()},
             .price = live,
             .zones = live ? std::span(zones()) : std::span<const Zone>(),
-            .atr = ctxATR(),
+            .atr = liveATR(),
             .snapshot = signalsStand ? std::span(snapshot()) : std::span<const TimeframeSignal>(),
             .sessionWarning = sessionWarning()};
 }

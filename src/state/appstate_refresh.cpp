@@ -64,18 +64,25 @@ QCoro::Task<> AppState::refreshPrice()
         rebuildZonesAt(*price());
 }
 
+// What comes of another instrument in between makes no leap of this one believable.
+void AppState::notePrice(Subject asked, double value, const StockQuote *quote)
+{
+    asked.timeframe.clear();
+    priceOrigin = originOfPrice(asked, value, quote, m_ownPriceOrigin, m_dependencies.clock);
+    if (!asked.sameInstrument(selection()))
+        return;
+    m_ownPriceOrigin = priceOrigin;
+    priceFailure.reset();
+}
+
 QCoro::Task<bool> AppState::refreshStockPrice(Subject asked)
 {
     const auto quote = co_await m_stockService->fetchQuote(asked.symbol);
-    const bool own = asked.sameInstrument(selection());
     if (!quote || !isPrice(quote->price)) {
-        noteFailure(priceFailure, own, u"行情获取失败"_s);
+        noteFailure(priceFailure, asked.sameInstrument(selection()), u"行情获取失败"_s);
         co_return false;
     }
-    asked.timeframe.clear();
-    priceOrigin = originOfPrice(asked, quote->price, &*quote, priceOrigin, m_dependencies.clock);
-    if (own)
-        priceFailure.reset();
+    notePrice(asked, quote->price, &*quote);
     price = quote->price;
     changePct = quote->changePct;
     decimals = 2;
@@ -89,15 +96,11 @@ QCoro::Task<bool> AppState::refreshStockPrice(Subject asked)
 QCoro::Task<bool> AppState::refreshCryptoPrice(Subject asked)
 {
     const auto result = co_await m_marketService->fetchPrice(asked.symbol);
-    const bool own = asked.sameInstrument(selection());
     if (!result || !isPrice(result->price)) {
-        noteFailure(priceFailure, own, u"价格获取失败"_s);
+        noteFailure(priceFailure, asked.sameInstrument(selection()), u"价格获取失败"_s);
         co_return false;
     }
-    asked.timeframe.clear();
-    priceOrigin = originOfPrice(asked, result->price, nullptr, priceOrigin, m_dependencies.clock);
-    if (own)
-        priceFailure.reset();
+    notePrice(asked, result->price, nullptr);
     stockQuote = std::nullopt;
     price = result->price;
     changePct = result->change;
@@ -116,6 +119,7 @@ void AppState::rebuildZonesAt(double newPrice)
         return;
     zones = buildZones(m_lastSRLevels, newPrice, tick());
     zonePrice = newPrice;
+    m_zonePriceOf = selection();
 }
 
 void AppState::rebuildZonesAtLivePrice()
@@ -166,7 +170,7 @@ QCoro::Task<bool> AppState::refreshCryptoZones(Subject asked, ZonesAt at)
     // For the instrument selected by now, as every request is.
     const auto minutes = co_await m_marketService->fetchKlines(coinSymbol(), u"1m"_s, sparklineCount);
     sparkline = minutes ? lastCloses(*minutes, minutes->size()) : lastCloses(*candles, candles->size());
-    fillMarketContext(*candles, at);
+    fillMarketContext(*candles, asked, at);
     co_return true;
 }
 
@@ -181,7 +185,7 @@ QCoro::Task<bool> AppState::refreshStockZones(Subject asked, ZonesAt at)
         co_return false;
     applyCandles(*candles, step, asked, at);
     sparkline = lastCloses(*candles, sparklineCount);
-    fillMarketContext(*candles, at);
+    fillMarketContext(*candles, asked, at);
     co_return true;
 }
 
@@ -364,6 +368,7 @@ void AppState::selectCoin(const QString &code)
     coinSymbol = code;
     settings::coin.store(m_dependencies.preferences, code);
     startAlertPulseIfNeeded();
+    watchAges();
 }
 
 void AppState::setCoin(const QString &code)
@@ -394,6 +399,7 @@ void AppState::setTimeframe(const QString &label)
     if (label == timeframe())
         return;
     timeframe = label;
+    watchAges();
     // deliberate: no reset, so the old zones stay visible; the snapshot's timeframes are fixed anyway.
     runInBackground(&AppState::refreshSR);
 }
@@ -417,6 +423,8 @@ void AppState::clearAnalysisState()
     snapshotConclusion = u"加载中…"_s;
     zonesOrigin.reset();
     signalsOrigin.reset();
+    for (auto *owner : {&m_zonePriceOf, &m_readingsOf, &m_tunnelOf, &m_histogramOf})
+        owner->reset();
     priceFailure.reset();
     zonesFailure.reset();
     errorMessage = std::nullopt;

@@ -63,8 +63,9 @@ std::optional<double> AppState::livePrice() const
 
 std::optional<double> AppState::ownZonePrice() const
 {
-    const bool own = zonesOrigin && zonesOrigin->subject.sameInstrument(selection());
-    return own && isPrice(zonePrice()) ? std::optional(zonePrice()) : std::nullopt;
+    const auto owner = m_zonePriceOf || !zonesOrigin ? m_zonePriceOf : std::optional(zonesOrigin->subject);
+    return owner && owner->sameInstrument(selection()) && isPrice(zonePrice()) ? std::optional(zonePrice())
+                                                                               : std::nullopt;
 }
 
 bool AppState::verdictStands() const
@@ -77,7 +78,7 @@ std::optional<double> AppState::candleGapPct() const
 {
     constexpr double worthSaying = 20;
     const auto live = livePrice();
-    if (!live || !ownZonePrice() || lastSRCandles.empty())
+    if (!live || lastSRCandles.empty() || !zonesOrigin || !zonesOrigin->subject.sameInstrument(selection()))
         return std::nullopt;
     const double gap = std::abs(lastSRCandles.back().c - *live) / *live * 100;
     return gap > worthSaying ? std::optional(gap) : std::nullopt;
@@ -168,31 +169,48 @@ QCoro::Task<> AppState::refreshSnapshot()
         runInBackground(&AppState::refreshSnapshot);
 }
 
-void AppState::fillMarketContext(const CandleList &candles, ZonesAt at)
+void AppState::fillMarketContext(const CandleList &candles, const Subject &asked, ZonesAt at)
 {
     const double curPrice = candles.back().c;
     zonePrice = curPrice;
+    m_zonePriceOf = m_readingsOf = asked;
     decimals = isStock() ? 2 : getDecimals(curPrice);
     const IndicatorReadings readings = readIndicators(candles);
     ctxEMA50 = readings.ema50;
     ctxEMA200 = readings.ema200;
     // deliberate: a tunnel or histogram that cannot be computed keeps its earlier value, the others do not.
-    if (readings.ema144 && readings.ema169)
+    if (readings.ema144 && readings.ema169) {
         ctxVegas = VegasTunnel{*readings.ema144, *readings.ema169};
+        m_tunnelOf = asked;
+    }
     ctxRSI = readings.rsi14;
-    if (readings.macd)
+    if (readings.macd) {
         ctxMACDHist = readings.macd->hist;
+        m_histogramOf = asked;
+    }
     ctxATR = readings.atr14;
     ctxVWAP = readings.vwap;
     if (at == ZonesAt::livePrice)
         rebuildZonesAtLivePrice();
 }
 
-// The readings are of the zones' candles, and so a verdict stands on them as long as on the zones.
+// The readings come a little after the zones of their candles: a verdict stands on them as long as on the
+// zones, once both are of the selection.
+template <typename T>
+std::optional<T> AppState::standing(const std::optional<T> &reading,
+                                    const std::optional<Subject> &owner) const
+{
+    return owner.value_or(selection()) == selection() && zonesStanding().fresh() ? reading : std::nullopt;
+}
+
+std::optional<double> AppState::liveATR() const
+{
+    return standing(ctxATR(), m_readingsOf);
+}
 
 Verdict AppState::trend() const
 {
-    return verdictStands() ? trendVerdict(livePrice(), ctxVegas(), ctxEMA200()) : trendVerdict({}, {}, {});
+    return trendVerdict(livePrice(), standing(ctxVegas(), m_tunnelOf), standing(ctxEMA200(), m_readingsOf));
 }
 
 QString AppState::trendText() const
@@ -207,27 +225,27 @@ NamedColor AppState::trendColor() const
 
 QString AppState::rsiText() const
 {
-    return rsiVerdict(zonesStanding().fresh() ? ctxRSI() : std::nullopt).text;
+    return rsiVerdict(standing(ctxRSI(), m_readingsOf)).text;
 }
 
 NamedColor AppState::rsiColor() const
 {
-    return rsiVerdict(zonesStanding().fresh() ? ctxRSI() : std::nullopt).color;
+    return rsiVerdict(standing(ctxRSI(), m_readingsOf)).color;
 }
 
 QString AppState::macdText() const
 {
-    return macdVerdict(zonesStanding().fresh() ? ctxMACDHist() : std::nullopt).text;
+    return macdVerdict(standing(ctxMACDHist(), m_histogramOf)).text;
 }
 
 NamedColor AppState::macdColor() const
 {
-    return macdVerdict(zonesStanding().fresh() ? ctxMACDHist() : std::nullopt).color;
+    return macdVerdict(standing(ctxMACDHist(), m_histogramOf)).color;
 }
 
 QString AppState::atrText() const
 {
-    return atrReadout(zonesStanding().fresh() ? ctxATR() : std::nullopt, livePrice(), decimals());
+    return atrReadout(liveATR(), livePrice(), decimals());
 }
 
 } // namespace kestrune

@@ -103,9 +103,11 @@ Judgement judgePrice(const std::optional<PriceOrigin> &origin, const Subject &se
         const nanoseconds age = now - origin->advancedAt + untold;
         const MarketSession session = marketSession(*exchange, wallTime);
         if (session.open) {
-            // The first quote of a session may take as long as any other, and what rests brings none.
+            // The first quote of a session may take as long as any other, and what rests brings none; a
+            // source that answers nothing is given no such grace.
+            const auto sinceFirst = std::max<nanoseconds>(session.since - toleratedLag(*exchange), 0ns);
             const nanoseconds staleness =
-                origin->suspended ? sinceAnswer : std::min<nanoseconds>(age, session.since);
+                origin->suspended ? sinceAnswer : std::max(sinceAnswer, std::min(age, sinceFirst));
             judged = aged(age, staleness, priceFreshFor);
         } else {
             const bool ofTheEnd =
@@ -116,7 +118,7 @@ Judgement judgePrice(const std::optional<PriceOrigin> &origin, const Subject &se
                 judged.changesIn.reset(); // until the next session, whose passes notice its beginning
         }
     }
-    if (origin->value != origin->believed && judged.fresh())
+    if (origin->value != origin->believed)
         judged.standing = Standing::doubted;
     return judged;
 }
@@ -124,7 +126,8 @@ Judgement judgePrice(const std::optional<PriceOrigin> &origin, const Subject &se
 std::optional<std::chrono::minutes> quoteDelay(const PriceOrigin &origin, Instant wallTime)
 {
     const auto exchange = exchangeOf(origin.subject);
-    if (!exchange || !origin.quotedAt || origin.lag < 1min || !marketSession(*exchange, wallTime).open)
+    if (!exchange || !origin.quotedAt || origin.lag < 1min || origin.lag > toleratedLag(*exchange) ||
+        !marketSession(*exchange, wallTime).open)
         return std::nullopt;
     return std::chrono::round<std::chrono::minutes>(origin.lag);
 }

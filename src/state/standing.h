@@ -52,7 +52,7 @@ struct PriceOrigin
 enum class Standing {
     none,    ///< there is no value
     foreign, ///< of another instrument, segment or timeframe
-    doubted, ///< the instrument's own, but not believed yet
+    doubted, ///< the instrument's own, of whatever age, but not believed yet
     old,     ///< the instrument's own, of an earlier hour
     fresh,
 };
@@ -77,7 +77,7 @@ inline constexpr std::chrono::seconds analysisFreshFor{150}; ///< zones and sign
 /// The exchange whose hours a stock keeps; absent for crypto.
 [[nodiscard]] std::optional<StockMarket> exchangeOf(const Subject &subject);
 
-/// Origin of a price that has come now, with its quote for a stock; `before` that of the price it replaces.
+/// Origin of a price that has come now, with its quote for a stock; `before` that of the selected one's last.
 /// A leap to more than eight times or less than an eighth of the last believed price of the same instrument
 /// is doubted until a second answer says the same, give or take a fifth.
 [[nodiscard]] PriceOrigin originOfPrice(Subject subject, double value, const StockQuote *quote,
@@ -88,11 +88,13 @@ inline constexpr std::chrono::seconds analysisFreshFor{150}; ///< zones and sign
                                       SteadyInstant now);
 /// Judges a price. Crypto is fresh for `priceFreshFor` after its arrival. A stock in trading hours is by the
 /// quote's own time, or since that has stood still; what the delayed quotes of Hong Kong are behind does not
-/// count. Outside the hours it is fresh when an answer, or the quote itself, is of after the last session.
+/// count, and neither does the time before the session as long as answers come. Outside the hours it is fresh
+/// when an answer, or the quote itself, is of after the last session.
 [[nodiscard]] Judgement judgePrice(const std::optional<PriceOrigin> &origin, const Subject &selected,
                                    SteadyInstant now, Instant wallTime);
 
-/// The delay of the quotes in whole minutes, when they come a minute late or more in trading hours.
+/// The usual delay of the quotes in whole minutes, when they come a minute late or more in trading hours;
+/// absent for what is later than that, which is old.
 [[nodiscard]] std::optional<std::chrono::minutes> quoteDelay(const PriceOrigin &origin, Instant wallTime);
 
 /// Whether a price may be one: finite and above 0.

@@ -72,7 +72,7 @@ private Q_SLOTS:
     void whatIsOldOrAnothersIsGrey()
     {
         Shown panel(true);
-        const QStringList coloured{u"3,457"_s, u"▲ 2.35%"_s, u"多"_s, u"强多"_s, u"中性"_s};
+        const QStringList coloured{u"3,457"_s, u"▲ 2.35%"_s, u"强多"_s, u"中性"_s};
         const auto isGrey = [&panel](const QString &text) { return panel.tone(text) == Tone::secondary; };
         QVERIFY(std::ranges::none_of(coloured, isGrey));
         panel.clock.passSteady(std::chrono::minutes(4));
@@ -405,17 +405,6 @@ private Q_SLOTS:
         });
     }
 
-    void proxiesAreTakenOrRefusedAloud()
-    {
-        Shown panel(true);
-        const QString stocks = u"行情代理（股票）"_s;
-        QCOMPARE(panel.enter(stocks, u" socks5://127.0.0.1:1080"_s), u"socks5://127.0.0.1:1080"_s);
-        QCOMPARE(panel.enter(stocks, u"127.0.0.1"_s), u"socks5://127.0.0.1:1080"_s); // without a port
-        QCOMPARE(panel.view->findChild<Toast *>()->message(), u"代理格式不对，仍用原设置"_s);
-        QCOMPARE(panel.enter(u"行情代理（加密）"_s, u"直连"_s), u"直连"_s);
-        QCOMPARE(panel.state->proxyCrypto() + panel.state->proxyStock(), u"直连socks5://127.0.0.1:1080"_s);
-    }
-
     void fieldsApplyWhenTheFocusLeaves()
     {
         Shown panel(true);
@@ -440,6 +429,17 @@ private Q_SLOTS:
         QVERIFY(panel.state->currentAlerts().empty());
         panel.key(Qt::Key_Escape); // gives up, with the panel
         QVERIFY(panel.state->riskPctPerTrade() != 9 && !panel.view->isVisible());
+    }
+
+    void proxiesAreTakenOrRefusedAloud()
+    {
+        Shown panel(true);
+        const QString stocks = u"行情代理（股票）"_s;
+        QCOMPARE(panel.enter(stocks, u" socks5://127.0.0.1:1080"_s), u"socks5://127.0.0.1:1080"_s);
+        QCOMPARE(panel.enter(stocks, u"127.0.0.1"_s), u"socks5://127.0.0.1:1080"_s); // without a port
+        QCOMPARE(panel.view->findChild<Toast *>()->message(), u"代理格式不对，仍用原设置"_s);
+        QCOMPARE(panel.enter(u"行情代理（加密）"_s, u"直连"_s), u"直连"_s);
+        QCOMPARE(panel.state->proxyCrypto() + panel.state->proxyStock(), u"直连socks5://127.0.0.1:1080"_s);
     }
 
     void fieldsAreFilledWhenTheyAppear()

@@ -115,17 +115,11 @@ void AppFixture::serveStock(const QString &code, double price, const CandleList 
 
 void AppFixture::own() const
 {
-    Subject whole = state->selection();
-    Subject instrument{whole.market, whole.symbol, {}};
-    const double price = state->price().value_or(0);
-    state->priceOrigin = PriceOrigin{.subject = instrument,
-                                     .receivedAt = clock.steady(),
-                                     .time = clock.now(),
-                                     .value = price,
-                                     .believed = price,
-                                     .advancedAt = clock.steady()};
-    state->zonesOrigin = Origin{std::move(whole), clock.steady()};
-    state->signalsOrigin = Origin{std::move(instrument), clock.steady()};
+    const Subject whole = state->selection();
+    const Subject instrument{whole.market, whole.symbol, {}};
+    state->priceOrigin = originOfPrice(instrument, state->price().value_or(0), nullptr, {}, clock);
+    state->zonesOrigin = Origin{whole, clock.steady()};
+    state->signalsOrigin = Origin{instrument, clock.steady()};
     state->priceFailure.reset();
     state->zonesFailure.reset();
 }

@@ -47,6 +47,14 @@ QStringList FakeHttpClient::lines() const
     return lines;
 }
 
+QStringList FakeHttpClient::heldLines() const
+{
+    QStringList lines;
+    for (const Open &open : m_open)
+        lines.append(open.heldOn);
+    return lines;
+}
+
 QStringList FakeHttpClient::problems() const
 {
     QStringList all = m_problems;
@@ -72,6 +80,8 @@ QCoro::Task<FakeHttpClient::Result> FakeHttpClient::get(QUrl url, std::vector<Ht
 
 FakeHttpClient::Answer FakeHttpClient::take(const Request &request)
 {
+    if (m_holdsEverything)
+        return {{}, request.line()};
     for (const QString &route : {request.line(), request.url.path(QUrl::FullyEncoded)}) {
         if (const auto queue = m_queues.find(route); queue != m_queues.end() && !queue->second.empty()) {
             const Answer answer = queue->second.front();

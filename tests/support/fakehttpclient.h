@@ -52,6 +52,8 @@ public:
     }
     void failAlways(const QString &route) { m_standing[route] = {}; }
 
+    /// From now on each request waits to be released by its own line.
+    void holdEverything() { m_holdsEverything = true; }
     /// Ends the oldest request that holds on this route and delivers everything that follows from it. A
     /// test fault when there is none.
     void release(const QString &route, const std::optional<QByteArray> &body);
@@ -62,6 +64,7 @@ public:
     [[nodiscard]] QStringList lines() const;
     /// Forgets the requests seen so far; answers stay queued.
     void clearRequests() { m_requests.clear(); }
+    [[nodiscard]] QStringList heldLines() const;
     /// Requests that have no answer yet.
     [[nodiscard]] int openCount() const { return static_cast<int>(m_open.size()); }
 
@@ -93,7 +96,7 @@ private:
     std::map<QString, Answer> m_standing;
     std::vector<Request> m_requests;
     std::deque<Open> m_open;
-    bool m_closing = false;
+    bool m_closing = false, m_holdsEverything = false;
     QStringList m_problems;
     std::unique_ptr<QObject> m_context = std::make_unique<QObject>();
 };

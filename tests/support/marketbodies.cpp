@@ -103,6 +103,8 @@ QByteArray stockQuotes(const std::vector<QuoteLine> &quotes)
         fields[1] = quote.name;
         fields[2] = quote.code.mid(2);
         fields[3] = fields[4] = fields[5] = spelled(quote.price);
+        fields[30] = quote.time;
+        fields[40] = quote.suspended ? "S" : "";
         fields[32] = spelled(quote.changePct);
         body += "v_" + quote.code + "=\"" + fields.join('~') + "\";\n";
     }

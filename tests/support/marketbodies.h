@@ -31,6 +31,8 @@ struct QuoteLine
     QByteArray name; ///< GB 18030 bytes
     double price = 0;
     double changePct = 0;
+    QByteArray time = "0"; ///< the quote's own, in Shanghai
+    bool suspended = false;
 };
 [[nodiscard]] QByteArray stockQuotes(const std::vector<QuoteLine> &quotes);
 
