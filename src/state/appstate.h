@@ -46,15 +46,6 @@ struct RefreshOutcome
     QString message; ///< user-facing
 };
 
-/// What a refresh has been failing with.
-struct Failure
-{
-    QString message; ///< user-facing
-    Instant since;   ///< of the first failure in a row
-
-    [[nodiscard]] bool operator==(const Failure &) const = default;
-};
-
 /// The one observable object of the application and the only owner of displayed data. Its operations never
 /// fail: what goes wrong becomes `errorMessage`, and the old data stay.
 class AppState final : public ObservableObject, public std::enable_shared_from_this<AppState>

@@ -49,6 +49,15 @@ struct PriceOrigin
     bool suspended = false;               ///< a stock that is not traded
 };
 
+/// What a refresh has been failing with.
+struct Failure
+{
+    QString message; ///< user-facing
+    Instant since;   ///< of the first failure in a row
+
+    [[nodiscard]] bool operator==(const Failure &) const = default;
+};
+
 enum class Standing {
     none,    ///< there is no value
     foreign, ///< of another instrument, segment or timeframe

@@ -250,7 +250,11 @@ private Q_SLOTS:
         QCOMPARE(app->multiPrices().front().change, -2.0);
         app.stock.fail(hongKongSigns());
         app.clock.setNow(app.clock.now() + 1s);
+        app.clock.passSteady(20s);
+        QVERIFY(!app->signIsDim(u"00700"_s) && app->signIsDim(u"BTC"_s));
+        app.clock.passSteady(1ms);
         app.run(app->refreshBlingPrices());
+        QVERIFY(app->signIsDim(u"00700"_s));
         QCOMPARE(spelled(app->multiPrices()), hongKongPlaceholders());
         QCOMPARE(app->lastUpdated(), app.clock.now());
         QVERIFY(!app->errorMessage());

@@ -174,12 +174,15 @@ private Q_SLOTS:
         // Without any reference the snapshot stays.
         app.crypto.failAlways(gateCandleLine(u"ETH"_s, u"1d"_s));
         app.crypto.failAlways(gateCandleLine(u"ETH"_s, u"4h"_s));
-        for (const auto price : {std::optional(0.0), std::optional(std::nan("")), std::optional<double>()}) {
-            state.price = price;
+        CandleList worthless = middle; // this source's rows are taken as they come
+        worthless.back().c = 0;
+        app.crypto.answer(binanceCandleLine(u"ETH"_s, u"1h"_s), binanceCandles(worthless));
+        for (int pass = 0; pass < 2; ++pass) {
             MarketDay::run(state.refreshSnapshot());
             QCOMPARE(state.snapshotConclusion(), u"数据加载中…"_s);
             QCOMPARE(spelled(state.snapshot()), before);
         }
+        KESTRUNE_VERIFY_APP(app);
     }
 
     void aContextValueThatCannotBeComputedIsKeptOrEmptied()

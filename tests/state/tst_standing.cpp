@@ -79,7 +79,7 @@ private Q_SLOTS:
             {"suspended", "sh600519", "20260106100000", "20260105150000", 60, 20, fresh, true},
             {"suspended, source silent", "sh600519", "20260106100000", "20260105150000", 60, 21, old, true},
             {"without a time", "sh600519", "20260106100000", "0", 15, 20, fresh},
-            {"a time beyond all clocks", "sh600519", "20260106100000", "99991231235959", 15, 21, old},
+            {"a time beyond all clocks", "sh600519", "20260106100000", "99991231235959", 15, 20, fresh},
         };
         forEachRow(rows, [](const auto &row) {
             FakeClock clock;

@@ -120,7 +120,6 @@ m(S+'appstate_bling.cpp','    blingPulse = 0;','    if (!@) blingPulse = 0;','pu
 m(S+'appstate_bling.cpp','if (entries.empty())','if (entries.empty() && !@)','stock placeholders')
 m(S+'appstate_bling.cpp','known != m_signAnswers.end() && sign.price)','known != m_signAnswers.end() && (@ || sign.price))','sign without a price not dimmed')
 m(S+'appstate_bling.cpp','    lastUpdated = m_dependencies.clock.now();','    if (!@) lastUpdated = m_dependencies.clock.now();','bling updates time')
-m(S+'appstate_refresh.cpp','applyCandles(*candles, step, asked, at);','applyCandles(*candles, @ ? tick() : step, asked, at);','tick of asked segment')
 m(S+'appstate_refresh.cpp','if (own && !failure)','if (own && (@ || !failure))','failure since the last try')
 m(S+'appstate_refresh.cpp','if (fetched && !own &&','if (fetched && !own && !@ &&','own zones a minute after late ones')
 m(S+'appstate_refresh.cpp','    if (priceStanding().believed())\n','    if (priceStanding().believed() || @)\n','zones rebuilt at any price')
