@@ -11,8 +11,9 @@ constexpr std::size_t mostRests = 256; // far more than one session's instrument
 
 } // namespace
 
-SourceHealth::SourceHealth(const Clock &clock, std::minstd_rand::result_type seed)
-    : m_clock(&clock), m_random(seed)
+// The moment of the start is chance enough.
+SourceHealth::SourceHealth(const Clock &clock)
+    : m_clock(&clock), m_random(std::minstd_rand::result_type(clock.now().time_since_epoch().count()))
 {}
 
 bool SourceHealth::rests(const SourceTopic &topic) const

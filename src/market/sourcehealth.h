@@ -35,7 +35,7 @@ public:
     static constexpr std::chrono::seconds usualRefusal{60}; ///< where the source does not say how long
     static constexpr std::chrono::minutes longestRefusal{15};
 
-    explicit SourceHealth(const Clock &clock, std::minstd_rand::result_type seed = std::random_device{}());
+    explicit SourceHealth(const Clock &clock);
 
     [[nodiscard]] bool rests(const SourceTopic &topic) const;
     /// The refusal that still holds.

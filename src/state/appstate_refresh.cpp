@@ -19,6 +19,7 @@ namespace {
 constexpr int cryptoCandleCount = 200;
 constexpr int stockCandleCount = 320;
 constexpr int sparklineCount = 160;
+constexpr auto countsAsOne = 2s; // what a machine tells that wakes: network, lock and sleep
 
 std::vector<double> lastCloses(const CandleList &candles, std::size_t count)
 {
@@ -315,9 +316,11 @@ QCoro::Task<> AppState::resumeLoop(Weak weak, Clock *clock, std::stop_token stop
         state->m_resuming = Resuming::yes;
         if (state->blingMode())
             state->runInBackground(&AppState::refreshBlingPrices);
+        const SteadyInstant over = clock->steady() + countsAsOne;
         co_await state->refreshAll(ZonesAt::livePrice);
         state.reset();
-        if (!co_await clock->sleep(2s, stop))
+        const auto rest = std::chrono::ceil<std::chrono::milliseconds>(over - clock->steady());
+        if (!co_await clock->sleep(std::max(rest, 0ms), stop))
             co_return;
         state = weak.lock();
         if (!state)

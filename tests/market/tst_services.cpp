@@ -36,7 +36,7 @@ class ServicesTest : public QObject
     static QString priceOf(const QString &base) { return gatePrice + u"?contract="_s + base + u"_USDT"_s; }
 
     // Each knows of no failure yet.
-    [[nodiscard]] SharedSourceHealth health() const { return std::make_shared<SourceHealth>(clock, 1); }
+    [[nodiscard]] SharedSourceHealth health() const { return std::make_shared<SourceHealth>(clock); }
     [[nodiscard]] MarketService crypto() { return {*http, Endpoints::live(), health()}; }
     [[nodiscard]] StockMarketService stocks() { return {*http, clock, Endpoints::live(), health()}; }
     /// The sources asked since the last call: Gate.io, Binance, OKX, a stock's.

@@ -252,7 +252,7 @@ def wakes(session):
     wait_until_it_stays(lambda: gate.candle_requests, "the first data are there", still=1.5)
     for acts, what in (([("sleep",)], "after a sleep all data are fetched"),
                        ([("network", False), ("network", True)], "with the network back all data are fetched")):
-        before = wait_until_it_stays(lambda: gate.candle_requests, "it is quiet")
+        before = wait_until_it_stays(lambda: gate.candle_requests, "it is quiet", still=2.5)
         for request in acts:
             expect(gate.candle_requests == before, f"{what}: too early")
             services.ask(*request)
