@@ -29,7 +29,7 @@ constexpr QStringView thresholdHelp =
 constexpr QStringView displayHelp =
     u"主撑压列表只显示距现价 ±X% 内的价位，每侧最多 N 个；EMA/Vegas/VWAP 已移至「市场背景」。";
 
-constexpr int proxyWidth = 150;
+constexpr int proxyWidth = 168; // shows socks5://127.0.0.1:1080
 
 QStringList marketNames()
 {
@@ -117,7 +117,10 @@ void SettingsSection::connectProxy(InputField *field, Published<QString> AppStat
     field->setPlaceholderText(u"系统"_s);
     field->setToolTip(u"留空用系统代理，「直连」不用代理，或 主机:端口（前可加 http:// 或 socks5://）"_s);
     field->setFixedWidth(proxyWidth);
-    m_fills.push_back([&state = m_context.state, field, proxy] { field->showText((state.*proxy)()); });
+    m_fills.push_back([&state = m_context.state, field, proxy] {
+        field->showText((state.*proxy)());
+        field->setCursorPosition(0); // of a long one the beginning shows
+    });
     connect(field, &InputField::submitted, this, [this, proxy, fill = m_fills.back()](const QString &text) {
         if (!m_context.state.chooseProxy(proxy, text))
             Q_EMIT noted(u"代理格式不对，仍用原设置"_s);
