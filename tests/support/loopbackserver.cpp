@@ -29,8 +29,6 @@ QByteArray headOf(const LoopbackServer::Answer &answer)
         lines += "Content-Length: many";
     else if (answer.fault != Fault::endless)
         lines += "Content-Length: " + QByteArray::number(answer.body.size());
-    if (answer.close)
-        lines += "Connection: close";
     return lines.join("\r\n") + "\r\n\r\n";
 }
 
@@ -72,18 +70,6 @@ QUrl LoopbackServer::url(const QString &pathAndQuery) const
 {
     return {
         QStringLiteral("%1://127.0.0.1:%2%3").arg(m_scheme).arg(m_server->serverPort()).arg(pathAndQuery)};
-}
-
-void LoopbackServer::closeConnections()
-{
-    for (QTcpSocket *socket : m_server->findChildren<QTcpSocket *>())
-        socket->disconnectFromHost();
-}
-
-void LoopbackServer::setDoor(bool open)
-{
-    ::listen(static_cast<int>(m_server->socketDescriptor()), open ? SOMAXCONN : 0);
-    open ? m_server->resumeAccepting() : m_server->pauseAccepting();
 }
 
 LoopbackServer::Answer LoopbackServer::gzipped(const QByteArray &body)
@@ -138,7 +124,7 @@ void LoopbackServer::answer(QTcpSocket *socket, const Answer &answer)
 {
     const QByteArray head = headOf(answer);
     const QByteArray half = answer.body.left(answer.body.size() / 2);
-    bool close = answer.close;
+    bool close = false;
     switch (answer.fault) {
     case Fault::none:
         send(socket, head + answer.body);

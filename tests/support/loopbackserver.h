@@ -45,7 +45,6 @@ public:
         Fault fault = Fault::none;
         std::chrono::milliseconds delay{0};     // before the first byte
         std::chrono::milliseconds interval{20}; // of a drip
-        bool close = false;                     // Connection: close after the answer
     };
 
     struct Request
@@ -73,11 +72,6 @@ public:
 
     [[nodiscard]] const std::vector<Request> &requests() const { return m_requests; }
     [[nodiscard]] qint64 bytesSent() const { return m_bytesSent; }
-
-    /// Closes all connections, as a host that restarts does; the server goes on listening.
-    void closeConnections();
-    /// Shut, one connection may stand before the door; while one does, others cannot even be set up.
-    void setDoor(bool open);
 
     /// An answer that was compressed with gzip and says so.
     [[nodiscard]] static Answer gzipped(const QByteArray &body);
