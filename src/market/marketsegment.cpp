@@ -56,8 +56,8 @@ constexpr std::array timeframeTable{
     Timeframe{hourLabel, u"1h", {}, u"60", 1h, 1},
     Timeframe{fourHoursLabel, u"4h", {}, u"240", 4h, 1},
     Timeframe{defaultTimeframe, u"1d", u"day", u"1D", 24h, 1},
-    Timeframe{weekLabel, {}, u"week", u"1W", 7 * 24h, 5},
-    Timeframe{monthLabel, {}, u"month", u"1M", 31 * 24h, 23},
+    Timeframe{weekLabel, {}, u"week", u"1W", 168h, 5},
+    Timeframe{monthLabel, {}, u"month", u"1M", 744h, 23},
 };
 
 QStringList labelsWith(QStringView Timeframe::*meaning)
@@ -146,7 +146,7 @@ MarketSession marketSession(StockMarket market, Instant instant)
     // deliberate: public holidays are not known, a holiday weekday counts as trading
     const auto &sessions = market == StockMarket::hk ? hongKongSessions : chinaSessions;
     const ShanghaiTime now = shanghaiTime(instant);
-    const auto intoMinute = floor<milliseconds>(instant.time_since_epoch()) % 1min;
+    const auto intoMinute = floor<milliseconds>(instant.time_since_epoch()) % minutes(1);
     const auto passed = [&](int daysAgo, int minute) {
         return minutes(daysAgo * 1440 + now.minuteOfDay - minute) + intoMinute;
     };
@@ -156,9 +156,9 @@ MarketSession marketSession(StockMarket market, Instant instant)
             continue;
         for (const TradingSession &session : sessions | std::views::reverse) {
             const bool last = &session == &sessions.back();
-            if (const auto since = passed(daysAgo, session.end + 1); since >= 0s)
+            if (const auto since = passed(daysAgo, session.end + 1); since >= since.zero())
                 return {.open = false, .noonBreak = !last && daysAgo == 0, .since = since};
-            if (const auto since = passed(daysAgo, session.start); since >= 0s)
+            if (const auto since = passed(daysAgo, session.start); since >= since.zero())
                 return {.open = true, .noonBreak = false, .since = since};
         }
     }
@@ -176,8 +176,9 @@ bool candlesAreOld(MarketSegment segment, QStringView timeframe, qint64 lastTs, 
     if (segment == MarketSegment::crypto)
         return now - last > 2 * timeframeOf(timeframe, &Timeframe::cryptoInterval).length + 5min;
     const int allowed = 2 * timeframeOf(timeframe, &Timeframe::stockPeriod).tradingDays;
+    constexpr auto oneDay = std::chrono::days(1);
     int weekdays = 0;
-    for (Instant day = last + 24h; day <= now && weekdays <= allowed; day += 24h) {
+    for (Instant day = last + oneDay; day <= now && weekdays <= allowed; day += oneDay) {
         const int weekday = shanghaiTime(day).weekday;
         weekdays += weekday != 0 && weekday != 6 ? 1 : 0;
     }

@@ -16,6 +16,7 @@ using std::chrono::nanoseconds;
 
 constexpr auto hongKongDelay = 20min; ///< free quotes of Hong Kong come 15 minutes late and a little more
 constexpr auto closingQuotes = 60s;   ///< the last quote of a session may be this much older than its end
+constexpr nanoseconds minute = std::chrono::minutes(1);
 constexpr double leapFactor = 8;
 constexpr double sameValue = 0.2; ///< how far two answers that say the same may lie apart
 
@@ -34,7 +35,7 @@ Judgement aged(nanoseconds age, nanoseconds staleness, nanoseconds limit)
 {
     if (staleness <= limit)
         return {Standing::fresh, age, limit - staleness + 1ms};
-    return {Standing::old, age, 1min - age % nanoseconds(1min)};
+    return {Standing::old, age, minute - age % minute};
 }
 
 } // namespace
@@ -126,7 +127,7 @@ Judgement judgePrice(const std::optional<PriceOrigin> &origin, const Subject &se
 std::optional<std::chrono::minutes> quoteDelay(const PriceOrigin &origin, Instant wallTime)
 {
     const auto exchange = exchangeOf(origin.subject);
-    if (!exchange || !origin.quotedAt || origin.lag < 1min || origin.lag > toleratedLag(*exchange) ||
+    if (!exchange || !origin.quotedAt || origin.lag < minute || origin.lag > toleratedLag(*exchange) ||
         !marketSession(*exchange, wallTime).open)
         return std::nullopt;
     return std::chrono::round<std::chrono::minutes>(origin.lag);
