@@ -31,14 +31,11 @@ class PanelFixture : public AppFixture
 public:
     explicit PanelFixture(const QString &marketNotice = {})
     {
-        for (
-            const QString &path :
-            u"/api/v4/spot/candlesticks /api/v3/klines /api/v5/market/candles /api/v4/futures/usdt/tickers /fapi/v1/ticker/24hr"_s
-                .split(u' '))
-            crypto.failAlways(path);
-        for (const QString &path :
-             u"/appstock/app/fqkline/get /q=sh600519 /q=sz000001 /q=hk00700"_s.split(u' '))
-            stock.failAlways(path);
+        for (const char *path : {"/api/v4/spot/candlesticks", "/api/v3/klines", "/api/v5/market/candles",
+                                 "/api/v4/futures/usdt/tickers", "/fapi/v1/ticker/24hr"})
+            crypto.failAlways(QString::fromLatin1(path));
+        for (const char *path : {"/appstock/app/fqkline/get", "/q=sh600519", "/q=sz000001", "/q=hk00700"})
+            stock.failAlways(QString::fromLatin1(path));
         start();
         const auto open = [this](const QUrl &url) { onOpened(url); };
         view = std::make_unique<PopoverView>(state, PopoverView::Options{marketNotice, open});
