@@ -340,16 +340,3 @@ class Recorded(MarketCase):
         # Before the recording there is no such market.
         early = self.replay("2025-06-01T00:00:00Z")
         self.assertEqual(early.reply("/fapi/v1/ticker/24hr?symbol=BTCUSDT").status, 400)
-
-    def test_moves_on_from_the_last_close(self):
-        days = made("2026-01-01T00:00:00Z", DAY, 60, 50000)
-        self.write("BTCUSDT_1d_x.csv", days)
-        server = self.replay("2030-01-01T00:00:00Z", "--speed", 86400)
-        end = time.monotonic() + 30
-        while len(served := binance(server, "BTC", "1d", 1000)) <= 62 and time.monotonic() < end:
-            time.sleep(0.1)
-        self.assert_series(served[:59], days[:59])
-        self.assert_forms(days[59], served[59])  # the last recorded day went on; the next opens at its close
-        self.assertEqual(served[60].o, served[59].c)
-        self.assertLess(abs(served[61].c / days[59].c - 1), 0.3)
-
