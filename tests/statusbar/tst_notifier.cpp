@@ -116,19 +116,14 @@ private Q_SLOTS:
         const auto tip = desktop.structure<NotifierToolTip>(u"ToolTip"_s);
         QCOMPARE(tip.title + u'/' + tip.text, u"ETH  3,000/观望"_s);
         const auto pixmaps = desktop.structure<Pixmaps>(u"IconPixmap"_s);
-        QCOMPARE(pixmaps.size(), 2);
-        QCOMPARE(pixmaps[0].width, 22);
-        QCOMPARE(pixmaps[1].pixels.size(), 44 * 44 * 4);
+        QVERIFY(pixmaps.size() == 2 && pixmaps[0].width == 22 && pixmaps[1].pixels.size() == 44 * 44 * 4);
         QCOMPARE(middleOf(pixmaps[1]), statusDotColor(first.status));
-        QVERIFY(!desktop.property(u"Nonsense"_s).isValid());
 
         item->registerWith(NotifierHost::wide); // a new watcher, which alone keeps the wide picture
         QVERIFY(desktop.hasItems(2));
         const auto wide = desktop.structure<Pixmaps>(u"IconPixmap"_s);
-        QCOMPARE(wide.size(), 1);
-        const QImage picture = pictureOf(first).image;
-        QCOMPARE(QSize(wide[0].width, wide[0].height), picture.size());
-        QCOMPARE(wide[0].pixels, toNotifierPixmap(picture).pixels);
+        const NotifierPixmap whole = toNotifierPixmap(pictureOf(first).image);
+        QVERIFY(wide.size() == 1 && wide[0].width == whole.width && wide[0].pixels == whole.pixels);
 
         item.reset(); // goes without a trace
         QVERIFY(!desktop.property(u"Id"_s).isValid());
@@ -186,8 +181,7 @@ private Q_SLOTS:
         QVERIFY(answers(u"ProvideXdgActivationToken"_s, {u"token"_s}));
         QVERIFY(!answers(u"Activate"_s, {u"text"_s, 1}));
         QVERIFY(!answers(u"Unheard"_s, {}));
-        QCOMPARE(menu.size(), 1);
-        QCOMPARE(activated.size(), 1);
+        QVERIFY(menu.size() == 1 && activated.size() == 1);
         QVERIFY(!activated[0][0].toRect().isValid()); // coordinates on no screen are not passed on
     }
 
@@ -207,8 +201,7 @@ private Q_SLOTS:
                                       u"退出 Kestrune Bar"_s}));
         QCOMPARE(root.children[2].properties.value(u"toggle-state"_s), 0);
 
-        QCOMPARE(desktop.callMenu(u"AboutToShow"_s, {0}).value(0), false);
-        QCOMPARE(aboutToShow.size(), 1);
+        QVERIFY(desktop.callMenu(u"AboutToShow"_s, {0}).value(0) == false && aboutToShow.size() == 1);
         for (const int id : {3, 99, -1, 5})
             Q_UNUSED(desktop.callMenu(u"Event"_s,
                                       {id, u"clicked"_s, QVariant::fromValue(QDBusVariant(0)), QVariant(0U)}))
@@ -224,35 +217,23 @@ private Q_SLOTS:
                 before[0].toUInt());
     }
 
-    void givesHostsTheirTimeBeforeTheStripShows()
+    void followsHostsThatComeAndGo()
     {
         Desktop desktop;
         QElapsedTimer elapsed;
         elapsed.start();
-        const auto item = desktop.chooser(400ms);
-        QCOMPARE(item->presentation(), nothing);
-        QVERIFY(!item->place());
-        QVERIFY(waitFor([&] { return item->presentation() == stripOnly; }));
-        QVERIFY(elapsed.elapsed() >= 400);
-        QVERIFY(item->place());
-    }
-
-    void followsHostsThatComeAndGo()
-    {
-        Desktop desktop;
-        const auto item = desktop.chooser(10ms);
+        const auto item = desktop.chooser(100ms);
+        QVERIFY(item->presentation() == nothing && !item->place()); // hosts have their time first
         const auto becomes = [&](const Presentation &expected) {
             return waitFor([&] { return item->presentation() == expected; });
         };
-        QVERIFY(becomes(stripOnly));
+        QVERIFY(becomes(stripOnly) && elapsed.elapsed() >= 100 && item->place());
         desktop.watcher.start();
-        QVERIFY(becomes(dotAndStrip)); // this host shows a dot only
-        QVERIFY(desktop.hasItems(1));
+        QVERIFY(becomes(dotAndStrip) && desktop.hasItems(1)); // this host shows a dot only
         desktop.watcher.setHost(false);
         QVERIFY(becomes(stripOnly));
         desktop.watcher.setHost(true);
-        QVERIFY(becomes(dotAndStrip));
-        QVERIFY(desktop.hasItems(2));
+        QVERIFY(becomes(dotAndStrip) && desktop.hasItems(2));
         for (int count = 3; count <= 5; ++count) {
             desktop.watcher.stop();
             drainEvents();

@@ -52,30 +52,27 @@ private Q_SLOTS:
         QCOMPARE(calm.image.size(), QSize(36, 44));
         QCOMPARE(makeStatusBarImage({.text = {}, .alertActive = true}).width, 36.0);
         // Some of these advances are no whole pixels: the bitmap is cut, the width is not.
-        bool someFraction = false;
         for (const QString &text : {u"ETH 3,456.78"_s, u"W"_s, u"1"_s, u"Ty."_s, u"贵州茅台 1,688.00"_s}) {
             const StatusPicture picture = makeStatusBarImage({.text = text, .signal = BarSignal::buy});
-            QCOMPARE(picture.image.devicePixelRatio(), 2.0);
             QCOMPARE(picture.image.size(), QSize(static_cast<int>(picture.width * 2), 44));
             QCOMPARE(picture.width, statusWidth({.text = text}));
-            someFraction |= picture.width * 2 != std::floor(picture.width * 2);
         }
-        QVERIFY(someFraction);
+        // What is longer than any price loses its middle.
+        const StatusContent endless{.text = u"BTC "_s + QString(400, u'7'), .alertActive = true};
+        QVERIFY(closeTo(statusWidth(endless), 475, 5.01));
+        QVERIFY(closeTo(blingStatusWidth({{u"BTC"_s, 1e60, 1.2}}), 155, 5.01));
+        QVERIFY(statusWidth({.text = QString(40, u'7')}) > 300);
     }
 
     void dotStandsInPlace()
     {
-        for (const bool alert : {false, true}) {
-            const int left = alert ? 6 + alertShift : 6;
-            const QImage image = makeStatusBarImage({.text = {}, .alertActive = alert}).image;
-            // 16 columns and rows, 14 to 29, touched in their middles; corners and neighbours are clear.
-            for (const QPoint edge :
-                 {QPoint(left, 22), QPoint(left + 15, 22), QPoint(left + 8, 14), QPoint(left + 8, 29)})
-                QVERIFY(qAlpha(image.pixel(edge)) > 128);
-            for (const QPoint outside : {QPoint(left - 1, 22), QPoint(left + 16, 22), QPoint(left + 8, 13),
-                                         QPoint(left + 8, 30), QPoint(left, 14), QPoint(left + 15, 29)})
-                QCOMPARE(qAlpha(image.pixel(outside)), 0);
-        }
+        const QImage image = makeStatusBarImage({}).image;
+        // 16 columns and rows, 14 to 29, touched in their middles; corners and neighbours are clear.
+        for (const QPoint edge : {QPoint(6, 22), QPoint(21, 22), QPoint(14, 14), QPoint(14, 29)})
+            QVERIFY(qAlpha(image.pixel(edge)) > 128);
+        for (const QPoint outside :
+             {QPoint(5, 22), QPoint(22, 22), QPoint(14, 13), QPoint(14, 30), QPoint(6, 14), QPoint(21, 29)})
+            QCOMPARE(qAlpha(image.pixel(outside)), 0);
     }
 
     void colours()
@@ -98,8 +95,6 @@ private Q_SLOTS:
             {"sell on a light bar", BarSignal::sell, calm, false, 0xffC9281E, 0xffC9281E},
             {"an alert begins orange", BarSignal::neutral, 0, true, grey, 0xffFF9F0A},
             {"and shows the signal in turn", BarSignal::buy, 1, true, 0xff32D15B, 0xff32D15B},
-            {"and is orange again", BarSignal::buy, 2, true, 0xff32D15B, 0xffFF9F0A},
-            {"or black in turn", BarSignal::neutral, 3, false, grey, 0xff000000},
             {"orange on a light bar", BarSignal::sell, 4, false, 0xffC9281E, 0xffA85800},
         };
         test::forEachRow(rows, [](const auto &row) {
@@ -141,14 +136,6 @@ private Q_SLOTS:
         off.signs[0].dimmed = true;
         QVERIFY(!samePicture(on, off));
         QVERIFY(qGray(sign(true, 0).pixel(5, 22)) < 50 && sign(true, 0).pixel(20, 1) == 0); // dark, no glow
-    }
-
-    void longTextsLoseTheirMiddle()
-    {
-        const StatusContent endless{.text = u"BTC "_s + QString(400, u'7'), .alertActive = true};
-        QVERIFY(closeTo(statusWidth(endless), 475, 5.01));
-        QVERIFY(closeTo(blingStatusWidth({{u"BTC"_s, 1e60, 1.2}}), 155, 5.01));
-        QVERIFY(statusWidth({.text = QString(40, u'7')}) > 300); // nothing of what a price can be
     }
 
     void alignmentAndShift()
@@ -266,11 +253,9 @@ private Q_SLOTS:
         Items coins;
         for (const QString &symbol : u"BTC ETH SOL BNB XRP DOGE ADA LINK"_s.split(u' '))
             coins.push_back({symbol, {}, {}});
-        const StatusPicture picture = makeBlingStatusBarImage({}, 3);
-        QCOMPARE(picture.image, makeBlingStatusBarImage(coins, 3).image);
+        QCOMPARE(makeBlingStatusBarImage({}, 3).image, makeBlingStatusBarImage(coins, 3).image);
         const double two = blingStatusWidth({coins[0], coins[1]});
         QVERIFY(closeTo(two, blingStatusWidth({coins[0]}) + 3 + blingStatusWidth({coins[1]}), 1e-9));
-        QCOMPARE(picture.image.size(), QSize(static_cast<int>(picture.width * 2), 44));
     }
 
     void shapesCoverTheirPixels()
@@ -282,11 +267,9 @@ private Q_SLOTS:
         fillRoundedRect(image, box, 1, Qt::red);
         QCOMPARE(image.pixel(3, 3), 0xffff0000);
         QCOMPARE(qAlpha(image.pixel(1, 3)), 128); // cut in two by the left edge
-        QCOMPARE(qAlpha(image.pixel(6, 3)), 128);
-        QCOMPARE(qAlpha(image.pixel(1, 2)), 97); // the corner: sqrt(1 + 0.25) - 1 outside
+        QCOMPARE(qAlpha(image.pixel(1, 2)), 97);  // the corner: sqrt(1 + 0.25) - 1 outside
         QCOMPARE(qAlpha(image.pixel(3, 1)) + qAlpha(image.pixel(0, 3)) + qAlpha(image.pixel(7, 3)), 0);
         strokeRoundedRect(image, box, 1, 1, QColor(0, 0, 255, 128));
-        QCOMPARE(image.pixel(3, 3), 0xffff0000);             // 1.5 inside
         QCOMPARE(image.pixel(1, 3), qRgba(64, 0, 128, 192)); // premultiplied: half blue over half red
         QCOMPARE(image.pixel(3, 2), qRgb(191, 0, 64));       // half of its own width over full red
         QCOMPARE(qAlpha(image.pixel(3, 1)), 64);
