@@ -4,7 +4,6 @@
 #include "market/shanghaitime.h"
 
 #include <algorithm>
-#include <ranges>
 
 namespace kestrune {
 
@@ -154,11 +153,11 @@ MarketSession marketSession(StockMarket market, Instant instant)
         const int weekday = (now.weekday + 7 - daysAgo % 7) % 7;
         if (weekday == 0 || weekday == 6)
             continue;
-        for (const TradingSession &session : sessions | std::views::reverse) {
-            const bool last = &session == &sessions.back();
-            if (const auto since = passed(daysAgo, session.end + 1); since >= since.zero())
+        for (auto session = sessions.rbegin(); session != sessions.rend(); ++session) {
+            const bool last = session == sessions.rbegin();
+            if (const auto since = passed(daysAgo, session->end + 1); since >= since.zero())
                 return {.open = false, .noonBreak = !last && daysAgo == 0, .since = since};
-            if (const auto since = passed(daysAgo, session.start); since >= since.zero())
+            if (const auto since = passed(daysAgo, session->start); since >= since.zero())
                 return {.open = true, .noonBreak = false, .since = since};
         }
     }

@@ -8,7 +8,6 @@
 #include <QUuid>
 
 #include <algorithm>
-#include <ranges>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -92,7 +91,9 @@ void AppState::directAlerts(double live)
     if (std::ranges::none_of(alerts(), waits))
         return;
     std::vector<PriceAlert> changed = alerts();
-    for (PriceAlert &alert : changed | std::views::filter(waits)) {
+    for (PriceAlert &alert : changed) {
+        if (!waits(alert))
+            continue;
         alert.above = live < alert.targetPrice;
         alert.undirected = false;
     }

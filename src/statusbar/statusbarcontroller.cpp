@@ -33,7 +33,7 @@ std::vector<BlingItem> signsOf(const AppState &state)
 /// "ETH  3,456.78  +1.25%", and in words what the picture says by dimming.
 QString titleOf(const AppState &state)
 {
-    const QString caveat = priceCaveat(state);
+    QString caveat = priceCaveat(state);
     if (!state.priceStanding().own())
         return caveat;
     QString title = state.displayName() + u"  "_s + fmtP(*state.price(), state.decimals());

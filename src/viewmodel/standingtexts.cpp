@@ -161,7 +161,7 @@ QString priceLine(const AppState &state)
     const bool trading = !exchange || isTrading(*exchange, state.clock().now());
     if (!state.priceStanding().fresh() || !trading)
         return caveat;
-    const QString updated = updateText(state.priceOrigin->time);
+    QString updated = updateText(state.priceOrigin->time);
     return caveat.isEmpty() ? updated : updated + u" · "_s + caveat;
 }
 

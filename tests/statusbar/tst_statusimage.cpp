@@ -118,6 +118,7 @@ private Q_SLOTS:
         const auto textColor = [&] { return Ink(makeStatusBarImage(old).image, 30).strongest; };
         QCOMPARE(textColor(), 0xff63636B); // no light, no verdict
         old.dark = true;
+        old.signal = BarSignal::neutral;
         QCOMPARE(textColor(), 0xffA0A0A8);
         const QImage image = makeStatusBarImage(old).image;
         QVERIFY(qAlpha(image.pixel(14, 22)) == 0 && qAlpha(image.pixel(6, 22)) > 128); // a ring

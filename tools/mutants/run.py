@@ -30,7 +30,7 @@ TESTS = {
     "platform": "tst_(platform|appstate)",
     "panel": "tst_(panel|snapshot|statusbar)",
     "ui": "tst_(ui|panel)",
-    "viewmodel": "tst_(panel|snapshot)",
+    "viewmodel": "tst_(panel|snapshot|statusbar)",
     "statusbar": "tst_statusbar",
     "snapshot": "tst_snapshot",
 }
