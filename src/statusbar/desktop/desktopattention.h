@@ -29,6 +29,8 @@ public:
     /// Returns at once. This object must outlive the sound's report.
     void playAlertSound() override;
     void inform(const QString &title, const QString &text, const QString &button) override;
+    void notify(const Notice & /*notice*/) override {}
+    void withdraw(const QString & /*id*/) override {}
 
 private:
     void report(AlertSound::Outcome outcome);
