@@ -17,9 +17,7 @@ enum class Change { none, fires, rearms };
 /// What one check does to an alert of the watched instrument.
 Change changeOf(const PriceAlert &alert, double price, double now)
 {
-    // Level, not crossing: being at or beyond the target at the moment of the check is enough.
-    const bool hit = alert.above ? alert.targetPrice <= price : price <= alert.targetPrice;
-    if (!hit)
+    if (!isHit(alert, price))
         return alert.triggered ? Change::rearms : Change::none;
     if (alert.triggered)
         return Change::none;
@@ -30,6 +28,12 @@ Change changeOf(const PriceAlert &alert, double price, double now)
 }
 
 } // namespace
+
+// Level, not crossing: being there at the moment of the check is enough.
+bool isHit(const PriceAlert &alert, double price)
+{
+    return alert.above ? alert.targetPrice <= price : price <= alert.targetPrice;
+}
 
 bool matches(const PriceAlert &alert, double price, QStringView symbol)
 {

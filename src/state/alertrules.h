@@ -27,6 +27,9 @@ struct AlertEvaluation
 [[nodiscard]] std::optional<AlertEvaluation> evaluate(const std::vector<PriceAlert> &alerts,
                                                       QStringView symbol, double price, double now);
 
+/// At or beyond the target.
+[[nodiscard]] bool isHit(const PriceAlert &alert, double price);
+
 /// What the user's acknowledgement makes of an alert: silent for a while.
 void acknowledge(PriceAlert &alert, double now);
 
