@@ -47,6 +47,8 @@ SettingsSection::SettingsSection(const PanelContext &context, QWidget *parent)
     , m_header(new DisclosureHeader(u"设置"_s))
     , m_market(new ChoiceRow(marketNames()))
     , m_miniMode(new ToggleSwitch(u"极简模式（状态栏只显示价格数字）"_s))
+    , m_desktopNotices(new ToggleSwitch(u"桌面通知"_s))
+    , m_zoneNotices(new ToggleSwitch(u"接近撑压时通知"_s))
     , m_threshold(new StepperRow(u"买卖预警阈值 (%)"_s, thresholdHelp.toString()))
     , m_distances(new TextLabel({}, TypeRole::caption, Tone::secondary))
     , m_status(new TextLabel(TypeRole::caption))
@@ -64,6 +66,10 @@ SettingsSection::SettingsSection(const PanelContext &context, QWidget *parent)
     connect(m_market, &ChoiceRow::picked, this, &SettingsSection::chooseMarket);
     connect(m_miniMode, &ToggleSwitch::clicked, this,
             [&state = m_context.state] { state.miniMode = !state.miniMode(); });
+    connect(m_desktopNotices, &ToggleSwitch::clicked, this,
+            [&state = m_context.state] { state.desktopNotices = !state.desktopNotices(); });
+    connect(m_zoneNotices, &ToggleSwitch::clicked, this,
+            [&state = m_context.state] { state.zoneNotices = !state.zoneNotices(); });
     connect(m_position, &PositionSettings::noted, this, &SettingsSection::noted);
     connectStepper(m_threshold, fields::threshold, m_context.state.signalThreshold);
     connectStepper(m_range, fields::range, m_context.state.displayRangePct);
@@ -87,7 +93,8 @@ QWidget *SettingsSection::makeContent()
     display->addWidget(m_range);
     display->addWidget(m_perSide);
     column->addWidget(makeRow(u"市场"_s, m_market));
-    column->addWidget(m_miniMode);
+    for (ToggleSwitch *toggle : {m_miniMode, m_desktopNotices, m_zoneNotices})
+        column->addWidget(toggle);
     column->addWidget(new Divider);
     column->addLayout(threshold);
     column->addWidget(new Divider);
@@ -178,6 +185,9 @@ void SettingsSection::refresh()
     const auto *segment = std::ranges::find(allMarketSegments, state.market());
     m_market->setCurrent(segment - allMarketSegments.begin());
     m_miniMode->setChecked(state.miniMode());
+    m_desktopNotices->setChecked(state.desktopNotices());
+    m_zoneNotices->setChecked(state.zoneNotices());
+    m_zoneNotices->setEnabled(state.desktopNotices());
     m_distances->setText(distancesText(state.nearestBuyDistPct(), state.nearestSellDistPct()));
     m_distances->setVisible(verdictShows(state));
     m_status->setText(verdictText(state));
@@ -188,8 +198,9 @@ void SettingsSection::refresh()
 QList<QWidget *> SettingsSection::tabStops() const
 {
     QList<QWidget *> stops{m_header};
-    return stops << m_market->tabStops() << m_miniMode << m_threshold->tabStops() << m_position->tabStops()
-                 << m_range->tabStops() << m_perSide->tabStops() << m_proxyCrypto << m_proxyStock;
+    return stops << m_market->tabStops() << m_miniMode << m_desktopNotices << m_zoneNotices
+                 << m_threshold->tabStops() << m_position->tabStops() << m_range->tabStops()
+                 << m_perSide->tabStops() << m_proxyCrypto << m_proxyStock;
 }
 
 } // namespace kestrune

@@ -52,6 +52,8 @@ private:
     Collapsible *m_body;
     ChoiceRow *m_market;
     ToggleSwitch *m_miniMode;
+    ToggleSwitch *m_desktopNotices;
+    ToggleSwitch *m_zoneNotices;
     StepperRow *m_threshold;
     TextLabel *m_distances;
     TextLabel *m_status;

@@ -30,6 +30,12 @@ std::vector<BlingItem> signsOf(const AppState &state)
     return signs;
 }
 
+/// In words, what the picture says by a bell.
+QString firedText(int elsewhere)
+{
+    return elsewhere == 0 ? QString() : u" · 另有 %1 条提醒已触发"_s.arg(elsewhere);
+}
+
 /// "ETH  3,456.78  +1.25%", and in words what the picture says by dimming.
 QString titleOf(const AppState &state)
 {
@@ -77,7 +83,8 @@ StatusItemContent StatusBarController::content() const
         content.signs = signsOf(*m_state);
         content.blingPulse = m_state->blingPulse();
     }
-    content.title = titleOf(*m_state);
+    content.firedElsewhere = m_state->firedElsewhere();
+    content.title = titleOf(*m_state) + firedText(content.firedElsewhere);
     content.detail = verdictText(*m_state);
     return content;
 }
@@ -94,6 +101,10 @@ void StatusBarController::subscribe()
     for (const PublishedField *field : looksAndReadings)
         m_state->onChange(*field, this, [this] { redraw(); });
     m_state->onChange(m_state->blingMode, this, [this] { m_popover.close(); });
+    m_state->onChange(m_state->alertToShow, this, [this] {
+        if (m_state->alertToShow() && !m_popover.isVisible())
+            showPopover();
+    });
 }
 
 void StatusBarController::redraw()

@@ -5,6 +5,7 @@
 #include "statusbar/pixelshapes.h"
 #include "ui/devicepixels.h"
 #include "ui/glyphdrawing.h"
+#include "ui/icons.h"
 #include "ui/palette.h"
 #include "ui/typography.h"
 
@@ -35,6 +36,9 @@ constexpr double dotBottom = 7;
 constexpr double dotGap = 4;
 constexpr double bellWidth = 14;
 constexpr double bellGap = 4;
+constexpr double countBellSide = 12; // of the bell that counts
+constexpr double countGap = 2;
+constexpr double countSize = 11;
 
 constexpr double cellBottom = 2;
 constexpr double cellHeight = 18;
@@ -345,6 +349,26 @@ StatusPicture renderBling(const std::vector<BlingItem> &given, int pulse, double
     return picture;
 }
 
+StatusPicture renderAlertBell(int count, bool dark, double scale)
+{
+    constexpr int mostCounted = 99;
+    constexpr double lead = bellGap;
+    const ShapedText number(count > mostCounted ? u"99+"_s : QString::number(count),
+                            textStyle(countSize, QFont::DemiBold, scale), maximumStatusWidth * scale);
+    const double textLeft = lead + countBellSide + countGap;
+    StatusPicture picture{{}, textLeft + number.width() / scale + sideMargin};
+    picture.image = emptyImage(picture.width, scale);
+    const QColor &orange = signalColors(dark).orange;
+    QPainter painter(&picture.image);
+    drawIcon(painter,
+             QRectF(lead * scale, (statusHeight - countBellSide) / 2 * scale, countBellSide * scale,
+                    countBellSide * scale),
+             u"bell.fill"_s, orange);
+    painter.setPen(orange);
+    number.draw(painter, {textLeft * scale, (statusHeight * scale - number.height()) / 2});
+    return picture;
+}
+
 /// The painter's scale within what a screen can have.
 double screenScale(const QPainter &painter)
 {
@@ -435,6 +459,18 @@ void paintBlingStatus(QPainter &painter, const QPointF &origin, const std::vecto
                       int pulse)
 {
     drawPixelForPixel(painter, origin, renderBling(items, pulse, screenScale(painter)).image);
+}
+
+StatusPicture makeAlertBell(int count, bool dark, double scale)
+{
+    StatusPicture picture = renderAlertBell(count, dark, scale);
+    picture.image.setDevicePixelRatio(scale);
+    return picture;
+}
+
+void paintAlertBell(QPainter &painter, const QPointF &origin, int count, bool dark)
+{
+    drawPixelForPixel(painter, origin, renderAlertBell(count, dark, screenScale(painter)).image);
 }
 
 } // namespace kestrune

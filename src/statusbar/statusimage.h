@@ -76,4 +76,8 @@ void paintStatus(QPainter &painter, const QPointF &origin, const StatusContent &
 void paintBlingStatus(QPainter &painter, const QPointF &origin, const std::vector<BlingItem> &items,
                       int pulse);
 
+/// A bell with the number of fired alerts, to stand behind either picture; no wider than 40 points.
+[[nodiscard]] StatusPicture makeAlertBell(int count, bool dark, double scale = 2);
+void paintAlertBell(QPainter &painter, const QPointF &origin, int count, bool dark);
+
 } // namespace kestrune

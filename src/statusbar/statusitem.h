@@ -19,8 +19,12 @@ struct StatusItemContent
     StatusContent status; ///< filled in neon mode too: hosts with room for a dot only show its signal
     std::vector<BlingItem> signs;
     int blingPulse = 0;
-    QString title;  ///< name, price and change on one line
-    QString detail; ///< the verdict
+    QString title;          ///< name, price and change on one line
+    QString detail;         ///< the verdict
+    int firedElsewhere = 0; ///< alerts of other instruments that wait for an answer
+
+    /// The text beside the dot, where the host writes it.
+    [[nodiscard]] QString label() const;
 };
 
 /// Whether both are drawn alike; texts beside the picture do not count.

@@ -32,6 +32,7 @@ void ToggleSwitch::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
     const Palette &palette = paletteOf(this);
+    painter.setOpacity(isEnabled() ? 1 : 0.45);
     painter.setPen(palette.text);
     const int top = (height() - lineHeight(TypeRole::caption)) / 2; // a whole pixel
     drawTextLine(painter, QPointF(0, top), text(), TypeRole::caption);

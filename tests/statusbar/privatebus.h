@@ -5,6 +5,7 @@
 #include <QDBusMessage>
 #include <QProcess>
 #include <QSet>
+#include <QTemporaryFile>
 
 namespace kestrune::test {
 
@@ -27,6 +28,7 @@ public:
                                            const QString &member, const QVariantList &arguments = {});
 
 private:
+    QTemporaryFile m_config;
     QProcess m_daemon;
     QString m_address;
     QSet<QString> m_names;

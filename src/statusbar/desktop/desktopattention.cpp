@@ -49,6 +49,23 @@ void DesktopAttention::inform(const QString &title, const QString &text, const Q
     box->show();
 }
 
+void DesktopAttention::notify(const Notice &notice)
+{
+    if (!m_notices) {
+        m_notices =
+            std::make_unique<DesktopNotices>(QDBusConnection::sessionBus(), DesktopNotices::usualWay());
+        QObject::connect(m_notices.get(), &DesktopNotices::chosen, m_notices.get(),
+                         [this](const QString &id, NoticeChoice choice) { answerNotice(id, choice); });
+    }
+    m_notices->show(notice);
+}
+
+void DesktopAttention::withdraw(const QString &id)
+{
+    if (m_notices)
+        m_notices->withdraw(id);
+}
+
 AlertSound *loadAlertSound(const QStringList &folders)
 {
     for (const QString &folder : folders) {

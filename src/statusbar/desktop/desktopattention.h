@@ -3,10 +3,12 @@
 
 #include "platform/attention.h"
 #include "sound/alertsound.h"
+#include "statusbar/desktop/desktopnotices.h"
 
 #include <QStringList>
 
 #include <functional>
+#include <memory>
 
 namespace kestrune {
 
@@ -29,14 +31,15 @@ public:
     /// Returns at once. This object must outlive the sound's report.
     void playAlertSound() override;
     void inform(const QString &title, const QString &text, const QString &button) override;
-    void notify(const Notice & /*notice*/) override {}
-    void withdraw(const QString & /*id*/) override {}
+    void notify(const Notice &notice) override;
+    void withdraw(const QString &id) override;
 
 private:
     void report(AlertSound::Outcome outcome);
 
     Ringing m_ringing;
     AlertSound *m_sound = nullptr;
+    std::unique_ptr<DesktopNotices> m_notices; ///< made for the first message
 };
 
 /// The sound of the first module found; nothing when none can be loaded. It lives as long as the process.

@@ -178,8 +178,8 @@ void NotifierItem::show(const StatusItemContent &content)
         announce(u"NewToolTip"_s);
     }
     const bool showsLabel = m_host == NotifierHost::label || m_host == NotifierHost::shell;
-    if (showsLabel && before.status.text != content.status.text)
-        announce(u"XAyatanaNewLabel"_s, {content.status.text, content.status.text});
+    if (showsLabel && before.label() != content.label())
+        announce(u"XAyatanaNewLabel"_s, {content.label(), content.label()});
 }
 
 void NotifierItem::announce(const QString &signal, const QVariantList &arguments)
@@ -217,7 +217,7 @@ QVariant NotifierItem::property(const QString &name) const
     if (name == "ToolTip"_L1)
         return QVariant::fromValue(NotifierToolTip{{}, {}, m_content.title, m_content.detail});
     if (name == "XAyatanaLabel"_L1 || name == "XAyatanaLabelGuide"_L1)
-        return status.text;
+        return m_content.label();
     if (name == "OverlayIconPixmap"_L1)
         return QVariant::fromValue(QList<NotifierPixmap>());
     if (name == "IconPixmap"_L1 || name == "AttentionIconPixmap"_L1) {
