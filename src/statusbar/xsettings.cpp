@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "statusbar/xsettings.h"
 
+#include <QList>
 #include <QtEndian>
 
 #include <algorithm>
