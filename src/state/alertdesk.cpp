@@ -31,10 +31,14 @@ void AlertDesk::restore()
     if (m_state.alerts().empty())
         return;
     std::vector<PriceAlert> alerts = m_state.alerts();
-    for (const AlertLogEntry &firing : log.entries()) {
-        const auto alert = std::ranges::find(alerts, firing.id, &PriceAlert::id);
-        if (alert != alerts.end() && alert->lastFiredAt < epochSeconds(firing.time))
-            alert->lastFiredAt = epochSeconds(firing.time);
+    const std::vector<AlertLogEntry> &firings = log.entries();
+    for (PriceAlert &alert : alerts) {
+        const auto last = std::find_if(firings.rbegin(), firings.rend(),
+                                       [&alert](const auto &firing) { return firing.id == alert.id; });
+        // The acknowledgement is stored with the alert, and with a clock that is set the later may be the
+        // smaller.
+        if (last != firings.rend() && !last->acknowledgedAt)
+            alert.lastFiredAt = epochSeconds(last->time);
     }
     if (alerts != m_state.alerts())
         m_state.alerts = std::move(alerts);

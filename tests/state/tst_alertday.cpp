@@ -56,17 +56,17 @@ public:
             clock.advance(std::chrono::seconds(1 + below(6)));
         else if (choice < 88)
             select();
-        else if (choice < 91)
+        else if (choice == 88)
             addAlert();
-        else if (choice < 93)
+        else if (choice == 89)
             forgetOne();
-        else if (choice < 97)
+        else if (choice < 92)
             userAnswers();
-        else if (choice == 97)
+        else if (choice == 92)
             clock.setNow(clock.now() + std::chrono::seconds(below(3600) - 1800));
-        else if (choice == 98)
+        else if (choice == 93)
             suspend();
-        else if (below(10) == 0)
+        else if (below(60) == 0)
             restart();
         noteRequests();
     }
@@ -178,7 +178,7 @@ private:
                                      .toLatin1();
         for (const QString &symbol : open.symbols) {
             double &price = m_prices.try_emplace(symbol, 100).first->second;
-            price = std::clamp(price * (0.99 + 0.02 * below(1000) / 999), 60.0, 160.0);
+            price = std::clamp(price * (0.998 + 0.004 * below(1000) / 999), 60.0, 160.0);
             quotes.push_back({symbol.toLatin1(), "", price, 0, stamp});
         }
         // Those that are watched count in the order of their names, as they are asked for.
@@ -203,8 +203,8 @@ private:
     {
         AppState &state = *m_run->state;
         const double target =
-            m_prices.try_emplace(state.coinSymbol(), 100).first->second * (0.985 + 0.03 * below(1000) / 999);
-        const bool above = below(2) == 0;
+            m_prices.try_emplace(state.coinSymbol(), 100).first->second * (0.97 + 0.06 * below(1000) / 999);
+        const bool above = (target > m_prices[state.coinSymbol()]) == (below(4) > 0);
         const auto live = state.livePrice();
         state.addAlert(target, u"x"_s, above);
         m_alerts.push_back({state.alerts().back().id, state.coinSymbol(), target, above});
@@ -237,6 +237,7 @@ private:
         alert->triggered = false;
         alert->snoozed = snooze;
         alert->fired = now();
+        m_lastTold.erase(id);
         m_stored = m_alerts;
     }
     void suspend()
@@ -262,7 +263,7 @@ private:
         m_alerts = m_stored;
         for (Alert &alert : m_alerts) {
             if (const auto told = m_lastTold.find(alert.id); told != m_lastTold.end())
-                alert.fired = std::max(alert.fired.value_or(0), told->second);
+                alert.fired = told->second;
         }
         m_started = clock.steady();
         drainEvents();
@@ -282,7 +283,7 @@ private:
     std::map<QString, SteadyInstant> m_asked;
     SteadyInstant m_started{};
     std::vector<Alert> m_alerts, m_stored;
-    std::map<QString, double> m_lastTold;
+    std::map<QString, double> m_lastTold; // and not acknowledged
     QStringList m_told;
     int m_sounds = 0;
 };
