@@ -5,7 +5,7 @@
 #   style layers share format       the sources as text; layers also looks at the names of folders
 #   shell cppcheck lint coroutines  what the checkers of the languages say
 #   tests                           the daily build, in unity batches, and all tests
-#   release                         the program as users build it, in large batches across folders
+#   release                         the program as users build it, in large batches across folders, and the benchmarks
 #   ordinary                        the other way of building, file by file with warnings as errors, and all tests
 #   headers clang                   every header alone; everything with clang
 #   sanitize threads fuzz           all tests under the sanitizers; two seconds of each fuzz target
@@ -30,7 +30,7 @@ done
 if [[ " ${quick_steps[*]} " == *" ${wanted[*]} "* ]]; then
     install_missing "${quick_packages[@]}"
 else
-    install_missing "${build_packages[@]}" "${run_packages[@]}" "${test_packages[@]}" "${check_packages[@]}"
+    install_missing "${build_packages[@]}" "${run_packages[@]}" "${test_packages[@]}" "${bench_packages[@]}" "${check_packages[@]}"
 fi
 
 units() { git ls-files 'src/*.cpp' 'replay/*.cpp'; }
@@ -46,7 +46,7 @@ check_cppcheck() {
         --quiet --error-exitcode=1 -j"$(nproc)" src replay bench fuzz
 }
 check_tests() { scripts/test.sh; }
-check_release() { cmake --preset release && cmake --build --preset release && build/release/bin/kestrune-bar --version; }
+check_release() { cmake --preset bench && cmake --build --preset bench && build/bench/bin/kestrune-bar --version; }
 check_ordinary() { cmake --preset check && cmake --build --preset check && ctest --preset check -j2; }
 check_headers() { cmake --preset check && cmake --build build/check --target all_verify_interface_header_sets; }
 check_clang() { cmake --preset check-clang && cmake --build --preset check-clang; }

@@ -29,6 +29,7 @@ public:
         m_price = m_price > 3050 ? 2950 : m_price + 0.37;
         co_return HttpAnswer{gateTicker(m_price, 1.5)};
     }
+    void setProxy(const QNetworkProxy & /*proxy*/) override {}
 
 private:
     QByteArray m_candles = gateCandles(waveCandles(200, 3000));
