@@ -184,6 +184,15 @@ bool candlesAreOld(MarketSegment segment, QStringView timeframe, qint64 lastTs, 
     return weekdays > allowed;
 }
 
+MarketSegment segmentOf(QStringView symbol)
+{
+    const auto exchange = stockMarketOf(symbol);
+    if (!exchange || symbol.size() == 2 ||
+        !std::all_of(symbol.begin() + 2, symbol.end(), [](QChar c) { return c >= u'0' && c <= u'9'; }))
+        return MarketSegment::crypto;
+    return *exchange == StockMarket::hk ? MarketSegment::hk : MarketSegment::cn;
+}
+
 QString bareCode(const QString &code)
 {
     return stockMarketOf(code) ? code.mid(2) : code;

@@ -38,6 +38,9 @@ inline constexpr std::array allStockMarkets{StockMarket::sh, StockMarket::sz, St
 /// The exchange of a stock code by its prefix in any case; absent for other codes.
 [[nodiscard]] std::optional<StockMarket> stockMarketOf(QStringView code);
 
+/// The segment of an instrument: a stock is its exchange's prefix and digits.
+[[nodiscard]] MarketSegment segmentOf(QStringView symbol);
+
 /// What an exchange does at an instant; public holidays are deliberately not known.
 struct MarketSession
 {

@@ -10,6 +10,7 @@ namespace kestrune {
 namespace {
 
 constexpr double cooldownSeconds = 120;
+constexpr double snoozeSeconds = 600;
 
 enum class Change { none, fires, rearms };
 
@@ -22,16 +23,17 @@ Change changeOf(const PriceAlert &alert, double price, double now)
         return alert.triggered ? Change::rearms : Change::none;
     if (alert.triggered)
         return Change::none;
-    // A clock that stepped back makes this negative: silent until it has caught up.
+    // A clock that was ahead makes this negative: better told once more than silent for who knows how long.
     const double elapsed = alert.lastFiredAt ? now - *alert.lastFiredAt : std::numeric_limits<double>::max();
-    return elapsed > cooldownSeconds ? Change::fires : Change::none;
+    const double wait = alert.snoozed ? snoozeSeconds : cooldownSeconds;
+    return elapsed < 0 || elapsed > wait ? Change::fires : Change::none;
 }
 
 } // namespace
 
 bool matches(const PriceAlert &alert, double price, QStringView symbol)
 {
-    return std::abs(alert.targetPrice - price) < 1e-9 && alert.symbol == symbol;
+    return !alert.follows && std::abs(alert.targetPrice - price) < 1e-9 && alert.symbol == symbol;
 }
 
 std::optional<AlertEvaluation> evaluate(const std::vector<PriceAlert> &alerts, QStringView symbol,
@@ -47,7 +49,7 @@ std::optional<AlertEvaluation> evaluate(const std::vector<PriceAlert> &alerts, Q
     if (first == alerts.end())
         return std::nullopt;
 
-    AlertEvaluation result{alerts, false};
+    AlertEvaluation result{alerts, {}};
     for (auto alert = result.alerts.begin() + (first - alerts.begin()); alert != result.alerts.end();
          ++alert) {
         if (alert->symbol != symbol)
@@ -56,12 +58,23 @@ std::optional<AlertEvaluation> evaluate(const std::vector<PriceAlert> &alerts, Q
         if (change == Change::none)
             continue;
         alert->triggered = change == Change::fires;
+        alert->firedPrice.reset();
         if (change == Change::fires) {
             alert->lastFiredAt = now;
-            result.fired = true;
+            alert->firedPrice = price;
+            alert->snoozed = false;
+            result.fired.push_back(*alert);
         }
     }
     return result;
+}
+
+void acknowledge(PriceAlert &alert, double now)
+{
+    alert.triggered = false;
+    alert.firedPrice.reset();
+    alert.snoozed = false;
+    alert.lastFiredAt = now;
 }
 
 bool anyTriggered(std::span<const PriceAlert> alerts, QStringView symbol)

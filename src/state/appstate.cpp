@@ -7,6 +7,7 @@
 #include "market/stockmarketservice.h"
 #include "platform/attention.h"
 #include "platform/proxychoice.h"
+#include "state/alertdesk.h"
 #include "state/instrumentlists.h"
 
 #include <utility>
@@ -23,6 +24,11 @@ std::shared_ptr<AppState> AppState::create(const Dependencies &dependencies)
     state->startTimers();
     state->runInBackground(&AppState::refreshEverything);
     state->checkFirstLaunchHint();
+    dependencies.attention.onNoticeAnswer(
+        [weak = state->weak_from_this()](const QString &id, NoticeChoice choice) {
+            if (const auto living = weak.lock())
+                living->m_alertDesk->answered(id, choice);
+        });
     return state;
 }
 
@@ -38,6 +44,7 @@ AppState::AppState(Private, const Dependencies &dependencies)
     , coinList(pickerSymbols(MarketSegment::crypto))
     , cnList(pickerSymbols(MarketSegment::cn))
     , hkList(pickerSymbols(MarketSegment::hk))
+    , m_alertDesk(std::make_unique<AlertDesk>(*this))
 {}
 
 AppState::~AppState()

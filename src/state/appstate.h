@@ -4,13 +4,13 @@
 #include "analysis/candle.h"
 #include "analysis/zone.h"
 #include "analysis/zonebuilding.h"
-#include "market/endpoints.h"
 #include "market/marketsegment.h"
 #include "market/priceresult.h"
 #include "market/stockquote.h"
 #include "platform/clock.h"
 #include "platform/preferences.h"
 #include "state/barsignal.h"
+#include "state/dependencies.h"
 #include "state/marginmode.h"
 #include "state/marketcontext.h"
 #include "state/observable.h"
@@ -33,18 +33,12 @@
 
 namespace kestrune {
 
-class Attention;
-class HttpClient;
+class AlertDesk;
+class AlertLog;
 class MarketService;
 class SourceHealth;
 class StockMarketService;
 struct PlanInputs;
-
-struct RefreshOutcome
-{
-    bool success = false;
-    QString message; ///< user-facing
-};
 
 /// The one observable object of the application and the only owner of displayed data. Its operations never
 /// fail: what goes wrong becomes `errorMessage`, and the old data stay.
@@ -57,17 +51,7 @@ class AppState final : public ObservableObject, public std::enable_shared_from_t
     };
 
 public:
-    /// All outlive the state, but for a refresh that is still waiting when the clients go: their end
-    /// resumes it, and then it ends too.
-    struct Dependencies
-    {
-        HttpClient &cryptoHttp;
-        HttpClient &stockHttp;
-        Clock &clock;
-        Preferences &preferences;
-        Attention &attention;
-        Endpoints endpoints;
-    };
+    using Dependencies = StateDependencies;
 
     /// Restores settings and alerts, starts the loops and the first full refresh, schedules the hint.
     [[nodiscard]] static std::shared_ptr<AppState> create(const Dependencies &dependencies);
@@ -121,6 +105,8 @@ public:
     Published<MarginMode> marginMode = kept(settings::marginMode, &AppState::marginMode);
     Published<bool> marketContextExpanded =
         kept(settings::marketContextExpanded, &AppState::marketContextExpanded);
+    Published<bool> desktopNotices = kept(settings::desktopNotices, &AppState::desktopNotices);
+    Published<bool> zoneNotices = kept(settings::zoneNotices, &AppState::zoneNotices);
     Published<std::vector<PriceAlert>> alerts =
         restored(settings::alerts, &AppState::alerts); ///< of all instruments
     Published<bool> blingMode =
@@ -164,6 +150,7 @@ public:
     Published<std::vector<SymbolPrice>> multiPrices{*this};
     Published<int> blingPulse{*this};
     Published<int> pulsePhase{*this};
+    Published<std::optional<QString>> alertToShow{*this}; ///< id; the panel shows it and clears this
 
     // Whose the price, the zones and the signals are, set with them. Readers ask for the standings below.
     std::optional<PriceOrigin> priceOrigin;
@@ -226,6 +213,11 @@ public:
     [[nodiscard]] std::vector<PriceAlert> currentAlerts() const;
     [[nodiscard]] bool alertActive() const; ///< some alert of the instrument is triggered
     [[nodiscard]] bool hasAlert(double target) const;
+    [[nodiscard]] std::vector<PriceAlert> firedAlerts() const; ///< triggered, of all, latest firing first
+    [[nodiscard]] int firedElsewhere() const; ///< triggered ones of the instruments that are not selected
+    [[nodiscard]] QString alertName(const PriceAlert &alert) const; ///< of its instrument: "ETH", "贵州茅台"
+    [[nodiscard]] bool follows(const Zone &zone) const; ///< some alert goes along with the zone of this place
+    [[nodiscard]] AlertLog &alertLog();
     [[nodiscard]] const QStringList &blingSymbols() const;
 
     // Refreshes. Overlapping ones are applied in order of arrival, whatever is selected by then: what was
@@ -243,7 +235,7 @@ public:
 
     // Selection.
     void setCoin(const QString &code);
-    void setMarket(MarketSegment segment);
+    void setMarket(MarketSegment segment, const std::optional<QString> &code = {}); ///< the first one
     void setTimeframe(const QString &label);
 
     /// Sets `proxyCrypto` or `proxyStock` and refreshes at once by it; false, and nothing is done, for a text
@@ -251,10 +243,17 @@ public:
     bool chooseProxy(Published<QString> AppState::*proxy, const QString &text);
 
     // Alerts.
-    void addAlert(double target, std::optional<QString> label = {}, std::optional<bool> above = {});
+    void addAlert(double target, std::optional<QString> label = {}, std::optional<bool> above = {},
+                  std::optional<FollowedZone> follows = {});
     void toggleZoneAlert(const Zone &zone);
+    void followZone(const Zone &zone); ///< adds or removes the alert that follows() tells of
     void removeAlert(const QString &id);
-    void dismissAlert(const QString &id);
+    void restoreAlert(const PriceAlert &alert); ///< one that was removed, as it was
+    void dismissAlert(const QString &id, const QString &where = QStringLiteral("panel"));
+    void snoozeAlert(const QString &id, const QString &where = QStringLiteral("panel")); ///< for 10 minutes
+    void rearmAlert(const QString &id);          ///< at the same target, in the other direction
+    void showAlertInstrument(const QString &id); ///< selects it
+    void setAway(bool away);                     ///< the screen is locked or the machine goes to sleep
     void evaluateAlerts();
     void addPlanAlerts(const TradePlan &plan);
     /// Takes over what another running program has changed in the stored alerts. What this one has changed
@@ -271,7 +270,8 @@ public:
 
 private:
     using Weak = std::weak_ptr<AppState>;
-    using LoopFunction = QCoro::Task<> (*)(Weak, Clock *, std::stop_token);
+    using Loop = QCoro::Task<>(Weak, Clock *, std::stop_token);
+    friend class AlertDesk;
 
     void restore();
     void checkFirstLaunchHint();
@@ -281,13 +281,8 @@ private:
     [[nodiscard]] QCoro::Task<RefreshOutcome> refreshAll(ZonesAt at);
     void runInBackground(QCoro::Task<> (AppState::*refresh)());
     [[nodiscard]] QCoro::Task<> refreshEverything(); ///< refreshAll without its result
-    void startLoop(std::optional<std::stop_source> &handle, LoopFunction loop);
-    static QCoro::Task<> priceLoop(Weak weak, Clock *clock, std::stop_token stop);
-    static QCoro::Task<> srLoop(Weak weak, Clock *clock, std::stop_token stop);
-    static QCoro::Task<> resumeLoop(Weak weak, Clock *clock, std::stop_token stop);
-    static QCoro::Task<> alertPulseLoop(Weak weak, Clock *clock, std::stop_token stop);
-    static QCoro::Task<> blingLoop(Weak weak, Clock *clock, std::stop_token stop);
-    static QCoro::Task<> blingPulseLoop(Weak weak, Clock *clock, std::stop_token stop);
+    void startLoop(std::optional<std::stop_source> &handle, Loop *loop);
+    static Loop priceLoop, srLoop, resumeLoop, alertPulseLoop, blingLoop, blingPulseLoop, ageLoop;
 
     [[nodiscard]] bool programIsEnding() const;
     [[nodiscard]] QCoro::Task<bool> refreshStockPrice(Subject asked);
@@ -309,16 +304,17 @@ private:
     void noteFailure(std::optional<Failure> &failure, bool own, const QString &message);
     void watchAges();
     [[nodiscard]] std::optional<std::chrono::nanoseconds> nextAgeChange() const;
-    static QCoro::Task<> ageLoop(Weak weak, Clock *clock, std::stop_token stop);
     [[nodiscard]] bool isOld(const CandleList &candles, const Subject &asked) const;
     [[nodiscard]] QCoro::Task<std::optional<CandleList>> fetchCandles(QString label);
     void clearAnalysisState();
     void selectCoin(const QString &code);
 
     void saveAlerts();
-    void directAlerts(double live);
+    [[nodiscard]] bool changeAlert(const QString &id, const std::function<void(PriceAlert &)> &change);
+    void evaluateAlerts(const QString &symbol, double live);
+    void directAlerts(const QString &symbol, double live);
     void playAlertSound();
-    void startAlertPulseIfNeeded();
+    void startAlertLoops();
     [[nodiscard]] bool advanceAlertPulse();
 
     void proxyDidChange(const Setting<QString> &setting, HttpClient &http, const QString &text);
@@ -330,6 +326,7 @@ private:
     [[nodiscard]] PlanInputs planInputs() const;
 
     std::vector<PriceAlert> m_storedAlerts; ///< as they were last seen stored
+    const std::unique_ptr<AlertDesk> m_alertDesk;
     CandleLevels m_lastSRLevels; ///< what zone building takes from lastSRCandles, once per candle list
     enum class Resuming { no, yes, askedAgain } m_resuming = Resuming::no;
     std::vector<Subject> m_zonesAsked, m_signalsAsked; ///< of the refreshes that wait for answers

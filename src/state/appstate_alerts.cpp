@@ -3,11 +3,15 @@
 
 #include "analysis/priceformat.h"
 #include "platform/attention.h"
+#include "state/alertdesk.h"
 #include "state/alertrules.h"
+#include "state/alerttexts.h"
 
 #include <QUuid>
 
 #include <algorithm>
+#include <cmath>
+#include <iterator>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -33,7 +37,40 @@ bool AppState::hasAlert(double target) const
                                [&](const PriceAlert &alert) { return matches(alert, target, coinSymbol()); });
 }
 
-void AppState::addAlert(double target, std::optional<QString> label, std::optional<bool> above)
+std::vector<PriceAlert> AppState::firedAlerts() const
+{
+    std::vector<PriceAlert> fired;
+    std::ranges::copy_if(alerts(), std::back_inserter(fired), &PriceAlert::triggered);
+    std::ranges::stable_sort(fired, std::ranges::greater(), &PriceAlert::lastFiredAt);
+    return fired;
+}
+
+int AppState::firedElsewhere() const
+{
+    return int(std::ranges::count_if(alerts(), [this](const PriceAlert &alert) {
+        return alert.triggered && alert.symbol != coinSymbol();
+    }));
+}
+
+QString AppState::alertName(const PriceAlert &alert) const
+{
+    if (!alert.name.isEmpty())
+        return alert.name;
+    return segmentOf(alert.symbol) == MarketSegment::crypto ? alert.symbol.toUpper() : bareCode(alert.symbol);
+}
+
+AlertLog &AppState::alertLog()
+{
+    return m_alertDesk->log;
+}
+
+void AppState::setAway(bool away)
+{
+    m_alertDesk->setAway(away);
+}
+
+void AppState::addAlert(double target, std::optional<QString> label, std::optional<bool> above,
+                        std::optional<FollowedZone> follows)
 {
     const auto reference = priceStanding().believed() ? price() : ownZonePrice();
     std::vector<PriceAlert> changed = alerts();
@@ -44,7 +81,11 @@ void AppState::addAlert(double target, std::optional<QString> label, std::option
                        .label = label ? std::move(*label) : u"手动 "_s + fmtP(target, decimals()),
                        .triggered = false,
                        .lastFiredAt = std::nullopt,
-                       .undirected = !above && !reference});
+                       .undirected = !above && !reference,
+                       .name = stockQuote() && stockQuote()->symbol == coinSymbol().toLower()
+                                   ? stockQuote()->name
+                                   : QString(),
+                       .follows = follows});
     alerts = std::move(changed);
     saveAlerts();
     evaluateAlerts();
@@ -62,31 +103,127 @@ void AppState::toggleZoneAlert(const Zone &zone)
     addAlert(zone.mid, (resistance ? u"阻力 "_s : u"支撑 "_s) + fmtP(zone.mid, decimals()), resistance);
 }
 
+// The zone at the same place: its side, and how many of them are nearer.
+static std::optional<FollowedZone> placeOf(const Zone &zone, const std::vector<Zone> &zones)
+{
+    if (zone.type != u"support" && zone.type != u"resistance")
+        return std::nullopt;
+    const auto nearer = std::ranges::count_if(zones, [&zone](const Zone &other) {
+        return other.type == zone.type && std::abs(other.distPct) < std::abs(zone.distPct);
+    });
+    return FollowedZone{zone.type == u"resistance", int(nearer) + 1};
+}
+
+static auto followerOf(const std::vector<PriceAlert> &alerts, const QString &symbol,
+                       const std::optional<FollowedZone> &place)
+{
+    return std::ranges::find_if(alerts, [&](const PriceAlert &alert) {
+        return place && alert.follows == place && alert.symbol == symbol;
+    });
+}
+
+bool AppState::follows(const Zone &zone) const
+{
+    return followerOf(alerts(), coinSymbol(), placeOf(zone, zones())) != alerts().end();
+}
+
+void AppState::followZone(const Zone &zone)
+{
+    const auto place = placeOf(zone, zones());
+    if (!place)
+        return;
+    if (const auto present = followerOf(alerts(), coinSymbol(), place); present != alerts().end())
+        removeAlert(present->id);
+    else
+        addAlert(zone.mid, followedLabel(*place, fmtP(zone.mid, decimals())), place->resistance, place);
+}
+
 void AppState::removeAlert(const QString &id)
 {
-    std::vector<PriceAlert> changed = alerts();
+    const std::vector<PriceAlert> before = alerts();
+    std::vector<PriceAlert> changed = before;
     std::erase_if(changed, [&](const PriceAlert &alert) { return alert.id == id; });
     alerts = std::move(changed);
     saveAlerts();
+    m_alertDesk->withdrawSettled(before);
 }
 
-void AppState::dismissAlert(const QString &id)
+void AppState::restoreAlert(const PriceAlert &alert)
+{
+    if (std::ranges::find(alerts(), alert.id, &PriceAlert::id) != alerts().end())
+        return;
+    std::vector<PriceAlert> changed = alerts();
+    changed.push_back(alert);
+    alerts = std::move(changed);
+    saveAlerts();
+    startAlertLoops();
+}
+
+bool AppState::changeAlert(const QString &id, const std::function<void(PriceAlert &)> &change)
 {
     std::vector<PriceAlert> changed = alerts();
     const auto alert = std::ranges::find(changed, id, &PriceAlert::id);
     if (alert == changed.end())
-        return;
-    alert->triggered = false;
-    alert->lastFiredAt = epochSeconds(m_dependencies.clock.now()); // starts the cooldown
+        return false;
+    change(*alert);
     alerts = std::move(changed);
     saveAlerts();
+    return true;
+}
+
+void AppState::dismissAlert(const QString &id, const QString &where)
+{
+    const double now = epochSeconds(m_dependencies.clock.now());
+    if (changeAlert(id, [now](PriceAlert &alert) { acknowledge(alert, now); }))
+        m_alertDesk->acknowledged(id, where);
+}
+
+void AppState::snoozeAlert(const QString &id, const QString &where)
+{
+    const double now = epochSeconds(m_dependencies.clock.now());
+    const auto snooze = [now](PriceAlert &alert) {
+        acknowledge(alert, now);
+        alert.snoozed = true;
+    };
+    if (changeAlert(id, snooze))
+        m_alertDesk->acknowledged(id, where);
+}
+
+void AppState::rearmAlert(const QString &id)
+{
+    const double now = epochSeconds(m_dependencies.clock.now());
+    const auto rearm = [&](PriceAlert &alert) {
+        const bool atTarget = alert.firedPrice == alert.targetPrice;
+        acknowledge(alert, now);
+        if (!atTarget) // else it would ring at once, for the touch that has been told
+            alert.lastFiredAt.reset();
+        alert.above = !alert.above;
+        alert.undirected = false;
+        if (alert.follows)
+            alert.label = u"手动 "_s + alertPriceText(alert.symbol, alert.targetPrice);
+        alert.follows.reset(); // beyond its zone there is none to go along with
+    };
+    if (changeAlert(id, rearm))
+        m_alertDesk->acknowledged(id, u"panel"_s);
+}
+
+void AppState::showAlertInstrument(const QString &id)
+{
+    const auto alert = std::ranges::find(alerts(), id, &PriceAlert::id);
+    if (alert == alerts().end() || alert->symbol == coinSymbol())
+        return;
+    const QString symbol = alert->symbol;
+    if (const MarketSegment segment = segmentOf(symbol); segment != market())
+        setMarket(segment, symbol);
+    else
+        setCoin(symbol);
 }
 
 // An alert that was added before there was anything to compare it with.
-void AppState::directAlerts(double live)
+void AppState::directAlerts(const QString &symbol, double live)
 {
-    const auto waits = [this](const PriceAlert &alert) {
-        return alert.undirected && alert.symbol == coinSymbol();
+    const auto waits = [&symbol](const PriceAlert &alert) {
+        return alert.undirected && alert.symbol == symbol;
     };
     if (std::ranges::none_of(alerts(), waits))
         return;
@@ -104,17 +241,19 @@ void AppState::directAlerts(double live)
 // deliberate: firing and re-arming are not saved; the stored form changes only with the user's operations.
 void AppState::evaluateAlerts()
 {
-    const auto live = livePrice();
-    if (!live)
-        return;
-    directAlerts(*live);
-    auto result = evaluate(alerts(), coinSymbol(), *live, epochSeconds(m_dependencies.clock.now()));
+    if (const auto live = livePrice())
+        evaluateAlerts(coinSymbol(), *live);
+}
+
+void AppState::evaluateAlerts(const QString &symbol, double live)
+{
+    directAlerts(symbol, live);
+    auto result = evaluate(alerts(), symbol, live, epochSeconds(m_dependencies.clock.now()));
     if (!result)
         return;
     alerts = std::move(result->alerts);
-    if (result->fired)
-        playAlertSound();
-    startAlertPulseIfNeeded();
+    m_alertDesk->ring(result->fired);
+    startAlertLoops();
 }
 
 void AppState::addPlanAlerts(const TradePlan &plan)
@@ -140,8 +279,10 @@ void AppState::takeStoredAlerts()
     m_storedAlerts = std::move(*stored);
     if (merged == alerts())
         return;
+    const std::vector<PriceAlert> before = alerts();
     alerts = std::move(merged);
-    startAlertPulseIfNeeded();
+    m_alertDesk->withdrawSettled(before);
+    startAlertLoops();
 }
 
 void AppState::playAlertSound()
@@ -152,7 +293,7 @@ void AppState::playAlertSound()
 }
 
 // The loop runs only while there is something to count: an idle program is never woken for it.
-void AppState::startAlertPulseIfNeeded()
+void AppState::startAlertLoops()
 {
     if (!alertPulseTask && alertActive())
         startLoop(alertPulseTask, &AppState::alertPulseLoop);

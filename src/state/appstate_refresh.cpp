@@ -6,6 +6,7 @@
 #include "market/sourcehealth.h"
 #include "market/stockmarketservice.h"
 #include "platform/async.h"
+#include "state/alertdesk.h"
 
 #include <algorithm>
 
@@ -248,7 +249,7 @@ void AppState::runInBackground(QCoro::Task<> (AppState::*refresh)())
     startInBackground(this, [this, refresh] { return (this->*refresh)(); });
 }
 
-void AppState::startLoop(std::optional<std::stop_source> &handle, LoopFunction loop)
+void AppState::startLoop(std::optional<std::stop_source> &handle, Loop *loop)
 {
     if (handle)
         handle->request_stop();
@@ -264,7 +265,7 @@ void AppState::startTimers()
     if (alertPulseTask)
         alertPulseTask->request_stop();
     alertPulseTask.reset();
-    startAlertPulseIfNeeded();
+    startAlertLoops();
 }
 
 // A loop that is stopped during its sleep runs its body once more and ends at the next check.
@@ -318,6 +319,7 @@ QCoro::Task<> AppState::resumeLoop(Weak weak, Clock *clock, std::stop_token stop
             state->runInBackground(&AppState::refreshBlingPrices);
         const SteadyInstant over = clock->steady() + countsAsOne;
         co_await state->refreshAll(ZonesAt::livePrice);
+        state->m_alertDesk->caughtUp();
         state.reset();
         const auto rest = std::chrono::ceil<std::chrono::milliseconds>(over - clock->steady());
         if (!co_await clock->sleep(std::max(rest, 0ms), stop))
@@ -370,7 +372,7 @@ void AppState::selectCoin(const QString &code)
 {
     coinSymbol = code;
     settings::coin.store(m_dependencies.preferences, code);
-    startAlertPulseIfNeeded();
+    startAlertLoops();
     watchAges();
 }
 
@@ -382,12 +384,12 @@ void AppState::setCoin(const QString &code)
     runInBackground(&AppState::refreshEverything);
 }
 
-void AppState::setMarket(MarketSegment segment)
+void AppState::setMarket(MarketSegment segment, const std::optional<QString> &code)
 {
     if (segment == market())
         return;
     market = segment;
-    selectCoin(symbolList().constFirst());
+    selectCoin(code.value_or(symbolList().constFirst()));
     timeframe = timeframeOptions().constFirst();
     settings::timeframe.store(m_dependencies.preferences, timeframe()); // deliberate: a second time
     if (isStock())

@@ -31,6 +31,13 @@ QJsonObject toJson(const PriceAlert &alert)
         object.insert(u"lastFiredAt"_s, *alert.lastFiredAt);
     if (alert.undirected)
         object.insert(u"undirected"_s, true);
+    if (!alert.name.isEmpty())
+        object.insert(u"name"_s, alert.name);
+    if (alert.follows)
+        object.insert(u"follows"_s, QJsonObject{{u"resistance"_s, alert.follows->resistance},
+                                                {u"rank"_s, alert.follows->rank}});
+    if (alert.snoozed)
+        object.insert(u"snoozed"_s, true);
     return object;
 }
 
@@ -62,7 +69,13 @@ std::optional<PriceAlert> fromJson(const QJsonValue &element)
                      .lastFiredAt = std::nullopt};
     if (everFired)
         alert.lastFiredAt = lastFiredAt.toDouble();
+    // What came later is not required.
     alert.undirected = object.value("undirected"_L1).toBool();
+    alert.name = object.value("name"_L1).toString();
+    alert.snoozed = object.value("snoozed"_L1).toBool();
+    const QJsonObject follows = object.value("follows"_L1).toObject();
+    if (const int rank = follows.value("rank"_L1).toInt(); rank > 0)
+        alert.follows = FollowedZone{follows.value("resistance"_L1).toBool(), rank};
     return alert;
 }
 

@@ -11,6 +11,15 @@ class QJsonValue;
 
 namespace kestrune {
 
+/// The zone that an alert goes along with: by its side and its place, 1 the nearest to the price.
+struct FollowedZone
+{
+    bool resistance = false;
+    int rank = 1;
+
+    [[nodiscard]] bool operator==(const FollowedZone &) const = default;
+};
+
 struct PriceAlert
 {
     QString id;                        ///< upper-case UUID text of 36 characters
@@ -21,6 +30,10 @@ struct PriceAlert
     bool triggered = false;            ///< fired and not yet acknowledged
     std::optional<double> lastFiredAt; ///< last firing or acknowledgement, seconds since the epoch
     bool undirected = false;           ///< `above` is not decided before the first price
+    QString name = {};                 ///< the instrument's, when the alert was set; empty where unknown
+    std::optional<FollowedZone> follows = {};
+    bool snoozed = false;                  ///< silent for longer after the acknowledgement
+    std::optional<double> firedPrice = {}; ///< of the touch, while triggered; not stored
 
     [[nodiscard]] bool operator==(const PriceAlert &) const = default;
 };

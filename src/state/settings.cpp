@@ -18,7 +18,7 @@ std::optional<T> Setting<T>::restored(const Preferences &preferences) const
     if constexpr (std::is_same_v<T, QString>)
         stored = preferences.text(key);
     else if constexpr (std::is_same_v<T, bool>)
-        stored = preferences.boolean(key).value_or(false);
+        stored = preferences.boolean(key).value_or(initial);
     else if constexpr (std::is_same_v<T, double>)
         stored = preferences.number(key);
     else if constexpr (std::is_same_v<T, int>)

@@ -23,8 +23,8 @@ struct Setting
     /// What a stored value becomes that is not simply taken over; nothing leaves the initial one.
     std::optional<T> (*rule)(std::optional<T> stored, const Preferences &preferences) = nullptr;
 
-    /// What a start sets the field to. A bool that is not stored is false and set as well, so that it is
-    /// written.
+    /// What a start sets the field to. A bool that is not stored is the initial one and set as well, so that
+    /// it is written.
     [[nodiscard]] std::optional<T> restored(const Preferences &preferences) const;
     /// A list of alerts is stored by storeAlerts() instead.
     void store(Preferences &preferences, const T &value) const;
@@ -56,6 +56,9 @@ inline const Setting<double> riskPerTrade{QStringLiteral("ks_risk_pct"), 1}; ///
 inline const Setting<double> leverage{QStringLiteral("ks_leverage"), 10, aboveZero}; ///< multiple
 inline const Setting<MarginMode> marginMode{QStringLiteral("ks_margin_mode"), MarginMode::isolated};
 inline const Setting<bool> marketContextExpanded{QStringLiteral("ks_ctx_expanded")};
+/// Whether the desktop tells of alerts, and of zones that the price comes near.
+inline const Setting<bool> desktopNotices{QStringLiteral("ks_notify"), true};
+inline const Setting<bool> zoneNotices{QStringLiteral("ks_notify_zones")};
 inline const Setting<std::vector<PriceAlert>> alerts{QStringLiteral("ks_alerts")};
 inline const Setting<bool> blingMode{QStringLiteral("ks_bling"), false, onlyTrue};
 /// For requests about crypto and about stocks, as `parseProxy` reads them.

@@ -44,13 +44,13 @@ private Q_SLOTS:
                 if (result) {
                     alert = result->alerts.at(0);
                     expected.triggered = !expected.triggered; // a pass without a change gives no list
-                    if (result->fired)
+                    if (result && !result->fired.empty())
                         expected.lastFiredAt = now;
                 } else if (!price) {
                     alert.triggered = expected.triggered = false;
                     alert.lastFiredAt = expected.lastFiredAt = now;
                 }
-                const bool fires = result && result->fired;
+                const bool fires = result && !result->fired.empty();
                 heard.append(alert != expected ? u"?"_s
                              : fires           ? u"fires"_s
                              : alert.triggered ? u"held"_s
@@ -81,7 +81,7 @@ private Q_SLOTS:
                                        alertAt(101, true), alertAt(100, true, u"BTC"_s)};
         alerts[4].triggered = true; // of another instrument: neither fires nor re-arms
         const auto result = evaluate(alerts, u"ETH", 100, dayStart);
-        QVERIFY(result && result->fired);
+        QVERIFY(result && result->fired.size() == 2);
         std::vector<PriceAlert> expected = alerts;
         for (const std::size_t i : {0U, 1U}) {
             expected[i].triggered = true;
@@ -92,7 +92,7 @@ private Q_SLOTS:
         QVERIFY(anyTriggered(alerts, u"BTC"));
 
         const auto rearmed = evaluate(expected, u"BTC", 99, dayStart);
-        QVERIFY(rearmed && !rearmed->fired);
+        QVERIFY(rearmed && rearmed->fired.empty());
         expected[4].triggered = false;
         QCOMPARE(rearmed->alerts, expected);
     }
@@ -108,7 +108,7 @@ private Q_SLOTS:
         alerts[0].lastFiredAt = 1e300;
         QVERIFY(!evaluate({alerts[0]}, u"ETH", 100, dayStart));
         alerts[0].lastFiredAt = -1.7e308;
-        QVERIFY(evaluate({alerts[0]}, u"ETH", 100, dayStart)->fired);
+        QVERIFY(!evaluate({alerts[0]}, u"ETH", 100, dayStart)->fired.empty());
     }
 };
 
