@@ -2,7 +2,7 @@
 #pragma once
 
 #include "panel/panelcontext.h"
-#include "viewmodel/alerttexts.h"
+#include "viewmodel/alertlines.h"
 
 #include <QWidget>
 

@@ -6,7 +6,7 @@
 #include "ui/helptitle.h"
 #include "ui/iconbutton.h"
 #include "ui/inputfield.h"
-#include "viewmodel/alerttexts.h"
+#include "viewmodel/alertlines.h"
 
 #include <algorithm>
 

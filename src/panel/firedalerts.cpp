@@ -21,7 +21,7 @@ namespace {
 
 constexpr int firedRowHeight = 30;
 constexpr int firedRowGap = 4;
-constexpr int firedRowPadding = 8;
+constexpr int firedRowPadding = 6;
 constexpr int firedPartGap = 6;
 constexpr int firedBellSide = 14;
 constexpr int firedRowRadius = 6;
@@ -49,7 +49,7 @@ public:
         m_line = line;
         m_rings = rings;
         const QString spoken = spokenText(line);
-        setAccessibleName(rings ? spoken : spoken + u"，已收到"_s);
+        setAccessibleName(rings ? spoken : spoken + u"，已停止"_s);
         setToolTip(spoken + u"\n点击查看该标的"_s);
         m_dismiss->setAccessibleDescription(line.name + u' ' + line.label);
         m_dismiss->setVisible(rings);
@@ -90,7 +90,7 @@ protected:
             right -= firedPartGap;
         };
         if (!m_rings) {
-            const QString done = u"已收到"_s;
+            const QString done = u"已停止"_s;
             draw(width() - firedRowPadding - textWidth(done, TypeRole::caption), done, TypeRole::caption,
                  Tone::secondary);
         }
@@ -100,9 +100,10 @@ protected:
         draw(left, m_line.name, TypeRole::captionBold, Tone::text);
         left += textWidth(m_line.name, TypeRole::captionBold) + firedPartGap;
         // Its end is the price that it waited for.
-        draw(left,
-             QFontMetricsF(fontFor(TypeRole::caption)).elidedText(m_line.label, Qt::ElideMiddle, right - left),
-             TypeRole::caption, Tone::text);
+        draw(
+            left,
+            QFontMetricsF(fontFor(TypeRole::caption)).elidedText(m_line.label, Qt::ElideMiddle, right - left),
+            TypeRole::caption, Tone::text);
     }
 
 private:
@@ -141,7 +142,8 @@ void FiredAlerts::refresh()
         for (const Shown &before : m_shown) {
             const auto still = std::ranges::find(fired, before.line.id, &PriceAlert::id);
             const bool rings = still != fired.end();
-            next.push_back({rings ? firedAlertLine(m_context.state, *still) : before.line, rings});
+            if (next.size() < m_room)
+                next.push_back({rings ? firedAlertLine(m_context.state, *still) : before.line, rings});
         }
     }
     for (const PriceAlert &alert : fired) {
@@ -166,6 +168,8 @@ void FiredAlerts::refresh()
 
 bool FiredAlerts::event(QEvent *event)
 {
+    if (event->type() == QEvent::Hide)
+        m_shown.clear(); // nobody sees a row that stands still
     if (event->type() == QEvent::Leave)
         refresh();
     return QWidget::event(event);

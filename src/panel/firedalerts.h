@@ -2,7 +2,7 @@
 #pragma once
 
 #include "panel/panelcontext.h"
-#include "viewmodel/alerttexts.h"
+#include "viewmodel/alertlines.h"
 
 #include <QWidget>
 
@@ -14,7 +14,7 @@ namespace kestrune {
 class FiredAlertRow;
 class TextButton;
 
-/// The alerts of all instruments that ring, newest first, and how many more there are. One that is
+/// The alerts of all instruments that ring, newest first, and how many more there are. A row that is
 /// acknowledged keeps its place as long as the pointer is here, so that nothing slides under it. Takes no
 /// room when there is none.
 class FiredAlerts : public QWidget

@@ -83,6 +83,7 @@ PopoverView::PopoverView(std::shared_ptr<AppState> state, const Options &options
     m_area->setWidget(makeScrolledContent());
     m_area->widget()->setAutoFillBackground(false);
     m_area->setAnchor(m_marketContext);
+    m_area->setMinimumHeight(1); // it gives way to everything else
     // What is unfolded at the lower edge comes into view; queued, for the layout to end first.
     for (const Collapsible *body : m_area->findChildren<Collapsible *>()) {
         connect(

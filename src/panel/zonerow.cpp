@@ -95,11 +95,11 @@ ZoneRow::ZoneRow(const Zone &zone, int decimals, QWidget *parent)
     connect(m_bell, &IconButton::clicked, this, &ZoneRow::bellPressed);
     updateTexts();
     updateTags();
-    setBell(Bell::none);
+    setAlerts(false, false);
     m_holding.setSingleShot(true);
     m_holding.setInterval(holdTime);
     connect(&m_holding, &QTimer::timeout, this, [this] {
-        m_bell->setDown(false); // letting go is no click any more,
+        m_bell->setDown(false);    // letting go is no click any more,
         Q_EMIT m_bell->released(); // nor told by the toolkit
         askForMenu();
     });
@@ -115,15 +115,12 @@ void ZoneRow::setZone(const Zone &zone, int decimals)
     updateTags();
 }
 
-void ZoneRow::setBell(Bell bell)
+void ZoneRow::setAlerts(bool onMiddle, bool follows)
 {
-    const bool hasAlert = bell != Bell::none;
-    m_bell->setIconName(bell == Bell::follows ? u"bell.follow.fill"_s
-                        : hasAlert            ? u"bell.fill"_s
-                                              : u"bell"_s);
-    m_bell->setTone(hasAlert ? Tone::orange : Tone::secondary);
-    m_bell->setTip(hasAlert ? u"取消该价位提醒"_s : u"设置该价位提醒"_s);
-    if (std::exchange(m_bellState, bell) != bell)
+    m_bell->setIconName(follows ? u"bell.follow.fill"_s : onMiddle ? u"bell.fill"_s : u"bell"_s);
+    m_bell->setTone(onMiddle || follows ? Tone::orange : Tone::secondary);
+    m_bell->setTip(onMiddle ? u"取消该价位提醒"_s : u"设置该价位提醒"_s);
+    if (std::exchange(m_followed, follows) != follows)
         updateAccessibleTexts();
 }
 
@@ -302,7 +299,7 @@ void ZoneRow::updateAccessibleTexts()
     QStringList words;
     for (const TagContent &tag : m_tagContents)
         words.append(tag.text);
-    if (m_bellState == Bell::follows)
+    if (m_followed)
         words.append(u"跟随中"_s);
     setAccessibleDescription(words.join(u'、'));
 }

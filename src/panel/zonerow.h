@@ -31,12 +31,8 @@ public:
 
     void setZone(const Zone &zone, int decimals);
     [[nodiscard]] const Zone &zone() const { return m_zone; }
-    enum class Bell {
-        none,
-        alert,  ///< a price alert stands on the zone's middle
-        follows ///< one moves with the zone
-    };
-    void setBell(Bell bell);
+    /// A price alert stands on the zone's middle; one goes along with the zone.
+    void setAlerts(bool onMiddle, bool follows);
     /// Greys the numbers of a zone that is old or of another selection.
     void setDimmed(bool dimmed);
     void setSelected(bool selected);
@@ -91,7 +87,7 @@ private:
     QWidget *m_tagBox;
     FlowLayout *m_flow;
     IconButton *m_bell;
-    Bell m_bellState = Bell::none;
+    bool m_followed = false;
     QTimer m_holding; // the bell
     HoverFade m_fade;
 };

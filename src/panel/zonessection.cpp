@@ -170,9 +170,7 @@ void ZonesSection::refreshRows()
                        state.decimals());
         for (ZoneRow *row : list->rows()) {
             const Zone &zone = row->zone();
-            row->setBell(state.follows(zone)          ? ZoneRow::Bell::follows
-                         : state.hasAlert(zone.mid) ? ZoneRow::Bell::alert
-                                                    : ZoneRow::Bell::none);
+            row->setAlerts(state.hasAlert(zone.mid), state.follows(zone));
             row->setDimmed(!fresh);
             row->setSelected(state.selectedZonePrice() == zone.mid && state.selectedZoneType() == zone.type);
         }

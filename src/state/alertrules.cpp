@@ -18,8 +18,7 @@ enum class Change { none, fires, rearms };
 Change changeOf(const PriceAlert &alert, double price, double now)
 {
     // Level, not crossing: being at or beyond the target at the moment of the check is enough.
-    const bool hit = alert.above ? alert.targetPrice <= price : price <= alert.targetPrice;
-    if (!hit)
+    if (!isReached(alert, price))
         return alert.triggered ? Change::rearms : Change::none;
     if (alert.triggered)
         return Change::none;
@@ -30,6 +29,11 @@ Change changeOf(const PriceAlert &alert, double price, double now)
 }
 
 } // namespace
+
+bool isReached(const PriceAlert &alert, double price)
+{
+    return alert.above ? alert.targetPrice <= price : price <= alert.targetPrice;
+}
 
 bool matches(const PriceAlert &alert, double price, QStringView symbol)
 {

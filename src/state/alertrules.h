@@ -14,6 +14,9 @@ namespace kestrune {
 /// Alert on `price` of `symbol` itself, not on a zone: equal symbol and less than 1e-9 apart.
 [[nodiscard]] bool matches(const PriceAlert &alert, double price, QStringView symbol);
 
+/// At or beyond the target, on the side it waits for.
+[[nodiscard]] bool isReached(const PriceAlert &alert, double price);
+
 struct AlertEvaluation
 {
     std::vector<PriceAlert> alerts; ///< the whole list with its changes

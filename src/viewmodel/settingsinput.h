@@ -22,10 +22,10 @@ struct NumberField
     double lowest = -std::numeric_limits<double>::max(); ///< what lies below is raised to it
     double highest = std::numeric_limits<double>::max(); ///< what lies above is lowered to it
     double refusedBelow = -std::numeric_limits<double>::max();
-    double step = 0;     ///< of the buttons beside the field
-    int decimals = 0;    ///< that it spells
-    bool whole = false;  ///< takes base-10 integers only
-    bool amount = false; ///< takes "," anywhere; nothing is spelled, and whatever is no number counts, as 0
+    double step = 0;      ///< of the buttons beside the field
+    int decimals = 0;     ///< that it spells
+    bool whole = false;   ///< takes base-10 integers only
+    bool amount = false;  ///< takes "," anywhere; nothing is spelled, and whatever is no number counts, as 0
     bool grouped = false; ///< takes digits in groups of three, full-width signs and "。" for the point too
     QLatin1StringView unit = {}; ///< of its limits, where they are said
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "viewmodel/alerttexts.h"
+#include "viewmodel/alertlines.h"
 
-#include "analysis/priceformat.h"
 #include "market/marketsegment.h"
 #include "state/alertlog.h"
 #include "state/alertrules.h"
+#include "state/alerttexts.h"
 #include "state/appstate.h"
 #include "viewmodel/paneltexts.h"
 #include "viewmodel/settingsinput.h"
@@ -22,17 +22,12 @@ namespace {
 constexpr double farPct = 50;
 constexpr std::size_t listedFirings = 20;
 
-QString priceOf(const QString &symbol, double price)
+/// "14:03", or in `otherwise` when that was on another day than `now`.
+QString momentText(Instant time, Instant now, const QString &otherwise = u"MM-dd HH:mm"_s)
 {
-    return fmtP(price, stockMarketOf(symbol) ? std::optional(2) : std::nullopt);
-}
-
-/// "14:03", with the day in front when it is another one than that of `now`.
-QString momentText(Instant time, Instant now)
-{
-    const QString day = u"MM-dd"_s;
+    const QString day = u"yyyy-MM-dd"_s;
     const bool today = localTime(time, day) == localTime(now, day);
-    return localTime(time, today ? u"HH:mm"_s : u"MM-dd HH:mm"_s);
+    return localTime(time, today ? u"HH:mm"_s : otherwise);
 }
 
 QString answerText(const AlertLogEntry &entry, Instant now)
@@ -58,24 +53,24 @@ TypedAlert typedAlert(const QString &text, std::optional<double> live, bool aske
 
 bool offersRearming(const PriceAlert &alert, std::optional<double> live)
 {
-    return !alert.follows && (alert.triggered || (live && !alert.undirected && isReached(alert, *live)));
+    return alert.triggered || (live && !alert.undirected && isReached(alert, *live));
 }
 
 QString rearmedText(const PriceAlert &before)
 {
-    return (before.above ? u"已再设：跌到 "_s : u"已再设：涨到 "_s) + priceOf(before.symbol, before.targetPrice) +
-           u" 时提醒"_s;
+    return (before.above ? u"已再设：跌到 "_s : u"已再设：涨到 "_s) +
+           alertPriceText(before.symbol, before.targetPrice) + u" 时提醒"_s;
 }
 
 FiredAlertLine firedAlertLine(const AppState &state, const PriceAlert &alert)
 {
     FiredAlertLine line{alert.id, state.alertName(alert), alert.label, {}, {}};
     if (alert.firedPrice)
-        line.price = priceOf(alert.symbol, *alert.firedPrice);
+        line.price = alertPriceText(alert.symbol, *alert.firedPrice);
     if (alert.lastFiredAt) {
         const std::chrono::duration<double> sinceEpoch(*alert.lastFiredAt);
         line.time = momentText(Instant(std::chrono::duration_cast<Instant::duration>(sinceEpoch)),
-                               state.clock().now());
+                               state.clock().now(), u"MM-dd"_s);
     }
     return line;
 }
@@ -97,10 +92,11 @@ std::vector<AlertLogLine> alertLogLines(std::span<const AlertLogEntry> entries, 
         const AlertLogEntry &entry = entries[entries.size() - i];
         const QString heading = entry.away == away ? QString() : entry.away ? u"离开期间"_s : u"此前"_s;
         away = entry.away;
-        lines.push_back({heading, entry.name.isEmpty() ? bareCode(entry.symbol) : entry.name, entry.label,
-                         momentText(entry.time, now),
-                         (entry.above ? u"上涨触及 "_s : u"下跌触及 "_s) + priceOf(entry.symbol, entry.price),
-                         answerText(entry, now), entry.acknowledgedAt.has_value()});
+        lines.push_back(
+            {heading, entry.name.isEmpty() ? bareCode(entry.symbol) : entry.name, entry.label,
+             momentText(entry.time, now),
+             (entry.above ? u"上涨触及 "_s : u"下跌触及 "_s) + alertPriceText(entry.symbol, entry.price),
+             answerText(entry, now), entry.acknowledgedAt.has_value()});
     }
     return lines;
 }

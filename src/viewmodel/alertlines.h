@@ -27,8 +27,7 @@ struct TypedAlert
 /// `live` is the instrument's own live price, `asked` whether this text has been asked about.
 [[nodiscard]] TypedAlert typedAlert(const QString &text, std::optional<double> live, bool asked);
 
-/// Whether the alert may be armed again the other way round: it rings, or the price is past it. Not one that
-/// follows a zone.
+/// Whether the alert may be armed again the other way round: it rings, or the price is past it.
 [[nodiscard]] bool offersRearming(const PriceAlert &alert, std::optional<double> live);
 /// "已再设：跌到 3,528 时提醒", of the alert as it was before.
 [[nodiscard]] QString rearmedText(const PriceAlert &before);
@@ -40,7 +39,7 @@ struct FiredAlertLine
     QString name;  ///< of its instrument
     QString label; ///< its own
     QString price; ///< of the touch; empty when not known any more
-    QString time;  ///< of the touch
+    QString time;  ///< of the touch, the day when it is another one
 
     [[nodiscard]] bool operator==(const FiredAlertLine &) const = default;
 };
