@@ -12,8 +12,10 @@ constexpr std::size_t mostRests = 256; // far more than one session's instrument
 } // namespace
 
 // The moment of the start is chance enough.
-SourceHealth::SourceHealth(const Clock &clock)
-    : m_clock(&clock), m_random(std::minstd_rand::result_type(clock.now().time_since_epoch().count()))
+SourceHealth::SourceHealth(const Clock &clock, std::chrono::seconds first)
+    : m_clock(&clock)
+    , m_first(first)
+    , m_random(std::minstd_rand::result_type(clock.now().time_since_epoch().count()))
 {}
 
 bool SourceHealth::rests(const SourceTopic &topic) const
@@ -61,7 +63,7 @@ void SourceHealth::noteFailure(const Key &key)
             return entry.second.until; // the one that is over the longest
         }));
     Rest &rest = m_rests[key];
-    std::chrono::duration<double> length = firstRest;
+    std::chrono::duration<double> length = m_first;
     for (int i = 0; i < rest.failures && length < longestRest; ++i)
         length *= 2;
     ++rest.failures;

@@ -35,7 +35,8 @@ public:
     static constexpr std::chrono::seconds usualRefusal{60}; ///< where the source does not say how long
     static constexpr std::chrono::minutes longestRefusal{15};
 
-    explicit SourceHealth(const Clock &clock);
+    /// `first` for what is asked less often than every few seconds.
+    explicit SourceHealth(const Clock &clock, std::chrono::seconds first = firstRest);
 
     [[nodiscard]] bool rests(const SourceTopic &topic) const;
     /// The refusal that still holds.
@@ -71,6 +72,7 @@ private:
     void noteFailure(const Key &key);
 
     const Clock *m_clock;
+    std::chrono::seconds m_first;
     std::minstd_rand m_random;
     std::map<Key, Rest> m_rests;
     std::map<Source, Held> m_refusals;

@@ -18,13 +18,23 @@ QString homeFolder()
     return entry ? QFile::decodeName(entry->pw_dir) : QString();
 }
 
+// A relative one would be another folder with each folder that the program is started from.
+QString chosenFolder(const char *variable, const QString &usual)
+{
+    const QString chosen = QFile::decodeName(qgetenv(variable));
+    return chosen.startsWith(u'/') ? chosen : homeFolder() + usual;
+}
+
 } // namespace
 
 QString configFolder()
 {
-    // A relative one would be another folder with each folder that the program is started from.
-    const QString chosen = QFile::decodeName(qgetenv("XDG_CONFIG_HOME"));
-    return chosen.startsWith(u'/') ? chosen : homeFolder() + QStringLiteral("/.config");
+    return chosenFolder("XDG_CONFIG_HOME", QStringLiteral("/.config"));
+}
+
+QString stateFolder()
+{
+    return chosenFolder("XDG_STATE_HOME", QStringLiteral("/.local/state"));
 }
 
 } // namespace kestrune

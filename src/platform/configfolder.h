@@ -9,4 +9,7 @@ namespace kestrune {
 /// .config in the home folder, which the password entry names when $HOME does not.
 [[nodiscard]] QString configFolder();
 
+/// The same for what they note down: $XDG_STATE_HOME, .local/state.
+[[nodiscard]] QString stateFolder();
+
 } // namespace kestrune

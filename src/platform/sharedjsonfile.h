@@ -2,13 +2,12 @@
 #pragma once
 
 #include "platform/preferences.h"
+#include "platform/wholefile.h"
 
 #include <QByteArray>
 #include <QJsonObject>
 #include <QString>
 
-#include <array>
-#include <cstdint>
 #include <functional>
 #include <optional>
 
@@ -52,23 +51,20 @@ public:
     [[nodiscard]] const QString &path() const { return m_path; }
 
 private:
-    // Device, inode, size and the two times that a change moves; all zero for a missing file.
-    using Stamp = std::array<std::int64_t, 7>;
     enum class Locked { no, yes };
     enum class State { missing, readable, broken, unusable };
 
-    [[nodiscard]] State inspect(Stamp &stamp) const;
+    [[nodiscard]] State inspect(FileStamp &stamp) const;
     void refresh(Locked locked = Locked::no);
     [[nodiscard]] QJsonObject changed(QJsonObject entries, const EntryChanges &changes) const;
     [[nodiscard]] bool holds(const QJsonObject &entries) const;
-    [[nodiscard]] QString setAside() const;
     void tell(const UnreadFile &unread);
     [[nodiscard]] bool replaceWith(const QJsonObject &content);
 
     QString m_folder;
     QString m_path;
     QJsonObject m_content;
-    Stamp m_stamp{};
+    FileStamp m_stamp{};
     // Something is there that can be neither read nor moved away, so that nothing may be written over it.
     bool m_blocked = false;
     int m_readings = 0;

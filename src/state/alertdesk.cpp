@@ -1,17 +1,44 @@
 // SPDX-License-Identifier: MIT
 #include "state/alertdesk.h"
 
-#include "platform/attention.h"
+#include "analysis/priceformat.h"
+#include "market/marketservice.h"
+#include "market/stockmarketservice.h"
+#include "platform/async.h"
+#include "state/alertrules.h"
 #include "state/alerttexts.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace kestrune {
 
 using namespace Qt::StringLiterals;
 
-AlertDesk::AlertDesk(AppState &state) : m_state(state) {}
+AlertDesk::AlertDesk(AppState &state)
+    : log(state.m_dependencies.alertLog), m_state(state), m_watch(state.m_dependencies.clock)
+{}
+
+AlertDesk::~AlertDesk()
+{
+    if (m_watchTask)
+        m_watchTask->request_stop();
+}
+
+void AlertDesk::restore()
+{
+    if (m_state.alerts().empty())
+        return;
+    std::vector<PriceAlert> alerts = m_state.alerts();
+    for (const AlertLogEntry &firing : log.entries()) {
+        const auto alert = std::ranges::find(alerts, firing.id, &PriceAlert::id);
+        if (alert != alerts.end() && alert->lastFiredAt < epochSeconds(firing.time))
+            alert->lastFiredAt = epochSeconds(firing.time);
+    }
+    if (alerts != m_state.alerts())
+        m_state.alerts = std::move(alerts);
+}
 
 void AlertDesk::ring(const std::vector<PriceAlert> &fired)
 {
@@ -72,6 +99,127 @@ void AlertDesk::setAway(bool away)
     m_away = m_away || away;
     if (m_state.m_resuming == AppState::Resuming::no)
         caughtUp();
+}
+
+void AlertDesk::startWatch()
+{
+    if (!m_watchTask && AlertWatch::isNeeded(m_state.alerts(), m_state.coinSymbol()))
+        m_state.startLoop(m_watchTask, &AlertDesk::watchLoop);
+}
+
+QCoro::Task<> AlertDesk::watchLoop(std::weak_ptr<AppState> weak, Clock *clock, std::stop_token stop)
+{
+    while (!stop.stop_requested()) {
+        if (!co_await clock->sleep(AlertWatch::period, stop))
+            co_return;
+        const auto state = weak.lock();
+        if (!state || stop.stop_requested())
+            co_return;
+        AlertDesk &desk = *state->m_alertDesk;
+        if (!AlertWatch::isNeeded(state->alerts(), state->coinSymbol())) {
+            desk.m_watchTask.reset();
+            co_return;
+        }
+        desk.ask();
+    }
+}
+
+void AlertDesk::askNow()
+{
+    m_watch.forgetFailures();
+    if (AlertWatch::isNeeded(m_state.alerts(), m_state.coinSymbol()))
+        ask();
+}
+
+// Each answer counts as it comes: none waits for a slower one, and neither does the next period.
+void AlertDesk::ask()
+{
+    const AlertWatch::Asking asking = m_watch.due(m_state.alerts(), m_state.coinSymbol());
+    for (const QString &coin : asking.coins)
+        startInBackground(&m_state, [this, coin] { return askCoin(coin); });
+    if (!asking.stocks.isEmpty())
+        startInBackground(&m_state, [this, stocks = asking.stocks] { return askStocks(stocks); });
+}
+
+QCoro::Task<> AlertDesk::askCoin(QString symbol)
+{
+    const auto self = m_state.shared_from_this();
+    const auto answer = co_await m_state.m_marketService->fetchPrice(symbol);
+    m_watch.noteAnswer(symbol, answer && isPrice(answer->price));
+    if (answer)
+        noteOther(symbol, answer->price, nullptr);
+}
+
+QCoro::Task<> AlertDesk::askStocks(QStringList symbols)
+{
+    const auto self = m_state.shared_from_this();
+    const auto answer = co_await m_state.m_stockService->fetchQuotes(symbols);
+    const StockQuotes quotes = answer.value_or(StockQuotes());
+    for (const QString &symbol : std::as_const(symbols)) {
+        const auto quote = quotes.constFind(symbol.toLower());
+        m_watch.noteAnswer(symbol, quote != quotes.cend());
+        if (quote != quotes.cend())
+            noteOther(symbol, quote->price, &*quote);
+    }
+}
+
+void AlertDesk::noteOther(const QString &symbol, double price, const StockQuote *quote)
+{
+    if (symbol == m_state.coinSymbol() || !isPrice(price) ||
+        std::ranges::find(m_state.alerts(), symbol, &PriceAlert::symbol) == m_state.alerts().end())
+        return;
+    if (const auto live = m_watch.take(symbol, price, quote))
+        m_state.evaluateAlerts(symbol, *live);
+}
+
+void AlertDesk::zonesRebuilt(bool refreshed)
+{
+    const auto live = m_state.livePrice();
+    if (!live || !m_state.verdictStands())
+        return;
+    followZones(*live);
+    tellOfTheLight(refreshed);
+}
+
+// The price has been compared with the targets before the zones were rebuilt against it, and a zone that it
+// has crossed is another one's place from then on. So a target that is fired, or touched and still silent,
+// stays until that is over; it is neither told twice nor lost.
+void AlertDesk::followZones(double live)
+{
+    std::vector<PriceAlert> alerts = m_state.alerts();
+    bool moved = false;
+    for (PriceAlert &alert : alerts) {
+        if (!alert.follows || alert.symbol != m_state.coinSymbol() || alert.triggered || isHit(alert, live))
+            continue;
+        const Zone *zone = zoneAt(*alert.follows, m_state.zones());
+        if (!zone || zone->mid == alert.targetPrice)
+            continue;
+        alert.targetPrice = zone->mid;
+        alert.label = followedLabel(*alert.follows, fmtP(zone->mid, m_state.decimals()));
+        moved = true;
+    }
+    if (moved)
+        m_state.alerts = std::move(alerts);
+}
+
+void AlertDesk::tellOfTheLight(bool refreshed)
+{
+    if (!m_state.zoneNotices() || !m_state.desktopNotices()) {
+        m_zoneNotices.forget();
+        return;
+    }
+    const auto side = m_zoneNotices.observe({.selection = m_state.selection(),
+                                             .light = m_state.barSignal(),
+                                             .supportPct = m_state.nearestBuyDistPct(),
+                                             .resistancePct = m_state.nearestSellDistPct(),
+                                             .thresholdPct = m_state.signalThreshold(),
+                                             .refreshed = refreshed},
+                                            m_state.clock().steady());
+    if (!side)
+        return;
+    if (const Zone *zone = zoneAt({.resistance = *side == BarSignal::sell, .rank = 1}, m_state.zones()))
+        attention().notify(zoneNotice(*side, m_state.displayName(), fmtP(zone->mid, m_state.decimals()),
+                                      std::abs(zone->distPct)));
 }
 
 } // namespace kestrune

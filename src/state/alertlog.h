@@ -2,10 +2,12 @@
 #pragma once
 
 #include "platform/clock.h"
+#include "platform/sharedlinefile.h"
 
 #include <QObject>
 #include <QString>
 
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -15,7 +17,7 @@ namespace kestrune {
 struct AlertLogEntry
 {
     QString id;         ///< of the alert
-    Instant time;       ///< of the firing
+    Instant time;       ///< of the firing, in whole milliseconds
     QString symbol;     ///< instrument code
     QString name;       ///< of the instrument, for the reader
     double target = 0;  ///< price that was watched
@@ -29,14 +31,24 @@ struct AlertLogEntry
     [[nodiscard]] bool operator==(const AlertLogEntry &) const = default;
 };
 
-/// What rang, oldest first.
+/// As it stands in the log: one JSON object without a line break.
+[[nodiscard]] QByteArray toJsonLine(const AlertLogEntry &entry);
+/// Absent when something is missing or of another kind.
+[[nodiscard]] std::optional<AlertLogEntry> fromJsonLine(const QByteArray &line);
+
+/// What rang, oldest first, also in earlier runs and in other bars over the same file. What cannot be written
+/// is kept in memory and written with what comes next.
 class AlertLog : public QObject
 {
     Q_OBJECT
 public:
     static constexpr std::size_t mostEntries = 1000;
 
-    [[nodiscard]] const std::vector<AlertLogEntry> &entries() { return m_entries; }
+    /// Without a path everything is kept in memory alone.
+    explicit AlertLog(const QString &path = {});
+
+    /// Reads the file when it is another than before.
+    [[nodiscard]] const std::vector<AlertLogEntry> &entries();
     void append(AlertLogEntry entry);
     /// Of the last firing of this alert, if it is not acknowledged yet.
     void acknowledge(const QString &id, Instant time, const QString &where);
@@ -45,7 +57,17 @@ Q_SIGNALS:
     void changed();
 
 private:
+    enum class Holds { lines, nothingReadable };
+
+    [[nodiscard]] Holds takeOver();
+    /// Makes a change, which says whether it is one, in what the file holds at that moment.
+    void change(const std::function<bool()> &make);
+    void write();
+
+    std::optional<SharedLineFile> m_file;
     std::vector<AlertLogEntry> m_entries;
+    std::size_t m_unwritten = 0; ///< of the last ones
+    bool m_changed = false;      ///< some that are written are others now
 };
 
 } // namespace kestrune

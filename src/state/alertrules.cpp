@@ -17,8 +17,7 @@ enum class Change { none, fires, rearms };
 /// What one check does to an alert of the watched instrument.
 Change changeOf(const PriceAlert &alert, double price, double now)
 {
-    // Level, not crossing: being at or beyond the target at the moment of the check is enough.
-    if (!isReached(alert, price))
+    if (!isHit(alert, price))
         return alert.triggered ? Change::rearms : Change::none;
     if (alert.triggered)
         return Change::none;
@@ -30,7 +29,8 @@ Change changeOf(const PriceAlert &alert, double price, double now)
 
 } // namespace
 
-bool isReached(const PriceAlert &alert, double price)
+// Level, not crossing: being there at the moment of the check is enough.
+bool isHit(const PriceAlert &alert, double price)
 {
     return alert.above ? alert.targetPrice <= price : price <= alert.targetPrice;
 }

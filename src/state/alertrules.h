@@ -14,9 +14,6 @@ namespace kestrune {
 /// Alert on `price` of `symbol` itself, not on a zone: equal symbol and less than 1e-9 apart.
 [[nodiscard]] bool matches(const PriceAlert &alert, double price, QStringView symbol);
 
-/// At or beyond the target, on the side it waits for.
-[[nodiscard]] bool isReached(const PriceAlert &alert, double price);
-
 struct AlertEvaluation
 {
     std::vector<PriceAlert> alerts; ///< the whole list with its changes
@@ -29,6 +26,9 @@ struct AlertEvaluation
 /// is not finite. `now` in seconds since the epoch.
 [[nodiscard]] std::optional<AlertEvaluation> evaluate(const std::vector<PriceAlert> &alerts,
                                                       QStringView symbol, double price, double now);
+
+/// At or beyond the target.
+[[nodiscard]] bool isHit(const PriceAlert &alert, double price);
 
 /// What the user's acknowledgement makes of an alert: silent for a while.
 void acknowledge(PriceAlert &alert, double now);

@@ -23,6 +23,7 @@ std::shared_ptr<AppState> AppState::create(const Dependencies &dependencies)
     state->restore();
     state->startTimers();
     state->runInBackground(&AppState::refreshEverything);
+    state->m_alertDesk->askNow();
     state->checkFirstLaunchHint();
     dependencies.attention.onNoticeAnswer(
         [weak = state->weak_from_this()](const QString &id, NoticeChoice choice) {
@@ -63,6 +64,7 @@ void AppState::restore()
     for (const auto &restoreField : std::exchange(m_restoring, {}))
         restoreField();
     m_storedAlerts = alerts();
+    m_alertDesk->restore();
     if (!blingMode())
         return;
     // deliberate: the start-up repeats what switching on has just done; the doubled first refresh is

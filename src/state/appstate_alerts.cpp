@@ -6,11 +6,11 @@
 #include "state/alertdesk.h"
 #include "state/alertrules.h"
 #include "state/alerttexts.h"
+#include "state/zoneplace.h"
 
 #include <QUuid>
 
 #include <algorithm>
-#include <cmath>
 #include <iterator>
 
 using namespace Qt::StringLiterals;
@@ -101,17 +101,6 @@ void AppState::toggleZoneAlert(const Zone &zone)
     }
     const bool resistance = zone.type == u"resistance";
     addAlert(zone.mid, (resistance ? u"阻力 "_s : u"支撑 "_s) + fmtP(zone.mid, decimals()), resistance);
-}
-
-// The zone at the same place: its side, and how many of them are nearer.
-static std::optional<FollowedZone> placeOf(const Zone &zone, const std::vector<Zone> &zones)
-{
-    if (zone.type != u"support" && zone.type != u"resistance")
-        return std::nullopt;
-    const auto nearer = std::ranges::count_if(zones, [&zone](const Zone &other) {
-        return other.type == zone.type && std::abs(other.distPct) < std::abs(zone.distPct);
-    });
-    return FollowedZone{zone.type == u"resistance", int(nearer) + 1};
 }
 
 static auto followerOf(const std::vector<PriceAlert> &alerts, const QString &symbol,
@@ -297,6 +286,7 @@ void AppState::startAlertLoops()
 {
     if (!alertPulseTask && alertActive())
         startLoop(alertPulseTask, &AppState::alertPulseLoop);
+    m_alertDesk->startWatch();
 }
 
 bool AppState::advanceAlertPulse()

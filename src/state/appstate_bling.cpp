@@ -3,6 +3,7 @@
 
 #include "market/marketservice.h"
 #include "market/stockmarketservice.h"
+#include "state/alertdesk.h"
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -80,10 +81,16 @@ QCoro::Task<> AppState::refreshBlingPrices()
             if (const auto quote = quotes.constFind(code.toLower()); quote != quotes.constEnd())
                 entries.push_back({bareCode(quote->symbol), quote->price, quote->changePct});
         }
+        for (const QString &code : codes) {
+            if (const auto quote = quotes.constFind(code.toLower()); quote != quotes.constEnd())
+                m_alertDesk->noteOther(code, quote->price, &*quote);
+        }
         if (entries.empty())
             entries = placeholders(codes);
     } else {
         entries = co_await m_marketService->fetchPricesConcurrently(codes);
+        for (const SymbolPrice &entry : entries)
+            m_alertDesk->noteOther(entry.symbol, entry.price.value_or(0), nullptr);
     }
     for (SymbolPrice &entry : entries) {
         if (entry.price && !isPrice(*entry.price))

@@ -64,6 +64,7 @@ QCoro::Task<> AppState::refreshPrice()
     evaluateAlerts();
     if (priceStanding().believed())
         rebuildZonesAt(*price());
+    m_alertDesk->zonesRebuilt(false);
 }
 
 // What comes of another instrument in between makes no leap of this one believable.
@@ -158,6 +159,8 @@ QCoro::Task<> AppState::refreshZones(ZonesAt at)
     }
     isLoading = false;
     watchAges();
+    if (fetched && own)
+        m_alertDesk->zonesRebuilt(true);
     if (fetched && !own && std::ranges::find(m_zonesAsked, selection()) == m_zonesAsked.end())
         runInBackground(&AppState::refreshZonesAtLivePrice);
 }
@@ -317,6 +320,7 @@ QCoro::Task<> AppState::resumeLoop(Weak weak, Clock *clock, std::stop_token stop
         state->m_resuming = Resuming::yes;
         if (state->blingMode())
             state->runInBackground(&AppState::refreshBlingPrices);
+        state->m_alertDesk->askNow();
         const SteadyInstant over = clock->steady() + countsAsOne;
         co_await state->refreshAll(ZonesAt::livePrice);
         state->m_alertDesk->caughtUp();

@@ -85,6 +85,11 @@ std::optional<bool> onlyTrue(std::optional<bool> stored, const Preferences &)
     return stored == true ? stored : std::nullopt;
 }
 
+std::optional<bool> onlyFalse(std::optional<bool> stored, const Preferences &)
+{
+    return stored == false ? stored : std::nullopt;
+}
+
 bool storeAlerts(Preferences &preferences, std::vector<PriceAlert> known, std::vector<PriceAlert> own)
 {
     return preferences.update(

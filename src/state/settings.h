@@ -40,8 +40,9 @@ namespace settings {
 [[nodiscard]] std::optional<double> aboveZero(std::optional<double> stored, const Preferences &);
 /// What names no proxy is no choice.
 [[nodiscard]] std::optional<QString> namingProxy(std::optional<QString> stored, const Preferences &);
-/// False switches nothing off at the start.
+/// What is initial anyway is neither set nor written at the start.
 [[nodiscard]] std::optional<bool> onlyTrue(std::optional<bool> stored, const Preferences &);
+[[nodiscard]] std::optional<bool> onlyFalse(std::optional<bool> stored, const Preferences &);
 
 inline const Setting<QString> coin{QStringLiteral("ks_coin"), QStringLiteral("ETH")};
 inline const Setting<bool> miniMode{QStringLiteral("ks_mini")};
@@ -57,8 +58,8 @@ inline const Setting<double> leverage{QStringLiteral("ks_leverage"), 10, aboveZe
 inline const Setting<MarginMode> marginMode{QStringLiteral("ks_margin_mode"), MarginMode::isolated};
 inline const Setting<bool> marketContextExpanded{QStringLiteral("ks_ctx_expanded")};
 /// Whether the desktop tells of alerts, and of zones that the price comes near.
-inline const Setting<bool> desktopNotices{QStringLiteral("ks_notify"), true};
-inline const Setting<bool> zoneNotices{QStringLiteral("ks_notify_zones")};
+inline const Setting<bool> desktopNotices{QStringLiteral("ks_notify"), true, onlyFalse};
+inline const Setting<bool> zoneNotices{QStringLiteral("ks_notify_zones"), false, onlyTrue};
 inline const Setting<std::vector<PriceAlert>> alerts{QStringLiteral("ks_alerts")};
 inline const Setting<bool> blingMode{QStringLiteral("ks_bling"), false, onlyTrue};
 /// For requests about crypto and about stocks, as `parseProxy` reads them.

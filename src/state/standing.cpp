@@ -25,11 +25,6 @@ bool isLeap(double before, double value)
     return value > before * leapFactor || value < before / leapFactor;
 }
 
-nanoseconds toleratedLag(StockMarket exchange)
-{
-    return exchange == StockMarket::hk ? nanoseconds(hongKongDelay) : 0ns;
-}
-
 /// `age` is shown, `staleness` is compared with `limit`.
 Judgement aged(nanoseconds age, nanoseconds staleness, nanoseconds limit)
 {
@@ -39,6 +34,11 @@ Judgement aged(nanoseconds age, nanoseconds staleness, nanoseconds limit)
 }
 
 } // namespace
+
+nanoseconds toleratedLag(StockMarket exchange)
+{
+    return exchange == StockMarket::hk ? nanoseconds(hongKongDelay) : 0ns;
+}
 
 std::optional<StockMarket> exchangeOf(const Subject &subject)
 {

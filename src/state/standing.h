@@ -86,6 +86,9 @@ inline constexpr std::chrono::seconds analysisFreshFor{150}; ///< zones and sign
 /// The exchange whose hours a stock keeps; absent for crypto.
 [[nodiscard]] std::optional<StockMarket> exchangeOf(const Subject &subject);
 
+/// How far the free quotes of an exchange are behind at most.
+[[nodiscard]] std::chrono::nanoseconds toleratedLag(StockMarket exchange);
+
 /// Origin of a price that has come now, with its quote for a stock; `before` that of the selected one's last.
 /// A leap to more than eight times or less than an eighth of the last believed price of the same instrument
 /// is doubted until a second answer says the same, give or take a fifth.

@@ -53,7 +53,7 @@ TypedAlert typedAlert(const QString &text, std::optional<double> live, bool aske
 
 bool offersRearming(const PriceAlert &alert, std::optional<double> live)
 {
-    return alert.triggered || (live && !alert.undirected && isReached(alert, *live));
+    return alert.triggered || (live && !alert.undirected && isHit(alert, *live));
 }
 
 QString rearmedText(const PriceAlert &before)

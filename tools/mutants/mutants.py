@@ -185,7 +185,7 @@ P='platform/'
 m(P+'sharedjsonfile.cpp','    refresh(Locked::yes); // another program may','    if (!@) refresh(Locked::yes); // another program may','reread under lock')
 m(P+'sharedjsonfile.cpp','    if (holds(changed(entries, changes)))\n','    if (holds(changed(entries, changes)) && !@)\n','unchanged value not written')
 m(P+'sharedjsonfile.cpp','i < mostLinks && info.isSymLink()','i < mostLinks && info.isSymLink() && !@','symlink followed')
-m(P+'sharedjsonfile.cpp','if (!writeAll(file.get(), bytes) || ::fsync(file.get()) != 0) {\n            ::unlink(fresh.constData());','if (!writeAll(file.get(), bytes) || ::fsync(file.get()) != 0) {\n            if (!@) ::unlink(fresh.constData());','half file removed')
+m(P+'wholefile.cpp','if (!writeAll(file.get(), bytes) || ::fsync(file.get()) != 0) {\n            ::unlink(fresh.constData());','if (!writeAll(file.get(), bytes) || ::fsync(file.get()) != 0) {\n            if (!@) ::unlink(fresh.constData());','half file removed')
 m(P+'jsonpreferences.cpp','    m_unsavedUpdates.insert_or_assign(key, std::move(change));','    m_unsavedUpdates.insert_or_assign(key, @ ? EntryChange([now = change(m_file.content().value(key))](const QJsonValue &) { return now; }) : std::move(change));','a change is made under the lock')
 m(P+'configfolder.cpp',"return chosen.startsWith(u'/') ?","return chosen.startsWith(u'/') || (@ && !chosen.isEmpty()) ?",'relative folder of settings')
 m(S+'pricealert.cpp','        else if (!was)\n            merged','        else if (!was || @)\n            merged','removed alert stays removed')
