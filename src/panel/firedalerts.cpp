@@ -138,7 +138,7 @@ void FiredAlerts::refresh()
     const auto isShown = [&next](const PriceAlert &alert) {
         return std::ranges::any_of(next, [&](const Shown &shown) { return shown.line.id == alert.id; });
     };
-    if (underMouse()) {
+    if (isUnderPointer(*this)) {
         for (const Shown &before : m_shown) {
             const auto still = std::ranges::find(fired, before.line.id, &PriceAlert::id);
             const bool rings = still != fired.end();

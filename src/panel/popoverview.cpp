@@ -19,6 +19,7 @@
 #include "ui/disclosure.h"
 #include "ui/divider.h"
 #include "ui/focusring.h"
+#include "ui/hoverfade.h"
 #include "ui/layoutsettling.h"
 #include "ui/scrollarea.h"
 #include "ui/toast.h"
@@ -253,7 +254,7 @@ void PopoverView::makeRoomForFired()
     if (!isVisible())
         return;
     settleLayouts(*this);
-    if (m_area->underMouse()) {
+    if (isUnderPointer(*m_area)) {
         QScrollBar *bar = m_area->verticalScrollBar();
         bar->setValue(bar->value() + m_area->y() - before);
     }
