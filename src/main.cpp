@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "demomarket.h"
+#include "platform/configfolder.h"
 #include "platform/curlhttpclient.h"
 #include "platform/jsonpreferences.h"
 #include "platform/systemclock.h"
 #include "snapshot/commandline.h"
 #include "snapshot/quietattention.h"
 #include "snapshot/snapshotmode.h"
+#include "state/alertlog.h"
+#include "state/alerttexts.h"
 #include "statusbar/desktop/appdelegate.h"
 #include "statusbar/desktop/desktopattention.h"
 #include "statusbar/desktop/singleinstance.h"
@@ -78,6 +81,20 @@ QString settingsFolder(bool demo)
 {
     const QString folder = JsonPreferences::defaultFolder();
     return demo ? folder + u"/demo"_s : folder;
+}
+
+QString alertLogPath(bool demo)
+{
+    return stateFolder() + u"/kestrune-bar/"_s + (demo ? u"demo/"_s : QString()) + u"alerts.jsonl"_s;
+}
+
+void printAlertLog(const CommandLine &line)
+{
+    AlertLog log(alertLogPath(line.demo));
+    for (const AlertLogEntry &firing : log.entries()) {
+        const QByteArray text = line.json ? toJsonLine(firing) : alertLogLine(firing).toUtf8();
+        std::puts(text.constData());
+    }
 }
 
 /// A snapshot run looks the same whatever display and desktop there is.
@@ -162,6 +179,11 @@ int main(int argc, char **argv)
     if (line.error)
         return fail(*line.error, usageError);
 
+    if (line.alertLog) {
+        printAlertLog(line);
+        return 0;
+    }
+
     const auto config = SnapshotMode::parse(arguments);
     if (config)
         detachFromDesktop();
@@ -204,9 +226,13 @@ int main(int argc, char **argv)
         attention = std::make_unique<QuietAttention>();
     else
         attention = std::make_unique<DesktopAttention>(moduleFolders());
-    const AppState::Dependencies dependencies{
-        cryptoHttp,  stockHttp,  clock,
-        preferences, *attention, server ? Endpoints::via(*server) : Endpoints::live()};
+    const AppState::Dependencies dependencies{cryptoHttp,
+                                              stockHttp,
+                                              clock,
+                                              preferences,
+                                              *attention,
+                                              server ? Endpoints::via(*server) : Endpoints::live(),
+                                              config ? QString() : alertLogPath(line.demo)};
     const QString notice = marketNotice(line.demo, line.marketServer);
     if (config)
         return runSnapshot(*config, dependencies, notice);

@@ -55,11 +55,10 @@ std::optional<std::vector<QByteArray>> SharedLineFile::changedLines()
     for (ssize_t got = 1; got > 0 && have < tail.size(); have += std::max<ssize_t>(got, 0))
         got = ::pread(file.get(), tail.data() + have, std::size_t(tail.size() - have), from + have);
     tail.truncate(have);
-    // The first line of a tail may be the rest of one, and the last one may still be under way.
+    // The first line of a tail may be the rest of one.
     for (qsizetype begin = from > 0 ? tail.indexOf('\n') + 1 : 0; begin < tail.size();) {
-        const qsizetype end = tail.indexOf('\n', begin);
-        if (end < 0)
-            break;
+        const qsizetype next = tail.indexOf('\n', begin);
+        const qsizetype end = next < 0 ? tail.size() : next;
         lines.push_back(tail.mid(begin, end - begin));
         begin = end + 1;
     }

@@ -58,6 +58,10 @@ CommandLine parseCommandLine(const QStringList &arguments)
             line.demo = true;
         } else if (argument == u"--strip") {
             line.strip = true;
+        } else if (argument == u"--alert-log") {
+            line.alertLog = true;
+        } else if (argument == u"--json") {
+            line.json = true;
         }
     }
     if (const auto server = optionValue(arguments, marketServerOption))
@@ -82,6 +86,7 @@ Live price, support and resistance in the status bar: crypto perpetuals, China A
   --demo                use a simulated market instead of live data; settings are kept apart
   --market-server URL   send every market request to this address instead of the public ones
   --strip               show the price in a small window of its own, not in the desktop's bar
+  --alert-log           print the price alerts that rang, oldest first; with --json as JSON lines
   --help                print this text
   --version             print the version
 )"_s;

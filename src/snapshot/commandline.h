@@ -14,7 +14,9 @@ struct CommandLine
     bool help = false;
     bool version = false;
     bool demo = false;
-    bool strip = false; ///< the status item as a window of its own, whatever the desktop offers
+    bool alertLog = false; ///< print what rang and end
+    bool json = false;     ///< that as JSON lines
+    bool strip = false;    ///< the status item as a window of its own, whatever the desktop offers
     std::optional<QString> marketServer; ///< base address, checked, without a trailing slash
     std::optional<QString> error;        ///< one line for standard error; the program ends with status 2
 };

@@ -31,10 +31,14 @@ void AlertDesk::restore()
     if (m_state.alerts().empty())
         return;
     std::vector<PriceAlert> alerts = m_state.alerts();
-    for (const AlertLogEntry &firing : log.entries()) {
-        const auto alert = std::ranges::find(alerts, firing.id, &PriceAlert::id);
-        if (alert != alerts.end() && alert->lastFiredAt < epochSeconds(firing.time))
-            alert->lastFiredAt = epochSeconds(firing.time);
+    const std::vector<AlertLogEntry> &firings = log.entries();
+    for (PriceAlert &alert : alerts) {
+        const auto last = std::find_if(firings.rbegin(), firings.rend(),
+                                       [&alert](const auto &firing) { return firing.id == alert.id; });
+        // The acknowledgement is stored with the alert, and with a clock that is set the later may be the
+        // smaller.
+        if (last != firings.rend() && !last->acknowledgedAt)
+            alert.lastFiredAt = epochSeconds(last->time);
     }
     if (alerts != m_state.alerts())
         m_state.alerts = std::move(alerts);
@@ -101,10 +105,15 @@ void AlertDesk::setAway(bool away)
         caughtUp();
 }
 
-void AlertDesk::startWatch()
+void AlertDesk::updateWatch()
 {
-    if (!m_watchTask && AlertWatch::isNeeded(m_state.alerts(), m_state.coinSymbol()))
+    const bool needed = AlertWatch::isNeeded(m_state.alerts(), m_state.coinSymbol());
+    if (needed && !m_watchTask) {
         m_state.startLoop(m_watchTask, &AlertDesk::watchLoop);
+    } else if (!needed && m_watchTask) {
+        m_watchTask->request_stop();
+        m_watchTask.reset();
+    }
 }
 
 QCoro::Task<> AlertDesk::watchLoop(std::weak_ptr<AppState> weak, Clock *clock, std::stop_token stop)
@@ -115,20 +124,14 @@ QCoro::Task<> AlertDesk::watchLoop(std::weak_ptr<AppState> weak, Clock *clock, s
         const auto state = weak.lock();
         if (!state || stop.stop_requested())
             co_return;
-        AlertDesk &desk = *state->m_alertDesk;
-        if (!AlertWatch::isNeeded(state->alerts(), state->coinSymbol())) {
-            desk.m_watchTask.reset();
-            co_return;
-        }
-        desk.ask();
+        state->m_alertDesk->ask();
     }
 }
 
 void AlertDesk::askNow()
 {
     m_watch.forgetFailures();
-    if (AlertWatch::isNeeded(m_state.alerts(), m_state.coinSymbol()))
-        ask();
+    ask();
 }
 
 // Each answer counts as it comes: none waits for a slower one, and neither does the next period.
@@ -145,9 +148,9 @@ QCoro::Task<> AlertDesk::askCoin(QString symbol)
 {
     const auto self = m_state.shared_from_this();
     const auto answer = co_await m_state.m_marketService->fetchPrice(symbol);
-    m_watch.noteAnswer(symbol, answer && isPrice(answer->price));
     if (answer)
         noteOther(symbol, answer->price, nullptr);
+    m_watch.noteAnswer(symbol, answer && isPrice(answer->price));
 }
 
 QCoro::Task<> AlertDesk::askStocks(QStringList symbols)
@@ -157,9 +160,9 @@ QCoro::Task<> AlertDesk::askStocks(QStringList symbols)
     const StockQuotes quotes = answer.value_or(StockQuotes());
     for (const QString &symbol : std::as_const(symbols)) {
         const auto quote = quotes.constFind(symbol.toLower());
-        m_watch.noteAnswer(symbol, quote != quotes.cend());
         if (quote != quotes.cend())
             noteOther(symbol, quote->price, &*quote);
+        m_watch.noteAnswer(symbol, quote != quotes.cend());
     }
 }
 
@@ -186,6 +189,9 @@ void AlertDesk::zonesRebuilt(bool refreshed)
 // stays until that is over; it is neither told twice nor lost.
 void AlertDesk::followZones(double live)
 {
+    if (std::ranges::none_of(m_state.alerts(),
+                             [](const PriceAlert &alert) { return alert.follows.has_value(); }))
+        return;
     std::vector<PriceAlert> alerts = m_state.alerts();
     bool moved = false;
     for (PriceAlert &alert : alerts) {

@@ -32,8 +32,8 @@ public:
     /// What a pause has brought has been seen: from now on the user is there, unless away again.
     void caughtUp() { m_away = m_awayNow; }
 
-    /// Begins to watch when there is something to watch; the loop ends by itself.
-    void startWatch();
+    /// Watches from now on when there is something to watch, else no longer.
+    void updateWatch();
     /// Asks at once, also for what failed a moment ago.
     void askNow();
     /// A price that has come of an instrument by whatever way; that of the selected one goes its own.

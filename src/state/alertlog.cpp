@@ -80,32 +80,32 @@ AlertLog::AlertLog(const QString &path)
 
 const std::vector<AlertLogEntry> &AlertLog::entries()
 {
-    static_cast<void>(takeOver());
+    takeOver();
     return m_entries;
 }
 
 // What is not written yet stays at the end.
-AlertLog::Holds AlertLog::takeOver()
+void AlertLog::takeOver()
 {
     const auto lines = m_file ? m_file->changedLines() : std::nullopt;
     if (!lines)
-        return Holds::lines;
+        return;
     std::vector<AlertLogEntry> entries;
     for (const QByteArray &line : *lines) {
         if (auto entry = fromJsonLine(line))
             entries.push_back(std::move(*entry));
     }
-    const bool readable = !entries.empty() || m_file->isEmpty();
+    m_unreadable = entries.empty() && !m_file->isEmpty();
     std::move(m_entries.end() - std::ptrdiff_t(m_unwritten), m_entries.end(), std::back_inserter(entries));
     m_entries = std::move(entries);
     m_changed = false;
-    return readable ? Holds::lines : Holds::nothingReadable;
 }
 
 void AlertLog::change(const std::function<bool()> &make)
 {
     const auto lock = m_file ? m_file->lock() : nullptr;
-    if (takeOver() == Holds::nothingReadable && lock)
+    takeOver();
+    if (lock && std::exchange(m_unreadable, false))
         m_file->setAside();
     if (!make())
         return;

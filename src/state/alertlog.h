@@ -57,9 +57,7 @@ Q_SIGNALS:
     void changed();
 
 private:
-    enum class Holds { lines, nothingReadable };
-
-    [[nodiscard]] Holds takeOver();
+    void takeOver();
     /// Makes a change, which says whether it is one, in what the file holds at that moment.
     void change(const std::function<bool()> &make);
     void write();
@@ -67,6 +65,7 @@ private:
     std::optional<SharedLineFile> m_file;
     std::vector<AlertLogEntry> m_entries;
     std::size_t m_unwritten = 0; ///< of the last ones
+    bool m_unreadable = false;   ///< the file holds nothing that can be read
     bool m_changed = false;      ///< some that are written are others now
 };
 

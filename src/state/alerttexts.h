@@ -17,4 +17,7 @@ struct AlertLogEntry;
 /// The message about a firing, under the alert's id.
 [[nodiscard]] Notice firingNotice(const AlertLogEntry &firing);
 
+/// The same for a list, in local time, with what became of it.
+[[nodiscard]] QString alertLogLine(const AlertLogEntry &firing);
+
 } // namespace kestrune

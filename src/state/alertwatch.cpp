@@ -71,7 +71,7 @@ void AlertWatch::noteAnswer(const QString &symbol, bool usable)
 std::optional<double> AlertWatch::take(const QString &symbol, double price, const StockQuote *quote)
 {
     Watched &known = m_watched[symbol];
-    known.came = true;
+    known.came = !known.asked; // what somebody else has asked for
     const Subject subject{segmentOf(symbol), symbol, {}};
     known.last = originOfPrice(subject, price, quote, known.last, m_clock);
     const Judgement judged = judgePrice(known.last, subject, m_clock.steady(), m_clock.now());

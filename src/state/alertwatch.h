@@ -30,9 +30,9 @@ public:
     {
         QStringList coins, stocks; ///< each once, as the alerts write them
     };
-    /// What to ask for in this period: all that are watched but for those whose price has come since the last
-    /// call, those that are being asked or that failed a moment ago, and stocks that are not traded and whose
-    /// last quote has come. What is asked is to be told of with noteAnswer().
+    /// What to ask for in this period: all that are watched but for those whose price has come by itself
+    /// since the last call, those that are being asked or that failed a moment ago, and stocks that are not
+    /// traded and whose last quote has come. Of what is asked noteAnswer() is to tell, after take().
     [[nodiscard]] Asking due(const std::vector<PriceAlert> &alerts, const QString &selected);
     void noteAnswer(const QString &symbol, bool usable);
     /// Takes a price of the instrument itself, whoever has asked for it. Absent when it is not to be believed
@@ -46,7 +46,7 @@ private:
     {
         std::optional<PriceOrigin> last;
         bool asked = false; ///< and not answered yet
-        bool came = false;  ///< since the last period began
+        bool came = false;  ///< without having been asked for, since the last period began
     };
 
     [[nodiscard]] bool rests(const QString &symbol, const Watched &watched) const;

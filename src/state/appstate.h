@@ -314,7 +314,7 @@ private:
     void evaluateAlerts(const QString &symbol, double live);
     void directAlerts(const QString &symbol, double live);
     void playAlertSound();
-    void startAlertLoops();
+    void updateAlertLoops();
     [[nodiscard]] bool advanceAlertPulse();
 
     void proxyDidChange(const Setting<QString> &setting, HttpClient &http, const QString &text);

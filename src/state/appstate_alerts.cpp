@@ -145,7 +145,6 @@ void AppState::restoreAlert(const PriceAlert &alert)
     changed.push_back(alert);
     alerts = std::move(changed);
     saveAlerts();
-    startAlertLoops();
 }
 
 bool AppState::changeAlert(const QString &id, const std::function<void(PriceAlert &)> &change)
@@ -242,7 +241,7 @@ void AppState::evaluateAlerts(const QString &symbol, double live)
         return;
     alerts = std::move(result->alerts);
     m_alertDesk->ring(result->fired);
-    startAlertLoops();
+    updateAlertLoops();
 }
 
 void AppState::addPlanAlerts(const TradePlan &plan)
@@ -257,6 +256,7 @@ void AppState::saveAlerts()
 {
     if (settings::storeAlerts(m_dependencies.preferences, m_storedAlerts, alerts()))
         takeStoredAlerts();
+    updateAlertLoops();
 }
 
 void AppState::takeStoredAlerts()
@@ -271,7 +271,7 @@ void AppState::takeStoredAlerts()
     const std::vector<PriceAlert> before = alerts();
     alerts = std::move(merged);
     m_alertDesk->withdrawSettled(before);
-    startAlertLoops();
+    updateAlertLoops();
 }
 
 void AppState::playAlertSound()
@@ -282,11 +282,11 @@ void AppState::playAlertSound()
 }
 
 // The loop runs only while there is something to count: an idle program is never woken for it.
-void AppState::startAlertLoops()
+void AppState::updateAlertLoops()
 {
     if (!alertPulseTask && alertActive())
         startLoop(alertPulseTask, &AppState::alertPulseLoop);
-    m_alertDesk->startWatch();
+    m_alertDesk->updateWatch();
 }
 
 bool AppState::advanceAlertPulse()

@@ -72,8 +72,10 @@ void AppState::notePrice(Subject asked, double value, const StockQuote *quote)
 {
     asked.timeframe.clear();
     priceOrigin = originOfPrice(asked, value, quote, m_ownPriceOrigin, m_dependencies.clock);
-    if (!asked.sameInstrument(selection()))
+    if (!asked.sameInstrument(selection())) {
+        m_alertDesk->noteOther(asked.symbol, value, quote);
         return;
+    }
     m_ownPriceOrigin = priceOrigin;
     priceFailure.reset();
 }
@@ -268,7 +270,7 @@ void AppState::startTimers()
     if (alertPulseTask)
         alertPulseTask->request_stop();
     alertPulseTask.reset();
-    startAlertLoops();
+    updateAlertLoops();
 }
 
 // A loop that is stopped during its sleep runs its body once more and ends at the next check.
@@ -376,7 +378,7 @@ void AppState::selectCoin(const QString &code)
 {
     coinSymbol = code;
     settings::coin.store(m_dependencies.preferences, code);
-    startAlertLoops();
+    updateAlertLoops();
     watchAges();
 }
 

@@ -22,6 +22,8 @@ class CommandLineTest : public QObject
                                                          {line.version, "version"},
                                                          {line.demo, "demo"},
                                                          {line.strip, "strip"},
+                                                         {line.alertLog, "log"},
+                                                         {line.json, "json"},
                                                          {line.error.has_value(), "error"}};
         for (const auto &[given, name] : options) {
             if (given)
@@ -50,6 +52,7 @@ private Q_SLOTS:
             {"unknown words", "-x --snapshots y --snapshot out z --Symbol B --symbol=B", "[out - - -]"},
             {"help and version", "--version x --help", "help version"},
             {"help as a directory is no help", "--snapshot --help --strip", "[--help - - -] strip"},
+            {"the log of alerts", "--alert-log --json --demo", "demo log json"},
             {"an option after a value counts again", "--symbol BTC --demo", "demo"},
             {"an option at the end takes no value", "--demo --symbol", "demo"},
             {"slashes at the end", "--market-server https://a.example:80/x/y//", "https://a.example:80/x/y"},

@@ -84,11 +84,14 @@ public:
     {
         switch (below(16)) {
         case 0:
+            forgetAlerts();
             state->setCoin(codes[int(state->market())].at(below(2)));
             break;
         case 1:
-            if (below(4) == 0)
+            if (below(4) == 0) {
+                forgetAlerts();
                 state->setMarket(MarketSegment(below(3)));
+            }
             break;
         case 2:
             state->setTimeframe(state->timeframeOptions().at(below(3)));
@@ -173,7 +176,6 @@ private:
     };
     struct Alert
     {
-        QString symbol;
         double target;
         std::optional<bool> above;
         bool triggered = false;
@@ -192,7 +194,7 @@ private:
         const auto live = believedPrice();
         bool sounds = false;
         for (Alert &alert : m_alerts) {
-            if (!live || alert.symbol != state->coinSymbol())
+            if (!live)
                 continue;
             if (!alert.above)
                 alert.above = *live < alert.target;
@@ -205,6 +207,13 @@ private:
             }
         }
         m_sounds += sounds ? 1 : 0;
+    }
+    /// Those of other instruments are asked for themselves.
+    void forgetAlerts()
+    {
+        while (!state->alerts().empty())
+            state->removeAlert(state->alerts().front().id);
+        m_alerts.clear();
     }
     void addAlert()
     {
@@ -219,7 +228,7 @@ private:
         state->addAlert(target);
         const PriceAlert &added = state->alerts().back();
         // Without an own price the state may take the zones'; what it does not know yet a price decides.
-        m_alerts.push_back({symbol, target, std::nullopt});
+        m_alerts.push_back({target, std::nullopt});
         if (ownPrice)
             m_alerts.back().above = price < target;
         else if (!added.undirected)

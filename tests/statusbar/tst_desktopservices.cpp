@@ -130,6 +130,7 @@ private Q_SLOTS:
         const WakeWatch watch(ours, ours);
         theirs.registerService(u"org.freedesktop.NetworkManager"_s); // comes later
         const QSignalSpy resumed(&watch, &WakeWatch::resumed);
+        const QSignalSpy away(&watch, &WakeWatch::awayChanged);
         const QString manager = u"/org/freedesktop/login1"_s, session = manager + u"/session/_32"_s;
         const QString network = u"/org/freedesktop/NetworkManager"_s,
                       desktop = u"/org/freedesktop/portal/desktop"_s;
@@ -179,6 +180,9 @@ private Q_SLOTS:
             QVERIFY2(waitFor([&] { return resumed.size() >= expected; }) && resumed.size() == expected,
                      qPrintable(row.name));
         }
+        for (qsizetype i = 0; i < away.size(); ++i) // sleep, lock, hint and saver begin and end
+            QCOMPARE(away.at(i).at(0).toBool(), i % 2 == 0);
+        QCOMPARE(away.size(), 8);
     }
 
     void everythingWorksWithoutABus()

@@ -118,6 +118,7 @@ void AppDelegate::watchForWakeUps()
         m_launch.dropConnections(); // the old ones hang in a network that is gone
         m_state->refreshNow();
     });
+    connect(m_wakeWatch.get(), &WakeWatch::awayChanged, this, [this](bool away) { m_state->setAway(away); });
 }
 
 void AppDelegate::showPanel()

@@ -26,7 +26,6 @@ struct Watched
     bool (*helps)(const QVariant &value);
 };
 constexpr std::array watchedProperties{
-    Watched{"LockedHint", [](const QVariant &locked) { return !locked.toBool(); }},
     Watched{"State", [](const QVariant &state) { return state.toUInt() >= connectedSite; }},
     Watched{"Connectivity", [](const QVariant &kind) { return kind.toUInt() != connectivityNone; }},
     Watched{"PrimaryConnection",
@@ -41,10 +40,11 @@ WakeWatch::WakeWatch(const QDBusConnection &systemBus, const QDBusConnection &se
     const QString session = logind + u".Session"_s;
     if (QDBusConnection bus = systemBus; bus.isConnected()) {
         bus.connect(logind, u"/org/freedesktop/login1"_s, logind + u".Manager"_s, u"PrepareForSleep"_s, this,
-                    SLOT(endsWithFalse(bool)));
+                    SLOT(sleepAnnounced(bool)));
         // Of whichever session: which one is ours cannot be told in every desktop, and a refresh costs
         // little.
-        bus.connect(logind, {}, session, u"Unlock"_s, this, SIGNAL(resumed()));
+        bus.connect(logind, {}, session, u"Lock"_s, this, SLOT(lock()));
+        bus.connect(logind, {}, session, u"Unlock"_s, this, SLOT(unlock()));
         bus.connect(logind, {}, properties, u"PropertiesChanged"_s, {session}, {}, this,
                     SLOT(propertiesChanged(QDBusMessage)));
         bus.connect(networkManager, u"/org/freedesktop/NetworkManager"_s, properties, u"PropertiesChanged"_s,
@@ -55,14 +55,16 @@ WakeWatch::WakeWatch(const QDBusConnection &systemBus, const QDBusConnection &se
                     u"changed"_s, this, SIGNAL(resumed()));
         for (const auto desktop : {"freedesktop"_L1, "gnome"_L1, "xfce"_L1, "cinnamon"_L1, "mate"_L1})
             bus.connect({}, {}, "org."_L1 + desktop + ".ScreenSaver"_L1, u"ActiveChanged"_s, this,
-                        SLOT(endsWithFalse(bool)));
+                        SLOT(screenAnnounced(bool)));
     }
 }
 
-void WakeWatch::endsWithFalse(bool begins)
+void WakeWatch::noteAway(bool &reason, bool begins)
 {
     if (!begins)
         Q_EMIT resumed();
+    reason = begins;
+    Q_EMIT awayChanged(m_asleep || m_locked);
 }
 
 void WakeWatch::propertiesChanged(const QDBusMessage &message)
@@ -72,7 +74,9 @@ void WakeWatch::propertiesChanged(const QDBusMessage &message)
         const auto value = values.constFind(QLatin1String(property.name));
         return value != values.cend() && property.helps(*value);
     });
-    if (helps)
+    if (const auto locked = values.constFind(u"LockedHint"_s); locked != values.cend())
+        screenAnnounced(locked->toBool());
+    else if (helps)
         Q_EMIT resumed();
 }
 

@@ -18,10 +18,20 @@ public:
 Q_SIGNALS:
     /// May come several times for one event.
     void resumed();
+    /// Whether the machine is about to sleep or the screen is locked; after resumed(), when it is over.
+    void awayChanged(bool away);
 
 private Q_SLOTS:
-    void endsWithFalse(bool begins); ///< of a sleep or a locked screen
+    void sleepAnnounced(bool begins) { noteAway(m_asleep, begins); }
+    void screenAnnounced(bool locked) { noteAway(m_locked, locked); }
+    void lock() { noteAway(m_locked, true); }
+    void unlock() { noteAway(m_locked, false); }
     void propertiesChanged(const QDBusMessage &message);
+
+private:
+    void noteAway(bool &reason, bool begins);
+
+    bool m_asleep = false, m_locked = false;
 };
 
 } // namespace kestrune
