@@ -151,19 +151,26 @@ void FiredAlerts::refresh()
             next.push_back({firedAlertLine(m_context.state, alert), true});
     }
     const auto unseen = std::ranges::count_if(fired, [&](const auto &alert) { return !isShown(alert); });
-    m_more->setText(u"还有 %1 条"_s.arg(unseen));
-    m_more->updateGeometry();
-    for (std::size_t i = 0; i < next.size(); ++i)
-        m_rows[i]->setLine(next[i].line, next[i].rings);
-    const bool sameRows = next.size() == m_shown.size() && m_more->isHidden() == (unseen == 0);
+    bool changed = false;
+    const auto show = [&changed](QWidget *widget, bool shows) {
+        changed = changed || widget->isHidden() == shows;
+        widget->setVisible(shows);
+    };
+    for (std::size_t i = 0; i < m_rows.size(); ++i) {
+        if (i < next.size())
+            m_rows[i]->setLine(next[i].line, next[i].rings);
+        show(m_rows[i], i < next.size());
+    }
+    const QString more = u"还有 %1 条"_s.arg(unseen);
+    if (m_more->text() != more) {
+        m_more->setText(more);
+        m_more->updateGeometry();
+    }
+    show(m_more, unseen > 0);
     m_shown = std::move(next);
-    if (sameRows)
-        return;
-    for (std::size_t i = 0; i < m_rows.size(); ++i)
-        m_rows[i]->setVisible(i < m_shown.size());
-    m_more->setVisible(unseen > 0);
     setVisible(!m_shown.empty());
-    Q_EMIT rowsChanged();
+    if (changed)
+        Q_EMIT rowsChanged();
 }
 
 bool FiredAlerts::event(QEvent *event)
@@ -178,8 +185,8 @@ bool FiredAlerts::event(QEvent *event)
 QList<QWidget *> FiredAlerts::tabStops() const
 {
     QList<QWidget *> stops;
-    for (const FiredAlertRow *row : m_rows)
-        stops << const_cast<FiredAlertRow *>(row) << row->dismiss();
+    for (FiredAlertRow *row : m_rows)
+        stops << row << row->dismiss();
     return stops << m_more;
 }
 

@@ -225,9 +225,11 @@ void PopoverView::chooseInstrument(const QString &symbol)
 
 void PopoverView::chooseAlert(const QString &id)
 {
+    const MarketSegment before = m_state->market();
     clearPickedZone(*m_state);
     m_state->showAlertInstrument(id);
-    m_settings->fillFields(); // another segment may have set the leverage
+    if (m_state->market() != before)
+        m_settings->fillFields(); // stocks have set the leverage
 }
 
 // Asked for outside the panel, which is why it says where it is.
@@ -321,7 +323,10 @@ void PopoverView::showEvent(QShowEvent *event)
 {
     QWidget::showEvent(event);
     m_settings->fillFields();
-    updateNow();
+    {
+        const QSignalBlocker opening(m_fired); // nothing has been seen yet that could jump
+        updateNow();
+    }
     m_marketContext->finishFolding();
     settleLayouts(*this);
     if (m_zones->isLong())

@@ -31,7 +31,7 @@ constexpr int lineGap = 2;
 constexpr int columnGap = 8;
 constexpr int bellSide = 24;
 constexpr double cornerRadius = 6;
-constexpr auto holdTime = std::chrono::milliseconds(600);
+constexpr auto bellHoldTime = std::chrono::milliseconds(600);
 
 int tagTop()
 {
@@ -97,7 +97,7 @@ ZoneRow::ZoneRow(const Zone &zone, int decimals, QWidget *parent)
     updateTags();
     setAlerts(false, false);
     m_holding.setSingleShot(true);
-    m_holding.setInterval(holdTime);
+    m_holding.setInterval(bellHoldTime);
     connect(&m_holding, &QTimer::timeout, this, [this] {
         m_bell->setDown(false);    // letting go is no click any more,
         Q_EMIT m_bell->released(); // nor told by the toolkit
@@ -119,7 +119,12 @@ void ZoneRow::setAlerts(bool onMiddle, bool follows)
 {
     m_bell->setIconName(follows ? u"bell.follow.fill"_s : onMiddle ? u"bell.fill"_s : u"bell"_s);
     m_bell->setTone(onMiddle || follows ? Tone::orange : Tone::secondary);
-    m_bell->setTip(onMiddle ? u"取消该价位提醒"_s : u"设置该价位提醒"_s);
+    const QString tip = onMiddle ? u"取消该价位提醒"_s : u"设置该价位提醒"_s;
+    const QString shown = follows ? tip + u"\n正在跟随这个区域"_s : tip;
+    if (m_bell->toolTip() != shown) {
+        m_bell->setTip(tip);
+        m_bell->setToolTip(shown);
+    }
     if (std::exchange(m_followed, follows) != follows)
         updateAccessibleTexts();
 }

@@ -362,8 +362,9 @@ private Q_SLOTS:
         panel.pick(3418, u"support"_s);
         panel.press(u"BTC 手动 67,000，08:28"_s);
         QVERIFY(state.coinSymbol() == u"BTC"_s && !state.selectedZonePrice());
-        state.alerts = std::vector<PriceAlert>{};
-        drainEvents();
+        panel.view->hide();
+        state.alerts = std::vector<PriceAlert>{}; // settled elsewhere
+        panel.view->show();
         QCOMPARE(area->y(), areaTop);
     }
 
