@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "platform/jsonpreferences.h"
+#include "platform/sharedlinefile.h"
 #include "support/bytesinuse.h"
 #include "support/eventloop.h"
 #include "support/program.h"
@@ -15,6 +16,7 @@
 #include <csignal>
 #include <limits>
 #include <memory>
+#include <span>
 
 #include <pwd.h>
 #include <sched.h>
@@ -137,6 +139,20 @@ class PreferencesTest : public QObject
         QTemporaryDir m_folder;
         bool m_mounted = false;
     };
+
+    /// Adds a line, now and then by writing all anew.
+    static bool note(const QString &path, const QByteArray &word, int i)
+    {
+        constexpr std::size_t most = 100;
+        SharedLineFile file(path);
+        const auto lock = file.lock();
+        const auto before = file.changedLines().value_or(std::vector<QByteArray>());
+        const QByteArray line = word + ' ' + QByteArray::number(i) + '\n';
+        QByteArray all;
+        for (const QByteArray &each : std::span(before).last(std::min(before.size(), most)))
+            all += each + '\n';
+        return lock && (i % 5 == 0 ? file.replaceWith(all + line) : file.append(line));
+    }
 
     inline static const QString number = u"ks_number"_s;
     inline static const QString text = u"ks_text"_s;
@@ -347,12 +363,14 @@ private Q_SLOTS:
     void killedAtAnyMomentTheFileIsTheOldOrTheNewOne()
     {
         const int rounds = std::max(25, qEnvironmentVariableIntValue("KESTRUNE_KILL_ROUNDS"));
-        const QString large(20'000, u'x');
+        const QString large(20'000, u'x'), lines = folder() + u"/state/lines"_s;
         const Told told;
         // Tells each number once the call that stored it has returned.
         const auto count = [&](int place, const QString &key) {
             JsonPreferences preferences(folder());
             for (int i = preferences.integer(key).value_or(0) + 1;; ++i) {
+                if (!note(lines, key.toLatin1(), i))
+                    return;
                 preferences.setText(key + u"_text"_s, large + QString::number(i));
                 preferences.setInteger(key, i);
                 told.numbers[place] = i;
@@ -390,6 +408,16 @@ private Q_SLOTS:
         QVERIFY(other == told.numbers[1] || other == told.numbers[1] + 1);
         qInfo("%d rounds (%d before the first change), %d settings written", rounds, early, told.numbers[0]);
         QVERIFY(told.numbers[0] > rounds / 2);
+        // No line that had been written is missing; one may stand twice, before and after its writer's end.
+        QHash<QByteArray, int> last;
+        const auto written = SharedLineFile(lines).changedLines();
+        for (const QByteArray &line : *written) {
+            const QByteArrayList words = line.split(' ');
+            const int i = words.value(1).toInt(), known = last.value(words[0], i);
+            QVERIFY2(words.size() == 2 && (i == known || i == known + 1), line.constData());
+            last[words[0]] = i;
+        }
+        QVERIFY(last["count"] >= told.numbers[0] && last["other"] >= other);
         JsonPreferences(folder()).setInteger(u"last"_s, 1);
         QCOMPARE(files(), QStringList{u"preferences.json"_s});
     }
@@ -482,7 +510,12 @@ private Q_SLOTS:
             const QByteArray before = readFile(settings + u"/preferences.json"_s);
             int reports = 0;
             preferences.onFirstWriteFailure([&reports] { ++reports; });
+            const QString lines = disk.path(u"state/lines"_s);
+            QVERIFY(note(lines, "a", 1));
             QVERIFY(disk.shut(row.full));
+            for (const int i : {2, 5}) // a line more, and all anew
+                QVERIFY(!note(lines, QByteArray(20'000, 'b'), i));
+            QCOMPARE(readFile(lines), QByteArray("a 1\n"));
             preferences.setNumber(number, 2);
             preferences.setText(u"ks_coin"_s, u"ETH"_s);
             QCOMPARE(readFile(settings + u"/preferences.json"_s), before);
@@ -498,6 +531,7 @@ private Q_SLOTS:
             QCOMPARE(bar.contentOf(u"out/data.json"_s).isEmpty(), !row.full);
 
             QVERIFY(disk.reopen(row.full));
+            QVERIFY(note(lines, "b", 2) && readFile(lines) == "a 1\nb 2\n");
             preferences.setBoolean(u"ks_mini"_s, true);
             const JsonPreferences again(settings);
             QCOMPARE(again.number(number), std::optional(2.0)); // what had not been written is made up for

@@ -197,8 +197,14 @@ class SoakTest : public QObject
             const int sounds = attention.soundCount;
             for (const double factor : {0.5, 1.01, 2.0}) // the first one rings at once
                 state->addAlert(*state->price() * factor, {}, true);
+            state->setCoin(u"BTC"_s);
+            live(120s); // watched from elsewhere
+            QVERIFY(attention.soundCount > sounds && state->pulsePhase() == 0 && state->firedElsewhere() > 0);
+            state->setCoin(u"ETH"_s);
             live(120s);
-            QVERIFY(attention.soundCount > sounds && state->pulsePhase() > 0);
+            QVERIFY(state->pulsePhase() > 0);
+            attention.notices.clear();
+            attention.withdrawn.clear();
             while (!state->alerts().empty()) {
                 const QString id = state->alerts().front().id;
                 state->dismissAlert(id);

@@ -56,17 +56,17 @@ public:
             clock.advance(std::chrono::seconds(1 + below(6)));
         else if (choice < 88)
             select();
-        else if (choice < 91)
+        else if (choice == 88)
             addAlert();
-        else if (choice < 93)
+        else if (choice == 89)
             forgetOne();
-        else if (choice < 97)
+        else if (choice < 92)
             userAnswers();
-        else if (choice == 97)
+        else if (choice == 92)
             clock.setNow(clock.now() + std::chrono::seconds(below(3600) - 1800));
-        else if (choice == 98)
+        else if (choice == 93)
             suspend();
-        else if (below(10) == 0)
+        else if (below(60) == 0)
             restart();
         noteRequests();
     }
@@ -203,8 +203,8 @@ private:
     {
         AppState &state = *m_run->state;
         const double target =
-            m_prices.try_emplace(state.coinSymbol(), 100).first->second * (0.985 + 0.03 * below(1000) / 999);
-        const bool above = below(2) == 0;
+            m_prices.try_emplace(state.coinSymbol(), 100).first->second * (0.97 + 0.06 * below(1000) / 999);
+        const bool above = (target > m_prices[state.coinSymbol()]) == (below(4) > 0);
         const auto live = state.livePrice();
         state.addAlert(target, u"x"_s, above);
         m_alerts.push_back({state.alerts().back().id, state.coinSymbol(), target, above});

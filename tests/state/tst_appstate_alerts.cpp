@@ -158,22 +158,6 @@ private Q_SLOTS:
         QCOMPARE(other.saved(), u"止盈 110.00 fall, 止损 90.00 rise, 止损 90.00 rise"_s);
     }
 
-    void otherInstrumentsAreLeftAlone()
-    {
-        Day day(106);
-        day->addAlert(105, u"ETH"_s, true);
-        day->setCoin(u"BTC"_s);
-        drainEvents();
-        day->addAlert(300, u"BTC"_s);
-        QVERIFY(!day->alertActive() && !day->hasAlert(105));
-        QCOMPARE(Day::told(day->currentAlerts()), u"BTC rise"_s);
-        day.priceIs(90); // would re-arm the first
-        day.priceIs(400);
-        QCOMPARE(day.told(), u"ETH rise fired, BTC rise fired"_s);
-        day->setCoin(u"ETH"_s);
-        QVERIFY(day->alertActive());
-    }
-
     void thePulseCountsAndCostsNothingWhenIdle()
     {
         Day day(100);

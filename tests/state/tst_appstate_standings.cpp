@@ -82,25 +82,19 @@ public:
 
     void step()
     {
-        switch (below(16)) {
+        switch (below(15)) {
         case 0:
-            forgetAlerts();
             state->setCoin(codes[int(state->market())].at(below(2)));
             break;
         case 1:
-            if (below(4) == 0) {
-                forgetAlerts();
+            if (below(4) == 0)
                 state->setMarket(MarketSegment(below(3)));
-            }
             break;
         case 2:
             state->setTimeframe(state->timeframeOptions().at(below(3)));
             break;
         case 3:
-            addAlert();
-            break;
         case 4:
-        case 5:
             clock.advance(std::chrono::seconds(below(30) == 0 ? 160 : 1 + below(7)));
             break;
         default:
@@ -154,11 +148,7 @@ public:
         if (state->signalsStanding().fresh() &&
             (scored == m_scored.cend() || clock.steady() - *scored > 150s))
             return u"signals"_s;
-        for (std::size_t i = 0; i < m_alerts.size(); ++i) {
-            if (m_alerts[i].triggered != state->alerts().at(i).triggered)
-                return u"alert %1"_s.arg(i);
-        }
-        return attention.soundCount == m_sounds ? QString() : u"sounds"_s;
+        return {};
     }
 
 private:
@@ -174,14 +164,6 @@ private:
         double value, believed;
         SteadyInstant stamp;
     };
-    struct Alert
-    {
-        double target;
-        std::optional<bool> above;
-        bool triggered = false;
-        std::optional<Instant> fired = {};
-    };
-
     [[nodiscard]] int below(int limit) { return int(m_random() % unsigned(limit)); }
     [[nodiscard]] std::optional<double> believedPrice() const
     {
@@ -189,53 +171,6 @@ private:
                               m_shown->value == m_shown->believed && clock.steady() - m_shown->stamp <= 20s;
         return believed ? std::optional(m_shown->value) : std::nullopt;
     }
-    void touch()
-    {
-        const auto live = believedPrice();
-        bool sounds = false;
-        for (Alert &alert : m_alerts) {
-            if (!live)
-                continue;
-            if (!alert.above)
-                alert.above = *live < alert.target;
-            const bool hit = *alert.above ? *live >= alert.target : *live <= alert.target;
-            if (hit && !alert.triggered && (!alert.fired || clock.now() - *alert.fired > 120s)) {
-                alert.fired = clock.now();
-                sounds = alert.triggered = true;
-            } else if (!hit) {
-                alert.triggered = false;
-            }
-        }
-        m_sounds += sounds ? 1 : 0;
-    }
-    /// Those of other instruments are asked for themselves.
-    void forgetAlerts()
-    {
-        while (!state->alerts().empty())
-            state->removeAlert(state->alerts().front().id);
-        m_alerts.clear();
-    }
-    void addAlert()
-    {
-        if (m_alerts.size() >= 8) {
-            state->removeAlert(state->alerts().front().id);
-            m_alerts.erase(m_alerts.begin());
-        }
-        const QString symbol = state->coinSymbol();
-        const double target = bases.value(symbol) * (0.97 + 0.01 * below(7)),
-                     price = state->price().value_or(0);
-        const bool ownPrice = m_shown && m_shown->symbol == symbol && m_shown->value == m_shown->believed;
-        state->addAlert(target);
-        const PriceAlert &added = state->alerts().back();
-        // Without an own price the state may take the zones'; what it does not know yet a price decides.
-        m_alerts.push_back({target, std::nullopt});
-        if (ownPrice)
-            m_alerts.back().above = price < target;
-        else if (!added.undirected)
-            m_alerts.back().above = added.above;
-        touch();
-    }
-
     [[nodiscard]] CandleList candlesOf(const QString &symbol, const QString &interval, bool old) const
     {
         const auto kind = std::size_t(intervals.indexOf(interval));
@@ -307,18 +242,15 @@ private:
             m_shown = next;
             if (symbol == state->coinSymbol())
                 m_own = next;
-            touch();
         }
         http.release(line, body);
     }
 
     std::mt19937 m_random;
     std::vector<Answer> m_answers;
-    std::vector<Alert> m_alerts;
     std::optional<Price> m_shown, m_own; // whatever came last, and of what was selected then
     QHash<QString, SteadyInstant> m_scored;
     QHash<QString, QByteArray> m_bodies;
-    int m_sounds = 0;
 };
 
 // Whose the values are and how old, and that nothing comes of another's or of old ones.
