@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
 # Makes the pictures of the item in real bars for the documentation, in docs/ or in the folder given: tray.png,
-# menu.png, opened.png and strip.png in a session of their own, waybar.png where sway, waybar and grim are installed.
+# menu.png, opened.png, strip.png and alerts.png in a session of their own, waybar.png where sway, waybar and grim are installed.
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 # shellcheck source=scripts/packages.sh

@@ -4,6 +4,7 @@
 
 Usage: pictures.py TARGET_FOLDER BIN_DIR. Says what it could not make, and why.
 """
+import json
 import os
 import pathlib
 import shutil
@@ -11,6 +12,7 @@ import subprocess
 import sys
 import tempfile
 import time
+import urllib.request
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "tests" / "session"))
 import desktop  # noqa: E402  pylint: disable=wrong-import-position
@@ -97,6 +99,32 @@ def strip_picture(session, folder, market):
     session.quit_bar(bar, log="strip.err")
 
 
+def alert_of(coin, label, price, above):
+    return {"id": coin, "targetPrice": price, "above": above, "symbol": coin, "label": f"{label} {price:,g}",
+            "triggered": False}
+
+
+def alerts_picture(session, folder):
+    """What rang, above the chips of the panel. The market is of this moment: from an old one nothing is told."""
+    market = session.start_market()
+
+    def near(coin, factor, digits):
+        address = f"{market}/api/v4/futures/usdt/tickers?contract={coin}_USDT"
+        with urllib.request.urlopen(address, timeout=10) as answer:
+            return round(float(json.load(answer)[0]["last"]) * factor, digits)
+
+    session.preset(ks_coin="ETH", ks_alerts=[
+        alert_of("ETH", "阻力", near("ETH", 0.995, 1), True), alert_of("BTC", "手动", near("BTC", 0.99, 0), True),
+        alert_of("SOL", "跟随 支撑1 ·", near("SOL", 1.01, 2), False)])
+    bar = session.start_bar("--strip", "--market-server", market, log="alerts.err")
+    click(wait_until_it_stays(strip, "the strip shows", 12, still=2))
+    window = wait_until_it_stays(panel, "the panel opens", 40, still=20)  # other instruments take their turn
+    act("import", "-silent", "-window", "root", "-crop", f"320x380+{window.x}+{window.y}", "+repage", "-strip",
+        folder / "alerts.png")
+    close_panel()
+    session.end(bar)
+
+
 def waybar_picture(bin_dir, folder):
     """Through sway without a screen, which does not run as root."""
     lacking = desktop.missing(["sway", "waybar", "grim", "swaymsg", "setpriv"])
@@ -143,6 +171,7 @@ def all_pictures(session):
     act("xsetroot", "-solid", WALLPAPER)
     market = session.start_market(*MARKET_TIME)
     strip_picture(session, folder, market)
+    alerts_picture(session, folder)
     tray_pictures(session, folder, market)
 
 

@@ -6,7 +6,7 @@
 #include "ui/helptitle.h"
 #include "ui/iconbutton.h"
 #include "ui/inputfield.h"
-#include "viewmodel/settingsinput.h"
+#include "viewmodel/alertlines.h"
 
 #include <algorithm>
 
@@ -45,14 +45,24 @@ AlertsSection::AlertsSection(const PanelContext &context, QWidget *parent)
 
 void AlertsSection::addManualAlert()
 {
-    if (const auto target = fields::alertPrice.accepted(m_input->text()))
-        m_context.state.addAlert(*target);
-    m_input->clear(); // in every case
+    AppState &state = m_context.state;
+    const std::pair entry(state.coinSymbol(), m_input->text());
+    const TypedAlert typed = typedAlert(entry.second, state.livePrice(), m_asked == entry);
+    m_asked = {};
+    if (!typed.target) {
+        if (typed.asks)
+            m_asked = entry;
+        Q_EMIT noted(typed.note, true, {}, {});
+        return;
+    }
+    state.addAlert(*typed.target);
+    m_input->clear();
 }
 
 void AlertsSection::refresh()
 {
     const std::vector<PriceAlert> alerts = m_context.state.currentAlerts();
+    const auto live = m_context.state.livePrice();
     std::vector<AlertRow *> next;
     next.reserve(alerts.size());
     for (const PriceAlert &alert : alerts) {
@@ -61,7 +71,7 @@ void AlertsSection::refresh()
             return row->id() == alert.id && std::ranges::find(next, row) == next.end();
         });
         next.push_back(found != m_rows.end() ? *found : makeRow(alert.id));
-        next.back()->setAlert(alert);
+        next.back()->setAlert(alert, offersRearming(alert, live));
     }
     if (next == m_rows)
         return;
@@ -90,8 +100,45 @@ AlertRow *AlertsSection::makeRow(const QString &id)
 {
     auto *row = new AlertRow(id);
     connect(row, &AlertRow::dismissed, this, [this, id] { m_context.state.dismissAlert(id); });
-    connect(row, &AlertRow::removed, this, [this, id] { m_context.state.removeAlert(id); });
+    connect(row, &AlertRow::removed, this, [this, id] { removeAlert(id); });
+    connect(row, &AlertRow::rearmed, this, [this, id] { rearmAlert(id); });
     return row;
+}
+
+std::optional<PriceAlert> AlertsSection::alertOf(const QString &id) const
+{
+    const std::vector<PriceAlert> &alerts = m_context.state.alerts();
+    const auto found = std::ranges::find(alerts, id, &PriceAlert::id);
+    return found == alerts.end() ? std::nullopt : std::optional(*found);
+}
+
+void AlertsSection::removeAlert(const QString &id)
+{
+    AppState &state = m_context.state;
+    const auto alert = alertOf(id);
+    state.removeAlert(id);
+    if (alert)
+        Q_EMIT noted(u"已删除 "_s + alert->label, false, u"撤销"_s,
+                     [&state, alert = *alert] { state.restoreAlert(alert); });
+}
+
+void AlertsSection::rearmAlert(const QString &id)
+{
+    const auto before = alertOf(id);
+    if (!before)
+        return;
+    m_context.state.rearmAlert(id);
+    Q_EMIT noted(rearmedText(*before), false, {}, {});
+}
+
+const QWidget *AlertsSection::focusAlert(const QString &id) const
+{
+    const auto row = std::ranges::find(m_rows, id, &AlertRow::id);
+    if (row == m_rows.end())
+        return nullptr;
+    if ((*row)->dismissButton()->isVisible())
+        (*row)->dismissButton()->setFocus(Qt::TabFocusReason); // with the ring, which shows where it is
+    return *row;
 }
 
 QList<QWidget *> AlertsSection::tabStops() const

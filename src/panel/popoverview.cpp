@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "panel/popoverview.h"
 
+#include "panel/alertlogsection.h"
 #include "panel/alertssection.h"
 #include "panel/contextsection.h"
+#include "panel/firedalerts.h"
 #include "panel/footersection.h"
 #include "panel/headersection.h"
 #include "panel/helpsheet.h"
@@ -10,12 +12,14 @@
 #include "panel/snapshotsection.h"
 #include "panel/zonessection.h"
 #include "platform/async.h"
+#include "state/alertlog.h"
 #include "ui/boxlayouts.h"
 #include "ui/chip.h"
 #include "ui/chiprow.h"
 #include "ui/disclosure.h"
 #include "ui/divider.h"
 #include "ui/focusring.h"
+#include "ui/hoverfade.h"
 #include "ui/layoutsettling.h"
 #include "ui/scrollarea.h"
 #include "ui/toast.h"
@@ -24,6 +28,7 @@
 
 #include <QDesktopServices>
 #include <QKeyEvent>
+#include <QScrollBar>
 #include <QToolTip>
 
 #include <algorithm>
@@ -37,6 +42,7 @@ namespace {
 
 constexpr int lowestHeight = 240;
 constexpr int toastGap = 8;
+constexpr int lowPanel = 480; ///< what lies below has room for one fired alert
 
 PanelContext contextOf(AppState &state, const PopoverView::Options &options)
 {
@@ -58,11 +64,13 @@ PopoverView::PopoverView(std::shared_ptr<AppState> state, const Options &options
 {
     const PanelContext context = contextOf(*m_state, options);
     m_header = new HeaderSection(context);
+    m_fired = new FiredAlerts(context);
     m_chips = new ChipRow;
     m_snapshot = new SnapshotSection(context);
     m_zones = new ZonesSection(context);
     m_marketContext = new ContextSection(context);
     m_alerts = new AlertsSection(context);
+    m_alertLog = new AlertLogSection(context);
     m_settings = new SettingsSection(context);
     m_footer = new FooterSection(context, options.marketNotice);
     setWindowTitle(u"Kestrune Bar"_s);
@@ -76,6 +84,7 @@ PopoverView::PopoverView(std::shared_ptr<AppState> state, const Options &options
     m_area->setWidget(makeScrolledContent());
     m_area->widget()->setAutoFillBackground(false);
     m_area->setAnchor(m_marketContext);
+    m_area->setMinimumHeight(1); // it gives way to everything else
     // What is unfolded at the lower edge comes into view; queued, for the layout to end first.
     for (const Collapsible *body : m_area->findChildren<Collapsible *>()) {
         connect(
@@ -86,6 +95,7 @@ PopoverView::PopoverView(std::shared_ptr<AppState> state, const Options &options
     addWithMargins(column, m_header);
     column->addSpacing(stackSpacing);
     addWithMargins(column, new Divider);
+    addWithMargins(column, m_fired);
     column->addWidget(m_area, 1);
     addWithMargins(column, new Divider);
     column->addSpacing(stackSpacing);
@@ -110,6 +120,7 @@ QWidget *PopoverView::makeScrolledContent()
     addWithMargins(column, m_marketContext);
     addWithMargins(column, new Divider);
     addWithMargins(column, m_alerts, panelMargin - 4); // its icons, not their hit areas, end at the margin
+    addWithMargins(column, m_alertLog);
     addWithMargins(column, new Divider);
     addWithMargins(column, m_settings);
     column->addStretch(1);
@@ -125,6 +136,11 @@ void PopoverView::connectActions()
     connect(m_footer, &FooterSection::helpRequested, this, &PopoverView::showHelp);
     connect(m_settings, &SettingsSection::noted, this,
             [this](const QString &note) { showToast(note, true); });
+    connect(&m_state->alertLog(), &AlertLog::changed, this, &PopoverView::scheduleUpdate);
+    connect(m_fired, &FiredAlerts::picked, this, &PopoverView::chooseAlert);
+    connect(m_fired, &FiredAlerts::logRequested, this, &PopoverView::showLog);
+    connect(m_fired, &FiredAlerts::rowsChanged, this, &PopoverView::makeRoomForFired);
+    connect(m_alerts, &AlertsSection::noted, this, &PopoverView::showToast);
     const auto markStale = [this] { m_tabStopsStale = true; };
     connect(m_zones, &ZonesSection::tabStopsChanged, this, markStale);
     connect(m_alerts, &AlertsSection::tabStopsChanged, this, markStale);
@@ -146,8 +162,10 @@ void PopoverView::scheduleUpdate()
         this,
         [this] {
             m_updatePending = false;
-            if (isVisible())
-                updateNow();
+            if (!isVisible())
+                return;
+            updateNow();
+            showRequestedAlert();
         },
         Qt::QueuedConnection);
 }
@@ -156,11 +174,13 @@ void PopoverView::updateNow()
 {
     m_tabStopsStale = m_tabStopsStale || m_chips->chips().size() != std::size_t(m_state->symbolList().size());
     m_header->refresh();
+    m_fired->refresh();
     m_chips->setContent(m_state->symbolList(), m_state->coinSymbol());
     m_snapshot->refresh();
     m_zones->refresh();
     m_marketContext->refresh();
     m_alerts->refresh();
+    m_alertLog->refresh();
     m_settings->refresh();
     m_footer->refresh();
     if (m_tabStopsStale)
@@ -177,6 +197,7 @@ void PopoverView::setDark(bool dark)
 void PopoverView::setMaximumPanelHeight(int height)
 {
     setFixedSize(panelSize.width(), std::clamp(height, lowestHeight, panelSize.height()));
+    m_fired->setRoom(this->height() < lowPanel ? 1 : FiredAlerts::mostRows);
 }
 
 bool PopoverView::isHelpShown() const
@@ -189,16 +210,56 @@ void PopoverView::setSettingsExpanded(bool expanded)
     m_settings->setExpanded(expanded);
 }
 
-void PopoverView::showToast(const QString &message, bool isError)
+void PopoverView::showToast(const QString &message, bool isError, const QString &action,
+                            const std::function<void()> &onAction)
 {
     placeToast();
-    m_toast->present(message, isError);
+    m_toast->present(message, isError, action, onAction);
 }
 
 void PopoverView::chooseInstrument(const QString &symbol)
 {
     clearPickedZone(*m_state);
     m_state->setCoin(symbol);
+}
+
+void PopoverView::chooseAlert(const QString &id)
+{
+    const MarketSegment before = m_state->market();
+    clearPickedZone(*m_state);
+    m_state->showAlertInstrument(id);
+    if (m_state->market() != before)
+        m_settings->fillFields(); // stocks have set the leverage
+}
+
+// Asked for outside the panel, which is why it says where it is.
+void PopoverView::showRequestedAlert()
+{
+    const auto id = m_state->alertToShow();
+    if (!id)
+        return;
+    m_state->alertToShow = std::nullopt;
+    if (const QWidget *row = m_alerts->focusAlert(*id))
+        m_area->reveal(row);
+}
+
+void PopoverView::showLog()
+{
+    m_alertLog->setExpanded(true);
+    m_area->reveal(m_alertLog);
+}
+
+// What the pointer is on stays under it.
+void PopoverView::makeRoomForFired()
+{
+    const int before = m_area->y();
+    if (!isVisible())
+        return;
+    settleLayouts(*this);
+    if (isUnderPointer(*m_area)) {
+        QScrollBar *bar = m_area->verticalScrollBar();
+        bar->setValue(bar->value() + m_area->y() - before);
+    }
 }
 
 void PopoverView::refreshAll()
@@ -235,10 +296,12 @@ void PopoverView::orderTabStops()
 {
     m_tabStopsStale = false;
     QList<QWidget *> stops = m_header->tabStops();
+    stops << m_fired->tabStops();
     for (Chip *chip : m_chips->chips())
         stops << chip;
     stops << m_zones->tabStops() << m_marketContext->tabStops() << m_alerts->tabStops()
-          << m_settings->tabStops() << m_footer->tabStops();
+          << m_alertLog->tabStops() << m_settings->tabStops() << m_footer->tabStops()
+          << m_toast->actionButton();
     // The panel is the chain's beginning; the toolkit only accepts it as such while it takes the focus
     // itself.
     setFocusPolicy(Qt::TabFocus);
@@ -260,11 +323,15 @@ void PopoverView::showEvent(QShowEvent *event)
 {
     QWidget::showEvent(event);
     m_settings->fillFields();
-    updateNow();
+    {
+        const QSignalBlocker opening(m_fired); // nothing has been seen yet that could jump
+        updateNow();
+    }
     m_marketContext->finishFolding();
     settleLayouts(*this);
     if (m_zones->isLong())
         m_area->reveal(m_zones->core());
+    showRequestedAlert();
 }
 
 void PopoverView::hideEvent(QHideEvent *event)

@@ -12,9 +12,11 @@
 
 namespace kestrune {
 
+class AlertLogSection;
 class AlertsSection;
 class ChipRow;
 class ContextSection;
+class FiredAlerts;
 class FooterSection;
 class HeaderSection;
 class HelpSheet;
@@ -54,7 +56,8 @@ public:
 
     [[nodiscard]] bool isHelpShown() const;
     void setSettingsExpanded(bool expanded);
-    void showToast(const QString &message, bool isError);
+    void showToast(const QString &message, bool isError, const QString &action = {},
+                   const std::function<void()> &onAction = {});
 
     [[nodiscard]] QSize sizeHint() const override { return size(); }
 
@@ -74,6 +77,10 @@ private:
     void fieldChanged(const PublishedField *field);
     void scheduleUpdate();
     void chooseInstrument(const QString &symbol);
+    void chooseAlert(const QString &id);
+    void showRequestedAlert();
+    void showLog();
+    void makeRoomForFired();
     void refreshAll();
     void refreshZones();
     static QCoro::Task<> refreshAndReport(std::shared_ptr<AppState> state, QPointer<PopoverView> view);
@@ -83,11 +90,13 @@ private:
 
     std::shared_ptr<AppState> m_state;
     HeaderSection *m_header;
+    FiredAlerts *m_fired;
     ChipRow *m_chips;
     SnapshotSection *m_snapshot;
     ZonesSection *m_zones;
     ContextSection *m_marketContext;
     AlertsSection *m_alerts;
+    AlertLogSection *m_alertLog;
     SettingsSection *m_settings;
     FooterSection *m_footer;
     Toast *m_toast;

@@ -29,6 +29,7 @@ Q_SIGNALS:
     void rowsChanged();
     void tapped(const kestrune::Zone &zone);
     void bellPressed(const kestrune::Zone &zone);
+    void menuRequested(const kestrune::Zone &zone, const QPoint &globalPosition);
 
 private:
     [[nodiscard]] ZoneRow *makeRow(const Zone &zone, int decimals);

@@ -11,11 +11,13 @@
 #include "ui/typography.h"
 #include "viewmodel/paneltexts.h"
 
+#include <QContextMenuEvent>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 namespace kestrune {
@@ -29,6 +31,7 @@ constexpr int lineGap = 2;
 constexpr int columnGap = 8;
 constexpr int bellSide = 24;
 constexpr double cornerRadius = 6;
+constexpr auto bellHoldTime = std::chrono::milliseconds(600);
 
 int tagTop()
 {
@@ -39,6 +42,8 @@ int emptyTagHeight()
 {
     return lineHeight(TypeRole::caption) + 1; // the distance needs its line without tags too
 }
+
+} // namespace
 
 /// A zone row is pressed to select it and reports its selection as a check mark.
 class AccessibleZoneRow : public PressableInterface
@@ -54,14 +59,24 @@ public:
         return state;
     }
 
+    [[nodiscard]] QStringList actionNames() const override
+    {
+        return PressableInterface::actionNames() << showMenuAction();
+    }
+    void doAction(const QString &name) override
+    {
+        if (name == showMenuAction())
+            row()->askForMenu();
+        else
+            PressableInterface::doAction(name);
+    }
+
 protected:
     void press() override { Q_EMIT row()->tapped(); }
 
 private:
     [[nodiscard]] ZoneRow *row() const { return static_cast<ZoneRow *>(widget()); }
 };
-
-} // namespace
 
 ZoneRow::ZoneRow(const Zone &zone, int decimals, QWidget *parent)
     : QWidget(parent)
@@ -80,7 +95,16 @@ ZoneRow::ZoneRow(const Zone &zone, int decimals, QWidget *parent)
     connect(m_bell, &IconButton::clicked, this, &ZoneRow::bellPressed);
     updateTexts();
     updateTags();
-    setHasAlert(false);
+    setAlerts(false, false);
+    m_holding.setSingleShot(true);
+    m_holding.setInterval(bellHoldTime);
+    connect(&m_holding, &QTimer::timeout, this, [this] {
+        m_bell->setDown(false);    // letting go is no click any more,
+        Q_EMIT m_bell->released(); // nor told by the toolkit
+        askForMenu();
+    });
+    connect(m_bell, &IconButton::pressed, &m_holding, qOverload<>(&QTimer::start));
+    connect(m_bell, &IconButton::released, &m_holding, &QTimer::stop);
 }
 
 void ZoneRow::setZone(const Zone &zone, int decimals)
@@ -91,11 +115,18 @@ void ZoneRow::setZone(const Zone &zone, int decimals)
     updateTags();
 }
 
-void ZoneRow::setHasAlert(bool hasAlert)
+void ZoneRow::setAlerts(bool onMiddle, bool follows)
 {
-    m_bell->setIconName(hasAlert ? u"bell.fill"_s : u"bell"_s);
-    m_bell->setTone(hasAlert ? Tone::orange : Tone::secondary);
-    m_bell->setTip(hasAlert ? u"取消该价位提醒"_s : u"设置该价位提醒"_s);
+    m_bell->setIconName(follows ? u"bell.follow.fill"_s : onMiddle ? u"bell.fill"_s : u"bell"_s);
+    m_bell->setTone(onMiddle || follows ? Tone::orange : Tone::secondary);
+    const QString tip = onMiddle ? u"取消该价位提醒"_s : u"设置该价位提醒"_s;
+    const QString shown = follows ? tip + u"\n正在跟随这个区域"_s : tip;
+    if (m_bell->toolTip() != shown) {
+        m_bell->setTip(tip);
+        m_bell->setToolTip(shown);
+    }
+    if (std::exchange(m_followed, follows) != follows)
+        updateAccessibleTexts();
 }
 
 void ZoneRow::setDimmed(bool dimmed)
@@ -203,9 +234,25 @@ void ZoneRow::keyPressEvent(QKeyEvent *event)
         if (!event->isAutoRepeat())
             Q_EMIT tapped();
         break;
+    case Qt::Key_F10:
+        if (event->modifiers() == Qt::ShiftModifier) {
+            askForMenu();
+            break;
+        }
+        [[fallthrough]];
     default:
         QWidget::keyPressEvent(event);
     }
+}
+
+void ZoneRow::contextMenuEvent(QContextMenuEvent *event)
+{
+    Q_EMIT menuRequested(event->globalPos());
+}
+
+void ZoneRow::askForMenu()
+{
+    Q_EMIT menuRequested(m_bell->mapToGlobal(m_bell->rect().bottomLeft()));
 }
 
 void ZoneRow::updateTexts()
@@ -257,6 +304,8 @@ void ZoneRow::updateAccessibleTexts()
     QStringList words;
     for (const TagContent &tag : m_tagContents)
         words.append(tag.text);
+    if (m_followed)
+        words.append(u"跟随中"_s);
     setAccessibleDescription(words.join(u'、'));
 }
 

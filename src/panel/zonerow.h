@@ -7,6 +7,7 @@
 #include "ui/focusring.h"
 #include "ui/hoverfade.h"
 
+#include <QTimer>
 #include <QWidget>
 
 #include <vector>
@@ -30,8 +31,8 @@ public:
 
     void setZone(const Zone &zone, int decimals);
     [[nodiscard]] const Zone &zone() const { return m_zone; }
-    /// A price alert stands on the zone's middle.
-    void setHasAlert(bool hasAlert);
+    /// A price alert stands on the zone's middle; one goes along with the zone.
+    void setAlerts(bool onMiddle, bool follows);
     /// Greys the numbers of a zone that is old or of another selection.
     void setDimmed(bool dimmed);
     void setSelected(bool selected);
@@ -51,6 +52,8 @@ public:
 Q_SIGNALS:
     void tapped();
     void bellPressed();
+    /// By the pointer, the keyboard, a reader, or a long press on the bell.
+    void menuRequested(const QPoint &globalPosition);
 
 protected:
     bool event(QEvent *event) override;
@@ -60,8 +63,12 @@ protected:
     void mouseMoveEvent(QMouseEvent *event) override;
     void mouseReleaseEvent(QMouseEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
+    void contextMenuEvent(QContextMenuEvent *event) override;
 
 private:
+    friend class AccessibleZoneRow;
+
+    void askForMenu();
     void updateTags();
     void updateTexts();
     void updateAccessibleTexts();
@@ -80,6 +87,8 @@ private:
     QWidget *m_tagBox;
     FlowLayout *m_flow;
     IconButton *m_bell;
+    bool m_followed = false;
+    QTimer m_holding; // the bell
     HoverFade m_fade;
 };
 

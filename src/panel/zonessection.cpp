@@ -7,6 +7,7 @@
 #include "panel/zonerow.h"
 #include "ui/boxlayouts.h"
 #include "ui/iconbutton.h"
+#include "ui/menu.h"
 #include "ui/roundedrect.h"
 #include "ui/spinner.h"
 #include "ui/textbutton.h"
@@ -15,6 +16,7 @@
 #include "viewmodel/standingtexts.h"
 #include "viewmodel/zonelisting.h"
 
+#include <QMenu>
 #include <QPainter>
 
 #include <algorithm>
@@ -143,6 +145,7 @@ void ZonesSection::connectList(ZoneList *list)
     connect(list, &ZoneList::tapped, this, &ZonesSection::toggleSelection);
     connect(list, &ZoneList::bellPressed, this,
             [this](const Zone &zone) { m_context.state.toggleZoneAlert(zone); });
+    connect(list, &ZoneList::menuRequested, this, &ZonesSection::showMenu);
     connect(list, &ZoneList::rowsChanged, this, [this, list] {
         for (ZoneRow *row : list->rows())
             row->installEventFilter(this); // once, however often
@@ -167,7 +170,7 @@ void ZonesSection::refreshRows()
                        state.decimals());
         for (ZoneRow *row : list->rows()) {
             const Zone &zone = row->zone();
-            row->setHasAlert(state.hasAlert(zone.mid));
+            row->setAlerts(state.hasAlert(zone.mid), state.follows(zone));
             row->setDimmed(!fresh);
             row->setSelected(state.selectedZonePrice() == zone.mid && state.selectedZoneType() == zone.type);
         }
@@ -244,6 +247,18 @@ void ZonesSection::toggleSelection(const Zone &zone)
     }
     state.selectedZonePrice = zone.mid;
     state.selectedZoneType = zone.type;
+}
+
+void ZonesSection::showMenu(const Zone &zone, const QPoint &globalPosition)
+{
+    AppState &state = m_context.state;
+    QMenu *menu = makeMenu(this);
+    menu->addAction(state.hasAlert(zone.mid) ? u"取消该价位提醒"_s : u"设置该价位提醒"_s, this,
+                    [&state, zone] { state.toggleZoneAlert(zone); });
+    QAction *follow = menu->addAction(u"跟随这个区域"_s, this, [&state, zone] { state.followZone(zone); });
+    follow->setCheckable(true);
+    follow->setChecked(state.follows(zone));
+    menu->popup(globalPosition);
 }
 
 void ZonesSection::openChart()

@@ -49,6 +49,7 @@ private:
     void refreshBanner();
     void keepHeight(bool empty);
     void toggleSelection(const Zone &zone);
+    void showMenu(const Zone &zone, const QPoint &globalPosition);
     void openChart();
 
     PanelContext m_context;

@@ -92,6 +92,8 @@ void Collapsible::setExpanded(bool expanded)
     m_animation->stop();
     if (expanded)
         m_content->show();
+    else if (m_share <= 0)
+        m_content->hide(); // folded again before the first step: none will follow
     if (!isVisible()) {
         setShare(expanded ? 1 : 0);
         return;

@@ -1,11 +1,17 @@
 // SPDX-License-Identifier: MIT
 #include "ui/hoverfade.h"
 
+#include <QCursor>
 #include <QEvent>
 #include <QVariantAnimation>
 #include <QWidget>
 
 namespace kestrune {
+
+bool isUnderPointer(const QWidget &widget)
+{
+    return widget.rect().contains(widget.mapFromGlobal(QCursor::pos()));
+}
 
 void HoverFade::handle(const QEvent &event)
 {

@@ -7,6 +7,10 @@ class QWidget;
 
 namespace kestrune {
 
+/// Whether the pointer is over the widget, by its place: after a menu the toolkit may tell only when it
+/// moves.
+[[nodiscard]] bool isUnderPointer(const QWidget &widget);
+
 /// The veil of hover and press over a widget's ground: follows enter, leave, press and release within 80 ms
 /// and stands still while the widget is hidden. Feed it the widget's events and paint
 /// Palette::veil(level()).

@@ -3,6 +3,8 @@
 
 #include "state/fixedtext.h"
 
+#include <QRegularExpression>
+
 #include <algorithm>
 #include <cmath>
 
@@ -10,10 +12,26 @@ namespace kestrune {
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+// "67,5" is no group: as the decimal comma of other countries it would be another price.
+QString withoutGroups(const QString &text)
+{
+    static const QRegularExpression groups(u"^\\d{1,3}((, ?| )\\d{3})+(?=\\.|$)"_s);
+    static const QRegularExpression separators(u"[, ]"_s);
+    QString plain = text.normalized(QString::NormalizationForm_KC).replace(u'。', u'.').simplified();
+    const QString grouped = groups.match(plain).captured();
+    return plain.replace(0, grouped.size(), QString(grouped).remove(separators));
+}
+
+} // namespace
+
 std::optional<double> NumberField::numberIn(QString text) const
 {
     if (amount)
         text.remove(u',');
+    else if (grouped)
+        text = withoutGroups(text);
     bool ok = false;
     const double value = whole ? double(text.toLongLong(&ok)) : text.toDouble(&ok);
     if (!ok || !std::isfinite(value))

@@ -22,10 +22,11 @@ struct NumberField
     double lowest = -std::numeric_limits<double>::max(); ///< what lies below is raised to it
     double highest = std::numeric_limits<double>::max(); ///< what lies above is lowered to it
     double refusedBelow = -std::numeric_limits<double>::max();
-    double step = 0;     ///< of the buttons beside the field
-    int decimals = 0;    ///< that it spells
-    bool whole = false;  ///< takes base-10 integers only
-    bool amount = false; ///< takes "," anywhere; nothing is spelled, and whatever is no number counts, as 0
+    double step = 0;      ///< of the buttons beside the field
+    int decimals = 0;     ///< that it spells
+    bool whole = false;   ///< takes base-10 integers only
+    bool amount = false;  ///< takes "," anywhere; nothing is spelled, and whatever is no number counts, as 0
+    bool grouped = false; ///< takes digits in groups of three, full-width signs and "。" for the point too
     QLatin1StringView unit = {}; ///< of its limits, where they are said
 
     /// What a submitted text sets; absent when it is refused.
@@ -50,7 +51,7 @@ inline constexpr NumberField perSide{.lowest = 1, .highest = 10, .step = 1, .who
 inline constexpr NumberField risk{.refusedBelow = aboveZero, .decimals = 1}; ///< percent
 inline constexpr NumberField leverage{.highest = 125, .refusedBelow = 1, .unit = QLatin1StringView("x")};
 inline constexpr NumberField account{.amount = true};
-inline constexpr NumberField alertPrice{.refusedBelow = aboveZero};
+inline constexpr NumberField alertPrice{.refusedBelow = aboveZero, .grouped = true};
 
 } // namespace fields
 

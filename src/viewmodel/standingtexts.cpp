@@ -16,12 +16,6 @@ namespace {
 
 using std::chrono::floor;
 
-QString localTime(Instant time, const QString &format)
-{
-    return QDateTime::fromSecsSinceEpoch(floor<std::chrono::seconds>(time).time_since_epoch().count())
-        .toString(format);
-}
-
 /// The clock of the mainland and of Hong Kong.
 QString exchangeTime(Instant time)
 {
@@ -104,6 +98,12 @@ QString zonesCaveat(const AppState &state)
 }
 
 } // namespace
+
+QString localTime(Instant time, const QString &format)
+{
+    return QDateTime::fromSecsSinceEpoch(floor<std::chrono::seconds>(time).time_since_epoch().count())
+        .toString(format);
+}
 
 QString shortAge(std::chrono::nanoseconds age)
 {

@@ -14,6 +14,8 @@ class AppState;
 
 // The words for whose the values are, how old they are and what keeps failing. Item and panel say the same.
 
+/// A moment in local time, by a format of QDateTime.
+[[nodiscard]] QString localTime(Instant time, const QString &format);
 /// What the status item has room for: "<1m", "3m", "2h", "5d".
 [[nodiscard]] QString shortAge(std::chrono::nanoseconds age);
 /// "不到 1 分钟前", "3 分钟前", "2 小时前", "5 天前".

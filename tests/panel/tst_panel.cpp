@@ -11,6 +11,8 @@
 #include "ui/toast.h"
 #include "viewmodel/planbannermodel.h"
 
+#include <QContextMenuEvent>
+#include <QMenu>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QSignalSpy>
@@ -233,34 +235,179 @@ private Q_SLOTS:
         const QString label = u"阻力 3,528"_s;
         const QString cancel = u"取消该价位提醒"_s;
         Shown panel;
+        AppState &state = *panel.state;
+        const auto *toast = panel.view->findChild<Toast *>();
         panel.press(u"设置该价位提醒"_s, 2);
-        QVERIFY(!panel.state->selectedZonePrice()); // the bell is not the row
+        QVERIFY(!state.selectedZonePrice()); // the bell is not the row
         QCOMPARE(static_cast<IconButton *>(panel.find(cancel))->iconName(), u"bell.fill"_s);
-        QVERIFY(panel.shows(label) && !panel.find(u"收到"_s));
+        QVERIFY(panel.shows(label) && !panel.find(u"收到"_s) && !panel.find(u"再设"_s));
         panel.tick(3600);
-        panel.state->evaluateAlerts();
+        state.evaluateAlerts();
         drainEvents();
         const QWidget *fired = panel.find(label);
-        panel.press(u"收到"_s);
-        QVERIFY(!panel.find(u"收到"_s) && !panel.state->currentAlerts()[0].triggered);
+        panel.press(u"收到"_s, 1); // the first is the one above the chips
+        QVERIFY(!panel.find(u"收到"_s) && !state.currentAlerts()[0].triggered);
         QCOMPARE(panel.find(label), fired); // the row stayed
+        panel.press(u"再设"_s);             // the price is past it
+        QVERIFY(!state.currentAlerts()[0].above && !panel.find(u"再设"_s));
+        QVERIFY(toast->message().startsWith(u"已再设：跌到 3,528"_s));
+
+        const auto before = state.alerts();
         panel.find(u"删除该提醒"_s)->setFocus();
         QCOMPARE(panel.key(Qt::Key_Space), target); // the focus is not lost with the row
         QVERIFY(!panel.shows(label) && !panel.find(cancel));
+        QTRY_VERIFY(panel.find(u"撤销"_s));
+        panel.press(u"撤销"_s);
+        QVERIFY(state.alerts() == before && panel.shows(label));
+    }
+
+    void zonesAreFollowedFromTheirMenu()
+    {
+        Shown panel;
+        QWidget *row = panel.find(below);
+        QWidget *bell = panel.find(u"设置该价位提醒"_s, 3);
+        const auto choose = [&](const QString &text) {
+            auto *menu = panel.view->findChild<QMenu *>();
+            QAction *chosen = nullptr;
+            for (QAction *action : menu->actions())
+                chosen = action->text() == text ? action : chosen;
+            QVERIFY2(chosen, qPrintable(text));
+            chosen->trigger();
+            delete menu;
+            drainEvents();
+        };
+        QTest::keyClick(row, Qt::Key_F10, Qt::ShiftModifier);
+        choose(u"跟随这个区域"_s);
+        QCOMPARE(static_cast<IconButton *>(bell)->iconName(), u"bell.follow.fill"_s);
+        QVERIFY(panel.readerOf(row)->text(QAccessible::Description).endsWith(u"、跟随中"_s));
+        QVERIFY(panel.shows(u"跟随 支撑1 · 3,418"_s));
+        QContextMenuEvent byHand(QContextMenuEvent::Mouse, {}, {});
+        QCoreApplication::sendEvent(bell, &byHand);
+        choose(u"设置该价位提醒"_s); // one beside it
+        QCOMPARE(panel.state->alerts().size(), 2);
+        QTest::mousePress(bell, Qt::LeftButton);
+        QTRY_VERIFY(panel.view->findChild<QMenu *>());
+        QTest::mouseRelease(bell, Qt::LeftButton);
+        QCOMPARE(panel.state->alerts().size(), 2); // holding is no click
+        choose(u"跟随这个区域"_s);
+        QVERIFY(panel.state->alerts().size() == 1 && !panel.shows(u"跟随 支撑1 · 3,418"_s));
     }
 
     void typedAlerts()
     {
+        const QString add = u"添加目标价提醒：价格涨/跌触及即触发"_s;
+        const QString far = u"目标价离现价 -99.80%，再按一次回车确认"_s;
         Shown panel;
-        for (const QString &text : {u"0"_s, u"-5"_s, u"inf"_s, u"1950.5"_s}) {
-            QVERIFY(panel.state->currentAlerts().empty());
-            QCOMPARE(panel.enter(target, text), u""_s); // emptied in every case
+        const auto *toast = panel.view->findChild<Toast *>();
+        for (const QString &text : {u""_s, u"0"_s, u"-5"_s, u"inf"_s, u"1,95"_s, u"8"_s, u"7"_s}) {
+            QCOMPARE(panel.enter(target, text), text); // stays to be mended
+            QVERIFY(panel.state->currentAlerts().empty() && !toast->message().isEmpty() && toast->isError());
         }
-        panel.field(target)->setText(u"7"_s);
-        panel.press(u"添加目标价提醒：价格涨/跌触及即触发"_s);
+        QCOMPARE(toast->message(), far);
+        panel.press(add);                              // the same text again
+        QCOMPARE(panel.enter(target, u"7"_s), u"7"_s); // another alert, another question
+        QCOMPARE(panel.enter(target, u" 1，950.5"_s), u""_s);
         const auto alerts = panel.state->currentAlerts();
-        QVERIFY(alerts.size() == 2 && alerts[0].targetPrice == 1950.5 && alerts[1].targetPrice == 7);
-        QVERIFY(!alerts[0].above && panel.shows(u"手动 1,950"_s) && panel.shows(u"手动 7"_s));
+        QVERIFY(alerts.size() == 2 && alerts[0].targetPrice == 7 && alerts[1].targetPrice == 1950.5);
+        QVERIFY(!alerts[1].above && panel.shows(u"手动 1,950"_s) && panel.shows(u"手动 7"_s));
+    }
+
+    void whatRangStandsAboveTheChips()
+    {
+        Shown panel;
+        AppState &state = *panel.state;
+        std::vector<PriceAlert> alerts;
+        for (const char *id : {"0", "1", "2", "3"}) {
+            alerts.push_back({.id = QString::fromLatin1(id),
+                              .targetPrice = 67000,
+                              .above = true,
+                              .symbol = u"BTC"_s,
+                              .label = u"手动 67,000"_s,
+                              .triggered = true,
+                              .lastFiredAt = epochSeconds(panel.clock.now()) - 60.0 * double(alerts.size())});
+        }
+        alerts[0].firedPrice = 67001;
+        const auto *area = panel.view->findChild<QScrollArea *>();
+        const int areaTop = area->y();
+        state.alerts = alerts;
+        drainEvents();
+        const QString newest = u"BTC 手动 67,000，触及 67,001，08:30"_s;
+        const QString second = u"BTC 手动 67,000，08:29"_s;
+        QVERIFY(panel.find(newest) && panel.top(newest) < panel.top(second) && panel.find(u"还有 1 条"_s));
+        QVERIFY(panel.top(second) < panel.top(u"ETH"_s) && panel.find(u"收到"_s, 2) &&
+                !panel.find(u"收到"_s, 3));
+        QVERIFY(panel.view->size() == PopoverView::panelSize && area->y() > areaTop);
+
+        // Under the pointer nothing slides.
+        QWidget *box = panel.find(newest)->parentWidget();
+        QCursor::setPos(box->mapToGlobal(box->rect().center()));
+        const int top = panel.top(second);
+        panel.press(u"收到"_s);
+        QVERIFY(!state.alerts()[0].triggered && panel.find(newest + u"，已停止"_s));
+        QCOMPARE(panel.top(second), top);
+        QCursor::setPos(area->mapToGlobal(area->rect().center()));
+        QEvent leave(QEvent::Leave);
+        QCoreApplication::sendEvent(box, &leave);
+        drainEvents();
+        QVERIFY(panel.top(second) < top && !panel.find(u"还有 1 条"_s));
+
+        area->verticalScrollBar()->setValue(50);
+        const int chips = panel.top(u"ETH"_s);
+        alerts[0].triggered = alerts[1].triggered = false;
+        state.alerts = alerts;
+        drainEvents();
+        QCOMPARE(panel.top(u"ETH"_s), chips); // what the pointer is on stays, too
+        QCursor::setPos(0, 0);
+
+        panel.pick(3418, u"support"_s);
+        panel.press(u"BTC 手动 67,000，08:28"_s);
+        QVERIFY(state.coinSymbol() == u"BTC"_s && !state.selectedZonePrice());
+        panel.view->hide();
+        state.alerts = std::vector<PriceAlert>{}; // settled elsewhere
+        panel.view->show();
+        QCOMPARE(area->y(), areaTop);
+    }
+
+    void anAlertIsShownOnRequest()
+    {
+        Shown panel;
+        AppState &state = *panel.state;
+        state.addAlert(3400, {}, true); // rings at once
+        state.addAlert(3300);
+        const auto ask = [&](std::size_t index) {
+            panel.view->setMaximumPanelHeight(300);
+            state.alertToShow = state.alerts()[index].id;
+            drainEvents();
+            return panel.readerOf(panel.view->focusWidget())->text(QAccessible::Description);
+        };
+        QCOMPARE(ask(0), u"手动 3,400"_s);
+        QCOMPARE(panel.nameOf(panel.view->focusWidget()), u"收到"_s);
+        QVERIFY(!panel.view->focusWidget()->visibleRegion().isEmpty() && !state.alertToShow());
+        panel.view->hide();
+        ask(1);
+        QVERIFY(state.alertToShow()); // waits for the panel
+        panel.view->show();
+        QVERIFY(!state.alertToShow() && !panel.find(u"手动 3,300"_s)->visibleRegion().isEmpty());
+    }
+
+    void theLogUnfolds()
+    {
+        const QString title = u"提醒记录"_s;
+        Shown panel;
+        panel.press(title);
+        QTRY_VERIFY(panel.shows(u"还没有提醒触发过"_s));
+        for (int i = 0; i < 4; ++i)
+            panel.state->addAlert(3400 + i, {}, true); // ring at once
+        drainEvents();
+        QVERIFY(panel.shows(u"08:30，ETH 手动 3,403，上涨触及 3,456.78，未收到"_s));
+        panel.press(u"收到"_s);
+        QVERIFY(panel.shows(u"08:30，ETH 手动 3,400，上涨触及 3,456.78，已收到 08:30"_s));
+        panel.press(title);
+        QTRY_VERIFY(!panel.texts().join(u' ').contains(u"上涨触及"_s));
+        panel.state->addAlert(3410, {}, true);
+        drainEvents();
+        panel.press(u"还有 1 条"_s);
+        QTRY_VERIFY(panel.texts().join(u' ').contains(u"手动 3,410，上涨触及"_s));
     }
 
     void anInstrumentIsPickedWithoutItsOldSelection()

@@ -4,8 +4,10 @@
 #include "panel/pixelsparkline.h"
 #include "panel/tones.h"
 #include "panel/zonetags.h"
+#include "state/alertlog.h"
 #include "support/rows.h"
 #include "support/testregistry.h"
+#include "viewmodel/alertlines.h"
 #include "viewmodel/paneltexts.h"
 #include "viewmodel/planbannermodel.h"
 #include "viewmodel/settingsinput.h"
@@ -288,12 +290,44 @@ private Q_SLOTS:
             {"no amount", fields::account, u"x"_s, 0, u"不是金额，已清空"_s},
             {"a grouped amount", fields::account, u"12,000"_s, 12000},
             {"an emptied amount", fields::account, u" "_s, 0},
+            {"groups of three", fields::alertPrice, u" 1,067 000.50"_s, 1067000.5},
+            {"full-width signs", fields::alertPrice, u"６７，０００。５"_s, 67000.5},
+            {"a decimal comma", fields::alertPrice, u"67,5"_s, {}, u"不是数字，仍为 7"_s},
+            {"a group too long", fields::alertPrice, u"1,0000"_s, {}, u"不是数字，仍为 7"_s},
         };
         forEachRow(rows, [](const auto &row) {
             const NumberField::Answer answer = row.field.answer(row.text, 7);
             QCOMPARE(answer.value, row.value);
             QCOMPARE(answer.note, row.note);
         });
+    }
+
+    void theLogTellsWhatRangWhileAway()
+    {
+        const Instant now(1767601805s); // 08:30 on 5 January
+        AlertLogEntry old;
+        old.time = now - 25h;
+        AlertLogEntry stock{u"id"_s, now - 2h, u"sh600519"_s, {}, 1690, true, 1690.5, u"手动 1,690.00"_s};
+        stock.acknowledgedAt = now - 26h;
+        stock.acknowledgedWhere = u"notification"_s;
+        stock.away = true;
+        std::vector<AlertLogEntry> entries(25, old);
+        entries.insert(entries.end(), {stock, stock, old});
+        const auto lines = alertLogLines(entries, now);
+        QCOMPARE(lines.size(), 20);
+        QStringList headings;
+        for (std::size_t i = 0; i < 5; ++i)
+            headings.append(lines[i].heading);
+        QCOMPARE(headings.join(u'|'), u"|离开期间||此前|"_s);
+        const AlertLogLine expected{u"离开期间"_s,
+                                    u"600519"_s,
+                                    u"手动 1,690.00"_s,
+                                    u"06:30"_s,
+                                    u"上涨触及 1,690.50"_s,
+                                    u"已收到 01-04 06:30 · 通知"_s,
+                                    true};
+        QVERIFY(lines[1] == expected);
+        QVERIFY(lines[0].time == u"01-04 07:30"_s && lines[0].touch.startsWith(u"下跌"_s));
     }
 
     void tagsOfZones()
