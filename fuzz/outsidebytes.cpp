@@ -163,7 +163,8 @@ const Registration commandLine("command-line", [](const QByteArray &bytes) {
     const qsizetype option = arguments.indexOf(u"--snapshot"_s);
     KESTRUNE_REQUIRE(snapshot.has_value() == (option >= 0 && option + 1 < arguments.size()));
     KESTRUNE_REQUIRE(!snapshot || snapshot->dir == arguments[option + 1]);
-    KESTRUNE_REQUIRE(!snapshot || !snapshot->symbol || arguments.contains(*snapshot->symbol));
+    KESTRUNE_REQUIRE(!snapshot || !snapshot->selection.symbol ||
+                     arguments.contains(*snapshot->selection.symbol));
 });
 
 const Registration settingInputs("setting-inputs", [](const QByteArray &bytes) {

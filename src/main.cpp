@@ -1,5 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "demomarket.h"
+#include "line/barclient.h"
+#include "line/clickinput.h"
+#include "line/lineoutput.h"
+#include "line/unsavedpreferences.h"
+#include "line/watchmode.h"
 #include "platform/curlhttpclient.h"
 #include "platform/jsonpreferences.h"
 #include "platform/systemclock.h"
@@ -8,6 +13,7 @@
 #include "snapshot/snapshotmode.h"
 #include "statusbar/desktop/appdelegate.h"
 #include "statusbar/desktop/desktopattention.h"
+#include "statusbar/desktop/quitsignals.h"
 #include "statusbar/desktop/singleinstance.h"
 #include "ui/housestyle.h"
 #include "viewmodel/paneltexts.h"
@@ -16,10 +22,14 @@
 #include <QMessageBox>
 #include <QPointer>
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <utility>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace {
 
@@ -102,10 +112,15 @@ void choosePlatform()
         qputenv("QT_XCB_GL_INTEGRATION", "none");
 }
 
-void describeApplication()
+void nameApplication()
 {
     QCoreApplication::setApplicationName(u"kestrune-bar"_s);
     QCoreApplication::setApplicationVersion(QStringLiteral(KESTRUNE_VERSION));
+}
+
+void describeApplication()
+{
+    nameApplication();
     QGuiApplication::setDesktopFileName(u"org.kestrune.bar"_s);
     QApplication::setQuitOnLastWindowClosed(false);
 }
@@ -141,6 +156,92 @@ int runInteractive(AppDelegate::Launch launch, SingleInstance *instance, JsonPre
     return QCoreApplication::exec();
 }
 
+/// The market that is asked instead of the live ones.
+struct OtherMarket
+{
+    std::unique_ptr<DemoMarket> demo;
+    std::optional<QString> address;
+
+    [[nodiscard]] Endpoints endpoints() const
+    {
+        return address ? Endpoints::via(*address) : Endpoints::live();
+    }
+};
+
+/// The error is one line.
+tl::expected<OtherMarket, QString> otherMarket(const CommandLine &line)
+{
+    if (!line.demo)
+        return OtherMarket{nullptr, line.marketServer};
+    auto started = DemoMarket::start(QCoreApplication::applicationDirPath() + u"/kestrune-replay"_s);
+    if (!started)
+        return tl::unexpected(started.error());
+    OtherMarket market{std::move(*started), std::nullopt};
+    market.address = market.demo->address();
+    return market;
+}
+
+/// What the own state of a run that prints lines depends on. Its settings are read only, and neon mode, which
+/// no line shows, is off.
+struct LineMarket
+{
+    explicit LineMarket(const QString &folder) : stored(folder), preferences(stored)
+    {
+        settings::blingMode.store(preferences, false);
+    }
+
+    JsonPreferences stored;
+    UnsavedPreferences preferences;
+    CurlHttpClient crypto, stock;
+    QuietAttention attention;
+};
+
+bool isOpen(int fd)
+{
+    return ::fcntl(fd, F_GETFD) != -1;
+}
+
+/// Prints lines for a bar, without any display.
+int runLine(const WatchMode::Config &config, const CommandLine &line, char **argv)
+{
+    if (!isOpen(STDOUT_FILENO))
+        return 0; // nobody reads; another file might get this number
+    int argumentsForQt = 1;
+    QCoreApplication application(argumentsForQt, argv);
+    nameApplication();
+    const QuitSignals signalled({SIGPIPE});
+    QObject::connect(&signalled, &QuitSignals::received, qApp, &QCoreApplication::quit);
+    auto market = otherMarket(line);
+    if (!market)
+        return fail(market.error(), usageError);
+
+    SystemClock clock;
+    std::unique_ptr<LineMarket> own;
+    const auto makeState = [&] {
+        own = std::make_unique<LineMarket>(settingsFolder(line.demo));
+        auto state = AppState::create(
+            {own->crypto, own->stock, clock, own->preferences, own->attention, market->endpoints()});
+        own->stored.onOutsideChange([target = QPointer(state.get())] {
+            if (target)
+                target->takeStoredAlerts();
+        });
+        return state;
+    };
+    LineOutput output(STDOUT_FILENO);
+    // A run on another market has nothing to do with the bar that runs.
+    auto client = market->address ? nullptr : std::make_unique<BarClient>(QDBusConnection::sessionBus());
+    WatchMode watch(config, clock, makeState, marketNotice(line.demo, line.marketServer), output,
+                    std::move(client));
+    QObject::connect(&watch, &WatchMode::finished, qApp, &QCoreApplication::exit, Qt::QueuedConnection);
+    std::optional<ClickInput> clicks;
+    if (config.format == LineFormat::i3bar && !config.once && isOpen(STDIN_FILENO)) {
+        clicks.emplace(STDIN_FILENO);
+        QObject::connect(&*clicks, &ClickInput::clicked, &watch, &WatchMode::click);
+    }
+    watch.run();
+    return QCoreApplication::exec();
+}
+
 /// Folders that may hold our modules: beside the program, and where the installation puts them.
 QStringList moduleFolders()
 {
@@ -161,6 +262,12 @@ int main(int argc, char **argv)
     }
     if (line.error)
         return fail(*line.error, usageError);
+
+    const auto watch = WatchMode::parse(arguments);
+    if (!watch)
+        return fail(watch.error(), usageError);
+    if (*watch)
+        return runLine(**watch, line, argv);
 
     const auto config = SnapshotMode::parse(arguments);
     if (config)
@@ -186,14 +293,9 @@ int main(int argc, char **argv)
             return instance->activateFirst() ? 0 : failBesideStranger(*instance);
     }
 
-    std::unique_ptr<DemoMarket> demo;
-    if (line.demo) {
-        auto started = DemoMarket::start(QCoreApplication::applicationDirPath() + u"/kestrune-replay"_s);
-        if (!started)
-            return fail(started.error(), usageError);
-        demo = std::move(*started);
-    }
-    const auto server = demo ? std::optional(demo->address()) : line.marketServer;
+    const auto market = otherMarket(line);
+    if (!market)
+        return fail(market.error(), usageError);
 
     SystemClock clock;
     JsonPreferences preferences(settingsFolder(line.demo));
@@ -204,9 +306,8 @@ int main(int argc, char **argv)
         attention = std::make_unique<QuietAttention>();
     else
         attention = std::make_unique<DesktopAttention>(moduleFolders());
-    const AppState::Dependencies dependencies{
-        cryptoHttp,  stockHttp,  clock,
-        preferences, *attention, server ? Endpoints::via(*server) : Endpoints::live()};
+    const AppState::Dependencies dependencies{cryptoHttp,  stockHttp,  clock,
+                                              preferences, *attention, market->endpoints()};
     const QString notice = marketNotice(line.demo, line.marketServer);
     if (config)
         return runSnapshot(*config, dependencies, notice);

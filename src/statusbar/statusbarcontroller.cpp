@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "statusbar/statusbarcontroller.h"
 
-#include "analysis/priceformat.h"
 #include "statusbar/panelplacement.h"
 #include "viewmodel/standingtexts.h"
 
@@ -9,7 +8,6 @@
 #include <QScreen>
 
 #include <algorithm>
-#include <cmath>
 #include <iterator>
 
 using namespace Qt::StringLiterals;
@@ -28,20 +26,6 @@ std::vector<BlingItem> signsOf(const AppState &state)
             return BlingItem{entry.symbol, entry.price, entry.change, state.signIsDim(entry.symbol)};
         });
     return signs;
-}
-
-/// "ETH  3,456.78  +1.25%", and in words what the picture says by dimming.
-QString titleOf(const AppState &state)
-{
-    QString caveat = priceCaveat(state);
-    if (!state.priceStanding().own())
-        return caveat;
-    QString title = state.displayName() + u"  "_s + fmtP(*state.price(), state.decimals());
-    if (const auto change = state.changePct(); change && std::isfinite(*change))
-        title += u"  "_s + QString::asprintf("%+.2f%%", *change);
-    if (!caveat.isEmpty())
-        title += u" · "_s + caveat;
-    return title;
 }
 
 } // namespace
@@ -75,7 +59,7 @@ StatusItemContent StatusBarController::content() const
         content.signs = signsOf(*m_state);
         content.blingPulse = m_state->blingPulse();
     }
-    content.title = titleOf(*m_state);
+    content.title = titleLine(*m_state);
     content.detail = verdictText(*m_state);
     return content;
 }
@@ -120,6 +104,13 @@ void StatusBarController::togglePopover(const QRect &anchor)
         showPopover(anchor);
     else
         showPopover();
+}
+
+void StatusBarController::openPopover(const QPoint &position)
+{
+    const auto shapes = screenShapes();
+    if (!m_popover.isVisible())
+        togglePopover(placeInSight({toLogical(position, shapes), QSize(1, 1)}, shapes).value_or(QRect()));
 }
 
 void StatusBarController::showPopover()

@@ -262,7 +262,7 @@ m(B+'statusbarcontroller.cpp','    else if (m_popover.hasJustClosed())','    els
 m(B+'statusbarcontroller.cpp','[this] { m_popover.close(); });','[this] { if (!@) m_popover.close(); });','bling closes panel')
 m(B+'statusbarcontroller.cpp','&state.alerts,','@ ? static_cast<const PublishedField *>(&state.market) : &state.alerts,','redraw at alerts')
 m(B+'statusbarcontroller.cpp','content.status.dimmed = !','content.status.dimmed = !@ && !','old price in the bar looks fresh')
-m(B+'statusbarcontroller.cpp','if (!state.priceStanding().own())','if (@ ? !state.price() : !state.priceStanding().own())','tooltip with the price of another')
+m('viewmodel/standingtexts.cpp','if (!state.priceStanding().own())','if (@ ? !state.price() : !state.priceStanding().own())','tooltip with the price of another')
 m('viewmodel/standingtexts.cpp','return state.verdictStands() && ','return (@ || state.verdictStands()) && ','verdict on old data')
 m('viewmodel/standingtexts.cpp','judged.standing == Standing::old ? state.menuTitle() +','!@ && judged.standing == Standing::old ? state.menuTitle() +','age in the item')
 m(N+'zonessection.cpp','const auto price = state.ownZonePrice();','const auto price = @ ? std::optional(state.zonePrice()) : state.ownZonePrice();','zone price of another')
