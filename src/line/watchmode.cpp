@@ -103,7 +103,8 @@ void WatchMode::beginOwn()
 void WatchMode::showOwn()
 {
     const BarRecord &record = m_feed->read();
-    const bool complete = m_state->zonesStanding().own() && !record.is(u"stale"_s);
+    const bool complete =
+        m_state->zonesStanding().own() && m_state->signalsStanding().own() && !record.is(u"stale"_s);
     if (m_config.once && complete)
         finish(record);
     else if (!m_config.once && (record.price || m_clock.steady() >= m_patientUntil))
