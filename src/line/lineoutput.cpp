@@ -39,8 +39,10 @@ void LineOutput::watchReader()
 {
     m_reader = std::make_unique<QSocketNotifier>(m_fd, QSocketNotifier::Read);
     connect(m_reader.get(), &QSocketNotifier::activated, this, [this] {
-        m_reader->setEnabled(false); // what a socket's other end sends is not for us
-        if (polled(m_fd, POLLRDHUP) & (POLLRDHUP | POLLHUP | POLLERR))
+        // What a socket's other end sends is not for us, and one that sends no more may go on reading, as
+        // tmux does: whether that one has gone, the next line tells.
+        m_reader->setEnabled(false);
+        if (polled(m_fd, 0) & (POLLHUP | POLLERR))
             Q_EMIT closed();
     });
 }

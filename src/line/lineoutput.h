@@ -23,7 +23,8 @@ public:
 Q_SIGNALS:
     /// Everything has been written.
     void drained();
-    /// Nobody reads any more. Comes without a write too where the descriptor is a pipe or a socket.
+    /// Nobody reads any more. Comes without a write too where the descriptor is a pipe, or a socket whose
+    /// other end has sent nothing.
     void closed();
 
 private:

@@ -12,6 +12,8 @@
 
 #include <csignal>
 
+#include <sys/socket.h>
+
 using namespace kestrune;
 using namespace kestrune::test;
 using namespace Qt::StringLiterals;
@@ -150,6 +152,23 @@ private Q_SLOTS:
         pipe.hangUp();
         output.write("d\n");
         QCOMPARE(closed.size(), 1);
+    }
+
+    void aSocketsOtherEndMayReadOnAndSendNoMore()
+    {
+        for (const bool reads : {true, false}) {
+            std::array<int, 2> ends{};
+            QVERIFY(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) == 0);
+            LineOutput output(ends[1]);
+            const QSignalSpy closed(&output, &LineOutput::closed);
+            QVERIFY((reads ? ::shutdown(ends[0], SHUT_WR) : ::close(ends[0])) == 0);
+            QCOMPARE(waitFor([&] { return !closed.empty(); }, reads ? 50ms : 5000ms), !reads);
+            output.write("a\n");
+            QCOMPARE(closed.size(), reads ? 0 : 2);
+            ::close(ends[1]);
+            if (reads)
+                ::close(ends[0]);
+        }
     }
 
     void clicksAreReadAsTheyCome()
