@@ -112,6 +112,17 @@ void choosePlatform()
         qputenv("QT_XCB_GL_INTEGRATION", "none");
 }
 
+/// Styles, fonts and icons are our own. A desktop's plugin for them would only bring its toolkit along: GTK
+/// and 60 MiB. Plasma's is small and knows its colours; who has named another one keeps it.
+void refuseForeignToolkits()
+{
+    const QByteArray named = qgetenv("QT_QPA_PLATFORMTHEME");
+    if (named.contains("gtk") || named.contains("gnome"))
+        qunsetenv("QT_QPA_PLATFORMTHEME");
+    if (!qgetenv("XDG_CURRENT_DESKTOP").split(':').contains("KDE"))
+        QGuiApplication::setDesktopSettingsAware(false);
+}
+
 void nameApplication()
 {
     QCoreApplication::setApplicationName(u"kestrune-bar"_s);
@@ -276,6 +287,8 @@ int main(int argc, char **argv)
         return failWithoutDisplay();
     else
         choosePlatform();
+    if (!config)
+        refuseForeignToolkits();
 
     const QtMessageHandler messageHandler = qInstallMessageHandler(refuseDeadDisplay);
     QApplication::setStyle(new HouseStyle);

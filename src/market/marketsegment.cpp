@@ -155,9 +155,9 @@ MarketSession marketSession(StockMarket market, Instant instant)
             continue;
         for (auto session = sessions.rbegin(); session != sessions.rend(); ++session) {
             const bool last = session == sessions.rbegin();
-            if (const auto since = passed(daysAgo, session->end + 1); since >= since.zero())
+            if (const auto since = passed(daysAgo, session->end + 1); since >= milliseconds::zero())
                 return {.open = false, .noonBreak = !last && daysAgo == 0, .since = since};
-            if (const auto since = passed(daysAgo, session->start); since >= since.zero())
+            if (const auto since = passed(daysAgo, session->start); since >= milliseconds::zero())
                 return {.open = true, .noonBreak = false, .since = since};
         }
     }

@@ -2,9 +2,8 @@
 #include "platform/systemclock.h"
 
 #include <algorithm>
+#include <ctime>
 #include <utility>
-
-#include <time.h>
 
 namespace kestrune {
 

@@ -94,7 +94,13 @@ std::optional<QRect> placeInSight(const QRect &item, std::span<const ScreenShape
 
 QRect cornerAnchor(const QRect &available, const QRect &screen)
 {
-    return {available.x() + available.width() - 1, available.y(), 1, available == screen ? unseenBar : 0};
+    // The bar takes its depth from the free area.
+    const int lowerEnd = available.y() + available.height();
+    const bool low = screen.y() + screen.height() - lowerEnd > available.y() - screen.y();
+    const int depth = available == screen ? unseenBar : 0;
+    const int right = available.x() + available.width();
+    const bool atLeft = available.x() - screen.x() > screen.x() + screen.width() - right;
+    return {atLeft ? available.x() : right - 1, low ? lowerEnd : available.y(), 1, depth};
 }
 
 } // namespace kestrune

@@ -38,8 +38,9 @@ struct ScreenShape
 /// The item's place, if any of it lies on a screen: a tray keeps what it has not laid out yet far outside.
 [[nodiscard]] std::optional<QRect> placeInSight(const QRect &item, std::span<const ScreenShape> screens);
 
-/// Stands for an item that nobody can place: the top right end of the free area. Where the whole screen
-/// counts as free, as under XWayland, room is left for a bar that cannot be seen from here.
+/// Stands for an item that nobody can place: the corner of the free area nearest to the bar, else the top
+/// right one. Where the whole screen counts as free, as under XWayland, room is left for a bar that cannot be
+/// seen from here.
 [[nodiscard]] QRect cornerAnchor(const QRect &available, const QRect &screen);
 
 } // namespace kestrune

@@ -98,6 +98,7 @@ void Popover::openAt(const QRect &item)
     if (!m_content)
         makeContent();
     discardClosedWindow();
+    m_item = item;
     const QRect place = placePanel(item, panelSize, screen->availableGeometry());
     m_content->setMaximumHeight(place.height());
     setFixedSize(place.size());
@@ -128,10 +129,16 @@ bool Popover::hasJustClosed() const
 
 void Popover::mousePressEvent(QMouseEvent *event)
 {
-    // A press outside closes; a left one is not passed on to our own item, which would open the panel again.
-    if (event->button() == Qt::LeftButton && !rect().contains(event->position().toPoint()))
+    // A press outside closes; a left one is not passed on to our own item, which would open the panel again,
+    // nor a right one, which the toolkit passes on to where it believes the item to be.
+    const QPoint where = event->globalPosition().toPoint();
+    const bool outside = !rect().contains(event->position().toPoint());
+    const bool menu = outside && event->button() == Qt::RightButton && m_item.contains(where);
+    if (menu || (outside && event->button() == Qt::LeftButton))
         setAttribute(Qt::WA_NoMouseReplay);
     QWidget::mousePressEvent(event);
+    if (menu)
+        Q_EMIT itemMenuRequested(where);
 }
 
 void Popover::keyPressEvent(QKeyEvent *event)

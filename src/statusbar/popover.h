@@ -38,6 +38,10 @@ public:
     /// again.
     [[nodiscard]] bool hasJustClosed() const;
 
+Q_SIGNALS:
+    /// The item was pressed with the right button while the panel lay over everything.
+    void itemMenuRequested(const QPoint &position);
+
 protected:
     void mousePressEvent(QMouseEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
@@ -53,6 +57,7 @@ private:
     std::optional<PanelContent> m_content;
     QWidget *m_edge = nullptr; ///< made with the content, lies over it
     bool m_dark = false;
+    QRect m_item;           ///< where the panel was opened
     QString m_waitingError; ///< for the next opening
     QElapsedTimer m_sinceClosed;
     bool m_wasActive = false; ///< the program has been active since the panel opened

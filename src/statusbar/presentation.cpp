@@ -49,7 +49,7 @@ Presentation choosePresentation(const DesktopFacts &facts)
     const bool keepsPicture = facts.notifier == NotifierHost::wide;
     const bool shell = facts.notifier == NotifierHost::shell;
     if (keepsPicture)
-        return {.notifier = true};
+        return {.notifier = true, .strip = facts.unlisted && facts.waited};
     if (facts.tray && !shell) {
         if (!facts.trayIsLate)
             return {.tray = true};
@@ -63,7 +63,7 @@ Presentation choosePresentation(const DesktopFacts &facts)
         return {.strip = facts.waited};
     // The neon signs are a picture that neither a dot nor a label can stand for.
     const bool showsText = *facts.notifier != NotifierHost::dot && !facts.bling;
-    return {.notifier = true, .strip = !showsText && facts.waited};
+    return {.notifier = true, .strip = (!showsText || facts.unlisted) && facts.waited};
 }
 
 } // namespace kestrune

@@ -24,6 +24,7 @@ struct DesktopFacts
     bool stripForced = false; ///< asked for on the command line
     bool tray = false;        ///< an X11 tray takes windows and has not been found squeezing ours
     bool trayIsLate = false;  ///< has not taken it for so long that something else is to show meanwhile
+    bool unlisted = false;    ///< the notifier's host has been told of the item and does not list it
     std::optional<NotifierHost> notifier = std::nullopt; ///< absent without a host
     bool waited = false;                                 ///< hosts that start late have had their time
     bool bling = false;

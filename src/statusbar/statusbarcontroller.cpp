@@ -38,6 +38,8 @@ StatusBarController::StatusBarController(std::shared_ptr<AppState> state, Status
 {
     setAppearance(appearance);
     connect(&m_statusItem, &StatusItem::activated, this, &StatusBarController::togglePopover);
+    connect(&m_popover, &Popover::itemMenuRequested, &m_statusItem, &StatusItem::contextMenuRequested,
+            Qt::QueuedConnection); // after the press, which closes
     subscribe();
 }
 

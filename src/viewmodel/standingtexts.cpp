@@ -17,19 +17,19 @@ using namespace std::chrono_literals;
 namespace {
 
 using std::chrono::floor;
-using std::chrono::seconds;
 
 QString localTime(Instant time, const QString &format)
 {
-    return QDateTime::fromSecsSinceEpoch(floor<seconds>(time).time_since_epoch().count()).toString(format);
+    return QDateTime::fromSecsSinceEpoch(floor<std::chrono::seconds>(time).time_since_epoch().count())
+        .toString(format);
 }
 
 /// The clock of the mainland and of Hong Kong.
 QString exchangeTime(Instant time)
 {
     constexpr int eastOfGreenwich = 8 * 3600;
-    return QDateTime::fromSecsSinceEpoch(floor<seconds>(time).time_since_epoch().count(), Qt::OffsetFromUTC,
-                                         eastOfGreenwich)
+    return QDateTime::fromSecsSinceEpoch(floor<std::chrono::seconds>(time).time_since_epoch().count(),
+                                         Qt::OffsetFromUTC, eastOfGreenwich)
         .toString(u"HH:mm"_s);
 }
 
@@ -171,7 +171,7 @@ QString priceCaveat(const AppState &state)
 
 QString priceLine(const AppState &state)
 {
-    const QString caveat = priceCaveat(state);
+    QString caveat = priceCaveat(state);
     const auto exchange = exchangeOf(state.selection());
     const bool trading = !exchange || isTrading(*exchange, state.clock().now());
     if (!state.priceStanding().fresh() || !trading)

@@ -32,8 +32,7 @@ struct Pipe
     {
         QByteArray all(1 << 20, Qt::Uninitialized);
         const auto count = ::read(ends[0], all.data(), static_cast<std::size_t>(all.size()));
-        all.truncate(std::max<qsizetype>(count, 0));
-        return all;
+        return all.left(std::max<qsizetype>(count, 0));
     }
     [[nodiscard]] QString text() const { return QString::fromUtf8(read()); }
 

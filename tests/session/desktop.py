@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: MIT
 """What looking at the program from outside needs: a display of its own, processes, windows, the pointer, pixels."""
 import contextlib
+import ctypes
 import http.client
 import http.server
 import json
@@ -9,6 +10,7 @@ import pathlib
 import re
 import shutil
 import signal
+import struct
 import subprocess
 import sys
 import tempfile
@@ -132,6 +134,18 @@ def click(window, button=1):
 
 def keys(*names):
     act("xdotool", "key", "--delay", "40", *names)
+
+
+def misplace(window):
+    """Tells the program that its window is at 0,0, as a window manager does that has not yet moved its frame."""
+    x11 = ctypes.CDLL("libX11.so.6")
+    x11.XOpenDisplay.restype = ctypes.c_void_p
+    display = ctypes.c_void_p(x11.XOpenDisplay(None))
+    number = int(window.id, 16)
+    event = (ctypes.c_long * 24)(22, 0, 0, 0, number, number)  # ConfigureNotify; place, width and height are ints
+    struct.pack_into("6i", event, 48, 0, 0, window.width, window.height, 0, 0)
+    x11.XSendEvent(display, ctypes.c_ulong(number), 0, ctypes.c_long(1 << 17), event)
+    x11.XCloseDisplay(display)
 
 
 def close_panel():

@@ -48,6 +48,7 @@ class Services:
         else:
             self.items.append(arguments.unpack()[0])
             invocation.return_value(None)
+            self.announce(PATHS[WATCHER], WATCHER, "StatusNotifierItemRegistered", "(s)", self.items[-1])
 
     def asked(self, _connection, _sender, _path, _interface, _name):
         return GLib.Variant("b", True)

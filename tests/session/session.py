@@ -141,9 +141,19 @@ def strip_alone(session):
     bar = session.start_bar("--strip", "--market-server", session.start_market())
     window = wait_until_it_stays(strip, "the strip shows", 12)
     expect(window.right == 1272 and window.y == 0, f"the strip is at {window}")
+    desktop.misplace(window)
     click(window)
     opened = wait_for(panel, "a click opens the panel")
-    expect(opened.y == window.bottom, f"panel {opened} is not at strip {window}")
+    expect(opened.y == window.bottom and opened.right > window.x, f"panel {opened} is not at strip {window}")
+    expect("SKIP_TASKBAR" in output("xprop", "-id", window.id, "_NET_WM_STATE"), "the strip is listed as a task")
+    click(window, 3)
+    wait_for(menu, "a right click on the strip opens the menu beside the open panel")
+    wait_for(lambda: not panel(), "the panel closes for it")
+    keys("Escape")
+    wait_for(lambda: not menu(), "Escape closes the menu")
+    time.sleep(0.4)  # a click right after the panel has closed is the one that closed it
+    click(window)
+    wait_for(panel, "and the strip opens the panel again")
 
     def ground_is(dark):
         shown = strip(), panel()
@@ -192,12 +202,28 @@ def alert(session):
     session.quit_bar(bar, allowed=ALERT_LINE)
 
 
+def copying(session):
+    """A tray that copies from an unseen square container counts as none."""
+    session.start_window_manager()
+    session.preset()
+    session.start("lxqt-panel", XDG_CONFIG_DIRS="/etc/xdg:/usr/share")
+    session.wait_for_name("org.kde.StatusNotifierWatcher")
+    bar = session.start_bar("--demo")
+    wait_until_it_stays(lambda: (shown := strip()) and shown.x > 640 and shown,  # the container is at the left
+                        "the strip shows", 20, still=3)
+    session.quit_bar(bar)
+
+
 def notifier(session):
     """As a notifier item with a wide picture, for a bar that is known by its process; and with the bar's menu."""
     session.start_window_manager()
     session.preset()
     host = session.start_services("org.kde.StatusNotifierWatcher", known_as="waybar")
+    os.kill(host.process.pid, signal.SIGSTOP)
     bar = session.start_bar("--market-server", session.start_market())
+    wait_for(strip, "beside a bar that hangs the strip shows", 20)
+    os.kill(host.process.pid, signal.SIGCONT)
+    wait_for(lambda: not items(), "it is gone when the bar has taken the item", 15)
     wait_for(lambda: len(host.ask("items")) == 1, "the item registers", 15)
     wait_for(lambda: host.ask("property", "IconPixmap")[0][0] > 160, "the wide picture holds the text", 15)
     argb = host.ask("property", "IconPixmap")[0][2]
@@ -294,6 +320,7 @@ SCENARIOS = {  # the programs and bindings beside those that each run needs
     "squeezed": (squeezed, A_TRAY, {}),
     "strip": (strip_alone, ["setxkbmap"], GIO | ATSPI),
     "alert": (alert, [], ATSPI),
+    "copying": (copying, ["lxqt-panel"], {}),
     "notifier": (notifier, [], GIO),
     "instance": (one_instance, [], {}),
     "wake": (wakes, [], GIO),

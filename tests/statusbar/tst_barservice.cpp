@@ -92,20 +92,11 @@ private Q_SLOTS:
         const QString described = call(other, u"Introspect"_s, {}, u"org.freedesktop.DBus.Introspectable"_s)
                                       .arguments()[0]
                                       .toString();
-        for (const QByteArray &kind :
-             {QByteArrayLiteral("method"), QByteArrayLiteral("signal"), QByteArrayLiteral("property")}) {
-            // What is described by hand is what is there.
-            const QMetaObject &meta = BarService::staticMetaObject;
-            for (int i = meta.methodOffset(); kind != "property" && i < meta.methodCount(); ++i) {
-                const bool isSignal = meta.method(i).methodType() == QMetaMethod::Signal;
-                if (isSignal == (kind == "signal"))
-                    QVERIFY(described.contains(
-                        QString::fromLatin1("<" + kind + " name=\"" + meta.method(i).name() + '"')));
-            }
-            for (int i = meta.propertyOffset(); kind == "property" && i < meta.propertyCount(); ++i)
-                QVERIFY(described.contains(
-                    u"<property name=\"%1\""_s.arg(QLatin1String(meta.property(i).name()))));
-        }
+        const QMetaObject &meta = BarService::staticMetaObject; // what is described by hand is what is there
+        for (int i = meta.methodOffset(); i < meta.methodCount(); ++i)
+            QVERIFY(described.contains(u" name=\"%1\""_s.arg(QLatin1String(meta.method(i).name()))));
+        for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i)
+            QVERIFY(described.contains(u" name=\"%1\" type"_s.arg(QLatin1String(meta.property(i).name()))));
     }
 
     void aLineFollowsTheBarAndGoesOnWithoutIt()
@@ -117,10 +108,7 @@ private Q_SLOTS:
         Pipe pipe;
         LineOutput output(pipe.ends[1]);
         const auto client = new BarClient(bus.connection(u"ours"_s), {300ms, 100ms});
-        const auto makeState = [&] {
-            own.create();
-            return own.state;
-        };
+        const auto makeState = [&] { return own.create().shared_from_this(); };
         WatchMode watch({LineFormat::plain, false, {}}, own.clock, makeState, {}, output,
                         std::unique_ptr<BarClient>(client));
         QString line;
@@ -130,10 +118,17 @@ private Q_SLOTS:
                 return line.section(u'\n', -2, -2).startsWith(start);
             });
         };
+        QDBusConnection stranger = bus.connection(u"stranger"_s);
+        QVERIFY(stranger.registerService(u"org.kestrune.bar"_s)); // and no bar
+        const QSignalSpy gone(client, &BarClient::gone);
+        watch.run();
+        QVERIFY(waitFor([&] { return gone.size() == 1 && own.state; }) && reads(u"等待 ETH"_s));
+        QVERIFY(stranger.unregisterService(u"org.kestrune.bar"_s));
+        own.state.reset();
         {
             auto bar = std::make_unique<Bar>(theirs);
-            watch.run();
             QVERIFY(reads(u"ETH  3,000"_s));
+            own.clearLogs();
             own.clock.advance(60s);
             QVERIFY(own.lines().isEmpty() && !own.state); // the bar's line costs no request
             bar->state->price = 3100;
@@ -164,21 +159,6 @@ private Q_SLOTS:
         QVERIFY(line.section(u'\n', -2, -2).startsWith(u"ETH  3,000"_s)); // it stays for a while
         own.clock.advance(1s);
         QVERIFY(reads(u"等待 ETH"_s));
-    }
-
-    void aStrangersNameIsNoBar()
-    {
-        PrivateBus bus;
-        QDBusConnection stranger = bus.connection(u"stranger"_s);
-        BarClient client(bus.connection(u"ours"_s));
-        const QSignalSpy gone(&client, &BarClient::gone), told(&client, &BarClient::told);
-        client.start();
-        QVERIFY(waitFor([&] { return gone.size() == 1; }));
-        QVERIFY(stranger.registerService(u"org.kestrune.bar"_s));
-        QVERIFY(waitFor([&] { return gone.size() == 2; }));
-        QCOMPARE(told.size(), 0);
-        bus.stop();
-        client.call(u"Next"_s);
     }
 };
 

@@ -5,6 +5,7 @@
 #include "statusbar/editactions.h"
 #include "statusbar/panelplacement.h"
 #include "statusbar/presentation.h"
+#include "statusbar/xsettings.h"
 #include "support/testregistry.h"
 
 #include <QKeyEvent>
@@ -38,6 +39,30 @@ private Q_SLOTS:
         QCOMPARE(dark(silent, false, true), "");   // but follows a preference for light
     }
 
+    void theDesktopsThemeIsReadFromItsSettings()
+    {
+        const auto entry = [](char kind, const QByteArray &name, const QByteArray &value) {
+            const QByteArray padding((4 - name.size() % 4) % 4, '\0');
+            const char head[]{kind, 0, char(name.size()), 0};
+            return QByteArray(head, 4) + name + padding + QByteArray(4, '\7') + value;
+        };
+        const QByteArray block = QByteArray("\0\0\0\0\1\0\0\0\3\0\0\0", 12) +
+                                 entry(0, "Xft/DPI", "\1\2\3\4") + entry(2, "Color", "12345678") +
+                                 entry(1, "Net/ThemeName", QByteArray("\7\0\0\0Mi-Dark\0", 12));
+        QCOMPARE(settingsText(block, "Net/ThemeName"), QByteArray("Mi-Dark"));
+        QVERIFY(!settingsText(block, "Xft/DPI") && !settingsText(block, "Net/Theme"));
+        for (qsizetype length = 0; length < block.size() - 1; ++length) // cut off anywhere
+            QVERIFY(!settingsText(block.first(length), "Net/ThemeName"));
+        QByteArray boundless = block;
+        boundless[8] = '\xff';
+        boundless.replace("\7\0\0\0Mi", "\xff\xff\xff\xff");
+        QVERIFY(!settingsText(boundless, "Net/ThemeName"));
+        for (const char *dark : {"Adwaita-dark", "Mint-Y-Dark-Aqua", "Yaru:dark", "HighContrastInverse"})
+            QVERIFY2(isDarkTheme(dark), dark);
+        for (const char *light : {"", "Adwaita", "Arc-Darker", "Darkroom"})
+            QVERIFY2(!isDarkTheme(light), light);
+    }
+
     void whichPresentationsShow()
     {
         using enum NotifierHost;
@@ -57,6 +82,8 @@ private Q_SLOTS:
         QCOMPARE(shown({.notifier = label, .waited = true, .bling = true}),
                  "item strip"); // it cannot be neon
         QCOMPARE(shown({.notifier = dot}), "item ");
+        QCOMPARE(shown({.unlisted = true, .notifier = shell, .waited = true}), "item strip");
+        QCOMPARE(shown({.unlisted = true, .notifier = wide, .waited = true}), "item strip");
         QCOMPARE(shown({.notifier = dot, .waited = true}), "item strip");
         QCOMPARE(shown({.stripForced = true, .tray = true, .notifier = wide, .bling = true}), "strip");
     }
@@ -93,6 +120,9 @@ private Q_SLOTS:
         QCOMPARE(at({0, 0, 50, 26}, {0, 26, 240, 294}), QRect(0, 26, 240, 294)); // a screen narrower than it
         QCOMPARE(at(cornerAnchor(screen, whole), screen), QRect(960, 27, 320, 900));
         QCOMPARE(at(cornerAnchor(whole, whole), whole), QRect(960, 32, 320, 900)); // below a bar unseen
+        constexpr QRect upper(40, 0, 1240, 960);
+        QCOMPARE(at(cornerAnchor(upper, whole), upper),
+                 QRect(40, 60, 320, 900)); // a bar below, one at the left
     }
 
     void placesInTheWindowSystemsPixels()

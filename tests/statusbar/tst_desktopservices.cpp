@@ -89,6 +89,9 @@ private Q_SLOTS:
         QVERIFY(!waitFor([&] { return changed.size() > count; }, 100ms));
         theirs.registerService(u"org.freedesktop.portal.Desktop"_s); // has another scheme now
         QVERIFY(becomes(light));
+        theme.setBar({.usuallyDark = true});
+        portal.set(0); // no preference: what is known of the bar counts again
+        QVERIFY(becomes({.darkBar = true, .darkDesktop = false}));
     }
 
     void oneInstancePerBus()

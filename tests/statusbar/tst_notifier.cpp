@@ -54,7 +54,7 @@ class TestNotifier : public QObject
         }
         [[nodiscard]] auto chooser(std::chrono::milliseconds hostWait)
         {
-            const StatusItemChooser::Options options{.hostWait = hostWait};
+            const StatusItemChooser::Options options{.hostWait = hostWait, .lookAfter = 30ms};
             auto made = std::make_unique<StatusItemChooser>(ours, preferences, menu.entries(), options);
             made->show(first);
             return made;
@@ -244,6 +244,31 @@ private Q_SLOTS:
         }
         desktop.bus.stop(); // says nothing of the names that go with it
         QVERIFY(becomes(stripOnly));
+    }
+
+    void hostsThatDropTheItemAreAskedAgain()
+    {
+        for (const NotifierHost host : {NotifierHost::label, NotifierHost::shell}) {
+            Desktop desktop;
+            desktop.watcher.start();
+            desktop.watcher.drops = 1;
+            NotifierItem item(desktop.ours, host, desktop.menu.entries(), 20ms);
+            const QSignalSpy listed(&item, &NotifierItem::listedChanged);
+            item.show(first);
+            QVERIFY(desktop.hasItems(2) && !waitFor([&] { return !listed.empty(); }, 80ms));
+            // Followed by its name, the shell's extension drops an item that it has just read in part.
+            QCOMPARE(desktop.watcher.items[1] == u"/StatusNotifierItem"_s, host == NotifierHost::shell);
+            desktop.watcher.listed = QStringList(desktop.ours.baseService() + u"0/StatusNotifierItem"_s);
+            desktop.watcher.drops = 5;
+            Q_EMIT desktop.watcher.StatusNotifierItemUnregistered(u"it"_s);
+            QVERIFY(waitFor([&] { return listed.size() == 1; }) && desktop.watcher.items.size() == 3);
+            desktop.watcher.listed = QStringList(desktop.ours.baseService() + u"/StatusNotifierItem"_s);
+            if (host == NotifierHost::label)
+                desktop.watcher.listed = desktop.watcher.items;
+            Q_EMIT desktop.watcher.StatusNotifierItemRegistered(u"it"_s); // after all
+            QVERIFY(waitFor([&] { return listed.size() == 2; }));
+            QVERIFY(listed[0][0] == false && listed[1][0] == true);
+        }
     }
 };
 

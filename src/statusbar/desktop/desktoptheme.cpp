@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "statusbar/desktop/desktoptheme.h"
 
+#include "statusbar/xsettings.h"
+
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
@@ -35,7 +37,9 @@ DesktopTheme::DesktopTheme(const QDBusConnection &connection, std::chrono::milli
 {
     connect(&m_poll, &QTimer::timeout, this, &DesktopTheme::look);
     m_poll.start(palettePoll);
-    look();
+    connect(&m_settings, &ManagerWatch::ownerChanged, this, &DesktopTheme::readTheme);
+    connect(&m_settings, &ManagerWatch::valueChanged, this, &DesktopTheme::readTheme);
+    readTheme();
     if (!m_connection.isConnected())
         return;
     // Unregistered, the connection below is refused while no portal is there to be asked for its types.
@@ -82,10 +86,18 @@ void DesktopTheme::setScheme(uint scheme)
     look();
 }
 
+void DesktopTheme::readTheme()
+{
+    const auto name = settingsText(m_settings.value(), "Net/ThemeName");
+    m_darkTheme = name ? std::optional(isDarkTheme(*name)) : std::nullopt;
+    look();
+}
+
 void DesktopTheme::look()
 {
+    // A light theme says no more of the bar than a light palette does.
     const bool darkPalette = QGuiApplication::palette().color(QPalette::Window).lightness() < 128;
-    const Appearance now = appearanceOf(m_bar, m_prefersDark, darkPalette);
+    const Appearance now = appearanceOf(m_bar, m_prefersDark, m_darkTheme.value_or(darkPalette));
     if (now == m_appearance)
         return;
     m_appearance = now;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "statusbar/appearance.h"
+#include "statusbar/desktop/managerwatch.h"
 
 #include <QDBusConnection>
 #include <QDBusServiceWatcher>
@@ -14,7 +15,8 @@
 
 namespace kestrune {
 
-/// What is dark now: by the bar's colours, the desktop portal's colour scheme and the toolkit's palette.
+/// What is dark now: by the bar's colours, the desktop portal's colour scheme, the name of the X11 desktop's
+/// theme and the toolkit's palette.
 class DesktopTheme final : public QObject
 {
     Q_OBJECT
@@ -34,6 +36,7 @@ private Q_SLOTS:
 private:
     void ask();
     void setScheme(uint scheme);
+    void readTheme();
     void look();
 
     QDBusConnection m_connection;
@@ -41,6 +44,8 @@ private:
     QTimer m_poll; ///< stands still while the portal has a preference: the palette does not count then
     BarColors m_bar;
     std::optional<bool> m_prefersDark;
+    ManagerWatch m_settings{"_XSETTINGS_S", "_XSETTINGS_SETTINGS"};
+    std::optional<bool> m_darkTheme;
     Appearance m_appearance;
 };
 

@@ -5,11 +5,9 @@
 #include "statusbar/panelplacement.h"
 #include "statusbar/wayland.h"
 
-#include <QCoreApplication>
 #include <QCursor>
 #include <QDBusMessage>
 #include <QDBusObjectPath>
-#include <QDBusPendingCall>
 #include <QDBusVirtualObject>
 #include <QImage>
 
@@ -76,11 +74,6 @@ QString statusOf(const StatusContent &status)
     return status.alertActive ? u"NeedsAttention"_s : u"Active"_s;
 }
 
-QString serviceName()
-{
-    return u"org.kde.StatusNotifierItem-%1-1"_s.arg(QCoreApplication::applicationPid());
-}
-
 } // namespace
 
 class NotifierItem::BusObject final : public QDBusVirtualObject
@@ -132,34 +125,31 @@ private:
     NotifierItem &m_item;
 };
 
-NotifierItem::NotifierItem(const QDBusConnection &connection, NotifierHost host, const QList<QAction *> &menu)
+NotifierItem::NotifierItem(const QDBusConnection &connection, NotifierHost host, const QList<QAction *> &menu,
+                           std::chrono::milliseconds lookAfter)
     : m_connection(connection)
     , m_host(host)
-    , m_service(serviceName())
+    , m_registration(connection, itemPath, lookAfter)
     , m_object(std::make_unique<BusObject>(*this))
     , m_menu(connection, menuPath, menu)
 {
     registerNotifierTypes();
     connect(&m_menu, &MenuExport::aboutToShow, this, &NotifierItem::menuAboutToShow);
+    connect(&m_registration, &NotifierRegistration::listedChanged, this, &NotifierItem::listedChanged);
 }
 
 NotifierItem::~NotifierItem()
 {
     if (!m_known)
         return;
-    m_connection.unregisterService(m_service); // the host drops the item
     m_connection.unregisterObject(itemPath);
 }
 
 void NotifierItem::registerWith(NotifierHost host)
 {
     m_host = host;
-    if (!m_known)
-        return;
-    QDBusMessage message = QDBusMessage::createMethodCall(
-        notifierWatcherName, notifierWatcherPath, notifierWatcherName, u"RegisterStatusNotifierItem"_s);
-    message << m_service;
-    m_connection.asyncCall(message);
+    if (m_known)
+        m_registration.start(host == NotifierHost::shell);
 }
 
 bool NotifierItem::samePictureForHost(const StatusItemContent &a, const StatusItemContent &b) const
@@ -173,7 +163,6 @@ void NotifierItem::show(const StatusItemContent &content)
     if (!m_known) {
         m_known = true;
         m_connection.registerVirtualObject(itemPath, m_object.get());
-        m_connection.registerService(m_service);
         registerWith(m_host);
         return;
     }

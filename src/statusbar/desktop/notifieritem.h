@@ -2,12 +2,14 @@
 #pragma once
 
 #include "statusbar/desktop/menuexport.h"
+#include "statusbar/desktop/notifierregistration.h"
 #include "statusbar/presentation.h"
 #include "statusbar/statusitem.h"
 
 #include <QDBusConnection>
 #include <QVariantMap>
 
+#include <chrono>
 #include <memory>
 #include <optional>
 
@@ -19,7 +21,9 @@ class NotifierItem final : public StatusItem
 {
     Q_OBJECT
 public:
-    NotifierItem(const QDBusConnection &connection, NotifierHost host, const QList<QAction *> &menu);
+    /// `lookAfter`: when the watcher is asked whether it lists the item.
+    NotifierItem(const QDBusConnection &connection, NotifierHost host, const QList<QAction *> &menu,
+                 std::chrono::milliseconds lookAfter = std::chrono::seconds(2));
     ~NotifierItem() override;
 
     void show(const StatusItemContent &content) override;
@@ -29,6 +33,8 @@ public:
 
 Q_SIGNALS:
     void menuAboutToShow();
+    /// The watcher lists the item, or has been asked in vain to.
+    void listedChanged(bool listed);
 
 private:
     class BusObject;
@@ -43,7 +49,7 @@ private:
 
     QDBusConnection m_connection;
     NotifierHost m_host;
-    QString m_service;
+    NotifierRegistration m_registration;
     StatusItemContent m_content;
     std::optional<QRect> m_lastClick;
     std::unique_ptr<BusObject> m_object;

@@ -26,7 +26,7 @@ StatusItemChooser::StatusItemChooser(const QDBusConnection &connection, Preferen
     , m_notifierWatch(connection)
 {
     connect(&m_trayWatch, &TrayWatch::ownerChanged, this, &StatusItemChooser::trayChanged);
-    connect(&m_trayWatch, &TrayWatch::textColorChanged, this, &StatusItemChooser::checkBar);
+    connect(&m_trayWatch, &TrayWatch::valueChanged, this, &StatusItemChooser::checkBar);
     connect(&m_notifierWatch, &NotifierWatch::changed, this, &StatusItemChooser::hostsChanged);
     m_wait.setSingleShot(true);
     m_wait.setTimerType(Qt::PreciseTimer); // a coarse one may end a quarter of a second early
@@ -44,6 +44,7 @@ DesktopFacts StatusItemChooser::facts() const
     return {.stripForced = m_options.stripForced,
             .tray = m_trayWatch.owner() != XCB_WINDOW_NONE && !m_squeezed,
             .trayIsLate = m_unanswered,
+            .unlisted = m_unlisted,
             .notifier = m_notifierWatch.host(),
             .waited = m_waited,
             .bling = m_content && m_content->bling};
@@ -93,10 +94,12 @@ void StatusItemChooser::apply(const Presentation &next)
         m_tray.reset();
     else if (!m_tray)
         makeTray();
-    if (next.notifier)
+    if (next.notifier) {
         makeOrRegisterNotifier();
-    else
+    } else {
         m_notifier.reset();
+        m_unlisted = false;
+    }
     if (!next.strip) {
         m_strip.reset();
     } else if (!m_strip) {
@@ -109,9 +112,10 @@ void StatusItemChooser::apply(const Presentation &next)
 
 void StatusItemChooser::checkBar()
 {
-    // Both kinds of host that keep wide pictures come dark.
+    // Both kinds of host that keep wide pictures come dark, and so does the shell's bar.
+    const auto isHost = [this](NotifierHost kind) { return m_notifier && m_notifierWatch.host() == kind; };
     const BarColors bar{.text = m_tray ? m_trayWatch.textColor() : std::nullopt,
-                        .usuallyDark = m_notifier && m_notifierWatch.host() == NotifierHost::wide};
+                        .usuallyDark = isHost(NotifierHost::wide) || isHost(NotifierHost::shell)};
     if (std::exchange(m_bar, bar) != bar)
         Q_EMIT barChanged(bar);
 }
@@ -143,9 +147,13 @@ void StatusItemChooser::makeOrRegisterNotifier()
         if (m_registeredWith != m_notifierWatch.generation())
             m_notifier->registerWith(host);
     } else {
-        m_notifier = std::make_unique<NotifierItem>(m_connection, host, m_menu);
+        m_notifier = std::make_unique<NotifierItem>(m_connection, host, m_menu, m_options.lookAfter);
         forward(*m_notifier);
         connect(m_notifier.get(), &NotifierItem::menuAboutToShow, this, &StatusItemChooser::menuAboutToShow);
+        connect(m_notifier.get(), &NotifierItem::listedChanged, this, [this](bool listed) {
+            m_unlisted = !listed;
+            choose();
+        });
         m_notifier->show(*m_content);
     }
     m_registeredWith = m_notifierWatch.generation();

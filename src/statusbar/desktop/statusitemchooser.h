@@ -32,7 +32,8 @@ public:
     struct Options
     {
         bool stripForced = false;
-        std::chrono::milliseconds hostWait{5000}; ///< at log-in, before the strip shows
+        std::chrono::milliseconds hostWait{5000};  ///< at log-in, before the strip shows
+        std::chrono::milliseconds lookAfter{2000}; ///< whether a host lists the item that it was told of
     };
 
     /// `preferences` and the actions of `menu` outlive the item.
@@ -70,6 +71,7 @@ private:
     bool m_waited = false;
     bool m_squeezed = false;   ///< by the tray that is there now
     bool m_unanswered = false; ///< so far, by that tray
+    bool m_unlisted = false;   ///< by the notifier's host
     int m_registeredWith = 0;
     std::optional<StatusItemContent> m_content;
     Presentation m_presentation;

@@ -2,6 +2,7 @@
 #include "statusbar/desktop/stripitem.h"
 
 #include "platform/preferences.h"
+#include "statusbar/desktop/windowplace.h"
 #include "statusbar/wayland.h"
 
 #include <QGuiApplication>
@@ -14,11 +15,14 @@
 namespace kestrune {
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
 const QString placeKey = u"ks_strip_pos"_s; // "X,Y" of the top right corner, logical
 constexpr int edgeGap = 8;
+constexpr auto managerTime = 1s; // to put a new window somewhere
+constexpr int barDepth = 64;     // out of the way of a bar that is all a window may be moved
 
 Qt::WindowFlags stripFlags()
 {
@@ -90,11 +94,12 @@ StripItem::StripItem(Preferences &preferences)
     connect(m_widget.get(), &ItemWidget::resizeWanted, this, &StripItem::putInPlace);
     // Later: the window goes and comes again in there.
     connect(m_widget.get(), &ItemWidget::resized, this, &StripItem::watchSize, Qt::QueuedConnection);
-    connect(m_widget.get(), &ItemWidget::clicked, this,
-            [this] { Q_EMIT activated(m_widget->frameGeometry()); });
+    connect(m_widget.get(), &ItemWidget::clicked, this, [this] { Q_EMIT activated(currentPlace()); });
     connect(m_widget.get(), &ItemWidget::menuRequested, this, &StatusItem::contextMenuRequested);
     connect(m_widget.get(), &ItemWidget::dragged, this, &StripItem::beginOrContinueDrag);
     connect(m_widget.get(), &ItemWidget::dropped, this, &StripItem::endDrag);
+    m_placeCheck.setSingleShot(true);
+    connect(&m_placeCheck, &QTimer::timeout, this, &StripItem::watchPlace);
     const auto followScreen = [this](QScreen *screen) {
         connect(screen, &QScreen::availableGeometryChanged, this, &StripItem::putInPlace);
     };
@@ -115,12 +120,19 @@ void StripItem::show(const StatusItemContent &content)
     if (m_widget->isVisible())
         return;
     putInPlace();
+    keepOffTaskbars(*m_widget);
     m_widget->show();
+    m_placeCheck.start(managerTime);
 }
 
 std::optional<QRect> StripItem::place() const
 {
-    return m_widget->frameGeometry();
+    return currentPlace();
+}
+
+QRect StripItem::currentPlace() const
+{
+    return serverPlace(*m_widget).value_or(m_widget->frameGeometry());
 }
 
 void StripItem::putInPlace()
@@ -131,15 +143,29 @@ void StripItem::putInPlace()
         return;
     const auto stored = m_preferences.text(placeKey);
     const QPoint corner = stripCorner(stored ? parsePlace(*stored) : std::nullopt, size, availableAreas());
-    m_widget->move(corner.x() - size.width(), corner.y());
+    m_chosen = {corner.x() - size.width(), corner.y()};
+    m_widget->move(m_chosen);
 }
 
 void StripItem::watchSize()
 {
-    // Tiling window managers give floating windows a least size and a frame. None of them touches this kind.
-    const bool foreign = m_widget->isVisible() && m_widget->height() != m_widget->sizeHint().height();
-    if (!foreign || isWayland() || m_widget->windowFlags().testFlag(Qt::X11BypassWindowManagerHint))
-        return;
+    // Tiling window managers give floating windows a least size and a frame.
+    if (m_widget->isVisible() && m_widget->height() != m_widget->sizeHint().height())
+        becomeForeignToManagers();
+}
+
+void StripItem::watchPlace()
+{
+    // Some put every new window where they like.
+    const QPoint off = currentPlace().topLeft() - m_chosen;
+    if (!m_dragOrigin && std::max(std::abs(off.x()), std::abs(off.y())) > barDepth)
+        becomeForeignToManagers();
+}
+
+void StripItem::becomeForeignToManagers()
+{
+    if (isWayland() || m_widget->windowFlags().testFlag(Qt::X11BypassWindowManagerHint))
+        return;                                              // none of them touches this kind
     m_widget->setWindowFlag(Qt::X11BypassWindowManagerHint); // hides it
     m_widget->resize(m_widget->sizeHint());
     putInPlace();
@@ -154,8 +180,9 @@ void StripItem::beginOrContinueDrag(const QPoint &distance)
         return;
     }
     if (!m_dragOrigin)
-        m_dragOrigin = m_widget->pos();
-    m_widget->move(*m_dragOrigin + distance);
+        m_dragOrigin = currentPlace().topLeft();
+    m_chosen = *m_dragOrigin + distance;
+    m_widget->move(m_chosen);
 }
 
 void StripItem::endDrag()
@@ -164,7 +191,7 @@ void StripItem::endDrag()
         return;
     m_dragOrigin.reset();
     const QSize size = m_widget->size();
-    const QPoint corner = stripCorner(m_widget->pos() + QPoint(size.width(), 0), size, availableAreas());
+    const QPoint corner = stripCorner(m_chosen + QPoint(size.width(), 0), size, availableAreas());
     m_preferences.setText(placeKey, u"%1,%2"_s.arg(corner.x()).arg(corner.y()));
     putInPlace();
 }

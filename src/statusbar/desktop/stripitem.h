@@ -4,6 +4,8 @@
 #include "statusbar/desktop/itemwidget.h"
 #include "statusbar/statusitem.h"
 
+#include <QTimer>
+
 #include <memory>
 
 namespace kestrune {
@@ -30,13 +32,18 @@ public:
 
 private:
     void putInPlace();
+    void becomeForeignToManagers();
     void watchSize();
+    void watchPlace();
+    [[nodiscard]] QRect currentPlace() const;
     void beginOrContinueDrag(const QPoint &distance);
     void endDrag();
 
     Preferences &m_preferences;
     std::unique_ptr<ItemWidget> m_widget;
     std::optional<QPoint> m_dragOrigin; ///< corner at the press
+    QPoint m_chosen;                    ///< top left corner, as asked for last
+    QTimer m_placeCheck;                ///< runs once after showing
 };
 
 } // namespace kestrune

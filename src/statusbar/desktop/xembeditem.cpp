@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "statusbar/desktop/xembeditem.h"
 
+#include "statusbar/desktop/windowplace.h"
 #include "statusbar/panelplacement.h"
 
 #include <cmath>
@@ -113,10 +114,18 @@ std::optional<QSize> XEmbedItem::visibleSize() const
 {
     // The window may be wider than the place that the tray gives it, which is the size of its parent.
     xcb_connection_t *connection = m_watch.connection();
-    const XcbReply<xcb_query_tree_reply_t> tree(
-        xcb_query_tree_reply(connection, xcb_query_tree(connection, m_window), nullptr));
+    const auto treeOf = [connection](xcb_window_t window) {
+        return XcbReply<xcb_query_tree_reply_t>(
+            xcb_query_tree_reply(connection, xcb_query_tree(connection, window), nullptr));
+    };
+    const auto tree = treeOf(m_window);
     if (!tree)
         return std::nullopt;
+    // Some trays only copy from a window of theirs which lies unseen on the desktop, squeezed into a square.
+    const auto above = treeOf(tree->parent);
+    const QByteArray opacity = xcbProperty(connection, tree->parent, m_watch.atoms().opacity);
+    if (above && above->parent == m_watch.root() && opacity == QByteArray(sizeof(uint32_t), '\0'))
+        return QSize();
     QSize size(std::numeric_limits<int>::max(), std::numeric_limits<int>::max());
     for (const xcb_window_t window : {m_window, tree->parent}) {
         const XcbReply<xcb_get_geometry_reply_t> geometry(
@@ -158,15 +167,8 @@ std::optional<QRect> XEmbedItem::place() const
 {
     if (!m_docked)
         return std::nullopt;
-    // Inside a tray the toolkit's own idea of the position is wrong.
-    xcb_connection_t *connection = m_watch.connection();
-    const XcbReply<xcb_translate_coordinates_reply_t> position(xcb_translate_coordinates_reply(
-        connection, xcb_translate_coordinates(connection, m_window, m_watch.root(), 0, 0), nullptr));
-    if (!position)
-        return std::nullopt;
-    const auto shapes = screenShapes();
-    return placeInSight({toLogical(QPoint(position->dst_x, position->dst_y), shapes), m_widget->size()},
-                        shapes);
+    const auto where = serverPlace(*m_widget);
+    return where ? placeInSight(*where, screenShapes()) : std::nullopt;
 }
 
 } // namespace kestrune

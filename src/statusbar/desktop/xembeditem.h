@@ -37,7 +37,7 @@ private:
     void applySize();
     void checkSizeLater();
     void checkSize();
-    /// What of the window can be seen, in the window system's pixels.
+    /// What of the window can be seen, in the window system's pixels; empty in a tray that shows a copy.
     [[nodiscard]] std::optional<QSize> visibleSize() const;
 
     TrayWatch &m_watch;
