@@ -13,7 +13,7 @@ namespace kestrune {
 
 namespace {
 
-constexpr qsizetype longestClick = 64 * 1024;
+constexpr qsizetype longestClick = 65536;
 
 } // namespace
 
