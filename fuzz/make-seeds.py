@@ -45,6 +45,8 @@ def settings() -> dict[str, list[bytes]]:
         "alerts": [alerts.encode(), b"[]", b"{}", b"null"],
         "preferences": [json.dumps(s).encode() for s in stored] + [b"", b"{}", b"[1]", bytes(40)],
         "command-line": ["\0".join(line).encode() for line in lines],
+        "bar-lines": [b'{"schema":1,"text":"ETH  3,456","tooltip":"a\\nb","states":["buy","stale"],"price":1.5,"percentage":7}',
+                      b'[{"button":1,"x":1200,"y":5}', b',{"button":5}'],
         "setting-inputs": [text.encode() for text in texts],
     }
 

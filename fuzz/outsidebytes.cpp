@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "fuzztarget.h"
+#include "line/barline.h"
+#include "line/barrecord.h"
+#include "line/clickinput.h"
 #include "market/candleparsers.h"
 #include "market/quoteparser.h"
 #include "platform/decompression.h"
@@ -163,7 +166,21 @@ const Registration commandLine("command-line", [](const QByteArray &bytes) {
     const qsizetype option = arguments.indexOf(u"--snapshot"_s);
     KESTRUNE_REQUIRE(snapshot.has_value() == (option >= 0 && option + 1 < arguments.size()));
     KESTRUNE_REQUIRE(!snapshot || snapshot->dir == arguments[option + 1]);
-    KESTRUNE_REQUIRE(!snapshot || !snapshot->symbol || arguments.contains(*snapshot->symbol));
+    KESTRUNE_REQUIRE(!snapshot || !snapshot->selection.symbol ||
+                     arguments.contains(*snapshot->selection.symbol));
+});
+
+const Registration lines("bar-lines", [](const QByteArray &bytes) {
+    const auto click = readClick(bytes);
+    KESTRUNE_REQUIRE(!click || click->button > 0);
+    const auto record = barRecord(bytes);
+    if (!record)
+        return;
+    KESTRUNE_REQUIRE(!record->text.isEmpty() && barRecord(record->json) == record);
+    for (const QString &name : lineFormatNames().split(u", "_s)) {
+        const QByteArray line = formatLine(*record, lineFormat(name).value());
+        KESTRUNE_REQUIRE(line.indexOf('\n') == line.size() - 1 && line.size() > 1);
+    }
 });
 
 const Registration settingInputs("setting-inputs", [](const QByteArray &bytes) {

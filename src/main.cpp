@@ -1,5 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "demomarket.h"
+#include "line/barclient.h"
+#include "line/clickinput.h"
+#include "line/lineoutput.h"
+#include "line/unsavedpreferences.h"
+#include "line/watchmode.h"
 #include "platform/configfolder.h"
 #include "platform/curlhttpclient.h"
 #include "platform/jsonpreferences.h"
@@ -11,6 +16,7 @@
 #include "state/alerttexts.h"
 #include "statusbar/desktop/appdelegate.h"
 #include "statusbar/desktop/desktopattention.h"
+#include "statusbar/desktop/quitsignals.h"
 #include "statusbar/desktop/singleinstance.h"
 #include "ui/housestyle.h"
 #include "viewmodel/paneltexts.h"
@@ -19,10 +25,14 @@
 #include <QMessageBox>
 #include <QPointer>
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <utility>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace {
 
@@ -130,10 +140,15 @@ void refuseForeignToolkits()
         QGuiApplication::setDesktopSettingsAware(false);
 }
 
-void describeApplication()
+void nameApplication()
 {
     QCoreApplication::setApplicationName(u"kestrune-bar"_s);
     QCoreApplication::setApplicationVersion(QStringLiteral(KESTRUNE_VERSION));
+}
+
+void describeApplication()
+{
+    nameApplication();
     QGuiApplication::setDesktopFileName(u"org.kestrune.bar"_s);
     QApplication::setQuitOnLastWindowClosed(false);
 }
@@ -169,6 +184,92 @@ int runInteractive(AppDelegate::Launch launch, SingleInstance *instance, JsonPre
     return QCoreApplication::exec();
 }
 
+/// The market that is asked instead of the live ones.
+struct OtherMarket
+{
+    std::unique_ptr<DemoMarket> demo;
+    std::optional<QString> address;
+
+    [[nodiscard]] Endpoints endpoints() const
+    {
+        return address ? Endpoints::via(*address) : Endpoints::live();
+    }
+};
+
+/// The error is one line.
+tl::expected<OtherMarket, QString> otherMarket(const CommandLine &line)
+{
+    if (!line.demo)
+        return OtherMarket{nullptr, line.marketServer};
+    auto started = DemoMarket::start(QCoreApplication::applicationDirPath() + u"/kestrune-replay"_s);
+    if (!started)
+        return tl::unexpected(started.error());
+    OtherMarket market{std::move(*started), std::nullopt};
+    market.address = market.demo->address();
+    return market;
+}
+
+/// What the own state of a run that prints lines depends on. Its settings are read only, and neon mode, which
+/// no line shows, is off.
+struct LineMarket
+{
+    explicit LineMarket(const QString &folder) : stored(folder), preferences(stored)
+    {
+        settings::blingMode.store(preferences, false);
+    }
+
+    JsonPreferences stored;
+    UnsavedPreferences preferences;
+    CurlHttpClient crypto, stock;
+    QuietAttention attention;
+};
+
+bool isOpen(int fd)
+{
+    return ::fcntl(fd, F_GETFD) != -1;
+}
+
+/// Prints lines for a bar, without any display.
+int runLine(const WatchMode::Config &config, const CommandLine &line, char **argv)
+{
+    if (!isOpen(STDOUT_FILENO))
+        return 0; // nobody reads; another file might get this number
+    int argumentsForQt = 1;
+    QCoreApplication application(argumentsForQt, argv);
+    nameApplication();
+    const QuitSignals signalled({SIGPIPE});
+    QObject::connect(&signalled, &QuitSignals::received, qApp, &QCoreApplication::quit);
+    auto market = otherMarket(line);
+    if (!market)
+        return fail(market.error(), usageError);
+
+    SystemClock clock;
+    std::unique_ptr<LineMarket> own;
+    const auto makeState = [&] {
+        own = std::make_unique<LineMarket>(settingsFolder(line.demo));
+        auto state = AppState::create(
+            {own->crypto, own->stock, clock, own->preferences, own->attention, market->endpoints()});
+        own->stored.onOutsideChange([target = QPointer(state.get())] {
+            if (target)
+                target->takeStoredAlerts();
+        });
+        return state;
+    };
+    LineOutput output(STDOUT_FILENO);
+    // A run on another market has nothing to do with the bar that runs.
+    auto client = market->address ? nullptr : std::make_unique<BarClient>(QDBusConnection::sessionBus());
+    WatchMode watch(config, clock, makeState, marketNotice(line.demo, line.marketServer), output,
+                    std::move(client));
+    QObject::connect(&watch, &WatchMode::finished, qApp, &QCoreApplication::exit, Qt::QueuedConnection);
+    std::optional<ClickInput> clicks;
+    if (config.format == LineFormat::i3bar && !config.once && isOpen(STDIN_FILENO)) {
+        clicks.emplace(STDIN_FILENO);
+        QObject::connect(&*clicks, &ClickInput::clicked, &watch, &WatchMode::click);
+    }
+    watch.run();
+    return QCoreApplication::exec();
+}
+
 /// Folders that may hold our modules: beside the program, and where the installation puts them.
 QStringList moduleFolders()
 {
@@ -194,6 +295,11 @@ int main(int argc, char **argv)
         printAlertLog(line);
         return 0;
     }
+    const auto watch = WatchMode::parse(arguments);
+    if (!watch)
+        return fail(watch.error(), usageError);
+    if (*watch)
+        return runLine(**watch, line, argv);
 
     const auto config = SnapshotMode::parse(arguments);
     if (config)
@@ -221,14 +327,9 @@ int main(int argc, char **argv)
             return instance->activateFirst() ? 0 : failBesideStranger(*instance);
     }
 
-    std::unique_ptr<DemoMarket> demo;
-    if (line.demo) {
-        auto started = DemoMarket::start(QCoreApplication::applicationDirPath() + u"/kestrune-replay"_s);
-        if (!started)
-            return fail(started.error(), usageError);
-        demo = std::move(*started);
-    }
-    const auto server = demo ? std::optional(demo->address()) : line.marketServer;
+    const auto market = otherMarket(line);
+    if (!market)
+        return fail(market.error(), usageError);
 
     SystemClock clock;
     JsonPreferences preferences(settingsFolder(line.demo));
@@ -244,7 +345,7 @@ int main(int argc, char **argv)
                                               clock,
                                               preferences,
                                               *attention,
-                                              server ? Endpoints::via(*server) : Endpoints::live(),
+                                              market->endpoints(),
                                               config ? QString() : alertLogPath(line.demo)};
     const QString notice = marketNotice(line.demo, line.marketServer);
     if (config)

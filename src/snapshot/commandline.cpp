@@ -13,8 +13,8 @@ const QString marketServerOption = u"--market-server"_s;
 
 bool takesValue(const QString &argument)
 {
-    static const QStringList options{u"--snapshot"_s, u"--symbol"_s, u"--market"_s, u"--timeframe"_s,
-                                     marketServerOption};
+    static const QStringList options{u"--snapshot"_s,    u"--symbol"_s, u"--market"_s, u"--timeframe"_s,
+                                     marketServerOption, u"--watch"_s,  u"--print"_s};
     return options.contains(argument);
 }
 
@@ -80,9 +80,12 @@ QString helpText()
 Live price, support and resistance in the status bar: crypto perpetuals, China A-shares, Hong Kong stocks.
 
   --snapshot DIR        write the analysis of one instrument into DIR and exit
-  --market SEGMENT      加密, A股 or 港股 (with --snapshot)
-  --symbol CODE         instrument, for example BTC, sh600519, hk00700 (with --snapshot)
-  --timeframe LABEL     1H, 4H, 日线, 周线 or 月线 (with --snapshot)
+  --watch FORMAT        print a line at every change, for a status bar: waybar, i3bar, polybar, xfce,
+                        argos, tmux, plain or json; the running program's, or its own without one
+  --print FORMAT        print one such line and exit: 0 with a price, 3 without, 4 with an old one
+  --market SEGMENT      加密, A股 or 港股 (with --snapshot, --watch, --print)
+  --symbol CODE         instrument, for example BTC, sh600519, hk00700 (likewise)
+  --timeframe LABEL     1H, 4H, 日线, 周线 or 月线 (likewise)
   --demo                use a simulated market instead of live data; settings are kept apart
   --market-server URL   send every market request to this address instead of the public ones
   --strip               show the price in a small window of its own, not in the desktop's bar

@@ -6,7 +6,6 @@
 #include <QDateTime>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QJsonObject>
 #include <QTimeZone>
 
 #include <algorithm>
@@ -72,15 +71,14 @@ QString isoTime(Instant instant)
 
 } // namespace
 
-std::optional<QByteArray> snapshotSummary(const AppState &state, Instant generatedAt)
+QJsonObject summaryValues(const AppState &state)
 {
     // What is another's counts as not there.
     const Judgement ofPrice = state.priceStanding();
     const auto price = ofPrice.believed() ? state.price() : state.ownZonePrice();
     const auto zones = state.zonesStanding().own() ? state.zones() : std::vector<Zone>();
     const Judgement ofSignals = state.signalsStanding();
-    const QJsonObject summary{
-        {u"generatedAt"_s, isoTime(generatedAt)},
+    return {
         {u"symbol"_s, state.coinSymbol()},
         {u"displayName"_s, state.displayName()},
         {u"market"_s, rawValue(state.market())},
@@ -96,6 +94,12 @@ std::optional<QByteArray> snapshotSummary(const AppState &state, Instant generat
         {u"support"_s, zoneObjects(topZones(zones, u"support", zonesPerSide))},
         {u"tradingView"_s, state.tradingViewSymbol()},
     };
+}
+
+std::optional<QByteArray> snapshotSummary(const AppState &state, Instant generatedAt)
+{
+    QJsonObject summary = summaryValues(state);
+    summary.insert(u"generatedAt"_s, isoTime(generatedAt));
     if (!allFinite(summary))
         return std::nullopt; // QJsonDocument would write null
     return QJsonDocument(summary).toJson(QJsonDocument::Indented);

@@ -33,23 +33,10 @@ SnapshotMode::~SnapshotMode() = default;
 
 void SnapshotMode::run()
 {
-    applyConfig();
+    m_config.selection.apply(*m_state);
     m_picture = std::make_unique<SnapshotPicture>(m_state, m_marketNotice);
     startInBackground(this, [state = m_state] { return refresh(state); });
     waitUntilReady(m_clock.steady() + loadDeadline);
-}
-
-// The segment comes before the symbol, and the timeframe is checked against the segment just set.
-void SnapshotMode::applyConfig()
-{
-    if (m_config.market) {
-        if (const auto segment = marketSegmentFromRawValue(*m_config.market))
-            m_state->setMarket(*segment);
-    }
-    if (m_config.symbol)
-        m_state->setCoin(*m_config.symbol);
-    if (m_config.timeframe && m_state->timeframeOptions().contains(*m_config.timeframe))
-        m_state->setTimeframe(*m_config.timeframe);
 }
 
 QCoro::Task<> SnapshotMode::refresh(std::shared_ptr<AppState> state)

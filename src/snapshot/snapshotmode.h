@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "snapshot/selection.h"
 #include "state/appstate.h"
 
 #include <QCoroTask>
@@ -23,16 +24,14 @@ class SnapshotMode final : public QObject
 public:
     struct Config
     {
-        QString dir;                      ///< output directory, verbatim
-        std::optional<QString> symbol;    ///< instrument code
-        std::optional<QString> market;    ///< segment raw value
-        std::optional<QString> timeframe; ///< timeframe label
+        QString dir; ///< output directory, verbatim
+        Selection selection;
 
         [[nodiscard]] bool operator==(const Config &) const = default;
     };
 
     /// Absent without "--snapshot" and a directory after it: an interactive start. Takes the arguments
-    /// after the program's name; the first occurrence of each option counts, wherever it stands.
+    /// after the program's name; the first occurrence of the option counts, wherever it stands.
     [[nodiscard]] static std::optional<Config> parse(const QStringList &arguments);
 
     /// Creates its own state. `marketNotice` is the panel's line about prices that are not live.
@@ -48,7 +47,6 @@ Q_SIGNALS:
     void finished();
 
 private:
-    void applyConfig();
     [[nodiscard]] bool ready() const;
     static QCoro::Task<> refresh(std::shared_ptr<AppState> state);
     QCoro::Task<> waitUntilReady(SteadyInstant deadline);

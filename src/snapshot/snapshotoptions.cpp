@@ -12,8 +12,7 @@ std::optional<SnapshotMode::Config> SnapshotMode::parse(const QStringList &argum
     auto dir = optionValue(arguments, u"--snapshot"_s);
     if (!dir)
         return std::nullopt;
-    return Config{std::move(*dir), optionValue(arguments, u"--symbol"_s),
-                  optionValue(arguments, u"--market"_s), optionValue(arguments, u"--timeframe"_s)};
+    return Config{std::move(*dir), Selection::parse(arguments)};
 }
 
 } // namespace kestrune

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "statusbar/statusbarcontroller.h"
 
-#include "analysis/priceformat.h"
 #include "statusbar/panelplacement.h"
 #include "viewmodel/standingtexts.h"
 
@@ -9,7 +8,6 @@
 #include <QScreen>
 
 #include <algorithm>
-#include <cmath>
 #include <iterator>
 
 using namespace Qt::StringLiterals;
@@ -34,20 +32,6 @@ std::vector<BlingItem> signsOf(const AppState &state)
 QString firedText(int elsewhere)
 {
     return elsewhere == 0 ? QString() : u" · 另有 %1 条提醒已触发"_s.arg(elsewhere);
-}
-
-/// "ETH  3,456.78  +1.25%", and in words what the picture says by dimming.
-QString titleOf(const AppState &state)
-{
-    QString caveat = priceCaveat(state);
-    if (!state.priceStanding().own())
-        return caveat;
-    QString title = state.displayName() + u"  "_s + fmtP(*state.price(), state.decimals());
-    if (const auto change = state.changePct(); change && std::isfinite(*change))
-        title += u"  "_s + QString::asprintf("%+.2f%%", *change);
-    if (!caveat.isEmpty())
-        title += u" · "_s + caveat;
-    return title;
 }
 
 } // namespace
@@ -84,7 +68,7 @@ StatusItemContent StatusBarController::content() const
         content.blingPulse = m_state->blingPulse();
     }
     content.firedElsewhere = m_state->firedElsewhere();
-    content.title = titleOf(*m_state) + firedText(content.firedElsewhere);
+    content.title = titleLine(*m_state) + firedText(content.firedElsewhere);
     content.detail = verdictText(*m_state);
     return content;
 }
@@ -133,6 +117,13 @@ void StatusBarController::togglePopover(const QRect &anchor)
         showPopover(anchor);
     else
         showPopover();
+}
+
+void StatusBarController::openPopover(const QPoint &position)
+{
+    const auto shapes = screenShapes();
+    if (!m_popover.isVisible())
+        togglePopover(placeInSight({toLogical(position, shapes), QSize(1, 1)}, shapes).value_or(QRect()));
 }
 
 void StatusBarController::showPopover()

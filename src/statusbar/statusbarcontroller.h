@@ -34,6 +34,9 @@ public:
     /// Opens the panel under the item, wherever that is now.
     void showPopover();
     void showPopover(const QRect &anchor);
+    /// For a click elsewhere, at a position in the screen's own pixels: opens the panel there, or under the
+    /// item where no screen has it. The click that has just closed the panel does not open it again.
+    void openPopover(const QPoint &position);
 
 private:
     [[nodiscard]] StatusItemContent content() const;

@@ -8,6 +8,7 @@
 #include "ui/icons.h"
 #include "ui/palette.h"
 #include "ui/typography.h"
+#include "viewmodel/signalcolors.h"
 
 #include <QCache>
 #include <QFontMetricsF>
@@ -53,17 +54,9 @@ const QColor &secondaryColor(bool dark)
     return (dark ? darkPalette() : lightPalette()).secondary;
 }
 
-/// The platform's green, red and orange as they read best on the bar's ground.
-struct SignalColors
-{
-    QColor green, red, orange;
-};
-
 const SignalColors &signalColors(bool dark)
 {
-    static const SignalColors onDark{0x32D15B, 0xFF5A50, 0xFF9F0A};
-    static const SignalColors onLight{0x17803A, 0xC9281E, 0xA85800};
-    return dark ? onDark : onLight;
+    return dark ? signalsOnDark : signalsOnLight;
 }
 
 /// Font and line box at a scale, made once per scale.

@@ -7,6 +7,8 @@
 
 #include <QDateTime>
 
+#include <cmath>
+
 namespace kestrune {
 
 using namespace Qt::StringLiterals;
@@ -133,6 +135,19 @@ QString itemText(const AppState &state)
     const Judgement judged = state.priceStanding();
     return judged.standing == Standing::old ? state.menuTitle() + u" ·"_s + shortAge(judged.age)
                                             : state.menuTitle();
+}
+
+QString titleLine(const AppState &state)
+{
+    QString caveat = priceCaveat(state);
+    if (!state.priceStanding().own())
+        return caveat;
+    QString title = state.displayName() + u"  "_s + fmtP(*state.price(), state.decimals());
+    if (const auto change = state.changePct(); change && std::isfinite(*change))
+        title += u"  "_s + QString::asprintf("%+.2f%%", *change);
+    if (!caveat.isEmpty())
+        title += u" · "_s + caveat;
+    return title;
 }
 
 QString priceCaveat(const AppState &state)

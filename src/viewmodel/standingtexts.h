@@ -25,6 +25,9 @@ class AppState;
 
 /// Title and price as the status item shows them; an old price has its age behind it.
 [[nodiscard]] QString itemText(const AppState &state);
+/// Name, price and change, with what keeps the price from being taken for the one of this moment behind them
+/// ("ETH  3,456.78  +1.25%"); that alone where there is no price of the instrument's own.
+[[nodiscard]] QString titleLine(const AppState &state);
 /// What keeps the price from being taken for the one of this moment ("3 分钟前 · 价格获取失败", "停牌");
 /// empty for an ordinary fresh one.
 [[nodiscard]] QString priceCaveat(const AppState &state);

@@ -76,6 +76,7 @@ private Q_SLOTS:
             {"no display", {}, 1, {}, "no display"},
             {"a display that is not there", {}, 1, {}, "no display", u":7777"_s},
             {"the demo and a server", words("--demo --market-server http://127.0.0.1:1"), 2, {}, "exclude"},
+            {"no bar of that name", words("--watch bar"), 2, {}, "waybar, i3bar"},
             {"a line break in the address", {u"--market-server"_s, u"http://a\nb"_s}, 2, {}, "http://a b"},
         };
         forEachRow(rows, [](const auto &row) {
@@ -165,6 +166,28 @@ private Q_SLOTS:
         for (const auto &request : market.requests()) // never of the stored instrument
             QVERIFY2(request.line.contains("BTC") && request.header("Referer").isEmpty(),
                      request.line.constData());
+    }
+
+    void linesNeedNoDisplayAndWriteNoSettings()
+    {
+        LoopbackServer market;
+        market.serve(u"/api/v4/futures/usdt/tickers"_s, {.body = gateTicker(61234.5, -2.25)});
+        market.serve(u"/api/v4/spot/candlesticks"_s, {.body = gateCandles(waveCandles(200, 60000))});
+        const QStringList server{u"--market-server"_s, market.url({}).toString()};
+        Program bar;
+        QVERIFY(bar.runToEnd(words("--print plain --symbol BTC") + server) && bar.endedWell());
+        const QByteArray line = bar.readAllStandardOutput();
+        QVERIFY2(line.startsWith("BTC  61,23") && line.indexOf('\n') == line.size() - 1, line.constData());
+        bar.begin(words("--watch plain --symbol BTC") + server);
+        QVERIFY(bar.nextLine().startsWith("等待 BTC"));
+        bar.terminate();
+        QVERIFY(waitFor([&] { return bar.state() == QProcess::NotRunning; }) && bar.endedWell());
+        const QStringList headed = words("-o pipefail -c") + QStringList{u"\"$0\" \"$@\" | head -n1"_s};
+        const QStringList command = QStringList{bar.program()} + words("--watch json") + server;
+        bar.setProgram(u"/bin/bash"_s);
+        QVERIFY(bar.runToEnd(headed + command) && bar.endedWell());
+        QCOMPARE(bar.readAllStandardError(), QByteArray());
+        QCOMPARE(settingsFiles(bar), QStringList());
     }
 
     void aSnapshotOfAStockBelowAPrefixStaysSelected()

@@ -14,8 +14,9 @@ class CommandLineTest : public QObject
         QStringList parts;
         if (const auto config = kestrune::SnapshotMode::parse(arguments)) {
             const auto part = [](const std::optional<QString> &value) { return value.value_or(QChar(u'-')); };
-            parts << u'[' + config->dir + u' ' + part(config->symbol) + u' ' + part(config->market) + u' ' +
-                         part(config->timeframe) + u']';
+            const auto &[symbol, market, timeframe] = config->selection;
+            parts << u'[' + config->dir + u' ' + part(symbol) + u' ' + part(market) + u' ' + part(timeframe) +
+                         u']';
         }
         const auto line = kestrune::parseCommandLine(arguments);
         const std::pair<bool, const char *> options[] = {{line.help, "help"},

@@ -66,7 +66,7 @@ private Q_SLOTS:
         Run run;
         run.preferences.preset(u"ks_coin"_s, u"ETH"_s);
         run.serveStock(u"hk00005"_s, 60);
-        run.start({{}, u"hk00005"_s, u"港股"_s, u"周线"_s});
+        run.start({{}, {u"hk00005"_s, u"港股"_s, u"周线"_s}});
         QVERIFY(run.lines().isEmpty());
         QCOMPARE(run.preferences.writes().join(u' '),
                  u"ks_market=港股 ks_coin=hk00700 ks_tf=日线 ks_tf=日线 ks_leverage=1 ks_coin=hk00005 "
@@ -95,7 +95,7 @@ private Q_SLOTS:
             Run run;
             run.preferences.preset(u"ks_coin"_s, u"SOL"_s);
             run.preferences.preset(u"ks_tf"_s, u"4H"_s);
-            run.start({{}, row.symbol, row.market, row.timeframe});
+            run.start({{}, {row.symbol, row.market, row.timeframe}});
             const AppState &state = run.mode->state();
             QCOMPARE(state.coinSymbol() + u' ' + rawValue(state.market()) + u' ' + state.timeframe(),
                      row.selected);
@@ -164,9 +164,9 @@ private Q_SLOTS:
     void whatCannotBeWrittenIsNotReported()
     {
         Run nested, blocked, unpictured, again, uncounted;
-        nested.start({u"a/b"_s, {}, {}, {}}); // folders are made as needed
+        nested.start({u"a/b"_s, {}}); // folders are made as needed
         QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), blocked.path(u"file"_s)));
-        blocked.start({u"file"_s, {}, {}, {}});
+        blocked.start({u"file"_s, {}});
         QVERIFY(QDir().mkdir(unpictured.path(u"popover.png"_s)));
         unpictured.start();
         QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), again.path(u"data.json"_s)));

@@ -278,7 +278,7 @@ m(B+'statusbarcontroller.cpp','    else if (m_popover.hasJustClosed())','    els
 m(B+'statusbarcontroller.cpp','[this] { m_popover.close(); });','[this] { if (!@) m_popover.close(); });','bling closes panel')
 m(B+'statusbarcontroller.cpp','&state.alerts,','@ ? static_cast<const PublishedField *>(&state.market) : &state.alerts,','redraw at alerts')
 m(B+'statusbarcontroller.cpp','content.status.dimmed = !','content.status.dimmed = !@ && !','old price in the bar looks fresh')
-m(B+'statusbarcontroller.cpp','if (!state.priceStanding().own())','if (@ ? !state.price() : !state.priceStanding().own())','tooltip with the price of another')
+m('viewmodel/standingtexts.cpp','if (!state.priceStanding().own())','if (@ ? !state.price() : !state.priceStanding().own())','tooltip with the price of another')
 m('viewmodel/standingtexts.cpp','return state.verdictStands() && ','return (@ || state.verdictStands()) && ','verdict on old data')
 m('viewmodel/standingtexts.cpp','judged.standing == Standing::old ? state.menuTitle() +','!@ && judged.standing == Standing::old ? state.menuTitle() +','age in the item')
 m(N+'zonessection.cpp','const auto price = state.ownZonePrice();','const auto price = @ ? std::optional(state.zonePrice()) : state.ownZonePrice();','zone price of another')
@@ -291,6 +291,13 @@ m(B+'desktop/menuexport.cpp','QMetaObject::invokeMethod(action, &QAction::trigge
 m(B+'desktop/menuexport.cpp','signal << ++m_revision << 0;','signal << (@ ? m_revision : ++m_revision) << 0;','menu revision')
 m(B+'desktop/singleinstance.cpp','    m_connection.unregisterObject(objectPath);\n    // A bus','    if (!@) m_connection.unregisterObject(objectPath);\n    // A bus','second unregisters')
 m(B+'editactions.cpp','if ((key.modifiers() & looked) != Qt::ControlModifier)','if (@ ? !(key.modifiers() & Qt::ControlModifier) : (key.modifiers() & looked) != Qt::ControlModifier)','ctrl alone')
+L='line/'
+m(L+'barrecord.cpp','if (!state.priceStanding().fresh())','if (!@ && !state.priceStanding().fresh())','old price in a line looks fresh')
+m(L+'barrecord.cpp','ofPrice.own() ? itemText(state)','(@ || ofPrice.own()) ? itemText(state)','line with the price of another')
+m(L+'barrecord.cpp','    m_watching = false;\n    Q_EMIT','    m_watching = @;\n    Q_EMIT','changes told to nobody')
+m(L+'watchmode.cpp','m_clock.steady() >= m_patientUntil','(!@ && m_clock.steady() >= m_patientUntil)','line of a bar that has gone stays')
+m(L+'barclient.cpp','    m_silence.start(m_limits.silence);','    if (!@) m_silence.start(m_limits.silence);','bar that hangs is not noticed')
+m(L+'lineoutput.cpp','if (polled(m_fd, 0) &','if (!@ && polled(m_fd, 0) &','reader that goes')
 T='snapshot/'
 m(T+'snapshotdata.cpp','ofPrice.believed() ? state.price()','(@ || ofPrice.believed()) ? state.price()','price of another in the summary')
 m(T+'snapshotdata.cpp','    if (!allFinite(summary))','    if (!@ && !allFinite(summary))','non-finite summary')

@@ -33,6 +33,7 @@ TESTS = {
     "viewmodel": "tst_(panel|snapshot|statusbar)",
     "statusbar": "tst_statusbar",
     "snapshot": "tst_snapshot",
+    "line": "tst_(line|statusbar)",
 }
 EQUIVALENT = {"planselection.cpp: tie of equally near zones": "equally near zones of one side have one middle"}
 

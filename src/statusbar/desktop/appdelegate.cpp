@@ -3,6 +3,7 @@
 
 #include "panel/popoverview.h"
 #include "platform/async.h"
+#include "statusbar/desktop/barservice.h"
 #include "statusbar/desktop/desktoptheme.h"
 #include "statusbar/desktop/quitsignals.h"
 #include "statusbar/desktop/singleinstance.h"
@@ -73,8 +74,12 @@ void AppDelegate::applicationDidFinishLaunching()
     m_keyFallbackMonitor = std::make_unique<EditKeyFallback>(nullptr);
     connectMenu();
     watchTheSystem();
-    if (m_instance)
-        connect(m_instance, &SingleInstance::activated, this, &AppDelegate::showPanel);
+    if (!m_instance)
+        return;
+    connect(m_instance, &SingleInstance::activated, this, &AppDelegate::showPanel);
+    m_service =
+        std::make_unique<BarService>(bus, m_state, m_launch.marketNotice,
+                                     [this](const QPoint &position) { m_controller->openPopover(position); });
 }
 
 void AppDelegate::settingsNotSaved()

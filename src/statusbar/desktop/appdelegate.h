@@ -13,6 +13,7 @@
 
 namespace kestrune {
 
+class BarService;
 class DesktopTheme;
 class EditKeyFallback;
 class QuitSignals;
@@ -59,6 +60,7 @@ private:
     std::unique_ptr<DesktopTheme> m_theme;
     std::unique_ptr<StatusItemChooser> m_item;
     std::unique_ptr<StatusBarController> m_controller;
+    std::unique_ptr<BarService> m_service;
     std::unique_ptr<EditKeyFallback> m_keyFallbackMonitor;
     std::unique_ptr<QuitSignals> m_quitSignals;
     std::unique_ptr<WakeWatch> m_wakeWatch;

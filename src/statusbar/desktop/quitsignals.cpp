@@ -10,8 +10,6 @@ namespace kestrune {
 
 namespace {
 
-constexpr std::array quitSignals{SIGTERM, SIGINT, SIGHUP};
-
 volatile std::sig_atomic_t pipeEnd = -1;
 
 void pass(int)
@@ -21,20 +19,11 @@ void pass(int)
     [[maybe_unused]] const auto written = ::write(static_cast<int>(pipeEnd), &byte, 1);
 }
 
-void handle(void (*handler)(int))
-{
-    struct sigaction action = {};
-    action.sa_handler = handler;
-    action.sa_flags = SA_RESTART;
-    sigemptyset(&action.sa_mask);
-    for (const int number : quitSignals)
-        sigaction(number, &action, nullptr);
-}
-
 } // namespace
 
-QuitSignals::QuitSignals()
+QuitSignals::QuitSignals(std::initializer_list<int> more) : m_signals{SIGTERM, SIGINT, SIGHUP}
 {
+    m_signals.insert(m_signals.end(), more);
     if (::pipe2(m_pipe.data(), O_CLOEXEC | O_NONBLOCK) != 0)
         return; // without it the signals end the process at once; everything is saved as it changes
     m_notifier = std::make_unique<QSocketNotifier>(m_pipe[0], QSocketNotifier::Read);
@@ -51,6 +40,16 @@ QuitSignals::~QuitSignals()
     m_notifier.reset();
     ::close(m_pipe[0]);
     ::close(m_pipe[1]);
+}
+
+void QuitSignals::handle(void (*handler)(int)) const
+{
+    struct sigaction action = {};
+    action.sa_handler = handler;
+    action.sa_flags = SA_RESTART;
+    sigemptyset(&action.sa_mask);
+    for (const int number : m_signals)
+        sigaction(number, &action, nullptr);
 }
 
 void QuitSignals::drain()

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "statusbar/desktop/singleinstance.h"
 
+#include "line/barbus.h"
 #include "statusbar/wayland.h"
 
 #include <QDBusConnectionInterface>
@@ -13,7 +14,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString busName = u"org.kestrune.bar"_s;
 const QString objectPath = u"/org/kestrune/bar"_s;
 const QString applicationInterface = u"org.freedesktop.Application"_s;
 constexpr int instanceLimitMs = 5000;
@@ -37,7 +37,7 @@ SingleInstance::~SingleInstance()
 {
     if (!m_first)
         return;
-    m_connection.unregisterService(busName);
+    m_connection.unregisterService(barBusName);
     m_connection.unregisterObject(objectPath);
 }
 
@@ -47,20 +47,21 @@ SingleInstance::Role SingleInstance::claim()
         return Role::alone;
     // The object first: whoever sees the name may call at once.
     m_connection.registerObject(objectPath, this, QDBusConnection::ExportScriptableSlots);
-    const auto reply = m_connection.interface()->registerService(
-        busName, QDBusConnectionInterface::DontQueueService, QDBusConnectionInterface::DontAllowReplacement);
+    const auto reply =
+        m_connection.interface()->registerService(barBusName, QDBusConnectionInterface::DontQueueService,
+                                                  QDBusConnectionInterface::DontAllowReplacement);
     m_first = reply.isValid() && reply.value() == QDBusConnectionInterface::ServiceRegistered;
     if (m_first)
         return Role::first;
     m_connection.unregisterObject(objectPath);
     // A bus that refuses the name for another reason must not keep the program from starting.
-    return m_connection.interface()->isServiceRegistered(busName) ? Role::second : Role::alone;
+    return m_connection.interface()->isServiceRegistered(barBusName) ? Role::second : Role::alone;
 }
 
 bool SingleInstance::activateFirst() const
 {
     QDBusMessage call =
-        QDBusMessage::createMethodCall(busName, objectPath, applicationInterface, u"Activate"_s);
+        QDBusMessage::createMethodCall(barBusName, objectPath, applicationInterface, u"Activate"_s);
     call << platformDataOfThisStart();
     const QDBusMessage answer = m_connection.call(call, QDBus::Block, instanceLimitMs);
     return answer.type() == QDBusMessage::ReplyMessage && answer.arguments().isEmpty();
@@ -68,8 +69,8 @@ bool SingleInstance::activateFirst() const
 
 QString SingleInstance::strangerText() const
 {
-    const QDBusReply<uint> process = m_connection.interface()->servicePid(busName);
-    QString text = u"总线名称 "_s + busName + u" 已被占用，但占用它的程序"_s;
+    const QDBusReply<uint> process = m_connection.interface()->servicePid(barBusName);
+    QString text = u"总线名称 "_s + barBusName + u" 已被占用，但占用它的程序"_s;
     if (process.isValid())
         text += u"（进程 %1）"_s.arg(process.value());
     return text + u"不像正在运行的 Kestrune Bar 那样应答。请结束该程序后再启动。"_s;

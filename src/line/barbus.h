@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QString>
+
+namespace kestrune {
+
+// Where the running program is on the session's bus, and what others may ask of it.
+inline const QString barBusName = QStringLiteral("org.kestrune.bar");
+inline const QString barObjectPath = QStringLiteral("/org/kestrune/Bar1");
+inline const QString barInterface = QStringLiteral("org.kestrune.Bar1");
+
+} // namespace kestrune
