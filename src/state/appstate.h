@@ -121,6 +121,8 @@ public:
     Published<MarginMode> marginMode = kept(settings::marginMode, &AppState::marginMode);
     Published<bool> marketContextExpanded =
         kept(settings::marketContextExpanded, &AppState::marketContextExpanded);
+    Published<QString> chartLines = kept(settings::chartLines, &AppState::chartLines);
+    Published<QString> chartSize = kept(settings::chartSize, &AppState::chartSize);
     Published<std::vector<PriceAlert>> alerts =
         restored(settings::alerts, &AppState::alerts); ///< of all instruments
     Published<bool> blingMode =
@@ -253,6 +255,7 @@ public:
     // Alerts.
     void addAlert(double target, std::optional<QString> label = {}, std::optional<bool> above = {});
     void toggleZoneAlert(const Zone &zone);
+    void moveAlert(const QString &id, double target); ///< keeps its label, but one that tells the price
     void removeAlert(const QString &id);
     void dismissAlert(const QString &id);
     void evaluateAlerts();

@@ -14,6 +14,12 @@ using namespace std::chrono_literals;
 
 namespace kestrune {
 
+namespace {
+
+const QString byHand = u"手动 "_s; // before the price in the label of an alert that was set by hand
+
+} // namespace
+
 std::vector<PriceAlert> AppState::currentAlerts() const
 {
     std::vector<PriceAlert> own;
@@ -41,7 +47,7 @@ void AppState::addAlert(double target, std::optional<QString> label, std::option
                        .targetPrice = target,
                        .above = above.value_or(reference && *reference < target),
                        .symbol = coinSymbol(),
-                       .label = label ? std::move(*label) : u"手动 "_s + fmtP(target, decimals()),
+                       .label = label ? std::move(*label) : byHand + fmtP(target, decimals()),
                        .triggered = false,
                        .lastFiredAt = std::nullopt,
                        .undirected = !above && !reference});
@@ -60,6 +66,25 @@ void AppState::toggleZoneAlert(const Zone &zone)
     }
     const bool resistance = zone.type == u"resistance";
     addAlert(zone.mid, (resistance ? u"阻力 "_s : u"支撑 "_s) + fmtP(zone.mid, decimals()), resistance);
+}
+
+void AppState::moveAlert(const QString &id, double target)
+{
+    std::vector<PriceAlert> changed = alerts();
+    const auto alert = std::ranges::find(changed, id, &PriceAlert::id);
+    if (alert == changed.end())
+        return;
+    const auto reference = priceStanding().believed() ? price() : ownZonePrice();
+    alert->targetPrice = target;
+    alert->above = reference && *reference < target;
+    alert->undirected = !reference;
+    alert->triggered = false;
+    alert->lastFiredAt.reset();
+    if (alert->label.startsWith(byHand))
+        alert->label = byHand + fmtP(target, decimals());
+    alerts = std::move(changed);
+    saveAlerts();
+    evaluateAlerts();
 }
 
 void AppState::removeAlert(const QString &id)

@@ -60,7 +60,8 @@ QString fieldName(const AppState &state, const PublishedField *field)
                      FIELD(ctxVWAP), FIELD(snapshot), FIELD(snapshotConclusion), FIELD(marketContextExpanded),
                      FIELD(miniMode), FIELD(blingMode), FIELD(multiPrices), FIELD(blingPulse), FIELD(alerts),
                      FIELD(pulsePhase), FIELD(signalThreshold), FIELD(displayRangePct), FIELD(maxPerSide),
-                     FIELD(agesPassed), FIELD(proxyCrypto), FIELD(proxyStock));
+                     FIELD(agesPassed), FIELD(proxyCrypto), FIELD(proxyStock), FIELD(chartLines),
+                     FIELD(chartSize));
 #undef FIELD
 }
 
