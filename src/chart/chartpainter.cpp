@@ -22,6 +22,7 @@ constexpr double headMargin = 10;
 constexpr double noteLead = 12;
 constexpr double axisInset = 6;
 constexpr double pillRadius = 3;
+constexpr double curveWidth = 1;
 constexpr double bellInset = 4;
 constexpr double bellSide = 14;
 
@@ -112,7 +113,7 @@ void paintBands(QPainter &painter, const ChartBase &base, const Palette &palette
         if (band.rect.isEmpty())
             continue;
         const QColor color = palette.shapeColor(band.tone);
-        painter.fillRect(band.rect, faded(color, 0.10 + 0.22 * band.weight + (band.picked ? 0.12 : 0)));
+        painter.fillRect(band.rect, faded(color, 0.12 + 0.22 * band.weight + (band.picked ? 0.12 : 0)));
         if (!band.golden && !band.picked)
             continue;
         const QColor edge = band.picked ? palette.accent : palette.shapeColor(Tone::orange);
@@ -126,35 +127,27 @@ void paintBands(QPainter &painter, const ChartBase &base, const Palette &palette
 void paintCandles(QPainter &painter, const ChartBase &base, const Palette &palette)
 {
     const double pixel = 1 / deviceScale(painter);
-    painter.setPen(Qt::NoPen);
-    for (const bool rising : {true, false}) {
-        const QColor color = palette.shapeColor(candleTone(rising));
-        QList<QRectF> volumes;
-        QList<QRectF> shapes;
-        for (const CandleMark &mark : base.candles) {
-            if (mark.rising != rising)
-                continue;
-            if (mark.volumeTop < base.frame.volume.bottom())
-                volumes.append(QRectF(mark.left, mark.volumeTop, mark.width,
-                                      base.frame.volume.bottom() - mark.volumeTop));
-            const double height = mark.bottom - mark.top;
-            if (!rising || mark.width < 3 * pixel || height < 3 * pixel) { // filled, wick and body in one
-                shapes.append(QRectF(mark.stem, mark.high, pixel, std::max(mark.low - mark.high, pixel)));
-                shapes.append(QRectF(mark.left, mark.top, mark.width, height));
-                continue;
-            }
-            shapes.append(QRectF(mark.stem, mark.high, pixel, mark.top - mark.high));
-            shapes.append(QRectF(mark.stem, mark.bottom, pixel, mark.low - mark.bottom));
-            shapes.append(QRectF(mark.left, mark.top, pixel, height));
-            shapes.append(QRectF(mark.left + mark.width - pixel, mark.top, pixel, height));
-            shapes.append(QRectF(mark.left + pixel, mark.top, mark.width - 2 * pixel, pixel));
-            shapes.append(QRectF(mark.left + pixel, mark.bottom - pixel, mark.width - 2 * pixel, pixel));
+    for (const CandleMark &mark : base.candles) {
+        const QColor color = palette.shapeColor(candleTone(mark.rising));
+        const auto fill = [&](double x, double y, double width, double height) {
+            painter.fillRect(QRectF(x, y, width, height), color);
+        };
+        if (const double foot = base.frame.volume.bottom(); mark.volumeTop < foot)
+            painter.fillRect(QRectF(mark.left, mark.volumeTop, mark.width, foot - mark.volumeTop),
+                             faded(color, 0.4));
+        const double height = mark.bottom - mark.top;
+        fill(mark.stem, mark.high, pixel, mark.top - mark.high);
+        fill(mark.stem, mark.bottom, pixel, mark.low - mark.bottom);
+        if (!mark.rising || mark.width < 3 * pixel || height < 3 * pixel) {
+            fill(mark.left, mark.top, mark.width, height);
+            continue;
         }
-        painter.setBrush(faded(color, 0.4));
-        painter.drawRects(volumes);
-        painter.setBrush(color);
-        painter.drawRects(shapes);
+        fill(mark.left, mark.top, pixel, height);
+        fill(mark.left + mark.width - pixel, mark.top, pixel, height);
+        fill(mark.left, mark.top, mark.width, pixel);
+        fill(mark.left, mark.bottom - pixel, mark.width, pixel);
     }
+    painter.setPen(Qt::NoPen);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setBrush(palette.color(Tone::secondary));
     for (const QPointF &place : base.beyond) {
@@ -168,13 +161,14 @@ void paintCandles(QPainter &painter, const ChartBase &base, const Palette &palet
 
 void paintCurves(QPainter &painter, const ChartBase &base, const Palette &palette)
 {
+    const double pixel = 1 / deviceScale(painter);
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.setBrush(Qt::NoBrush);
     for (const CurveMark &curve : base.curves) {
-        QPen pen(palette.shapeColor(curveTone(curve.kind)), 1.25);
-        pen.setJoinStyle(Qt::BevelJoin);
-        painter.setPen(pen);
-        painter.drawPolyline(curve.points);
+        // A line of one device pixel is drawn many times as fast as a wide one: as many as make it wide
+        // enough.
+        painter.setPen(QPen(palette.shapeColor(curveTone(curve.kind)), 0));
+        for (double offset = 0; offset < curveWidth; offset += pixel)
+            painter.drawPolyline(curve.points.translated(0, offset));
     }
     painter.setRenderHint(QPainter::Antialiasing, false);
 }
@@ -194,20 +188,18 @@ void paintLabel(QPainter &painter, const ChartFrame &frame, const ChartLabel &la
         fillRounded(painter,
                     QRectF(QPointF(frame.notes.left() + noteLead - 4, label.top), price.bottomRight()),
                     pillRadius, palette.accentSoft);
-    if (!frame.notes.isEmpty()) {
-        const QColor line = words ? faded(color, 0.6) : palette.color(label.tone);
-        painter.setPen(QPen(line, pixel));
-        painter.setRenderHint(QPainter::Antialiasing, label.anchor != middle);
-        const QPointF from(frame.plot.right(), label.anchor + pixel / 2);
-        painter.drawLine(from, QPointF(frame.plot.right() + noteLead - 4, middle));
-        painter.setRenderHint(QPainter::Antialiasing, false);
-        if (!label.note.isEmpty()) {
-            drawWordsIn(painter, frame.notes.left() + noteLead, label.top, chartLabelHeight, label.note,
-                        TypeRole::tag,
-                        words && label.zone ? palette.secondary
-                        : words             ? color
-                                            : palette.color(Tone::text));
-        }
+    const QColor line = words ? faded(color, 0.6) : palette.color(label.tone);
+    painter.setPen(QPen(line, pixel));
+    painter.setRenderHint(QPainter::Antialiasing, label.anchor != middle);
+    const QPointF from(frame.plot.right(), label.anchor + pixel / 2);
+    painter.drawLine(from, QPointF(frame.plot.right() + noteLead - 4, middle));
+    painter.setRenderHint(QPainter::Antialiasing, false);
+    if (!label.note.isEmpty()) {
+        drawWordsIn(painter, frame.notes.left() + noteLead, label.top, chartLabelHeight, label.note,
+                    TypeRole::tag,
+                    words && label.zone ? palette.secondary
+                    : words             ? color
+                                        : palette.color(Tone::text));
     }
     const double x = price.right() - axisInset + 2 - textWidth(label.price, TypeRole::captionBold);
     drawWordsIn(painter, x, label.top, chartLabelHeight, label.price, TypeRole::captionBold, color);

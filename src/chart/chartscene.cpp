@@ -23,8 +23,9 @@ constexpr double timesHeight = 20;
 constexpr double volumeShare = 0.2;
 constexpr double volumeGap = 6;
 constexpr double widestCandle = 14;
+constexpr double leftMargin = 4;
 constexpr double roomBehind = 10; // between the last candle and the labels
-constexpr double planRoom = 64;   // the same with a plan's bracket in it
+constexpr double planRoom = 74;   // the same with a plan's bracket in it
 constexpr double notesLead = 12;  // hairline before the words
 constexpr double axisPadding = 6;
 constexpr double fullWidth = 480; // what is narrower has no room for words beside the prices
@@ -105,7 +106,7 @@ Range pricesToShow(const ChartContent &content, const Stretch &shown, bool zoome
     }
     for (const ChartBell &bell : content.bells)
         takeNear(bell.price);
-    const double least = std::max(range.high * flattest, 1e-9);
+    const double least = std::max(range.high * flattest, 8 * std::pow(10, -content.decimals));
     const double missing = std::max(0.0, least - (range.high - range.low));
     range = {range.low - missing / 2, range.high + missing / 2};
     const double padding = (range.high - range.low) * pricePadding;
@@ -163,10 +164,9 @@ qint64 stretchNumber(const QDateTime &time, const TimeStep &step)
     switch (step.unit) {
     case TimeStep::Unit::hour:
         return date.toJulianDay() * 24 + time.time().hour() / step.every;
-    case TimeStep::Unit::day: // begins anew with each month; what would be shorter than half a stretch joins
+    case TimeStep::Unit::day: // begins anew with each month; the rest of it joins the stretch before
         return (date.year() * 12 + date.month()) * 32 +
-               std::min((date.day() - 1) / step.every,
-                        std::max(0, (30 - step.every / 2) / step.every - 1 + (step.every < 5 ? 32 : 0)));
+               (step.every == 1 ? date.day() : std::min((date.day() - 1) / step.every, 30 / step.every - 1));
     case TimeStep::Unit::month:
         return date.year() * 12 + (date.month() - 1) / step.every;
     case TimeStep::Unit::year:
@@ -208,14 +208,13 @@ std::vector<AxisMark> timeMarksOf(const ChartContent &content, const Stretch &sh
             if (stretchNumber(moments[i], step) == stretchNumber(moments[i - 1], step))
                 continue;
             const QString text = timeMarkText(moments[i - 1], moments[i]);
-            marks.push_back({times.x(double(shown.begin + i) + 0.5), text, timeRank(text) > 1});
+            marks.push_back({times.x(double(shown.begin + i) + 0.5), text});
         }
         if (double(marks.size()) <= most)
             break;
     }
     if (marks.empty() && !moments.empty())
-        marks.push_back(
-            {times.x(double(shown.begin) + 0.5), moments.front().toString(u"yyyy-MM-dd"_s), true});
+        marks.push_back({times.x(double(shown.begin) + 0.5), moments.front().toString(u"yyyy-MM-dd"_s)});
     // The coarser unit stays where two are too close; at the edges a text may not be cut.
     std::vector<std::size_t> order(marks.size());
     std::iota(order.begin(), order.end(), 0);
@@ -233,6 +232,11 @@ std::vector<AxisMark> timeMarksOf(const ChartContent &content, const Stretch &sh
             marks[i].text.clear();
     }
     std::erase_if(marks, [](const AxisMark &mark) { return mark.text.isEmpty(); });
+    int finest = 3;
+    for (const AxisMark &mark : marks)
+        finest = std::min(finest, timeRank(mark.text));
+    for (AxisMark &mark : marks)
+        mark.strong = timeRank(mark.text) > finest;
     return marks;
 }
 
@@ -278,9 +282,11 @@ private:
     ChartBase &base() { return m_scene.base; }
     [[nodiscard]] double snapped(double value) const { return std::round(value * m_scale) / m_scale; }
 
+    [[nodiscard]] bool hasWords() const { return m_size.width() >= fullWidth; }
+
     void layOut(const Range &range)
     {
-        const bool full = m_size.width() >= fullWidth;
+        const bool full = hasWords();
         double axisWidth = 0;
         for (const double price : {range.low, range.high})
             axisWidth = std::max(axisWidth,
@@ -289,9 +295,10 @@ private:
         double notesWidth = 0;
         if (full) {
             for (const ChartZone &zone : m_content.zones)
-                notesWidth = std::max(notesWidth, double(textWidth(zone.tags, TypeRole::tag)));
-            notesWidth = std::clamp(notesWidth, 56.0, m_size.width() * 0.2) + notesLead;
+                notesWidth = std::max(notesWidth, double(textWidth(zone.note, TypeRole::tag)));
+            notesWidth = std::clamp(notesWidth, 56.0, m_size.width() * 0.2);
         }
+        notesWidth += notesLead;
         ChartFrame &frame = base().frame;
         const double right = std::round(m_size.width() - axisWidth - notesWidth);
         const double bottom = m_size.height() - timesHeight;
@@ -307,7 +314,7 @@ private:
         frame.times = QRectF(0, bottom, right, timesHeight);
         base().prices = {range.low, range.high, headHeight, plotBottom};
         const double behind = full && m_content.plan ? planRoom : roomBehind;
-        const double pitch = std::min(widestCandle, (right - behind) / m_shown.count);
+        const double pitch = std::min(widestCandle, (right - behind - leftMargin) / m_shown.count);
         base().times = {right - behind - pitch * m_shown.count, pitch, m_shown.first};
         m_scene.planX = right - behind + roomBehind;
     }
@@ -408,7 +415,7 @@ private:
         add(plan.entry, Tone::blue);
         const auto target = add(plan.target, Tone::red); // as the panel colours gain and loss
         const auto stop = add(plan.stop, Tone::green);
-        if (base().frame.notes.isEmpty() || !entry)
+        if (!hasWords() || !entry)
             return;
         std::vector<PlanText> texts;
         const auto between = [&](double from, double to, const QString &text, Tone tone) {
@@ -447,7 +454,6 @@ private:
     // The first ones stay where there is no room for all.
     void placeLabels()
     {
-        const bool words = !base().frame.notes.isEmpty();
         const auto &plan = m_content.plan;
         const bool atPrice = plan && m_content.price && plan->entry == m_content.price->value;
         if (m_content.price) {
@@ -460,10 +466,15 @@ private:
             addLabel(plan->target, u"止盈"_s, Tone::red);
             addLabel(plan->stop, u"止损"_s, Tone::green);
         }
-        for (std::size_t i = 0; i < m_content.zones.size(); ++i) {
+        const double here = m_content.price ? m_content.price->value : m_content.candles.back().c;
+        std::vector<std::size_t> order(m_content.zones.size());
+        std::iota(order.begin(), order.end(), 0);
+        std::ranges::stable_sort(order, {},
+                                 [&](std::size_t i) { return std::abs(m_content.zones[i].mid - here); });
+        for (const std::size_t i : order) {
             const ChartZone &zone = m_content.zones[i];
             const auto before = m_scene.labels.size();
-            addLabel(zone.mid, elidedNote(zone.tags), zoneTone(zone));
+            addLabel(zone.mid, elidedNote(zone.note), zoneTone(zone));
             if (m_scene.labels.size() > before) {
                 m_scene.labels.back().golden = zone.golden;
                 m_scene.labels.back().zone = i;
@@ -476,7 +487,7 @@ private:
         std::ranges::stable_sort(m_scene.labels, {}, &ChartLabel::anchor);
         std::vector<double> tops;
         for (ChartLabel &label : m_scene.labels) {
-            if (!words)
+            if (!hasWords())
                 label.note.clear();
             tops.push_back(label.anchor - chartLabelHeight / 2);
         }
@@ -485,11 +496,12 @@ private:
             m_scene.labels[i].top = std::round(tops[i]);
     }
 
-    [[nodiscard]] QString elidedNote(const QString &tags)
+    [[nodiscard]] QString elidedNote(const QString &note)
     {
         const double room = base().frame.notes.width() - notesLead;
-        return room > 0 ? QFontMetricsF(fontFor(TypeRole::tag)).elidedText(tags, Qt::ElideRight, room + 1)
-                        : QString();
+        return textWidth(note, TypeRole::tag) <= room + 1
+                   ? note
+                   : QFontMetricsF(fontFor(TypeRole::tag)).elidedText(note, Qt::ElideRight, room);
     }
 
     void placeBells()

@@ -24,6 +24,15 @@ QString tagLine(const Zone &zone)
     return words.join(u' ');
 }
 
+/// How many levels confirm the zone, in place of the tag that says that there are several.
+QString shortTagLine(const Zone &zone)
+{
+    QStringList words;
+    for (const TagContent &tag : zoneTags(zone))
+        words.append(tag.look == Tag::Look::outlined ? u"×%1"_s.arg(zone.confirm) : tag.text);
+    return words.join(u' ');
+}
+
 double weightOf(const Zone &zone)
 {
     return zone.strength.startsWith(u'强') ? 1 : zone.strength.startsWith(u"中等") ? 0.6 : 0.25;
@@ -42,6 +51,7 @@ std::vector<ChartZone> chartZones(const AppState &state)
                              .mid = zone.mid,
                              .type = zone.type,
                              .tags = tagLine(zone),
+                             .note = shortTagLine(zone),
                              .weight = weightOf(zone),
                              .golden = zone.isGolden,
                              .picked = picked});
