@@ -43,7 +43,7 @@ struct ChartZone
     double mid;
     QString type;
     QString tags;      ///< in one line, may be empty
-    QString note; ///< the same in short, for the label
+    QString note;      ///< the same in short, for the label
     double weight = 1; ///< opacity by strength, 0 to 1
     bool golden = false;
     bool picked = false;

@@ -8,9 +8,9 @@
 #include "ui/typography.h"
 
 #include <QPainter>
-#include <QPainterPath>
 
 #include <algorithm>
+#include <cmath>
 
 namespace kestrune {
 
@@ -53,19 +53,27 @@ Tone curveTone(ChartLineKind kind)
     return Tone::pink;
 }
 
-void drawWords(QPainter &painter, double x, double y, const QString &text, TypeRole role, const QColor &color)
+/// In the middle of a line of `height`.
+void drawWords(QPainter &painter, double x, double top, double height, const QString &text, TypeRole role,
+               const QColor &color)
 {
     painter.setPen(color);
-    drawTextLine(painter, QPointF(x, y), text, role);
+    drawTextLine(painter, QPointF(x, top + (height - lineHeight(role)) / 2.0), text, role);
 }
 
-/// In the middle of a line of `height`; gives the words' right end.
-double drawWordsIn(QPainter &painter, double x, double top, double height, const QString &text, TypeRole role,
-                   const QColor &color)
+/// What the parts of the front are painted with.
+struct FrontBrush
 {
-    drawWords(painter, x, top + (height - lineHeight(role)) / 2.0, text, role, color);
-    return x + textWidth(text, role);
-}
+    QPainter &painter;
+    const Palette &palette;
+    ChartWords &kept;
+
+    void words(double x, double top, double height, const QString &text, TypeRole role,
+               const QColor &color) const
+    {
+        kept.draw(painter, QPointF(x, top + (height - lineHeight(role)) / 2.0), text, role, color);
+    }
+};
 
 /// A line one device pixel thick.
 void drawHairline(QPainter &painter, const QPointF &from, const QPointF &to, const QColor &color)
@@ -74,6 +82,14 @@ void drawHairline(QPainter &painter, const QPointF &from, const QPointF &to, con
     const bool flat = from.y() == to.y();
     painter.fillRect(QRectF(from, flat ? QSizeF(to.x() - from.x(), pixel) : QSizeF(pixel, to.y() - from.y())),
                      color);
+}
+
+/// A translucent rectangle in strips so low that the toolkit fills them at once instead of by threads.
+void fillTranslucent(QPainter &painter, const QRectF &rect, const QColor &color)
+{
+    const double strip = std::floor(64 / deviceScale(painter));
+    for (double y = rect.top(); y < rect.bottom(); y += strip)
+        painter.fillRect(QRectF(rect.left(), y, rect.width(), std::min(strip, rect.bottom() - y)), color);
 }
 
 void drawDashes(QPainter &painter, const QPointF &from, double to, const QColor &color, double dash,
@@ -87,23 +103,22 @@ void drawDashes(QPainter &painter, const QPointF &from, double to, const QColor 
 void paintGrid(QPainter &painter, const ChartBase &base, const Palette &palette)
 {
     const ChartFrame &frame = base.frame;
+    const QColor strong = blended(palette.hairline, palette.ground);
+    const QColor faint = blended(faded(palette.hairline, 0.7), palette.ground);
     const double bottom = frame.times.top();
     for (const AxisMark &mark : base.priceMarks) {
-        drawHairline(painter, {frame.plot.left(), mark.at}, {frame.plot.right(), mark.at},
-                     faded(palette.hairline, 0.7));
+        drawHairline(painter, {frame.plot.left(), mark.at}, {frame.plot.right(), mark.at}, faint);
         const double x = frame.axis.right() - axisInset - textWidth(mark.text, TypeRole::caption);
-        drawWordsIn(painter, x, mark.at - 8, 16, mark.text, TypeRole::caption, palette.secondary);
+        drawWords(painter, x, mark.at - 8, 16, mark.text, TypeRole::caption, palette.secondary);
     }
     for (const AxisMark &mark : base.timeMarks) {
-        drawHairline(painter, {mark.at, frame.plot.top()}, {mark.at, bottom},
-                     faded(palette.hairline, mark.strong ? 1 : 0.7));
+        drawHairline(painter, {mark.at, frame.plot.top()}, {mark.at, bottom}, mark.strong ? strong : faint);
         const TypeRole role = mark.strong ? TypeRole::captionBold : TypeRole::caption;
         const double x = mark.at - textWidth(mark.text, role) / 2.0;
-        drawWordsIn(painter, x, bottom, frame.times.height(), mark.text, role, palette.secondary);
+        drawWords(painter, x, bottom, frame.times.height(), mark.text, role, palette.secondary);
     }
-    drawHairline(painter, {0, bottom}, {frame.plot.right(), bottom}, palette.hairline);
-    drawHairline(painter, {frame.plot.right(), frame.plot.top()}, {frame.plot.right(), bottom},
-                 palette.hairline);
+    drawHairline(painter, {0, bottom}, {frame.plot.right(), bottom}, strong);
+    drawHairline(painter, {frame.plot.right(), frame.plot.top()}, {frame.plot.right(), bottom}, strong);
 }
 
 void paintBands(QPainter &painter, const ChartBase &base, const Palette &palette)
@@ -113,7 +128,8 @@ void paintBands(QPainter &painter, const ChartBase &base, const Palette &palette
         if (band.rect.isEmpty())
             continue;
         const QColor color = palette.shapeColor(band.tone);
-        painter.fillRect(band.rect, faded(color, 0.12 + 0.22 * band.weight + (band.picked ? 0.12 : 0)));
+        fillTranslucent(painter, band.rect,
+                        faded(color, 0.12 + 0.22 * band.weight + (band.picked ? 0.12 : 0)));
         if (!band.golden && !band.picked)
             continue;
         const QColor edge = band.picked ? palette.accent : palette.shapeColor(Tone::orange);
@@ -124,17 +140,20 @@ void paintBands(QPainter &painter, const ChartBase &base, const Palette &palette
     }
 }
 
+// All in opaque colours: thousands of translucent pixels would be blended by the toolkit's threads, which
+// takes longer.
 void paintCandles(QPainter &painter, const ChartBase &base, const Palette &palette)
 {
     const double pixel = 1 / deviceScale(painter);
+    const double foot = base.frame.volume.bottom();
     for (const CandleMark &mark : base.candles) {
         const QColor color = palette.shapeColor(candleTone(mark.rising));
         const auto fill = [&](double x, double y, double width, double height) {
             painter.fillRect(QRectF(x, y, width, height), color);
         };
-        if (const double foot = base.frame.volume.bottom(); mark.volumeTop < foot)
+        if (mark.volumeTop < foot)
             painter.fillRect(QRectF(mark.left, mark.volumeTop, mark.width, foot - mark.volumeTop),
-                             faded(color, 0.4));
+                             blended(faded(color, 0.45), palette.ground));
         const double height = mark.bottom - mark.top;
         fill(mark.stem, mark.high, pixel, mark.top - mark.high);
         fill(mark.stem, mark.bottom, pixel, mark.low - mark.bottom);
@@ -142,7 +161,7 @@ void paintCandles(QPainter &painter, const ChartBase &base, const Palette &palet
             fill(mark.left, mark.top, mark.width, height);
             continue;
         }
-        fill(mark.left, mark.top, pixel, height);
+        fill(mark.left, mark.top, pixel, height); // hollow
         fill(mark.left + mark.width - pixel, mark.top, pixel, height);
         fill(mark.left, mark.top, mark.width, pixel);
         fill(mark.left, mark.bottom - pixel, mark.width, pixel);
@@ -173,9 +192,10 @@ void paintCurves(QPainter &painter, const ChartBase &base, const Palette &palett
     painter.setRenderHint(QPainter::Antialiasing, false);
 }
 
-void paintLabel(QPainter &painter, const ChartFrame &frame, const ChartLabel &label, bool lit,
-                const Palette &palette)
+void paintLabel(const ChartFrame &frame, const ChartLabel &label, bool lit, const FrontBrush &brush)
 {
+    QPainter &painter = brush.painter;
+    const Palette &palette = brush.palette;
     const bool live = label.look == ChartLabel::Look::live;
     const bool words = label.look == ChartLabel::Look::words;
     const QColor color = words ? palette.color(label.tone) : live ? QColor(Qt::white) : palette.secondary;
@@ -195,22 +215,23 @@ void paintLabel(QPainter &painter, const ChartFrame &frame, const ChartLabel &la
     painter.drawLine(from, QPointF(frame.plot.right() + noteLead - 4, middle));
     painter.setRenderHint(QPainter::Antialiasing, false);
     if (!label.note.isEmpty()) {
-        drawWordsIn(painter, frame.notes.left() + noteLead, label.top, chartLabelHeight, label.note,
-                    TypeRole::tag,
+        brush.words(frame.notes.left() + noteLead, label.top, chartLabelHeight, label.note, TypeRole::tag,
                     words && label.zone ? palette.secondary
                     : words             ? color
                                         : palette.color(Tone::text));
     }
     const double x = price.right() - axisInset + 2 - textWidth(label.price, TypeRole::captionBold);
-    drawWordsIn(painter, x, label.top, chartLabelHeight, label.price, TypeRole::captionBold, color);
+    brush.words(x, label.top, chartLabelHeight, label.price, TypeRole::captionBold, color);
     if (label.golden) {
         painter.fillRect(QRectF(price.right() - axisInset + 4, label.top + 3, 2, chartLabelHeight - 6),
                          palette.shapeColor(Tone::orange));
     }
 }
 
-void paintPlan(QPainter &painter, const ChartScene &scene, const Palette &palette)
+void paintPlan(const ChartScene &scene, const FrontBrush &brush)
 {
+    QPainter &painter = brush.painter;
+    const Palette &palette = brush.palette;
     const QRectF &plot = scene.base.frame.plot;
     for (const LevelMark &level : scene.plan)
         drawDashes(painter, {plot.left(), level.y}, plot.right(), palette.shapeColor(level.tone), 6, 4);
@@ -221,20 +242,21 @@ void paintPlan(QPainter &painter, const ChartScene &scene, const Palette &palett
     for (const LevelMark &level : scene.plan) {
         const QRectF bar(QPointF(scene.planX, std::min(entry, level.y)),
                          QPointF(scene.planX + 3, std::max(entry, level.y)));
-        painter.fillRect(bar, faded(palette.shapeColor(level.tone), 0.8));
+        painter.fillRect(bar, palette.shapeColor(level.tone));
     }
     for (const PlanText &text : scene.planTexts) {
         const QRectF ground(scene.planX + 5, text.top, textWidth(text.text, TypeRole::tag) + 4,
                             chartLabelHeight);
         fillRounded(painter, ground, pillRadius, faded(palette.ground, 0.8));
-        drawWordsIn(painter, ground.left() + 2, text.top, chartLabelHeight, text.text, TypeRole::tag,
+        brush.words(ground.left() + 2, text.top, chartLabelHeight, text.text, TypeRole::tag,
                     palette.color(text.tone));
     }
 }
 
-void paintBell(QPainter &painter, const QRectF &plot, const BellMark &bell, bool fired,
-               const Palette &palette)
+void paintBell(const QRectF &plot, const BellMark &bell, bool fired, const FrontBrush &brush)
 {
+    QPainter &painter = brush.painter;
+    const Palette &palette = brush.palette;
     const QColor color = fired ? palette.color(Tone::orange) : palette.color(Tone::text);
     const double width = bellInset + bellSide + 4 + textWidth(bell.text, TypeRole::tag);
     drawDashes(painter, {plot.left() + width + 6, bell.anchor}, plot.right(), faded(color, 0.5), 1, 5);
@@ -242,36 +264,42 @@ void paintBell(QPainter &painter, const QRectF &plot, const BellMark &bell, bool
                 faded(palette.raised, 0.9));
     drawIcon(painter, QRectF(plot.left() + bellInset, bell.top + 2, bellSide, bellSide), u"bell.fill"_s,
              color);
-    drawWordsIn(painter, plot.left() + bellInset + bellSide + 2, bell.top, chartBellHeight, bell.text,
-                TypeRole::tag, color);
+    brush.words(plot.left() + bellInset + bellSide + 2, bell.top, chartBellHeight, bell.text, TypeRole::tag,
+                color);
 }
 
-void paintBells(QPainter &painter, const ChartScene &scene, const ChartContent &content,
-                const ChartPointer &pointer, const Palette &palette)
+void paintBells(const ChartScene &scene, const ChartContent &content, const ChartPointer &pointer,
+                const FrontBrush &brush)
 {
+    QPainter &painter = brush.painter;
+    const Palette &palette = brush.palette;
     const QRectF &plot = scene.base.frame.plot;
     for (const BellMark &bell : scene.bells) {
         if (pointer.bell != bell.bell)
-            paintBell(painter, plot, bell, content.bells[bell.bell].fired, palette);
+            paintBell(plot, bell, content.bells[bell.bell].fired, brush);
     }
     if (pointer.bell && pointer.bellPrice) {
         const double y = scene.base.prices.y(*pointer.bellPrice);
         const BellMark moved{*pointer.bell, y, y - chartBellHeight / 2,
                              fmtP(*pointer.bellPrice, content.decimals)};
         drawHairline(painter, {plot.left(), y}, {plot.right(), y}, palette.accent);
-        paintBell(painter, plot, moved, false, palette);
+        paintBell(plot, moved, false, brush);
     }
 }
 
 /// The line at the top: what is under the pointer, else what is shown.
-void paintHead(QPainter &painter, const ChartScene &scene, const ChartContent &content,
-               const std::optional<std::size_t> &candle, const Palette &palette)
+void paintHead(const ChartScene &scene, const ChartContent &content, const std::optional<std::size_t> &candle,
+               const FrontBrush &brush)
 {
+    const Palette &palette = brush.palette;
     const QRectF &head = scene.base.frame.head;
     double x = headMargin;
     const auto say = [&](const QString &text, TypeRole role, const QColor &color) {
-        if (!text.isEmpty() && x + textWidth(text, role) < head.right() - headMargin)
-            x = drawWordsIn(painter, x, head.top(), head.height(), text, role, color) + 10;
+        const double end = x + textWidth(text, role);
+        if (text.isEmpty() || end > head.right() - headMargin)
+            return;
+        brush.words(x, head.top(), head.height(), text, role, color);
+        x = end + 10;
     };
     if (!candle || head.width() >= 640)
         say(content.title, TypeRole::captionBold, palette.text);
@@ -283,9 +311,11 @@ void paintHead(QPainter &painter, const ChartScene &scene, const ChartContent &c
     say(words.volume, TypeRole::caption, palette.secondary);
 }
 
-void paintPointer(QPainter &painter, const ChartScene &scene, const ChartContent &content,
-                  const ChartPointer &pointer, const Palette &palette)
+void paintPointer(const ChartScene &scene, const ChartContent &content, const ChartPointer &pointer,
+                  const FrontBrush &brush)
 {
+    QPainter &painter = brush.painter;
+    const Palette &palette = brush.palette;
     const ChartFrame &frame = scene.base.frame;
     const QColor line = faded(palette.secondary, 0.7);
     if (pointer.candle) {
@@ -294,11 +324,10 @@ void paintPointer(QPainter &painter, const ChartScene &scene, const ChartContent
             drawHairline(painter, {x, y}, {x, std::min(y + 3, frame.times.top())}, line);
         const QString text = candleTime(content, *pointer.candle);
         const double width = textWidth(text, TypeRole::caption) + 12;
-        const QRectF pill(std::clamp(x - width / 2, 0.0, frame.plot.right() - width), frame.times.top() + 2,
-                          width, 16);
+        const QRectF pill(std::max(0.0, std::min(x - width / 2, frame.plot.right() - width)),
+                          frame.times.top() + 2, width, 16);
         fillRounded(painter, pill, pillRadius, palette.raised);
-        drawWordsIn(painter, pill.left() + 6, pill.top(), pill.height(), text, TypeRole::caption,
-                    palette.text);
+        brush.words(pill.left() + 6, pill.top(), pill.height(), text, TypeRole::caption, palette.text);
     }
     if (pointer.y && !pointer.bell) {
         drawDashes(painter, {frame.plot.left(), *pointer.y}, frame.plot.right(), line, 3, 3);
@@ -306,8 +335,8 @@ void paintPointer(QPainter &painter, const ChartScene &scene, const ChartContent
             const QRectF pill(frame.axis.left() + 1, *pointer.y - 8, frame.axis.width() - 3, 16);
             fillRounded(painter, pill, pillRadius, blended(palette.veil(2), palette.raised));
             const QString text = fmtP(*price, content.decimals);
-            drawWordsIn(painter, pill.right() - axisInset + 2 - textWidth(text, TypeRole::caption),
-                        pill.top(), 16, text, TypeRole::caption, palette.text);
+            brush.words(pill.right() - axisInset + 2 - textWidth(text, TypeRole::caption), pill.top(), 16,
+                        text, TypeRole::caption, palette.text);
         }
     }
     if (pointer.zone) {
@@ -315,20 +344,44 @@ void paintPointer(QPainter &painter, const ChartScene &scene, const ChartContent
         const QRectF pill(frame.plot.left() + 8, frame.plot.top() + 6,
                           textWidth(text, TypeRole::caption) + 16, 20);
         fillRounded(painter, pill, 4, palette.raised);
-        drawWordsIn(painter, pill.left() + 8, pill.top(), pill.height(), text, TypeRole::caption,
+        brush.words(pill.left() + 8, pill.top(), pill.height(), text, TypeRole::caption,
                     palette.color(zoneTone(content.zones[*pointer.zone])));
     }
 }
 
 } // namespace
 
+void ChartWords::draw(QPainter &painter, const QPointF &topLeft, const QString &text, TypeRole role,
+                      const QColor &color)
+{
+    const double scale = deviceScale(painter);
+    const auto look = (quint64(color.rgba()) << 32) | (quint64(std::lround(scale * 64)) << 8) | quint64(role);
+    const std::pair key(look, text);
+    const QImage *picture = m_pictures.object(key);
+    if (picture) {
+        drawPixelForPixel(painter, topLeft - QPointF(1, 1), *picture);
+        return;
+    }
+    const QSizeF size(textWidth(text, role) + 2, lineHeight(role) + 2);
+    QImage fresh((size * scale).toSize(), QImage::Format_ARGB32_Premultiplied);
+    fresh.fill(Qt::transparent);
+    {
+        QPainter line(&fresh);
+        line.scale(scale, scale);
+        line.setPen(color);
+        drawTextLine(line, {1, 1}, text, role);
+    }
+    drawPixelForPixel(painter, topLeft - QPointF(1, 1), fresh);
+    m_pictures.insert(key, new QImage(fresh.copy())); // without its paint engine
+}
+
 void paintChartBase(QPainter &painter, const ChartBase &base, const QSizeF &size, const Palette &palette)
 {
     painter.fillRect(QRectF({}, size), palette.ground);
     if (base.candles.empty()) {
         const double x = (size.width() - textWidth(base.message, TypeRole::body)) / 2;
-        drawWordsIn(painter, std::max(x, headMargin), 0, size.height(), base.message, TypeRole::body,
-                    palette.secondary);
+        drawWords(painter, std::max(x, headMargin), 0, size.height(), base.message, TypeRole::body,
+                  palette.secondary);
         return;
     }
     paintGrid(painter, base, palette);
@@ -342,22 +395,23 @@ void paintChartBase(QPainter &painter, const ChartBase &base, const QSizeF &size
 }
 
 void paintChartFront(QPainter &painter, const ChartScene &scene, const ChartContent &content,
-                     const ChartPointer &pointer, const Palette &palette)
+                     const ChartPointer &pointer, const Palette &palette, ChartWords &words)
 {
     if (scene.base.candles.empty())
         return;
     const ChartFrame &frame = scene.base.frame;
+    const FrontBrush brush{painter, palette, words};
     if (pointer.zone)
-        painter.fillRect(scene.base.bands[*pointer.zone].rect, palette.veil(2));
-    paintPlan(painter, scene, palette);
+        fillTranslucent(painter, scene.base.bands[*pointer.zone].rect, palette.veil(2));
+    paintPlan(scene, brush);
     if (scene.price)
         drawDashes(painter, {frame.plot.left(), scene.price->y}, frame.plot.right(),
                    palette.color(scene.price->tone), 2, 2);
     for (const ChartLabel &label : scene.labels)
-        paintLabel(painter, frame, label, label.zone && label.zone == pointer.zone, palette);
-    paintBells(painter, scene, content, pointer, palette);
-    paintHead(painter, scene, content, pointer.candle, palette);
-    paintPointer(painter, scene, content, pointer, palette);
+        paintLabel(frame, label, label.zone && label.zone == pointer.zone, brush);
+    paintBells(scene, content, pointer, brush);
+    paintHead(scene, content, pointer.candle, brush);
+    paintPointer(scene, content, pointer, brush);
 }
 
 } // namespace kestrune

@@ -157,32 +157,46 @@ constexpr std::array timeSteps{
     TimeStep{TimeStep::Unit::year, 5},  TimeStep{TimeStep::Unit::year, 10},
 };
 
-/// Which of the stretches between two marks a time lies in.
-qint64 stretchNumber(const QDateTime &time, const TimeStep &step)
+/// A moment on the market's calendar, taken apart once.
+struct CalendarTime
 {
-    const QDate date = time.date();
+    qint64 dayNumber;
+    int year, month, day, hour, minute;
+
+    explicit CalendarTime(const QDateTime &time)
+        : dayNumber(time.date().toJulianDay()), hour(time.time().hour()), minute(time.time().minute())
+    {
+        time.date().getDate(&year, &month, &day);
+    }
+};
+
+/// Which of the stretches between two marks a time lies in.
+qint64 stretchNumber(const CalendarTime &time, const TimeStep &step)
+{
     switch (step.unit) {
     case TimeStep::Unit::hour:
-        return date.toJulianDay() * 24 + time.time().hour() / step.every;
+        return time.dayNumber * 24 + time.hour / step.every;
     case TimeStep::Unit::day: // begins anew with each month; the rest of it joins the stretch before
-        return (date.year() * 12 + date.month()) * 32 +
-               (step.every == 1 ? date.day() : std::min((date.day() - 1) / step.every, 30 / step.every - 1));
+        return (time.year * 12 + time.month) * 32 +
+               (step.every == 1 ? time.day : std::min((time.day - 1) / step.every, 30 / step.every - 1));
     case TimeStep::Unit::month:
-        return date.year() * 12 + (date.month() - 1) / step.every;
+        return time.year * 12 + (time.month - 1) / step.every;
     case TimeStep::Unit::year:
         break;
     }
-    return date.year() / step.every;
+    return time.year / step.every;
 }
 
 /// The coarsest unit that has changed since `before`, in words.
-QString timeMarkText(const QDateTime &before, const QDateTime &time)
+QString timeMarkText(const CalendarTime &before, const CalendarTime &time)
 {
-    if (before.date().year() != time.date().year())
-        return time.toString(u"yyyy年"_s);
-    if (before.date().month() != time.date().month())
-        return time.toString(u"M月"_s);
-    return before.date() != time.date() ? time.toString(u"d日"_s) : time.toString(u"HH:mm"_s);
+    if (before.year != time.year)
+        return u"%1年"_s.arg(time.year);
+    if (before.month != time.month)
+        return u"%1月"_s.arg(time.month);
+    return before.day != time.day
+               ? u"%1日"_s.arg(time.day)
+               : u"%1:%2"_s.arg(time.hour, 2, 10, QChar(u'0')).arg(time.minute, 2, 10, QChar(u'0'));
 }
 
 int timeRank(const QString &text)
@@ -195,9 +209,10 @@ std::vector<AxisMark> timeMarksOf(const ChartContent &content, const Stretch &sh
 {
     constexpr double apart = 68;
     constexpr double gap = 14;
-    std::vector<QDateTime> moments;
+    std::vector<CalendarTime> moments;
+    moments.reserve(shown.end - shown.begin);
     for (std::size_t i = shown.begin; i < shown.end; ++i)
-        moments.push_back(QDateTime::fromMSecsSinceEpoch(content.candles[i].ts, content.timeZone));
+        moments.emplace_back(QDateTime::fromMSecsSinceEpoch(content.candles[i].ts, content.timeZone));
     std::vector<AxisMark> marks;
     const double most = std::max(1.0, double(shown.end - shown.begin) * times.pitch / apart);
     for (const TimeStep &step : timeSteps) {
@@ -214,7 +229,7 @@ std::vector<AxisMark> timeMarksOf(const ChartContent &content, const Stretch &sh
             break;
     }
     if (marks.empty() && !moments.empty())
-        marks.push_back({times.x(double(shown.begin) + 0.5), moments.front().toString(u"yyyy-MM-dd"_s)});
+        marks.push_back({times.x(double(shown.begin) + 0.5), candleTime(content, shown.begin).left(10)});
     // The coarser unit stays where two are too close; at the edges a text may not be cut.
     std::vector<std::size_t> order(marks.size());
     std::iota(order.begin(), order.end(), 0);
@@ -646,6 +661,31 @@ QString zoneWords(const ChartContent &content, std::size_t zone)
     if (!own.tags.isEmpty())
         words += u" · "_s + own.tags;
     return words + u" · 触及 %1 次"_s.arg(touches(content.candles, own.lo, own.hi));
+}
+
+QString chartDescription(const ChartContent &content, const OptionalChartView &view,
+                         std::optional<double> cursor)
+{
+    const Stretch shown = stretchOf(shownOf(view, content.candles.size()), content.candles.size());
+    if (shown.begin == shown.end)
+        return content.title.isEmpty() ? content.message : content.title + u"，"_s + content.message;
+    QStringList parts{content.title,
+                      candleTime(content, shown.begin) + u" 至 "_s + candleTime(content, shown.end - 1),
+                      u"最新收盘 "_s + fmtP(content.candles.back().c, content.decimals)};
+    const double here = content.price ? content.price->value : content.candles.back().c;
+    for (const bool above : {true, false}) {
+        const ChartZone *nearest = nullptr;
+        for (const ChartZone &zone : content.zones) {
+            if (zone.isResistance() == above &&
+                (!nearest || std::abs(zone.mid - here) < std::abs(nearest->mid - here)))
+                nearest = &zone;
+        }
+        if (nearest)
+            parts.append((above ? u"最近阻力 "_s : u"最近支撑 "_s) + fmtP(nearest->mid, content.decimals));
+    }
+    if (cursor)
+        parts.append(u"光标 "_s + fmtP(*cursor, content.decimals));
+    return parts.join(u"，"_s);
 }
 
 Tone zoneTone(const ChartZone &zone)

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "panel/popoverview.h"
 
+#include "chart/chartwidget.h"
 #include "panel/alertssection.h"
+#include "panel/chartsheet.h"
 #include "panel/contextsection.h"
 #include "panel/footersection.h"
 #include "panel/headersection.h"
@@ -123,6 +125,8 @@ void PopoverView::connectActions()
     connect(m_footer, &FooterSection::refreshRequested, this, &PopoverView::refreshAll);
     connect(m_zones, &ZonesSection::refreshRequested, this, &PopoverView::refreshZones);
     connect(m_footer, &FooterSection::helpRequested, this, &PopoverView::showHelp);
+    connect(m_header, &HeaderSection::chartRequested, this, &PopoverView::toggleChart);
+    connect(m_zones, &ZonesSection::chartRequested, this, &PopoverView::toggleChart);
     connect(m_settings, &SettingsSection::noted, this,
             [this](const QString &note) { showToast(note, true); });
     const auto markStale = [this] { m_tabStopsStale = true; };
@@ -163,6 +167,8 @@ void PopoverView::updateNow()
     m_alerts->refresh();
     m_settings->refresh();
     m_footer->refresh();
+    if (m_chart)
+        m_chart->refresh();
     if (m_tabStopsStale)
         orderTabStops();
 }
@@ -230,6 +236,22 @@ void PopoverView::showHelp()
     m_help->openOver();
 }
 
+void PopoverView::toggleChart()
+{
+    if (m_chart) {
+        m_chart->hide();
+        return;
+    }
+    m_chart = new ChartSheet(contextOf(*m_state, {}), this);
+    connect(m_chart->chart(), &ChartWidget::zonePointed, m_zones, &ZonesSection::light);
+    connect(m_zones, &ZonesSection::zonePointed, m_chart->chart(), &ChartWidget::light);
+    connect(m_chart, &ChartSheet::closed, this, [this] {
+        m_chart = nullptr;
+        m_zones->light(0, {});
+    });
+    m_chart->open();
+}
+
 // Tab follows the reading order, also through rows that came later than what stands below them.
 void PopoverView::orderTabStops()
 {
@@ -272,6 +294,8 @@ void PopoverView::hideEvent(QHideEvent *event)
     QWidget::hideEvent(event);
     if (m_help)
         m_help->close();
+    if (m_chart)
+        m_chart->hide();
     m_toast->hide();
 }
 
@@ -283,12 +307,20 @@ void PopoverView::resizeEvent(QResizeEvent *event)
 
 void PopoverView::keyPressEvent(QKeyEvent *event)
 {
+    if (event->key() == Qt::Key_C && event->modifiers() == Qt::NoModifier) {
+        toggleChart();
+        return;
+    }
     if (event->key() != Qt::Key_Escape) {
         QWidget::keyPressEvent(event);
         return;
     }
     if (isHelpShown()) {
         m_help->close();
+        return;
+    }
+    if (m_chart) {
+        m_chart->hide();
         return;
     }
     Q_EMIT closeRequested();

@@ -13,6 +13,7 @@
 namespace kestrune {
 
 class AlertsSection;
+class ChartSheet;
 class ChipRow;
 class ContextSection;
 class FooterSection;
@@ -78,6 +79,7 @@ private:
     void refreshZones();
     static QCoro::Task<> refreshAndReport(std::shared_ptr<AppState> state, QPointer<PopoverView> view);
     void showHelp();
+    void toggleChart();
     void orderTabStops();
     void placeToast();
 
@@ -93,6 +95,7 @@ private:
     Toast *m_toast;
     ScrollArea *m_area;
     QPointer<HelpSheet> m_help;
+    QPointer<ChartSheet> m_chart; ///< while it is open
     bool m_updatePending = false;
     bool m_tabStopsStale = true;
     bool m_refreshing = false; ///< what refreshAll() began is under way

@@ -29,6 +29,7 @@ Q_SIGNALS:
     void rowsChanged();
     void tapped(const kestrune::Zone &zone);
     void bellPressed(const kestrune::Zone &zone);
+    void pointed(double mid, const QString &type); ///< an empty type: no row any more
 
 private:
     [[nodiscard]] ZoneRow *makeRow(const Zone &zone, int decimals);

@@ -70,7 +70,8 @@ QImage chartImage(const AppState &state, const QSize &size, bool light)
     const ChartScene scene = makeChartScene(content, {}, size, snapshotScale);
     QPainter painter(&image);
     paintChartBase(painter, scene.base, size, palette);
-    paintChartFront(painter, scene, content, {}, palette);
+    ChartWords words;
+    paintChartFront(painter, scene, content, {}, palette, words);
     return image;
 }
 

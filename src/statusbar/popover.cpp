@@ -132,6 +132,9 @@ void Popover::mousePressEvent(QMouseEvent *event)
     if (event->button() == Qt::LeftButton && !rect().contains(event->position().toPoint()))
         setAttribute(Qt::WA_NoMouseReplay);
     QWidget::mousePressEvent(event);
+    // A corner that the mask leaves out is outside too.
+    if (!mask().isEmpty() && !mask().contains(event->position().toPoint()))
+        close();
 }
 
 void Popover::keyPressEvent(QKeyEvent *event)

@@ -1,0 +1,221 @@
+// SPDX-License-Identifier: MIT
+#include "panel/chartsheet.h"
+
+#include "chart/chartwidget.h"
+#include "panel/chartsource.h"
+#include "ui/boxlayouts.h"
+#include "ui/chip.h"
+#include "ui/iconbutton.h"
+#include "ui/textbutton.h"
+#include "viewmodel/chartsize.h"
+#include "viewmodel/planbannermodel.h"
+
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QPainter>
+#include <QScreen>
+
+#include <algorithm>
+
+namespace kestrune {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int chartGap = 6;      // between panel and chart
+constexpr int leastBeside = 480; // what is narrower rather covers the panel
+constexpr int gripSide = 16;
+constexpr int chipRowMargin = 8;
+
+/// Lines are switched one by one, unlike the instruments.
+class LineChip : public Chip
+{
+public:
+    using Chip::Chip;
+    [[nodiscard]] QAccessible::Role accessibleRole() const override { return QAccessible::CheckBox; }
+};
+
+} // namespace
+
+QRect chartPlace(const QRect &panel, const QSize &wanted, const QRect &screen)
+{
+    const int height = std::min(wanted.height(), screen.height());
+    const int top = std::clamp(panel.top(), screen.top(), screen.top() + screen.height() - height);
+    const int left = panel.left() - chartGap - screen.left();
+    const int right = screen.left() + screen.width() - (panel.left() + panel.width() + chartGap);
+    const int width = std::min(wanted.width(), std::max(left, right));
+    if (width < std::min(wanted.width(), leastBeside)) {
+        const int over = std::min(wanted.width(), screen.width());
+        const int x = std::clamp(panel.left() + panel.width() - over, screen.left(),
+                                 screen.left() + screen.width() - over);
+        return {x, top, over, height};
+    }
+    const bool onLeft = left >= width;
+    return {onLeft ? panel.left() - chartGap - width : panel.left() + panel.width() + chartGap, top, width,
+            height};
+}
+
+ChartSheet::ChartSheet(const PanelContext &context, QWidget *panel)
+    : QWidget(panel->window()), m_context(context), m_panel(panel), m_chart(new ChartWidget)
+{
+    setAccessibleName(u"图表"_s);
+    setPalette(panel->palette());
+    setMouseTracking(true);
+    auto *column = columnIn(this, 0, {1, 1, 1, 1});
+    auto *row = rowIn(nullptr, rowSpacing, {chipRowMargin, chipRowMargin, chipRowMargin, 2});
+    for (const ChartLineChoice &choice : chartLineChoices()) {
+        auto *chip = new LineChip(choice.label);
+        connect(chip, &Chip::clicked, this, [&state = m_context.state, key = choice.key] {
+            state.chartLines = withToggled(state.chartLines(), key);
+        });
+        m_chips.append(chip);
+        row->addWidget(chip);
+    }
+    row->addStretch(1);
+    auto *close = new IconButton(u"xmark"_s);
+    close->setTip(u"关闭图表"_s);
+    connect(close, &IconButton::clicked, this, &QWidget::hide);
+    m_close = close;
+    row->addWidget(close);
+    column->addLayout(row);
+    column->addWidget(m_chart, 1);
+    column->addSpacing(2);
+
+    AppState &state = m_context.state;
+    connect(m_chart, &ChartWidget::zonePicked, this,
+            [&state](double mid, const QString &type) { togglePickedZone(state, mid, type); });
+    connect(m_chart, &ChartWidget::alertWanted, this, [&state](double price) { state.addAlert(price); });
+    connect(m_chart, &ChartWidget::alertMoved, this,
+            [&state](const QString &id, double price) { state.moveAlert(id, price); });
+    new FocusRing(this);
+}
+
+ChartSheet::~ChartSheet() = default;
+
+void ChartSheet::open()
+{
+    refresh();
+    place(chartSizeFrom(m_context.state.chartSize()).value_or(usualChartSize));
+    show();
+    raise();
+    m_chart->setFocus(Qt::OtherFocusReason);
+}
+
+void ChartSheet::refresh()
+{
+    setPalette(m_panel->palette());
+    m_chart->setContent(chartContent(m_context.state));
+    const auto choices = chartLineChoices();
+    for (qsizetype i = 0; i < m_chips.size(); ++i)
+        m_chips[i]->setChecked(isChosen(m_context.state.chartLines(), choices[std::size_t(i)].key));
+}
+
+QList<QWidget *> ChartSheet::tabStops() const
+{
+    QList<QWidget *> stops{m_chart};
+    for (Chip *chip : m_chips)
+        stops << chip;
+    return stops << m_close;
+}
+
+void ChartSheet::place(const QSize &wanted)
+{
+    QWidget *window = m_panel->window();
+    if (window == m_panel) {
+        setGeometry(QRect({}, wanted.boundedTo(m_panel->size())));
+        return;
+    }
+    const QRect panel(m_panel->mapToGlobal(QPoint()), m_panel->size());
+    // Where windows do not know their place, the chart is on the right, where a window grows by itself.
+    const bool knowsPlace = !QGuiApplication::platformName().startsWith(u"wayland");
+    const QScreen *screen = window->screen();
+    const QRect chart = chartPlace(panel, wanted,
+                                   knowsPlace && screen ? screen->availableGeometry()
+                                                        : QRect(panel.topLeft(), QSize(8192, 8192)));
+    const QRect whole = panel.united(chart);
+    const auto inWindow = [&whole](const QRect &rect) { return rect.translated(-whole.topLeft()); };
+    const QRect inner = inWindow(panel);
+    window->layout()->setContentsMargins(inner.left(), inner.top(),
+                                         whole.width() - inner.left() - inner.width(),
+                                         whole.height() - inner.top() - inner.height());
+    window->setFixedSize(whole.size());
+    if (knowsPlace) {
+        window->move(whole.topLeft());
+        window->setMask(QRegion(inner) + inWindow(chart));
+    }
+    setGeometry(inWindow(chart));
+    m_gripLeft = chart.left() < panel.left();
+}
+
+void ChartSheet::giveRoomBack()
+{
+    QWidget *window = m_panel->window();
+    if (window == m_panel)
+        return;
+    const QPoint corner = m_panel->mapToGlobal(QPoint());
+    window->clearMask();
+    window->layout()->setContentsMargins({});
+    window->setFixedSize(m_panel->size());
+    if (!QGuiApplication::platformName().startsWith(u"wayland"))
+        window->move(corner);
+}
+
+QRect ChartSheet::grip() const
+{
+    return {m_gripLeft ? 0 : width() - gripSide, height() - gripSide, gripSide, gripSide};
+}
+
+void ChartSheet::paintEvent(QPaintEvent *)
+{
+    const Palette &palette = paletteOf(this);
+    QPainter painter(this);
+    painter.fillRect(rect(), palette.ground);
+    painter.setPen(QPen(blended(palette.hairline, palette.ground), 1));
+    painter.drawRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5));
+}
+
+void ChartSheet::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_Escape ||
+        (event->key() == Qt::Key_C && event->modifiers() == Qt::NoModifier)) {
+        if (event->key() == Qt::Key_C || !m_chart->putBellBack())
+            hide();
+        return;
+    }
+    QWidget::keyPressEvent(event);
+}
+
+void ChartSheet::mousePressEvent(QMouseEvent *event)
+{
+    m_resizing = event->button() == Qt::LeftButton && grip().contains(event->position().toPoint());
+}
+
+void ChartSheet::mouseMoveEvent(QMouseEvent *event)
+{
+    const QPoint at = event->position().toPoint();
+    setCursor(!m_resizing && !grip().contains(at) ? Qt::ArrowCursor
+              : m_gripLeft                        ? Qt::SizeBDiagCursor
+                                                  : Qt::SizeFDiagCursor);
+    if (m_resizing)
+        place(QSize(m_gripLeft ? width() - at.x() : at.x(), at.y()).expandedTo(leastChartSize));
+}
+
+void ChartSheet::mouseReleaseEvent(QMouseEvent *)
+{
+    if (!std::exchange(m_resizing, false))
+        return;
+    m_context.state.chartSize = QString::number(width()) + u'x' + QString::number(height());
+}
+
+void ChartSheet::hideEvent(QHideEvent *event)
+{
+    QWidget::hideEvent(event);
+    if (event->spontaneous())
+        return;
+    giveRoomBack();
+    Q_EMIT closed();
+    deleteLater();
+}
+
+} // namespace kestrune
