@@ -85,7 +85,8 @@ Range pricesToShow(const ChartContent &content, const Stretch &shown, bool zoome
     }
     Range range = withoutSpikes(std::move(lows), std::move(highs));
     const double span = std::max(range.high - range.low, range.high * flattest);
-    const Range near{range.low - span, range.high + span};
+    const double reach = zoomedIn ? span / 2 : span;
+    const Range near{range.low - reach, range.high + reach};
     const auto takeNear = [&](double value) {
         if (value >= near.low && value <= near.high)
             range.take(value);

@@ -59,7 +59,6 @@ QRect chartPlace(const QRect &panel, const QSize &wanted, const QRect &screen)
 ChartSheet::ChartSheet(const PanelContext &context, QWidget *panel)
     : QWidget(panel->window()), m_context(context), m_panel(panel), m_chart(new ChartWidget)
 {
-    setAccessibleName(u"图表"_s);
     setPalette(panel->palette());
     setMouseTracking(true);
     auto *column = columnIn(this, 0, {1, 1, 1, 1});
@@ -75,7 +74,7 @@ ChartSheet::ChartSheet(const PanelContext &context, QWidget *panel)
     row->addStretch(1);
     auto *close = new IconButton(u"xmark"_s);
     close->setTip(u"关闭图表"_s);
-    connect(close, &IconButton::clicked, this, &QWidget::hide);
+    connect(close, &IconButton::clicked, this, &ChartSheet::leave);
     m_close = close;
     row->addWidget(close);
     column->addLayout(row);
@@ -109,6 +108,14 @@ void ChartSheet::refresh()
     const auto choices = chartLineChoices();
     for (qsizetype i = 0; i < m_chips.size(); ++i)
         m_chips[i]->setChecked(isChosen(m_context.state.chartLines(), choices[std::size_t(i)].key));
+}
+
+// The keyboard goes back to no one, as before the chart, and not to what comes next.
+void ChartSheet::leave()
+{
+    if (QWidget *focus = window()->focusWidget(); focus && isAncestorOf(focus))
+        focus->clearFocus();
+    hide();
 }
 
 QList<QWidget *> ChartSheet::tabStops() const
@@ -177,10 +184,9 @@ void ChartSheet::paintEvent(QPaintEvent *)
 
 void ChartSheet::keyPressEvent(QKeyEvent *event)
 {
-    if (event->key() == Qt::Key_Escape ||
-        (event->key() == Qt::Key_C && event->modifiers() == Qt::NoModifier)) {
-        if (event->key() == Qt::Key_C || !m_chart->putBellBack())
-            hide();
+    if (event->key() == Qt::Key_Escape) {
+        if (!m_chart->putBellBack())
+            leave();
         return;
     }
     QWidget::keyPressEvent(event);

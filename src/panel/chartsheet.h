@@ -27,6 +27,7 @@ public:
     ~ChartSheet() override;
 
     void open();
+    void leave();
     void refresh();
     [[nodiscard]] ChartWidget *chart() const { return m_chart; }
     [[nodiscard]] QList<QWidget *> tabStops() const;

@@ -26,6 +26,7 @@
 
 #include <QDesktopServices>
 #include <QKeyEvent>
+#include <QShortcut>
 #include <QToolTip>
 
 #include <algorithm>
@@ -97,7 +98,11 @@ PopoverView::PopoverView(std::shared_ptr<AppState> state, const Options &options
     connectActions();
 }
 
-PopoverView::~PopoverView() = default;
+// The chart tells of its end, which is not to reach a panel that is half gone.
+PopoverView::~PopoverView()
+{
+    delete m_chart;
+}
 
 QWidget *PopoverView::makeScrolledContent()
 {
@@ -125,6 +130,7 @@ void PopoverView::connectActions()
     connect(m_footer, &FooterSection::refreshRequested, this, &PopoverView::refreshAll);
     connect(m_zones, &ZonesSection::refreshRequested, this, &PopoverView::refreshZones);
     connect(m_footer, &FooterSection::helpRequested, this, &PopoverView::showHelp);
+    connect(new QShortcut(Qt::Key_C, this), &QShortcut::activated, this, &PopoverView::toggleChart);
     connect(m_header, &HeaderSection::chartRequested, this, &PopoverView::toggleChart);
     connect(m_zones, &ZonesSection::chartRequested, this, &PopoverView::toggleChart);
     connect(m_settings, &SettingsSection::noted, this,
@@ -239,7 +245,7 @@ void PopoverView::showHelp()
 void PopoverView::toggleChart()
 {
     if (m_chart) {
-        m_chart->hide();
+        m_chart->leave();
         return;
     }
     m_chart = new ChartSheet(contextOf(*m_state, {}), this);
@@ -295,7 +301,7 @@ void PopoverView::hideEvent(QHideEvent *event)
     if (m_help)
         m_help->close();
     if (m_chart)
-        m_chart->hide();
+        m_chart->leave();
     m_toast->hide();
 }
 
@@ -307,10 +313,6 @@ void PopoverView::resizeEvent(QResizeEvent *event)
 
 void PopoverView::keyPressEvent(QKeyEvent *event)
 {
-    if (event->key() == Qt::Key_C && event->modifiers() == Qt::NoModifier) {
-        toggleChart();
-        return;
-    }
     if (event->key() != Qt::Key_Escape) {
         QWidget::keyPressEvent(event);
         return;
@@ -320,7 +322,7 @@ void PopoverView::keyPressEvent(QKeyEvent *event)
         return;
     }
     if (m_chart) {
-        m_chart->hide();
+        m_chart->leave();
         return;
     }
     Q_EMIT closeRequested();

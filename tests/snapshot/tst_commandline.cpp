@@ -4,6 +4,8 @@
 #include "support/rows.h"
 #include "support/testregistry.h"
 
+using namespace Qt::StringLiterals;
+
 class CommandLineTest : public QObject
 {
     Q_OBJECT
@@ -16,6 +18,11 @@ class CommandLineTest : public QObject
             const auto part = [](const std::optional<QString> &value) { return value.value_or(QChar(u'-')); };
             parts << u'[' + config->dir + u' ' + part(config->symbol) + u' ' + part(config->market) + u' ' +
                          part(config->timeframe) + u']';
+            if (!config->chart.isEmpty())
+                parts << u"%1 %2x%3%4"_s.arg(config->chart)
+                             .arg(config->chartSize.width())
+                             .arg(config->chartSize.height())
+                             .arg(config->lightChart ? u" light"_s : QString());
         }
         const auto line = kestrune::parseCommandLine(arguments);
         const std::pair<bool, const char *> options[] = {{line.help, "help"},
@@ -61,6 +68,12 @@ private Q_SLOTS:
             {"with a query", "--market-server http://a/?x=1", "error"},
             {"another option in its place", "--market-server --snapshot out", "[out - - -] error"},
             {"together with the demo", "--demo --market-server http://a", "demo error http://a"},
+            {"a chart", "--chart a.png --symbol BTC", "[ BTC - -] a.png 720x460"},
+            {"its look", "--size 800x500 --light --chart a.png --snapshot out",
+             "[out - - -] a.png 800x500 light"},
+            {"no file for it", "--chart", "error"},
+            {"a size of no use", "--chart a.png --size 10x10", "[ - - -] a.png 720x460 error"},
+            {"no size at all", "--chart a.png --size x460", "[ - - -] a.png 720x460 error"},
             {"the server as a symbol", "--symbol --market-server http://a", "http://a"},
         };
         kestrune::test::forEachRow(rows, [](const auto &row) {
