@@ -2,6 +2,7 @@
 #include "chart/chartpainter.h"
 
 #include "analysis/priceformat.h"
+#include "chart/charttexts.h"
 #include "ui/devicepixels.h"
 #include "ui/icons.h"
 #include "ui/roundedrect.h"

@@ -2,13 +2,13 @@
 #include "chart/chartscene.h"
 
 #include "analysis/priceformat.h"
+#include "chart/charttexts.h"
+#include "chart/charttimes.h"
 #include "ui/typography.h"
 
-#include <QDateTime>
 #include <QFontMetricsF>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <numeric>
 
@@ -32,20 +32,6 @@ constexpr double fullWidth = 480; // what is narrower has no room for words besi
 constexpr double pricePadding = 0.05;
 constexpr double flattest = 0.002; // of the price: what moves less looks flat
 constexpr double leastBand = 2;
-
-/// What is told at all times: candles from `begin` up to `end`.
-struct Stretch
-{
-    std::size_t begin;
-    std::size_t end;
-};
-
-Stretch stretchOf(const ChartView &shown, std::size_t candles)
-{
-    const auto begin = std::size_t(std::clamp(std::floor(shown.first), 0.0, double(candles)));
-    const auto end = std::size_t(std::clamp(std::ceil(shown.first + shown.count), 0.0, double(candles)));
-    return {begin, std::max(begin, end)};
-}
 
 struct Range
 {
@@ -75,7 +61,7 @@ Range withoutSpikes(std::vector<double> lows, std::vector<double> highs)
     return {std::max(full.low, core.low - span / 4), std::min(full.high, core.high + span / 4)};
 }
 
-Range pricesToShow(const ChartContent &content, const Stretch &shown, bool zoomedIn)
+Range pricesToShow(const ChartContent &content, const CandleStretch &shown, bool zoomedIn)
 {
     std::vector<double> lows;
     std::vector<double> highs;
@@ -139,123 +125,6 @@ std::vector<AxisMark> priceMarksOf(const PriceScale &prices, int decimals)
     return marks;
 }
 
-/// A unit of the calendar and how many of it lie between two marks.
-struct TimeStep
-{
-    enum class Unit { hour, day, month, year } unit;
-    int every;
-};
-/// From fine to coarse.
-constexpr std::array timeSteps{
-    TimeStep{TimeStep::Unit::hour, 1},  TimeStep{TimeStep::Unit::hour, 2},
-    TimeStep{TimeStep::Unit::hour, 4},  TimeStep{TimeStep::Unit::hour, 6},
-    TimeStep{TimeStep::Unit::hour, 12}, TimeStep{TimeStep::Unit::day, 1},
-    TimeStep{TimeStep::Unit::day, 2},   TimeStep{TimeStep::Unit::day, 5},
-    TimeStep{TimeStep::Unit::day, 10},  TimeStep{TimeStep::Unit::day, 15},
-    TimeStep{TimeStep::Unit::month, 1}, TimeStep{TimeStep::Unit::month, 2},
-    TimeStep{TimeStep::Unit::month, 3}, TimeStep{TimeStep::Unit::month, 6},
-    TimeStep{TimeStep::Unit::year, 1},  TimeStep{TimeStep::Unit::year, 2},
-    TimeStep{TimeStep::Unit::year, 5},  TimeStep{TimeStep::Unit::year, 10},
-};
-
-/// A moment on the market's calendar, taken apart once.
-struct CalendarTime
-{
-    qint64 dayNumber;
-    int year, month, day, hour, minute;
-
-    explicit CalendarTime(const QDateTime &time)
-        : dayNumber(time.date().toJulianDay()), hour(time.time().hour()), minute(time.time().minute())
-    {
-        time.date().getDate(&year, &month, &day);
-    }
-};
-
-/// Which of the stretches between two marks a time lies in.
-qint64 stretchNumber(const CalendarTime &time, const TimeStep &step)
-{
-    switch (step.unit) {
-    case TimeStep::Unit::hour:
-        return time.dayNumber * 24 + time.hour / step.every;
-    case TimeStep::Unit::day: // begins anew with each month; the rest of it joins the stretch before
-        return (time.year * 12 + time.month) * 32 +
-               (step.every == 1 ? time.day : std::min((time.day - 1) / step.every, 30 / step.every - 1));
-    case TimeStep::Unit::month:
-        return time.year * 12 + (time.month - 1) / step.every;
-    case TimeStep::Unit::year:
-        break;
-    }
-    return time.year / step.every;
-}
-
-/// The coarsest unit that has changed since `before`, in words.
-QString timeMarkText(const CalendarTime &before, const CalendarTime &time)
-{
-    if (before.year != time.year)
-        return u"%1年"_s.arg(time.year);
-    if (before.month != time.month)
-        return u"%1月"_s.arg(time.month);
-    return before.day != time.day
-               ? u"%1日"_s.arg(time.day)
-               : u"%1:%2"_s.arg(time.hour, 2, 10, QChar(u'0')).arg(time.minute, 2, 10, QChar(u'0'));
-}
-
-int timeRank(const QString &text)
-{
-    return text.endsWith(u'年') ? 3 : text.endsWith(u'月') ? 2 : text.endsWith(u'日') ? 1 : 0;
-}
-
-std::vector<AxisMark> timeMarksOf(const ChartContent &content, const Stretch &shown, const TimeScale &times,
-                                  const QRectF &plot)
-{
-    constexpr double apart = 68;
-    constexpr double gap = 14;
-    std::vector<CalendarTime> moments;
-    moments.reserve(shown.end - shown.begin);
-    for (std::size_t i = shown.begin; i < shown.end; ++i)
-        moments.emplace_back(QDateTime::fromMSecsSinceEpoch(content.candles[i].ts, content.timeZone));
-    std::vector<AxisMark> marks;
-    const double most = std::max(1.0, double(shown.end - shown.begin) * times.pitch / apart);
-    for (const TimeStep &step : timeSteps) {
-        if (step.unit == TimeStep::Unit::hour && !content.intraday)
-            continue;
-        marks.clear();
-        for (std::size_t i = 1; i < moments.size(); ++i) {
-            if (stretchNumber(moments[i], step) == stretchNumber(moments[i - 1], step))
-                continue;
-            const QString text = timeMarkText(moments[i - 1], moments[i]);
-            marks.push_back({times.x(double(shown.begin + i) + 0.5), text});
-        }
-        if (double(marks.size()) <= most)
-            break;
-    }
-    if (marks.empty() && !moments.empty())
-        marks.push_back({times.x(double(shown.begin) + 0.5), candleTime(content, shown.begin).left(10)});
-    // The coarser unit stays where two are too close; at the edges a text may not be cut.
-    std::vector<std::size_t> order(marks.size());
-    std::iota(order.begin(), order.end(), 0);
-    std::ranges::stable_sort(order, std::greater(), [&](std::size_t i) { return timeRank(marks[i].text); });
-    std::vector<Range> taken;
-    for (const std::size_t i : order) {
-        const double half = textWidth(marks[i].text, TypeRole::caption) / 2.0;
-        const Range own{marks[i].at - half, marks[i].at + half};
-        const bool free = own.low >= plot.left() + 2 && std::ranges::none_of(taken, [&](const Range &other) {
-                              return own.low < other.high + gap && own.high + gap > other.low;
-                          });
-        if (free || marks.size() == 1)
-            taken.push_back(own);
-        else
-            marks[i].text.clear();
-    }
-    std::erase_if(marks, [](const AxisMark &mark) { return mark.text.isEmpty(); });
-    int finest = 3;
-    for (const AxisMark &mark : marks)
-        finest = std::min(finest, timeRank(mark.text));
-    for (AxisMark &mark : marks)
-        mark.strong = timeRank(mark.text) > finest;
-    return marks;
-}
-
 /// Builds one scene; members in the order in which they are needed.
 class SceneMaker
 {
@@ -264,7 +133,7 @@ public:
         : m_content(content)
         , m_scale(scale)
         , m_shown(shownOf(view, content.candles.size()))
-        , m_stretch(stretchOf(m_shown, content.candles.size()))
+        , m_stretch(shownCandles(m_shown, content.candles.size()))
         , m_size(size)
     {
         m_scene.base.message = content.message;
@@ -289,7 +158,7 @@ public:
                 }))
                 mark.text.clear();
         }
-        base().timeMarks = timeMarksOf(content, m_stretch, base().times, base().frame.plot);
+        base().timeMarks = timeMarks(content, m_stretch, base().times, base().frame.plot);
     }
 
     [[nodiscard]] ChartScene take() { return std::move(m_scene); }
@@ -539,19 +408,10 @@ private:
     const ChartContent &m_content;
     double m_scale;
     ChartView m_shown;
-    Stretch m_stretch;
+    CandleStretch m_stretch;
     QSizeF m_size;
     ChartScene m_scene;
 };
-
-QString volumeText(double volume)
-{
-    if (volume >= 1e8)
-        return QString::number(volume / 1e8, 'f', 2) + u" 亿"_s;
-    if (volume >= 1e4)
-        return QString::number(volume / 1e4, 'f', 2) + u" 万"_s;
-    return QString::number(volume, 'f', volume < 100 ? 2 : 0);
-}
 
 } // namespace
 
@@ -636,62 +496,6 @@ std::optional<double> priceAt(const ChartScene &scene, const ChartContent &conte
         return std::nullopt;
     const double price = roundedDecimal(prices.price(y), content.decimals).toDouble();
     return price > 0 ? std::optional(price) : std::nullopt;
-}
-
-QString candleTime(const ChartContent &content, std::size_t candle)
-{
-    return QDateTime::fromMSecsSinceEpoch(content.candles[candle].ts, content.timeZone)
-        .toString(content.intraday ? u"yyyy-MM-dd HH:mm"_s : u"yyyy-MM-dd"_s);
-}
-
-CandleWords candleWords(const ChartContent &content, std::size_t candle)
-{
-    const Candle &own = content.candles[candle];
-    const double before = candle > 0 ? content.candles[candle - 1].c : own.o;
-    const auto price = [&](double value) { return fmtP(value, content.decimals); };
-    const double change = before > 0 ? (own.c - before) / before * 100 : 0;
-    return {u"开 %1  高 %2  低 %3  收 %4"_s.arg(price(own.o), price(own.h), price(own.l), price(own.c)),
-            (change >= 0 ? u"+"_s : QString()) + QString::number(change, 'f', 2) + u'%',
-            own.v > 0 ? u"量 "_s + volumeText(own.v) : QString(), change >= 0 ? Tone::green : Tone::red};
-}
-
-QString zoneWords(const ChartContent &content, std::size_t zone)
-{
-    const ChartZone &own = content.zones[zone];
-    QString words = (own.isResistance() ? u"阻力 "_s : u"支撑 "_s) + fmtP(own.mid, content.decimals);
-    if (!own.tags.isEmpty())
-        words += u" · "_s + own.tags;
-    return words + u" · 触及 %1 次"_s.arg(touches(content.candles, own.lo, own.hi));
-}
-
-QString chartDescription(const ChartContent &content, const OptionalChartView &view,
-                         std::optional<double> cursor)
-{
-    const Stretch shown = stretchOf(shownOf(view, content.candles.size()), content.candles.size());
-    if (shown.begin == shown.end)
-        return content.title.isEmpty() ? content.message : content.title + u"，"_s + content.message;
-    QStringList parts{content.title,
-                      candleTime(content, shown.begin) + u" 至 "_s + candleTime(content, shown.end - 1),
-                      u"最新收盘 "_s + fmtP(content.candles.back().c, content.decimals)};
-    const double here = content.price ? content.price->value : content.candles.back().c;
-    for (const bool above : {true, false}) {
-        const ChartZone *nearest = nullptr;
-        for (const ChartZone &zone : content.zones) {
-            if (zone.isResistance() == above &&
-                (!nearest || std::abs(zone.mid - here) < std::abs(nearest->mid - here)))
-                nearest = &zone;
-        }
-        if (nearest)
-            parts.append((above ? u"最近阻力 "_s : u"最近支撑 "_s) + fmtP(nearest->mid, content.decimals));
-    }
-    if (cursor)
-        parts.append(u"光标 "_s + fmtP(*cursor, content.decimals));
-    return parts.join(u"，"_s);
-}
-
-Tone zoneTone(const ChartZone &zone)
-{
-    return zone.isResistance() ? Tone::red : Tone::green;
 }
 
 } // namespace kestrune

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "chart/chartcontent.h"
+#include "chart/charttimes.h"
 #include "chart/chartview.h"
 #include "ui/palette.h"
 
@@ -45,16 +46,6 @@ struct BandMark
     bool picked;
 
     [[nodiscard]] bool operator==(const BandMark &) const = default;
-};
-
-/// A mark of an axis: a line across the chart and, unless something else stands there, its text.
-struct AxisMark
-{
-    double at;
-    QString text; ///< may be empty
-    bool strong = false;
-
-    [[nodiscard]] bool operator==(const AxisMark &) const = default;
 };
 
 struct CurveMark
@@ -151,23 +142,5 @@ inline constexpr double chartBellHeight = 18;
 [[nodiscard]] std::optional<std::size_t> bellAt(const ChartScene &scene, const QPointF &place);
 /// The price that a click at `y` means, rounded to the instrument's decimals; absent outside the plot.
 [[nodiscard]] std::optional<double> priceAt(const ChartScene &scene, const ChartContent &content, double y);
-
-/// "2026-07-21 16:00" in the market's time zone.
-[[nodiscard]] QString candleTime(const ChartContent &content, std::size_t candle);
-/// "开 1.00 高 2.00 低 0.50 收 1.50", the change and the volume of a candle, and the tone of its change.
-struct CandleWords
-{
-    QString prices;
-    QString change;
-    QString volume; ///< empty without one
-    Tone tone;
-};
-[[nodiscard]] CandleWords candleWords(const ChartContent &content, std::size_t candle);
-/// "阻力 3,528.00 · Pivot · 触及 5 次"
-[[nodiscard]] QString zoneWords(const ChartContent &content, std::size_t zone);
-/// Instrument, stretch of time, last close, the nearest zone on either side and what the keyboard is at.
-[[nodiscard]] QString chartDescription(const ChartContent &content, const OptionalChartView &view,
-                                       std::optional<double> cursor);
-[[nodiscard]] Tone zoneTone(const ChartZone &zone);
 
 } // namespace kestrune

@@ -2,6 +2,7 @@
 #include "chart/chartview.h"
 
 #include <algorithm>
+#include <cmath>
 #include <iterator>
 
 namespace kestrune {
@@ -25,6 +26,13 @@ OptionalChartView withinCandles(ChartView view, std::size_t candles)
 ChartView shownOf(const OptionalChartView &view, std::size_t candles)
 {
     return view.value_or(ChartView{0, double(candles)});
+}
+
+CandleStretch shownCandles(const ChartView &shown, std::size_t candles)
+{
+    const auto begin = std::size_t(std::clamp(std::floor(shown.first), 0.0, double(candles)));
+    const auto end = std::size_t(std::clamp(std::ceil(shown.first + shown.count), 0.0, double(candles)));
+    return {begin, std::max(begin, end)};
 }
 
 OptionalChartView zoomed(const OptionalChartView &view, std::size_t candles, double factor, double at)

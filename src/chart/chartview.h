@@ -30,6 +30,15 @@ using OptionalChartView = std::optional<ChartView>;
 [[nodiscard]] OptionalChartView kept(const OptionalChartView &view, std::span<const Candle> before,
                                      std::span<const Candle> after);
 
+/// Candles from `begin` up to `end`.
+struct CandleStretch
+{
+    std::size_t begin;
+    std::size_t end;
+};
+/// Those that show, wholly or in part.
+[[nodiscard]] CandleStretch shownCandles(const ChartView &shown, std::size_t candles);
+
 /// Where the prices stand: `high` at `top`, `low` at `bottom`.
 struct PriceScale
 {

@@ -2,6 +2,7 @@
 #include "chart/chartwidget.h"
 
 #include "analysis/priceformat.h"
+#include "chart/charttexts.h"
 #include "ui/devicepixels.h"
 
 #include <QAccessible>

@@ -75,7 +75,6 @@ ChartSheet::ChartSheet(const PanelContext &context, QWidget *panel)
     auto *close = new IconButton(u"xmark"_s);
     close->setTip(u"关闭图表"_s);
     connect(close, &IconButton::clicked, this, &ChartSheet::leave);
-    m_close = close;
     row->addWidget(close);
     column->addLayout(row);
     column->addWidget(m_chart, 1);
@@ -88,6 +87,12 @@ ChartSheet::ChartSheet(const PanelContext &context, QWidget *panel)
     connect(m_chart, &ChartWidget::alertMoved, this,
             [&state](const QString &id, double price) { state.moveAlert(id, price); });
     new FocusRing(this);
+    QWidget *before = m_chart;
+    for (Chip *chip : std::as_const(m_chips)) {
+        setTabOrder(before, chip);
+        before = chip;
+    }
+    setTabOrder(before, close);
 }
 
 ChartSheet::~ChartSheet() = default;
@@ -116,14 +121,6 @@ void ChartSheet::leave()
     if (QWidget *focus = window()->focusWidget(); focus && isAncestorOf(focus))
         focus->clearFocus();
     hide();
-}
-
-QList<QWidget *> ChartSheet::tabStops() const
-{
-    QList<QWidget *> stops{m_chart};
-    for (Chip *chip : m_chips)
-        stops << chip;
-    return stops << m_close;
 }
 
 void ChartSheet::place(const QSize &wanted)

@@ -30,7 +30,6 @@ public:
     void leave();
     void refresh();
     [[nodiscard]] ChartWidget *chart() const { return m_chart; }
-    [[nodiscard]] QList<QWidget *> tabStops() const;
 
 Q_SIGNALS:
     void closed();
@@ -51,8 +50,7 @@ private:
     PanelContext m_context;
     QWidget *m_panel;
     ChartWidget *m_chart;
-    QList<Chip *> m_chips; // of the lines, in the order of the choices
-    QWidget *m_close;
+    QList<Chip *> m_chips;  // of the lines, in the order of the choices
     bool m_gripLeft = true; // the corner that is not the panel's
     bool m_resizing = false;
 };

@@ -318,6 +318,8 @@ private:
     void clearAnalysisState();
     void selectCoin(const QString &code);
 
+    [[nodiscard]] std::optional<double> alertReference() const; ///< what new directions are told by
+    void applyAlerts(std::vector<PriceAlert> changed);
     void saveAlerts();
     void directAlerts(double live);
     void playAlertSound();

@@ -41,7 +41,7 @@ bool AppState::hasAlert(double target) const
 
 void AppState::addAlert(double target, std::optional<QString> label, std::optional<bool> above)
 {
-    const auto reference = priceStanding().believed() ? price() : ownZonePrice();
+    const auto reference = alertReference();
     std::vector<PriceAlert> changed = alerts();
     changed.push_back({.id = QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper(),
                        .targetPrice = target,
@@ -51,9 +51,7 @@ void AppState::addAlert(double target, std::optional<QString> label, std::option
                        .triggered = false,
                        .lastFiredAt = std::nullopt,
                        .undirected = !above && !reference});
-    alerts = std::move(changed);
-    saveAlerts();
-    evaluateAlerts();
+    applyAlerts(std::move(changed));
 }
 
 void AppState::toggleZoneAlert(const Zone &zone)
@@ -74,14 +72,24 @@ void AppState::moveAlert(const QString &id, double target)
     const auto alert = std::ranges::find(changed, id, &PriceAlert::id);
     if (alert == changed.end())
         return;
-    const auto reference = priceStanding().believed() ? price() : ownZonePrice();
+    const auto reference = alertReference();
     alert->targetPrice = target;
-    alert->above = reference && *reference < target;
+    alert->above = reference.value_or(target) < target;
     alert->undirected = !reference;
     alert->triggered = false;
     alert->lastFiredAt.reset();
     if (alert->label.startsWith(byHand))
         alert->label = byHand + fmtP(target, decimals());
+    applyAlerts(std::move(changed));
+}
+
+std::optional<double> AppState::alertReference() const
+{
+    return priceStanding().believed() ? price() : ownZonePrice();
+}
+
+void AppState::applyAlerts(std::vector<PriceAlert> changed)
+{
     alerts = std::move(changed);
     saveAlerts();
     evaluateAlerts();
