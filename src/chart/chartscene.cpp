@@ -281,6 +281,12 @@ private:
                                                     : std::nullopt;
     }
 
+    /// As the panel colours its distances: red above the entry, green below.
+    [[nodiscard]] Tone planLevelTone(std::optional<double> price) const
+    {
+        return price > m_content.plan->entry ? Tone::red : Tone::green;
+    }
+
     void placeLevels()
     {
         if (m_content.price) {
@@ -298,8 +304,8 @@ private:
             return y;
         };
         add(plan.entry, Tone::blue);
-        const auto target = add(plan.target, Tone::red); // as the panel colours gain and loss
-        const auto stop = add(plan.stop, Tone::green);
+        const auto target = add(plan.target, planLevelTone(plan.target));
+        const auto stop = add(plan.stop, planLevelTone(plan.stop));
         if (!hasWords() || !entry)
             return;
         std::vector<PlanText> texts;
@@ -308,11 +314,11 @@ private:
                 texts.push_back({(from + to - chartLabelHeight) / 2, text, tone});
         };
         if (target) {
-            between(*entry, *target, plan.targetText, Tone::red);
+            between(*entry, *target, plan.targetText, planLevelTone(plan.target));
             between(*entry, *target, plan.ratioText, Tone::secondary);
         }
         if (stop)
-            between(*entry, *stop, plan.stopText, Tone::green);
+            between(*entry, *stop, plan.stopText, planLevelTone(plan.stop));
         std::ranges::stable_sort(texts, {}, &PlanText::top);
         std::vector<double> tops;
         for (const PlanText &text : texts)
@@ -348,8 +354,8 @@ private:
         if (plan) {
             if (!atPrice)
                 addLabel(plan->entry, u"进场"_s, Tone::blue);
-            addLabel(plan->target, u"止盈"_s, Tone::red);
-            addLabel(plan->stop, u"止损"_s, Tone::green);
+            addLabel(plan->target, u"止盈"_s, planLevelTone(plan->target));
+            addLabel(plan->stop, u"止损"_s, planLevelTone(plan->stop));
         }
         const double here = m_content.price ? m_content.price->value : m_content.candles.back().c;
         std::vector<std::size_t> order(m_content.zones.size());
