@@ -4,6 +4,7 @@
 #include "panel/chartsource.h"
 #include "panel/panelfixture.h"
 #include "panel/zonerow.h"
+#include "support/bytesinuse.h"
 #include "support/rows.h"
 #include "support/testregistry.h"
 
@@ -79,6 +80,11 @@ private Q_SLOTS:
         QVERIFY(open());
         charted.press(u"关闭图表"_s);
         QVERIFY(closed());
+        const qint64 before = bytesInUse();
+        charted.press(u"图表"_s);
+        QVERIFY(open() && bytesInUse() - before < 6 << 20);
+        charted.press(u"图表"_s);
+        QVERIFY(closed() && bytesInUse() - before < 64 << 10);
         charted.press(u"图表"_s);
         QVERIFY(open());
         charted.view->hide();
