@@ -12,6 +12,7 @@
 
 #include <QGuiApplication>
 #include <QKeyEvent>
+#include <QMouseEvent>
 #include <QPainter>
 #include <QScreen>
 
@@ -38,6 +39,43 @@ public:
 
 } // namespace
 
+/// The corner of the chart that its size is dragged by.
+class ChartGrip : public QWidget
+{
+public:
+    ChartGrip(std::function<void(const QPoint &)> dragged, std::function<void()> released, QWidget *parent)
+        : QWidget(parent), m_dragged(std::move(dragged)), m_released(std::move(released))
+    {
+        setFixedSize(gripSide, gripSide);
+    }
+
+    void setLeft(bool left)
+    {
+        setCursor(left ? Qt::SizeBDiagCursor : Qt::SizeFDiagCursor);
+        move(left ? 0 : parentWidget()->width() - gripSide, parentWidget()->height() - gripSide);
+        raise();
+    }
+
+protected:
+    void paintEvent(QPaintEvent *) override
+    {
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(QPen(paletteOf(this).secondary, 1));
+        const bool left = x() == 0;
+        for (const int side : {5, 9})
+            painter.drawLine(QPointF(left ? 3 : width() - 3, height() - 3 - side),
+                             QPointF(left ? 3 + side : width() - 3 - side, height() - 3));
+    }
+    void mousePressEvent(QMouseEvent *event) override { event->accept(); }
+    void mouseMoveEvent(QMouseEvent *event) override { m_dragged(event->globalPosition().toPoint()); }
+    void mouseReleaseEvent(QMouseEvent *) override { m_released(); }
+
+private:
+    std::function<void(const QPoint &)> m_dragged;
+    std::function<void()> m_released;
+};
+
 QRect chartPlace(const QRect &panel, const QSize &wanted, const QRect &screen)
 {
     const int height = std::min(wanted.height(), screen.height());
@@ -60,7 +98,6 @@ ChartSheet::ChartSheet(const PanelContext &context, QWidget *panel)
     : QWidget(panel->window()), m_context(context), m_panel(panel), m_chart(new ChartWidget)
 {
     setPalette(panel->palette());
-    setMouseTracking(true);
     auto *column = columnIn(this, 0, {1, 1, 1, 1});
     auto *row = rowIn(nullptr, rowSpacing, {chipRowMargin, chipRowMargin, chipRowMargin, 2});
     for (const ChartLineChoice &choice : chartLineChoices()) {
@@ -86,6 +123,12 @@ ChartSheet::ChartSheet(const PanelContext &context, QWidget *panel)
     connect(m_chart, &ChartWidget::alertWanted, this, [&state](double price) { state.addAlert(price); });
     connect(m_chart, &ChartWidget::alertMoved, this,
             [&state](const QString &id, double price) { state.moveAlert(id, price); });
+    m_grip = new ChartGrip([this](const QPoint &corner) { resizeTo(corner); },
+                           [this] {
+                               m_context.state.chartSize = QString::number(m_wanted.width()) + u'x' +
+                                                           QString::number(m_wanted.height());
+                           },
+                           this);
     new FocusRing(this);
     QWidget *before = m_chart;
     for (Chip *chip : std::as_const(m_chips)) {
@@ -100,7 +143,8 @@ ChartSheet::~ChartSheet() = default;
 void ChartSheet::open()
 {
     refresh();
-    place(chartSizeFrom(m_context.state.chartSize()).value_or(usualChartSize));
+    m_wanted = chartSizeFrom(m_context.state.chartSize()).value_or(usualChartSize);
+    place(m_wanted);
     show();
     raise();
     m_chart->setFocus(Qt::OtherFocusReason);
@@ -128,6 +172,8 @@ void ChartSheet::place(const QSize &wanted)
     QWidget *window = m_panel->window();
     if (window == m_panel) {
         setGeometry(QRect({}, wanted.boundedTo(m_panel->size())));
+        m_gripLeft = false;
+        m_grip->setLeft(m_gripLeft);
         return;
     }
     const QRect panel(m_panel->mapToGlobal(QPoint()), m_panel->size());
@@ -150,6 +196,7 @@ void ChartSheet::place(const QSize &wanted)
     }
     setGeometry(inWindow(chart));
     m_gripLeft = chart.left() < panel.left();
+    m_grip->setLeft(m_gripLeft);
 }
 
 void ChartSheet::giveRoomBack()
@@ -163,11 +210,6 @@ void ChartSheet::giveRoomBack()
     window->setFixedSize(m_panel->size());
     if (!QGuiApplication::platformName().startsWith(u"wayland"))
         window->move(corner);
-}
-
-QRect ChartSheet::grip() const
-{
-    return {m_gripLeft ? 0 : width() - gripSide, height() - gripSide, gripSide, gripSide};
 }
 
 void ChartSheet::paintEvent(QPaintEvent *)
@@ -189,26 +231,11 @@ void ChartSheet::keyPressEvent(QKeyEvent *event)
     QWidget::keyPressEvent(event);
 }
 
-void ChartSheet::mousePressEvent(QMouseEvent *event)
+void ChartSheet::resizeTo(const QPoint &corner)
 {
-    m_resizing = event->button() == Qt::LeftButton && grip().contains(event->position().toPoint());
-}
-
-void ChartSheet::mouseMoveEvent(QMouseEvent *event)
-{
-    const QPoint at = event->position().toPoint();
-    setCursor(!m_resizing && !grip().contains(at) ? Qt::ArrowCursor
-              : m_gripLeft                        ? Qt::SizeBDiagCursor
-                                                  : Qt::SizeFDiagCursor);
-    if (m_resizing)
-        place(QSize(m_gripLeft ? width() - at.x() : at.x(), at.y()).expandedTo(leastChartSize));
-}
-
-void ChartSheet::mouseReleaseEvent(QMouseEvent *)
-{
-    if (!std::exchange(m_resizing, false))
-        return;
-    m_context.state.chartSize = QString::number(width()) + u'x' + QString::number(height());
+    const QPoint at = mapFromGlobal(corner);
+    m_wanted = QSize(m_gripLeft ? width() - at.x() : at.x(), at.y()).expandedTo(leastChartSize);
+    place(m_wanted);
 }
 
 void ChartSheet::hideEvent(QHideEvent *event)

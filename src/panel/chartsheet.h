@@ -8,8 +8,9 @@
 
 namespace kestrune {
 
-class Chip;
+class ChartGrip;
 class ChartWidget;
+class Chip;
 
 /// Where the chart stands on the screen: beside the panel, left of it rather than right, narrower than wanted
 /// where that is enough, else over it.
@@ -37,22 +38,20 @@ Q_SIGNALS:
 protected:
     void paintEvent(QPaintEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
-    void mousePressEvent(QMouseEvent *event) override;
-    void mouseMoveEvent(QMouseEvent *event) override;
-    void mouseReleaseEvent(QMouseEvent *event) override;
     void hideEvent(QHideEvent *event) override;
 
 private:
     void place(const QSize &wanted);
     void giveRoomBack();
-    [[nodiscard]] QRect grip() const;
+    void resizeTo(const QPoint &corner);
 
     PanelContext m_context;
     QWidget *m_panel;
     ChartWidget *m_chart;
+    ChartGrip *m_grip = nullptr;
     QList<Chip *> m_chips;  // of the lines, in the order of the choices
     bool m_gripLeft = true; // the corner that is not the panel's
-    bool m_resizing = false;
+    QSize m_wanted;
 };
 
 } // namespace kestrune

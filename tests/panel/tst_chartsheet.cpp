@@ -242,7 +242,16 @@ private Q_SLOTS:
         QVERIFY(charted.isChecked(u"VWAP"_s) && !charted.isChecked(u"EMA200"_s));
         charted.press(u"EMA50"_s);
         QCOMPARE(charted.chart->content().lines.size(), std::size_t(1));
+        QWidget *sheet = charted.chart->parentWidget();
+        QWidget *grip = sheet->childAt(sheet->width() - 5, sheet->height() - 5);
+        const int height = sheet->height();
+        QTest::mousePress(grip, Qt::LeftButton, {}, {5, 5});
+        QTest::mouseMove(grip, {5, -95});
+        QTest::mouseRelease(grip, Qt::LeftButton);
+        QVERIFY(sheet->height() < height - 80);
+        const QString size = u"360x%1"_s.arg(sheet->height()); // as wide as wanted, not as the panel here
         QVERIFY(charted.preferences.writes().contains(u"ks_chart_lines=vwap"_s));
+        QVERIFY(charted.preferences.writes().contains(u"ks_chart_size="_s + size));
     }
 };
 
