@@ -25,7 +25,7 @@ constexpr double axisInset = 6;
 constexpr double pillRadius = 3;
 constexpr double curveWidth = 1;
 constexpr double bellInset = 4;
-constexpr double bellSide = 14;
+constexpr double bellIconSide = 14;
 
 QColor faded(QColor color, double alpha)
 {
@@ -259,14 +259,14 @@ void paintBell(const QRectF &plot, const BellMark &bell, bool fired, const Front
     QPainter &painter = brush.painter;
     const Palette &palette = brush.palette;
     const QColor color = fired ? palette.color(Tone::orange) : palette.color(Tone::text);
-    const double width = bellInset + bellSide + 4 + textWidth(bell.text, TypeRole::tag);
+    const double width = bellInset + bellIconSide + 4 + textWidth(bell.text, TypeRole::tag);
     drawDashes(painter, {plot.left() + width + 6, bell.anchor}, plot.right(), faded(color, 0.5), 1, 5);
     fillRounded(painter, QRectF(plot.left() + 2, bell.top + 1, width + 2, chartBellHeight - 2), 4,
                 faded(palette.raised, 0.9));
-    drawIcon(painter, QRectF(plot.left() + bellInset, bell.top + 2, bellSide, bellSide), u"bell.fill"_s,
-             color);
-    brush.words(plot.left() + bellInset + bellSide + 2, bell.top, chartBellHeight, bell.text, TypeRole::tag,
-                color);
+    drawIcon(painter, QRectF(plot.left() + bellInset, bell.top + 2, bellIconSide, bellIconSide),
+             u"bell.fill"_s, color);
+    brush.words(plot.left() + bellInset + bellIconSide + 2, bell.top, chartBellHeight, bell.text,
+                TypeRole::tag, color);
 }
 
 void paintBells(const ChartScene &scene, const ChartContent &content, const ChartPointer &pointer,

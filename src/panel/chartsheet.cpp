@@ -177,12 +177,13 @@ void ChartSheet::place(const QSize &wanted)
         return;
     }
     const QRect panel(m_panel->mapToGlobal(QPoint()), m_panel->size());
-    // Where windows do not know their place, the chart is on the right, where a window grows by itself.
+    // Where windows do not know their place, and have no holes, the chart is on the right, where a window
+    // grows by itself, and as high as the panel.
     const bool knowsPlace = !QGuiApplication::platformName().startsWith(u"wayland");
     const QScreen *screen = window->screen();
-    const QRect chart = chartPlace(panel, wanted,
-                                   knowsPlace && screen ? screen->availableGeometry()
-                                                        : QRect(panel.topLeft(), QSize(8192, 8192)));
+    const QRect chart = knowsPlace && screen ? chartPlace(panel, wanted, screen->availableGeometry())
+                                             : QRect(panel.left() + panel.width() + chartGap, panel.top(),
+                                                     wanted.width(), panel.height());
     const QRect whole = panel.united(chart);
     const auto inWindow = [&whole](const QRect &rect) { return rect.translated(-whole.topLeft()); };
     const QRect inner = inWindow(panel);

@@ -184,6 +184,8 @@ void PopoverView::setDark(bool dark)
     setPalette(toolkitPalette(dark ? darkPalette() : lightPalette()));
     QToolTip::setPalette(palette()); // tooltips take over nothing from the widget they belong to
     QToolTip::setFont(fontFor(TypeRole::caption));
+    if (m_chart)
+        m_chart->refresh();
 }
 
 void PopoverView::setMaximumPanelHeight(int height)

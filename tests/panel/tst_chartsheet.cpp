@@ -227,6 +227,9 @@ private Q_SLOTS:
         QVERIFY(charted.chart->content().price->live);
         QVERIFY(charted.chart->accessibleDescription().contains(u"最近阻力"_s));
         QCOMPARE(charted.chart->content().zones.size(), std::size_t(6));
+        QAccessibleInterface *table = charted.readerOf(charted.chart)->child(0);
+        QVERIFY(table->role() == QAccessible::Table && table->childCount() == 6);
+        QVERIFY(table->child(0)->text(QAccessible::Name).startsWith(u"阻力 "_s));
         charted.clock.advance(std::chrono::seconds(30));
         charted.view->updateNow();
         QVERIFY(!charted.chart->content().price->live);
