@@ -101,6 +101,7 @@ void Popover::openAt(const QRect &item)
     const QRect place = placePanel(item, panelSize, screen->availableGeometry());
     m_content->setMaximumHeight(place.height());
     setFixedSize(place.size());
+    resize(place.size()); // the window system may have told of an earlier size since it closed
     m_edge->setGeometry(rect());
     m_edge->raise();
     move(place.topLeft());
