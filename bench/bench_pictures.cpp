@@ -1,15 +1,20 @@
 // SPDX-License-Identifier: MIT
 // Pictures and the panel, and beside them a bare painter at work on pictures of the same sizes.
 
+#include "chart/chartpainter.h"
+#include "panel/chartsource.h"
 #include "panel/popoverview.h"
 #include "snapshot/snapshotpicture.h"
 #include "statusbar/statusimage.h"
 #include "support/appfixture.h"
+#include "support/marketbodies.h"
+#include "viewmodel/chartsize.h"
 
 #include <QApplication>
 #include <QBuffer>
 #include <QImage>
 #include <QPainter>
+#include <QTest>
 
 #include <benchmark/benchmark.h>
 
@@ -147,6 +152,68 @@ void panelTick(benchmark::State &state)
     });
 }
 BENCHMARK(panelTick)->Arg(0)->Arg(1)->MeasureProcessCPUTime();
+
+/// A chart with everything on it, as large as it opens, on a screen of twice the density.
+struct LoadedChart : Loaded
+{
+    LoadedChart()
+    {
+        serveCrypto(3000, waveCandles(320, 3000));
+        state->chartLines = QStringLiteral("ema50 ema200 vegas vwap");
+        state->maxPerSide = 7;
+        state->setCoin(QStringLiteral("BTC"));
+        drainEvents();
+        content = chartContent(*state);
+    }
+    static constexpr QSize size = usualChartSize;
+    static constexpr int scale = 2;
+    ChartContent content;
+};
+
+QImage chartPicture(int)
+{
+    const LoadedChart loaded;
+    return chartImage(*loaded.state, LoadedChart::size, false);
+}
+BENCHMARK_CAPTURE(painter, chart, chartPicture);
+
+/// The whole of it from the content; with an argument of 1 what a tick costs once the layer is there.
+void chartPaint(benchmark::State &state)
+{
+    const bool tick = state.range(0) != 0;
+    LoadedChart loaded;
+    QImage image(LoadedChart::size * LoadedChart::scale, QImage::Format_RGB32);
+    image.setDevicePixelRatio(LoadedChart::scale);
+    const QImage layer = image.copy();
+    ChartWords words;
+    drawPictures(state, [&](int turn) {
+        loaded.content.price = ChartPrice{2950 + turn % 271 * 0.37, true};
+        const ChartScene scene = makeChartScene(loaded.content, {}, LoadedChart::size, LoadedChart::scale);
+        QPainter painter(&image);
+        if (tick)
+            painter.drawImage(0, 0, layer);
+        else
+            paintChartBase(painter, scene.base, LoadedChart::size, darkPalette());
+        paintChartFront(painter, scene, loaded.content, {}, darkPalette(), words);
+    });
+}
+BENCHMARK(chartPaint)->Arg(0)->Arg(1);
+
+/// From the key to the picture.
+void chartOpening(benchmark::State &state)
+{
+    const LoadedChart loaded;
+    PopoverView view(loaded.state);
+    view.show();
+    drainEvents();
+    drawPictures(state, [&](int) {
+        for (int twice = 0; twice < 2; ++twice) { // open and closed again
+            QTest::keyClick(&view, Qt::Key_C);
+            QApplication::processEvents();
+        }
+    });
+}
+BENCHMARK(chartOpening);
 
 void encoding(benchmark::State &state)
 {

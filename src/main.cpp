@@ -157,7 +157,7 @@ int runSnapshot(const SnapshotMode::Config &config, const AppState::Dependencies
                 const QString &notice)
 {
     SnapshotMode snapshot(config, dependencies, notice);
-    QObject::connect(&snapshot, &SnapshotMode::finished, qApp, &QCoreApplication::quit);
+    QObject::connect(&snapshot, &SnapshotMode::finished, qApp, &QCoreApplication::exit);
     snapshot.run();
     return QCoreApplication::exec();
 }

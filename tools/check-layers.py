@@ -19,14 +19,15 @@ LAYERS = {
     "viewmodel": ({"viewmodel", "state", "market/marketsegment.h", "analysis", "platform/clock.h"},
                   [GUI, NETWORK, JSON_LIBRARY, r"QCoro"]),
     "ui": ({"ui"}, [NETWORK, JSON_LIBRARY, r"QCoro"]),
-    "panel": ({"panel", "ui", "viewmodel", "state", "market/marketsegment.h", "analysis", "platform/clock.h", "platform/async.h"},
+    "chart": ({"chart", "ui", "viewmodel", "state", "analysis"}, [NETWORK, JSON_LIBRARY, r"QCoro"]),
+    "panel": ({"panel", "chart", "ui", "viewmodel", "state", "market/marketsegment.h", "analysis", "platform/clock.h", "platform/async.h"},
               [NETWORK, JSON_LIBRARY]),
     "line": ({"line", "snapshot/commandline.h", "snapshot/selection.h", "snapshot/snapshotdata.h", "viewmodel", "state",
               "market/marketsegment.h", "analysis", "platform"}, [GUI, NETWORK, JSON_LIBRARY]),
     "statusbar": ({"statusbar", "line", "panel", "ui", "viewmodel", "state", "sound/alertsound.h", "market/marketsegment.h", "market/marketservice.h", "analysis",
                    "platform"},
                   [JSON_LIBRARY, r"QMediaDevices|QSoundEffect|QtMultimedia"]),
-    "snapshot": ({"snapshot", "panel", "ui", "viewmodel", "state", "market", "platform", "analysis"}, [NETWORK, JSON_LIBRARY]),
+    "snapshot": ({"snapshot", "panel", "chart", "ui", "viewmodel", "state", "market", "platform", "analysis"}, [NETWORK, JSON_LIBRARY]),
     "sound": ({"sound"}, [NETWORK, JSON_LIBRARY]),
 }
 REPLAY = ({"replay", "analysis"}, [GUI, JSON_LIBRARY])

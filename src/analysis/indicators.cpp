@@ -219,6 +219,18 @@ auto valueAfter(Reading reading, const Inputs &inputs)
     return reading.value();
 }
 
+template <typename Reading, typename Inputs>
+std::optional<std::vector<double>> valuesAlong(Reading reading, const Inputs &inputs)
+{
+    std::vector<double> series;
+    for (const auto &input : inputs) {
+        reading.push(input);
+        if (const auto current = reading.value())
+            series.push_back(*current);
+    }
+    return series.empty() ? std::nullopt : std::optional(std::move(series));
+}
+
 } // namespace
 
 std::optional<double> sma(std::span<const double> values, int period)
@@ -228,14 +240,7 @@ std::optional<double> sma(std::span<const double> values, int period)
 
 std::optional<std::vector<double>> emaSeries(std::span<const double> values, int period)
 {
-    std::vector<double> series;
-    Ema average(period);
-    for (const double value : values) {
-        average.push(value);
-        if (const auto current = average.value())
-            series.push_back(*current);
-    }
-    return series.empty() ? std::nullopt : std::optional(std::move(series));
+    return valuesAlong(Ema(period), values);
 }
 
 std::optional<double> ema(std::span<const double> values, int period)
@@ -265,6 +270,11 @@ std::optional<MacdResult> macd(std::span<const double> values, int fast, int slo
 std::optional<double> vwap(std::span<const Candle> candles)
 {
     return valueAfter(Vwap(), candles);
+}
+
+std::optional<std::vector<double>> vwapSeries(std::span<const Candle> candles)
+{
+    return valuesAlong(Vwap(), candles);
 }
 
 IndicatorReadings readIndicators(std::span<const Candle> candles)

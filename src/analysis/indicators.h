@@ -42,6 +42,8 @@ struct MacdResult
 
 /// Volume-weighted typical price over every candle given; absent without volume.
 [[nodiscard]] std::optional<double> vwap(std::span<const Candle> candles);
+/// The same after each candle from the first with volume on; the last element belongs to the last candle.
+[[nodiscard]] std::optional<std::vector<double>> vwapSeries(std::span<const Candle> candles);
 
 /// Every reading that the market context and the timeframe score need, in one pass over the candles.
 struct IndicatorReadings

@@ -15,6 +15,8 @@
 
 namespace kestrune {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr int lineSpacing = 4;
@@ -42,6 +44,9 @@ QWidget *HeaderSection::makeTitleRow()
     m_title->setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
     m_sparkline = new PixelSparkline(m_context.clock);
     m_sparkline->setFixedSize(sparklineSize);
+    m_sparkline->setCursor(Qt::PointingHandCursor);
+    m_sparkline->setToolTip(u"打开 K线图（C）"_s);
+    connect(m_sparkline, &PixelSparkline::clicked, this, &HeaderSection::chartRequested);
     m_sparkline->hide();
     m_price = new TextLabel(TypeRole::price);
     m_price->hide();

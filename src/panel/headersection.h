@@ -24,6 +24,9 @@ public:
     void refresh();
     [[nodiscard]] QList<QWidget *> tabStops() const;
 
+Q_SIGNALS:
+    void chartRequested();
+
 private:
     [[nodiscard]] QWidget *makeTitleRow();
     [[nodiscard]] QWidget *makeChangeRow();

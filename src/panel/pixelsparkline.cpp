@@ -4,6 +4,7 @@
 #include "analysis/priceformat.h"
 #include "ui/devicepixels.h"
 
+#include <QMouseEvent>
 #include <QPainter>
 
 #include <algorithm>
@@ -175,6 +176,17 @@ void PixelSparkline::setContent(std::span<const double> values, std::span<const 
         rebuildCurve();
     }
     rebuildMarkers();
+}
+
+void PixelSparkline::mousePressEvent(QMouseEvent *event)
+{
+    event->setAccepted(event->button() == Qt::LeftButton);
+}
+
+void PixelSparkline::mouseReleaseEvent(QMouseEvent *event)
+{
+    if (event->button() == Qt::LeftButton && rect().contains(event->position().toPoint()))
+        Q_EMIT clicked();
 }
 
 void PixelSparkline::paintEvent(QPaintEvent *)

@@ -56,7 +56,12 @@ public:
 
     [[nodiscard]] QSize sizeHint() const override { return {70, 16}; }
 
+Q_SIGNALS:
+    void clicked();
+
 protected:
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
     void showEvent(QShowEvent *event) override;

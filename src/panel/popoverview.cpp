@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "panel/popoverview.h"
 
+#include "chart/chartwidget.h"
 #include "panel/alertlogsection.h"
 #include "panel/alertssection.h"
+#include "panel/chartsheet.h"
 #include "panel/contextsection.h"
 #include "panel/firedalerts.h"
 #include "panel/footersection.h"
@@ -29,6 +31,7 @@
 #include <QDesktopServices>
 #include <QKeyEvent>
 #include <QScrollBar>
+#include <QShortcut>
 #include <QToolTip>
 
 #include <algorithm>
@@ -105,7 +108,11 @@ PopoverView::PopoverView(std::shared_ptr<AppState> state, const Options &options
     connectActions();
 }
 
-PopoverView::~PopoverView() = default;
+// The chart tells of its end, which is not to reach a panel that is half gone.
+PopoverView::~PopoverView()
+{
+    delete m_chart;
+}
 
 QWidget *PopoverView::makeScrolledContent()
 {
@@ -134,6 +141,9 @@ void PopoverView::connectActions()
     connect(m_footer, &FooterSection::refreshRequested, this, &PopoverView::refreshAll);
     connect(m_zones, &ZonesSection::refreshRequested, this, &PopoverView::refreshZones);
     connect(m_footer, &FooterSection::helpRequested, this, &PopoverView::showHelp);
+    connect(new QShortcut(Qt::Key_C, this), &QShortcut::activated, this, &PopoverView::toggleChart);
+    connect(m_header, &HeaderSection::chartRequested, this, &PopoverView::toggleChart);
+    connect(m_zones, &ZonesSection::chartRequested, this, &PopoverView::toggleChart);
     connect(m_settings, &SettingsSection::noted, this,
             [this](const QString &note) { showToast(note, true); });
     connect(&m_state->alertLog(), &AlertLog::changed, this, &PopoverView::scheduleUpdate);
@@ -183,6 +193,8 @@ void PopoverView::updateNow()
     m_alertLog->refresh();
     m_settings->refresh();
     m_footer->refresh();
+    if (m_chart)
+        m_chart->refresh();
     if (m_tabStopsStale)
         orderTabStops();
 }
@@ -192,6 +204,8 @@ void PopoverView::setDark(bool dark)
     setPalette(toolkitPalette(dark ? darkPalette() : lightPalette()));
     QToolTip::setPalette(palette()); // tooltips take over nothing from the widget they belong to
     QToolTip::setFont(fontFor(TypeRole::caption));
+    if (m_chart)
+        m_chart->refresh();
 }
 
 void PopoverView::setMaximumPanelHeight(int height)
@@ -291,6 +305,22 @@ void PopoverView::showHelp()
     m_help->openOver();
 }
 
+void PopoverView::toggleChart()
+{
+    if (m_chart) {
+        m_chart->leave();
+        return;
+    }
+    m_chart = new ChartSheet(contextOf(*m_state, {}), this);
+    connect(m_chart->chart(), &ChartWidget::zonePointed, m_zones, &ZonesSection::light);
+    connect(m_zones, &ZonesSection::zonePointed, m_chart->chart(), &ChartWidget::light);
+    connect(m_chart, &ChartSheet::closed, this, [this] {
+        m_chart = nullptr;
+        m_zones->light(0, {});
+    });
+    m_chart->open();
+}
+
 // Tab follows the reading order, also through rows that came later than what stands below them.
 void PopoverView::orderTabStops()
 {
@@ -339,6 +369,8 @@ void PopoverView::hideEvent(QHideEvent *event)
     QWidget::hideEvent(event);
     if (m_help)
         m_help->close();
+    if (m_chart)
+        m_chart->leave();
     m_toast->hide();
 }
 
@@ -356,6 +388,10 @@ void PopoverView::keyPressEvent(QKeyEvent *event)
     }
     if (isHelpShown()) {
         m_help->close();
+        return;
+    }
+    if (m_chart) {
+        m_chart->leave();
         return;
     }
     Q_EMIT closeRequested();

@@ -14,6 +14,7 @@ namespace kestrune {
 
 class AlertLogSection;
 class AlertsSection;
+class ChartSheet;
 class ChipRow;
 class ContextSection;
 class FiredAlerts;
@@ -85,6 +86,7 @@ private:
     void refreshZones();
     static QCoro::Task<> refreshAndReport(std::shared_ptr<AppState> state, QPointer<PopoverView> view);
     void showHelp();
+    void toggleChart();
     void orderTabStops();
     void placeToast();
 
@@ -102,6 +104,7 @@ private:
     Toast *m_toast;
     ScrollArea *m_area;
     QPointer<HelpSheet> m_help;
+    QPointer<ChartSheet> m_chart; ///< while it is open
     bool m_updatePending = false;
     bool m_tabStopsStale = true;
     bool m_refreshing = false; ///< what refreshAll() began is under way

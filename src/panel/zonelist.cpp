@@ -58,6 +58,8 @@ ZoneRow *ZoneList::makeRow(const Zone &zone, int decimals)
 {
     auto *row = new ZoneRow(zone, decimals, this);
     connect(row, &ZoneRow::tapped, this, [this, row] { Q_EMIT tapped(row->zone()); });
+    connect(row, &ZoneRow::pointed, this,
+            [this, row](bool on) { Q_EMIT pointed(row->zone().mid, on ? row->zone().type : QString()); });
     connect(row, &ZoneRow::bellPressed, this, [this, row] { Q_EMIT bellPressed(row->zone()); });
     connect(row, &ZoneRow::menuRequested, this,
             [this, row](const QPoint &at) { Q_EMIT menuRequested(row->zone(), at); });

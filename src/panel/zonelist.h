@@ -30,6 +30,7 @@ Q_SIGNALS:
     void tapped(const kestrune::Zone &zone);
     void bellPressed(const kestrune::Zone &zone);
     void menuRequested(const kestrune::Zone &zone, const QPoint &globalPosition);
+    void pointed(double mid, const QString &type); ///< an empty type: no row any more
 
 private:
     [[nodiscard]] ZoneRow *makeRow(const Zone &zone, int decimals);

@@ -135,6 +135,12 @@ void ZoneRow::setDimmed(bool dimmed)
         update();
 }
 
+void ZoneRow::setLit(bool lit)
+{
+    if (std::exchange(m_lit, lit) != lit)
+        update();
+}
+
 void ZoneRow::setSelected(bool selected)
 {
     if (m_selected == selected)
@@ -174,6 +180,8 @@ bool ZoneRow::event(QEvent *event)
     m_fade.handle(*event);
     if (event->type() == QEvent::Hide)
         m_pressed = false;
+    else if (event->type() == QEvent::Enter || event->type() == QEvent::Leave)
+        Q_EMIT pointed(event->type() == QEvent::Enter);
     return QWidget::event(event);
 }
 
@@ -183,8 +191,8 @@ void ZoneRow::paintEvent(QPaintEvent *)
     const Palette &palette = paletteOf(this);
     if (m_selected)
         fillRounded(painter, rect(), cornerRadius, palette.accentSoft);
-    if (m_fade.level() > 0)
-        fillRounded(painter, rect(), cornerRadius, palette.veil(m_fade.level()));
+    if (const double level = std::max(m_fade.level(), m_lit ? 1.0 : 0.0); level > 0)
+        fillRounded(painter, rect(), cornerRadius, palette.veil(level));
     painter.setPen(palette.color(m_dimmed ? Tone::secondary : Tone::text));
     drawTextLine(painter, QPointF(overhang, verticalMargin), m_price, TypeRole::zonePrice);
     painter.setPen(palette.color(m_dimmed ? Tone::secondary : distanceTone(m_zone.distPct)));

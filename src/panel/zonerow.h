@@ -36,6 +36,8 @@ public:
     /// Greys the numbers of a zone that is old or of another selection.
     void setDimmed(bool dimmed);
     void setSelected(bool selected);
+    /// As under the pointer: the zone is pointed at elsewhere.
+    void setLit(bool lit);
     [[nodiscard]] bool isSelected() const { return m_selected; }
     [[nodiscard]] const QString &priceText() const { return m_price; }
     [[nodiscard]] const QString &distance() const { return m_distance; }
@@ -54,6 +56,7 @@ Q_SIGNALS:
     void bellPressed();
     /// By the pointer, the keyboard, a reader, or a long press on the bell.
     void menuRequested(const QPoint &globalPosition);
+    void pointed(bool on); ///< the pointer has come or gone
 
 protected:
     bool event(QEvent *event) override;
@@ -81,6 +84,7 @@ private:
     int m_distanceWidth = 0;
     bool m_dimmed = false;
     bool m_selected = false;
+    bool m_lit = false;
     bool m_pressed = false; // the mouse went down on the row
     std::vector<TagContent> m_tagContents;
     std::vector<Tag *> m_tags; // shown ones first

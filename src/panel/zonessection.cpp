@@ -132,17 +132,23 @@ QWidget *ZonesSection::makePriceLine()
     m_loadingHint = makeSpinnerWithText();
     m_loadingHint->hide();
     m_chart = new IconButton(u"command"_s);
+    m_ownChart = new TextButton(u"图表"_s, TextButton::Look::plain);
+    m_ownChart->setToolTip(u"K线图（C）"_s);
+    connect(m_ownChart, &TextButton::clicked, this, &ZonesSection::chartRequested);
     line->addWidget(new TextLabel(u"现价"_s, TypeRole::body, Tone::secondary));
     line->addWidget(m_price);
     line->addStretch(1);
     line->addWidget(m_loadingHint);
+    line->addWidget(m_ownChart);
     line->addWidget(m_chart);
     return bar;
 }
 
 void ZonesSection::connectList(ZoneList *list)
 {
-    connect(list, &ZoneList::tapped, this, &ZonesSection::toggleSelection);
+    connect(list, &ZoneList::tapped, this,
+            [this](const Zone &zone) { togglePickedZone(m_context.state, zone.mid, zone.type); });
+    connect(list, &ZoneList::pointed, this, &ZonesSection::zonePointed);
     connect(list, &ZoneList::bellPressed, this,
             [this](const Zone &zone) { m_context.state.toggleZoneAlert(zone); });
     connect(list, &ZoneList::menuRequested, this, &ZonesSection::showMenu);
@@ -238,15 +244,12 @@ void ZonesSection::refreshBanner()
     }
 }
 
-void ZonesSection::toggleSelection(const Zone &zone)
+void ZonesSection::light(double mid, const QString &type)
 {
-    AppState &state = m_context.state;
-    if (state.selectedZonePrice() == zone.mid && state.selectedZoneType() == zone.type) {
-        clearPickedZone(state);
-        return;
+    for (const ZoneList *list : {m_resistances, m_supports}) {
+        for (ZoneRow *row : list->rows())
+            row->setLit(row->zone().mid == mid && row->zone().type == type);
     }
-    state.selectedZonePrice = zone.mid;
-    state.selectedZoneType = zone.type;
 }
 
 void ZonesSection::showMenu(const Zone &zone, const QPoint &globalPosition)
@@ -290,7 +293,7 @@ QList<QWidget *> ZonesSection::tabStops() const
             stops << row << row->bell();
     };
     addRows(m_resistances);
-    stops << m_empty << m_chart << m_banner->tabStops();
+    stops << m_empty << m_ownChart << m_chart << m_banner->tabStops();
     addRows(m_supports);
     return stops;
 }

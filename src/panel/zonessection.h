@@ -30,10 +30,14 @@ public:
     [[nodiscard]] const QWidget *core() const { return m_core; }
     /// Whether so many rows are listed on a side that the core may lie outside the first view.
     [[nodiscard]] bool isLong() const;
+    /// Lights the row of a zone that is pointed at elsewhere; none with an empty type.
+    void light(double mid, const QString &type);
 
 Q_SIGNALS:
     void tabStopsChanged();
     void refreshRequested(); ///< of the zones alone
+    void chartRequested();
+    void zonePointed(double mid, const QString &type); ///< an empty type: none any more
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -48,7 +52,6 @@ private:
     void refreshPriceLine();
     void refreshBanner();
     void keepHeight(bool empty);
-    void toggleSelection(const Zone &zone);
     void showMenu(const Zone &zone, const QPoint &globalPosition);
     void openChart();
 
@@ -65,7 +68,8 @@ private:
     std::vector<TextLabel *> m_notices; // shown ones first
     TextLabel *m_planNotice;            // in the banner's place
     TextLabel *m_price;
-    IconButton *m_chart;
+    IconButton *m_chart; // of the market's site
+    TextButton *m_ownChart;
     PlanBanner *m_banner;
     bool m_wasEmpty = true;
     bool m_wasLoading = false;

@@ -2,6 +2,7 @@
 #include "snapshot/commandline.h"
 
 #include "market/endpoints.h"
+#include "viewmodel/chartsize.h"
 
 namespace kestrune {
 
@@ -13,8 +14,9 @@ const QString marketServerOption = u"--market-server"_s;
 
 bool takesValue(const QString &argument)
 {
-    static const QStringList options{u"--snapshot"_s,    u"--symbol"_s, u"--market"_s, u"--timeframe"_s,
-                                     marketServerOption, u"--watch"_s,  u"--print"_s};
+    static const QStringList options{u"--snapshot"_s, u"--chart"_s,  u"--size"_s,
+                                     u"--symbol"_s,   u"--market"_s, u"--timeframe"_s,
+                                     u"--watch"_s,    u"--print"_s,  marketServerOption};
     return options.contains(argument);
 }
 
@@ -68,6 +70,10 @@ CommandLine parseCommandLine(const QStringList &arguments)
         readMarketServer(line, *server);
     else if (arguments.contains(marketServerOption))
         line.error = u"--market-server wants an address"_s;
+    if (arguments.endsWith(u"--chart"_s) && arguments.count(u"--chart"_s) == 1)
+        line.error = u"--chart wants a file"_s;
+    if (const auto size = optionValue(arguments, u"--size"_s); size && !chartSizeFrom(*size))
+        line.error = u"--size wants width and height between 360x260 and 4096x4096, for example 720x460"_s;
     if (line.demo && line.marketServer && !line.error)
         line.error = u"--demo and --market-server exclude each other"_s;
     return line;
@@ -80,10 +86,13 @@ QString helpText()
 Live price, support and resistance in the status bar: crypto perpetuals, China A-shares, Hong Kong stocks.
 
   --snapshot DIR        write the analysis of one instrument into DIR and exit
+  --chart FILE          draw the chart of one instrument as a PNG picture and exit
+  --size WxH            its size, 720x460 without; the picture has twice as many pixels
+  --light               draw it in light colours
   --watch FORMAT        print a line at every change, for a status bar: waybar, i3bar, polybar, xfce,
                         argos, tmux, plain or json; the running program's, or its own without one
   --print FORMAT        print one such line and exit: 0 with a price, 3 without, 4 with an old one
-  --market SEGMENT      加密, A股 or 港股 (with --snapshot, --watch, --print)
+  --market SEGMENT      加密, A股 or 港股 (with --snapshot, --chart, --watch, --print)
   --symbol CODE         instrument, for example BTC, sh600519, hk00700 (likewise)
   --timeframe LABEL     1H, 4H, 日线, 周线 or 月线 (likewise)
   --demo                use a simulated market instead of live data; settings are kept apart

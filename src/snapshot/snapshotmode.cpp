@@ -20,6 +20,14 @@ constexpr auto loadDeadline = 30s;
 constexpr auto readinessPoll = 500ms;
 constexpr auto settlingTime = 1000ms; // between readiness and output, for what is still arriving
 
+// An earlier file stays whole until the new one is.
+bool writeWhole(const QString &path, const std::function<bool(QIODevice &)> &write)
+{
+    QSaveFile file(path);
+    file.setDirectWriteFallback(true); // a writable file in a folder that is not
+    return file.open(QIODevice::WriteOnly) && write(file) && file.commit();
+}
+
 } // namespace
 
 SnapshotMode::SnapshotMode(Config config, const AppState::Dependencies &dependencies, QString marketNotice)
@@ -34,7 +42,8 @@ SnapshotMode::~SnapshotMode() = default;
 void SnapshotMode::run()
 {
     m_config.selection.apply(*m_state);
-    m_picture = std::make_unique<SnapshotPicture>(m_state, m_marketNotice);
+    if (!m_config.dir.isEmpty())
+        m_picture = std::make_unique<SnapshotPicture>(m_state, m_marketNotice);
     startInBackground(this, [state = m_state] { return refresh(state); });
     waitUntilReady(m_clock.steady() + loadDeadline);
 }
@@ -58,11 +67,13 @@ QCoro::Task<> SnapshotMode::waitUntilReady(SteadyInstant deadline)
             co_return;
     }
     auto settled = m_clock.sleep(settlingTime);
-    static_cast<void>(m_picture->render()); // loads fonts and lays everything out while there is time
+    if (m_picture)
+        static_cast<void>(m_picture->render()); // loads fonts and lays everything out while there is time
     if (!co_await settled || !self)
         co_return;
-    capture();
-    Q_EMIT finished();
+    if (m_picture)
+        capture();
+    Q_EMIT finished(m_config.chart.isEmpty() ? 0 : captureChart());
 }
 
 // deliberate: without a picture there is no summary either, but a picture that cannot be written does not
@@ -73,23 +84,31 @@ void SnapshotMode::capture()
     if (image.isNull())
         return;
     QDir().mkpath(m_config.dir); // a failure shows in the writes, which are not reported either
-    writeFile(u"popover.png"_s, [&](QIODevice &file) { return writePng(image, file); });
+    writeIntoDir(u"popover.png"_s, [&](QIODevice &file) { return writePng(image, file); });
     writeJSON();
+}
+
+int SnapshotMode::captureChart() const
+{
+    constexpr int unwritable = 2;
+    constexpr int withoutData = 3;
+    const QImage image = chartImage(*m_state, m_config.chartSize, m_config.lightChart);
+    if (image.isNull())
+        return withoutData;
+    const bool written = writeWhole(m_config.chart, [&](QIODevice &file) { return writePng(image, file); });
+    return written ? 0 : unwritable;
 }
 
 void SnapshotMode::writeJSON() const
 {
     if (const auto summary = snapshotSummary(*m_state, m_clock.now()))
-        writeFile(u"data.json"_s, [&](QIODevice &file) { return file.write(*summary) == summary->size(); });
+        writeIntoDir(u"data.json"_s,
+                     [&](QIODevice &file) { return file.write(*summary) == summary->size(); });
 }
 
-// An earlier file stays whole until the new one is.
-void SnapshotMode::writeFile(const QString &name, const std::function<bool(QIODevice &)> &write) const
+void SnapshotMode::writeIntoDir(const QString &name, const std::function<bool(QIODevice &)> &write) const
 {
-    QSaveFile file(m_config.dir + u'/' + name);
-    file.setDirectWriteFallback(true); // a writable file in a folder that is not
-    if (file.open(QIODevice::WriteOnly) && write(file))
-        file.commit();
+    static_cast<void>(writeWhole(m_config.dir + u'/' + name, write));
 }
 
 } // namespace kestrune

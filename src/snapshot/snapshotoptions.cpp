@@ -2,6 +2,7 @@
 #include "snapshot/snapshotmode.h"
 
 #include "snapshot/commandline.h"
+#include "viewmodel/chartsize.h"
 
 namespace kestrune {
 
@@ -9,10 +10,14 @@ using namespace Qt::StringLiterals;
 
 std::optional<SnapshotMode::Config> SnapshotMode::parse(const QStringList &arguments)
 {
-    auto dir = optionValue(arguments, u"--snapshot"_s);
-    if (!dir)
+    const auto dir = optionValue(arguments, u"--snapshot"_s);
+    const auto chart = optionValue(arguments, u"--chart"_s);
+    if (!dir && !chart)
         return std::nullopt;
-    return Config{std::move(*dir), Selection::parse(arguments)};
+    return Config{
+        dir.value_or(QString()), Selection::parse(arguments), chart.value_or(QString()),
+        chartSizeFrom(optionValue(arguments, u"--size"_s).value_or(QString())).value_or(usualChartSize),
+        arguments.contains(u"--light"_s)};
 }
 
 } // namespace kestrune

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "snapshot/snapshotpicture.h"
 
+#include "chart/chartpainter.h"
+#include "panel/chartsource.h"
 #include "panel/popoverview.h"
 
 #include <QImageWriter>
+#include <QPainter>
 #include <QScopeGuard>
 
 #include <cmath>
@@ -14,6 +17,19 @@ namespace {
 
 constexpr int snapshotScale = 2;
 constexpr double pixelsPerMetre = 72 / 0.0254;
+
+QImage blankPicture(const QSize &size)
+{
+    QImage image(size * snapshotScale, QImage::Format_ARGB32_Premultiplied);
+    if (image.isNull())
+        return {};
+    image.setDevicePixelRatio(snapshotScale);
+    // Here already: told to a picture that is held twice it would make a copy.
+    const auto resolution = int(std::lround(pixelsPerMetre * snapshotScale));
+    image.setDotsPerMeterX(resolution);
+    image.setDotsPerMeterY(resolution);
+    return image;
+}
 
 } // namespace
 
@@ -36,16 +52,26 @@ QImage SnapshotPicture::render()
     const auto hideAgain = qScopeGuard([this] { m_panel->hide(); });
     if (m_panel->size().isEmpty())
         return {};
-    QImage image(m_panel->size() * snapshotScale, QImage::Format_ARGB32_Premultiplied);
+    QImage image = blankPicture(m_panel->size());
     if (image.isNull())
         return {};
-    image.setDevicePixelRatio(snapshotScale);
-    // Here already: told to a picture that is held twice it would make a copy.
-    const auto resolution = int(std::lround(pixelsPerMetre * snapshotScale));
-    image.setDotsPerMeterX(resolution);
-    image.setDotsPerMeterY(resolution);
     image.fill(darkBackdrop);
     m_panel->render(&image);
+    return image;
+}
+
+QImage chartImage(const AppState &state, const QSize &size, bool light)
+{
+    const ChartContent content = chartContent(state);
+    QImage image = content.candles.empty() ? QImage() : blankPicture(size);
+    if (image.isNull())
+        return {};
+    const Palette &palette = light ? lightPalette() : darkPalette();
+    const ChartScene scene = makeChartScene(content, {}, size, snapshotScale);
+    QPainter painter(&image);
+    paintChartBase(painter, scene.base, size, palette);
+    ChartWords words;
+    paintChartFront(painter, scene, content, {}, palette, words);
     return image;
 }
 

@@ -34,6 +34,9 @@ private:
     std::unique_ptr<PopoverView> m_panel;
 };
 
+/// The chart of all loaded candles at twice `size`; null without candles of the selection.
+[[nodiscard]] QImage chartImage(const AppState &state, const QSize &size, bool light);
+
 /// Writes an image as PNG with its resolution; false when
 /// that fails.
 [[nodiscard]] bool writePng(const QImage &image, QIODevice &device);

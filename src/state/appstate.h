@@ -107,6 +107,8 @@ public:
         kept(settings::marketContextExpanded, &AppState::marketContextExpanded);
     Published<bool> desktopNotices = kept(settings::desktopNotices, &AppState::desktopNotices);
     Published<bool> zoneNotices = kept(settings::zoneNotices, &AppState::zoneNotices);
+    Published<QString> chartLines = kept(settings::chartLines, &AppState::chartLines);
+    Published<QString> chartSize = kept(settings::chartSize, &AppState::chartSize);
     Published<std::vector<PriceAlert>> alerts =
         restored(settings::alerts, &AppState::alerts); ///< of all instruments
     Published<bool> blingMode =
@@ -246,7 +248,8 @@ public:
     void addAlert(double target, std::optional<QString> label = {}, std::optional<bool> above = {},
                   std::optional<FollowedZone> follows = {});
     void toggleZoneAlert(const Zone &zone);
-    void followZone(const Zone &zone); ///< adds or removes the alert that follows() tells of
+    void followZone(const Zone &zone);                ///< adds or removes the alert that follows() tells of
+    void moveAlert(const QString &id, double target); ///< keeps its label, but one that tells the price
     void removeAlert(const QString &id);
     void restoreAlert(const PriceAlert &alert); ///< one that was removed, as it was
     void dismissAlert(const QString &id, const QString &where = QStringLiteral("panel"));
@@ -309,6 +312,8 @@ private:
     void clearAnalysisState();
     void selectCoin(const QString &code);
 
+    [[nodiscard]] std::optional<double> alertReference() const; ///< what new directions are told by
+    void applyAlerts(std::vector<PriceAlert> changed);
     void saveAlerts();
     [[nodiscard]] bool changeAlert(const QString &id, const std::function<void(PriceAlert &)> &change);
     void evaluateAlerts(const QString &symbol, double live);

@@ -18,6 +18,12 @@ using namespace std::chrono_literals;
 
 namespace kestrune {
 
+namespace {
+
+const QString byHand = u"手动 "_s; // before the price in the label of an alert that was set by hand
+
+} // namespace
+
 std::vector<PriceAlert> AppState::currentAlerts() const
 {
     std::vector<PriceAlert> own;
@@ -72,13 +78,13 @@ void AppState::setAway(bool away)
 void AppState::addAlert(double target, std::optional<QString> label, std::optional<bool> above,
                         std::optional<FollowedZone> follows)
 {
-    const auto reference = priceStanding().believed() ? price() : ownZonePrice();
+    const auto reference = alertReference();
     std::vector<PriceAlert> changed = alerts();
     changed.push_back({.id = QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper(),
                        .targetPrice = target,
                        .above = above.value_or(reference && *reference < target),
                        .symbol = coinSymbol(),
-                       .label = label ? std::move(*label) : u"手动 "_s + fmtP(target, decimals()),
+                       .label = label ? std::move(*label) : byHand + fmtP(target, decimals()),
                        .triggered = false,
                        .lastFiredAt = std::nullopt,
                        .undirected = !above && !reference,
@@ -86,9 +92,7 @@ void AppState::addAlert(double target, std::optional<QString> label, std::option
                                    ? stockQuote()->name
                                    : QString(),
                        .follows = follows});
-    alerts = std::move(changed);
-    saveAlerts();
-    evaluateAlerts();
+    applyAlerts(std::move(changed));
 }
 
 void AppState::toggleZoneAlert(const Zone &zone)
@@ -125,6 +129,37 @@ void AppState::followZone(const Zone &zone)
         removeAlert(present->id);
     else
         addAlert(zone.mid, followedLabel(*place, fmtP(zone.mid, decimals())), place->resistance, place);
+}
+
+void AppState::moveAlert(const QString &id, double target)
+{
+    std::vector<PriceAlert> changed = alerts();
+    const auto alert = std::ranges::find(changed, id, &PriceAlert::id);
+    if (alert == changed.end())
+        return;
+    const auto reference = alertReference();
+    alert->targetPrice = target;
+    alert->above = reference.value_or(target) < target;
+    alert->undirected = !reference;
+    alert->triggered = false;
+    alert->lastFiredAt.reset();
+    alert->snoozed = false;
+    // One that followed a zone stands where it was put from now on.
+    if (alert->label.startsWith(byHand) || std::exchange(alert->follows, std::nullopt))
+        alert->label = byHand + fmtP(target, decimals());
+    applyAlerts(std::move(changed));
+}
+
+std::optional<double> AppState::alertReference() const
+{
+    return priceStanding().believed() ? price() : ownZonePrice();
+}
+
+void AppState::applyAlerts(std::vector<PriceAlert> changed)
+{
+    alerts = std::move(changed);
+    saveAlerts();
+    evaluateAlerts();
 }
 
 void AppState::removeAlert(const QString &id)

@@ -65,6 +65,9 @@ inline const Setting<bool> blingMode{QStringLiteral("ks_bling"), false, onlyTrue
 /// For requests about crypto and about stocks, as `parseProxy` reads them.
 inline const Setting<QString> proxyCrypto{QStringLiteral("ks_proxy_crypto"), {}, namingProxy};
 inline const Setting<QString> proxyStock{QStringLiteral("ks_proxy_stock"), {}, namingProxy};
+/// Words of the indicators on the chart, and its size as "720x460"; what cannot be read is the usual one.
+inline const Setting<QString> chartLines{QStringLiteral("ks_chart_lines")};
+inline const Setting<QString> chartSize{QStringLiteral("ks_chart_size")};
 inline const Setting<bool> hasLaunched{QStringLiteral("ks_has_launched_v2")};
 
 /// Stores what `known`, the list as it was last seen stored, has become; what other running programs have

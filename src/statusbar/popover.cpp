@@ -102,6 +102,7 @@ void Popover::openAt(const QRect &item)
     const QRect place = placePanel(item, panelSize, screen->availableGeometry());
     m_content->setMaximumHeight(place.height());
     setFixedSize(place.size());
+    resize(place.size()); // the window system may have told of an earlier size since it closed
     m_edge->setGeometry(rect());
     m_edge->raise();
     move(place.topLeft());
@@ -139,6 +140,9 @@ void Popover::mousePressEvent(QMouseEvent *event)
     QWidget::mousePressEvent(event);
     if (menu)
         Q_EMIT itemMenuRequested(where);
+    // A corner that the mask leaves out is outside too.
+    if (!mask().isEmpty() && !mask().contains(event->position().toPoint()))
+        close();
 }
 
 void Popover::keyPressEvent(QKeyEvent *event)

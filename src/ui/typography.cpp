@@ -3,6 +3,7 @@
 
 #include "ui/glyphdrawing.h"
 
+#include <QCache>
 #include <QFontDatabase>
 #include <QFontMetricsF>
 #include <QPainter>
@@ -12,6 +13,7 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 namespace kestrune {
 
@@ -181,7 +183,13 @@ void breakLines(QTextLayout &layout, TypeRole role, int width)
 
 int textWidth(const QString &text, TypeRole role)
 {
-    return static_cast<int>(std::ceil(QFontMetricsF(fontFor(role)).horizontalAdvance(text)));
+    static QCache<std::pair<int, QString>, int> known(256); // measuring takes longer than painting
+    const std::pair key(static_cast<int>(role), text);
+    if (const int *width = known.object(key))
+        return *width;
+    const int width = static_cast<int>(std::ceil(QFontMetricsF(fontFor(role)).horizontalAdvance(text)));
+    known.insert(key, new int(width));
+    return width;
 }
 
 void drawTextLine(QPainter &painter, const QPointF &topLeft, const QString &text, TypeRole role)

@@ -108,4 +108,14 @@ void clearPickedZone(AppState &state)
     state.selectedZoneType = std::nullopt;
 }
 
+void togglePickedZone(AppState &state, double mid, const QString &type)
+{
+    if (state.selectedZonePrice() == mid && state.selectedZoneType() == type) {
+        clearPickedZone(state);
+        return;
+    }
+    state.selectedZonePrice = mid;
+    state.selectedZoneType = type;
+}
+
 } // namespace kestrune

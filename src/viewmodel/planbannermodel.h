@@ -56,5 +56,7 @@ struct PlanLine
 /// Lets go of the picked zone, if any. To be called before the instrument or the timeframe changes too: the
 /// zone is one of the old ones', and its price means nothing among the new.
 void clearPickedZone(AppState &state);
+/// Picks a zone, or lets go of it when it is the picked one.
+void togglePickedZone(AppState &state, double mid, const QString &type);
 
 } // namespace kestrune

@@ -73,6 +73,7 @@ private Q_SLOTS:
         } rows[] = {
             {"help", words("--help"), 0, "--market-server URL", {}},
             {"version", words("x --version"), 0, "kestrune-bar ", {}},
+            {"no file for the chart", words("--chart"), 2, {}, "--chart wants a file"},
             {"no display", {}, 1, {}, "no display"},
             {"a display that is not there", {}, 1, {}, "no display", u":7777"_s},
             {"the demo and a server", words("--demo --market-server http://127.0.0.1:1"), 2, {}, "exclude"},

@@ -4,6 +4,8 @@
 #include "support/rows.h"
 #include "support/testregistry.h"
 
+using namespace Qt::StringLiterals;
+
 class CommandLineTest : public QObject
 {
     Q_OBJECT
@@ -17,6 +19,11 @@ class CommandLineTest : public QObject
             const auto &[symbol, market, timeframe] = config->selection;
             parts << u'[' + config->dir + u' ' + part(symbol) + u' ' + part(market) + u' ' + part(timeframe) +
                          u']';
+            if (!config->chart.isEmpty())
+                parts << u"%1 %2x%3%4"_s.arg(config->chart)
+                             .arg(config->chartSize.width())
+                             .arg(config->chartSize.height())
+                             .arg(config->lightChart ? u" light"_s : QString());
         }
         const auto line = kestrune::parseCommandLine(arguments);
         const std::pair<bool, const char *> options[] = {{line.help, "help"},
@@ -65,6 +72,12 @@ private Q_SLOTS:
             {"with a query", "--market-server http://a/?x=1", "error"},
             {"another option in its place", "--market-server --snapshot out", "[out - - -] error"},
             {"together with the demo", "--demo --market-server http://a", "demo error http://a"},
+            {"a chart", "--chart a.png --symbol BTC", "[ BTC - -] a.png 720x460"},
+            {"its look", "--size 800x500 --light --chart a.png --snapshot out",
+             "[out - - -] a.png 800x500 light"},
+            {"no file for it", "--chart", "error"},
+            {"a size of no use", "--chart a.png --size 10x10", "[ - - -] a.png 720x460 error"},
+            {"no size at all", "--chart a.png --size x460", "[ - - -] a.png 720x460 error"},
             {"the server as a symbol", "--symbol --market-server http://a", "http://a"},
         };
         kestrune::test::forEachRow(rows, [](const auto &row) {

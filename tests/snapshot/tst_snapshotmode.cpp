@@ -3,7 +3,9 @@
 #include "snapshot/snapshotmode.h"
 #include "snapshot/snapshotpicture.h"
 #include "support/appfixture.h"
+#include "support/rows.h"
 #include "support/testregistry.h"
+#include "ui/palette.h"
 
 #include <QApplication>
 #include <QBuffer>
@@ -28,10 +30,14 @@ class SnapshotModeTest : public QObject
 
         void start(SnapshotMode::Config config = {})
         {
-            config.dir = path(config.dir);
+            if (config.chart.isEmpty())
+                config.dir = path(config.dir);
             const Dependencies fakes{crypto, stock, clock, preferences, attention, Endpoints::live()};
             mode = std::make_unique<SnapshotMode>(std::move(config), fakes);
-            QObject::connect(mode.get(), &SnapshotMode::finished, mode.get(), [this] { ++finished; });
+            QObject::connect(mode.get(), &SnapshotMode::finished, mode.get(), [this](int result) {
+                ++finished;
+                status = result;
+            });
             preferences.clearWrites();
             mode->run();
         }
@@ -48,6 +54,7 @@ class SnapshotModeTest : public QObject
         QTemporaryDir folder;
         std::unique_ptr<SnapshotMode> mode;
         int finished = 0;
+        int status = -1;
     };
 
     /// Of a loaded crypto instrument.
@@ -143,6 +150,41 @@ private Q_SLOTS:
             run.clock.advance(60s);
             QCOMPARE(QDir(run.folder.path()).isEmpty(), missing != 0);
         }
+    }
+
+    void theChartIsDrawnOrTheStatusSaysWhy()
+    {
+        const struct
+        {
+            const char *name;
+            QString file;
+            bool light, data;
+            int status;
+        } rows[] = {{"dark", u"a.png"_s, false, true, 0},
+                    {"light", u"a.png"_s, true, true, 0},
+                    {"without data", u"a.png"_s, false, false, 3},
+                    {"no such folder", u"b/a.png"_s, false, true, 2}};
+        forEachRow(rows, [](const auto &row) {
+            Run run;
+            if (!row.data)
+                run.crypto.failAlways(u"/api/v4/spot/candlesticks"_s);
+            if (!row.data)
+                run.crypto.failAlways(u"/api/v3/klines"_s);
+            run.start({.dir = {},
+                       .symbol = u"BTC"_s,
+                       .market = {},
+                       .timeframe = {},
+                       .chart = run.path(row.file),
+                       .chartSize = {500, 300},
+                       .lightChart = row.light});
+            run.clock.advance(60s);
+            QCOMPARE(run.status, row.status);
+            const QImage image(run.path(row.file));
+            QCOMPARE(image.size(), row.status == 0 ? QSize(1000, 600) : QSize(0, 0));
+            QVERIFY(row.status != 0 ||
+                    image.pixelColor(2, 2) == (row.light ? lightPalette() : darkPalette()).ground);
+            QVERIFY(row.status == 0 || QDir(run.folder.path()).isEmpty());
+        });
     }
 
     void withoutDataTheDeadlineEndsIt()

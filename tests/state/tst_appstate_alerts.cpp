@@ -33,6 +33,28 @@ class AppStateAlertsTest : public QObject
     };
 
 private Q_SLOTS:
+    void aMovedAlertIsDirectedAnewAndArmed()
+    {
+        Day day(100);
+        day->addAlert(98);
+        day->addAlert(99, u"支撑 99"_s, false);
+        day.priceIs(98.5);
+        const QString id = day.alert().id;
+        day->moveAlert(day->alerts().back().id, 102);
+        day->moveAlert(id, 97);
+        day->moveAlert(u"unknown"_s, 1);
+        QCOMPARE(day.told(), u"手动 97.00 fall, 支撑 99 rise"_s);
+        QVERIFY(day.alert().id == id && !day->alerts().back().lastFiredAt);
+        day.priceIs(102.5);
+        QCOMPARE(day.told(), u"手动 97.00 fall, 支撑 99 rise fired"_s);
+        QCOMPARE(*settings::alerts.restored(day.preferences), [&] {
+            auto stored = day->alerts(); // as it was before it fired
+            stored.back().triggered = false;
+            stored.back().lastFiredAt.reset();
+            return stored;
+        }());
+    }
+
     void aManualAlertSoundsAfterTheCall()
     {
         Day day(100);

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "panel/popoverview.h"
 #include "statusbar/statusbarcontroller.h"
 
 #include "statusbar/fakeitem.h"
@@ -182,6 +183,42 @@ private Q_SLOTS:
         const QSignalSpy announced(qGuiApp, &QGuiApplication::focusObjectChanged);
         bar.popover().findChild<QLineEdit *>()->setFocus();
         QCOMPARE(announced.count(), 1);
+    }
+
+    void theWindowGrowsByTheChartAndShrinksAgain()
+    {
+        AppFixture fixture;
+        fixture.preferences.preset(u"ks_chart_size"_s, u"400x300"_s);
+        fixture.serveCrypto(3000);
+        fixture.start();
+        PopoverView *view = nullptr;
+        Popover popover([&](QWidget *parent) {
+            view = new PopoverView(fixture.state, {}, parent);
+            return PanelContent{view,
+                                [&](bool dark) { view->setDark(dark); },
+                                [&](int height) { view->setMaximumPanelHeight(height); },
+                                {}};
+        });
+        popover.openAt({700, 0, 60, 20});
+        const QRect alone = popover.geometry();
+        const auto toggle = [&] {
+            QTest::keyClick(view, Qt::Key_C);
+            drainEvents();
+        };
+        toggle();
+        QCOMPARE(popover.geometry(), alone.adjusted(-406, 0, 0, 0)); // the chart and a gap, to the left
+        QCOMPARE(QRect(view->mapToGlobal(QPoint()), view->size()), alone);
+        QVERIFY(popover.mask().contains(QPoint(10, 290)) && !popover.mask().contains(QPoint(10, 310)));
+        toggle();
+        QCOMPARE(popover.geometry(), alone);
+        QVERIFY(popover.mask().isEmpty());
+        toggle();
+        QTest::mouseClick(&popover, Qt::LeftButton, {}, {10, 310}); // in the corner that is not there
+        QVERIFY(!popover.isVisible());
+        drainEvents();
+        popover.openAt({700, 0, 60, 20});
+        QCOMPARE(popover.geometry(), alone);
+        QVERIFY(popover.mask().isEmpty());
     }
 };
 

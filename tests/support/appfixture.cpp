@@ -61,7 +61,7 @@ QString fieldName(const AppState &state, const PublishedField *field)
                      FIELD(miniMode), FIELD(blingMode), FIELD(multiPrices), FIELD(blingPulse), FIELD(alerts),
                      FIELD(pulsePhase), FIELD(signalThreshold), FIELD(displayRangePct), FIELD(maxPerSide),
                      FIELD(agesPassed), FIELD(proxyCrypto), FIELD(proxyStock), FIELD(desktopNotices),
-                     FIELD(zoneNotices), FIELD(alertToShow));
+                     FIELD(zoneNotices), FIELD(alertToShow), FIELD(chartLines), FIELD(chartSize));
 #undef FIELD
 }
 

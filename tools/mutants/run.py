@@ -28,6 +28,7 @@ TESTS = {
     "market": "tst_(market|appstate)",
     "state": "tst_(state|appstate|snapshot|panel)",
     "platform": "tst_(platform|appstate)",
+    "chart": "tst_(chart|panel)",
     "panel": "tst_(panel|snapshot|statusbar)",
     "ui": "tst_(ui|panel)",
     "viewmodel": "tst_(panel|snapshot|statusbar)",
