@@ -315,7 +315,8 @@ private:
     [[nodiscard]] std::optional<double> alertReference() const; ///< what new directions are told by
     void applyAlerts(std::vector<PriceAlert> changed);
     void saveAlerts();
-    [[nodiscard]] bool changeAlert(const QString &id, const std::function<void(PriceAlert &)> &change);
+    /// The alert as it is then; nothing for an id that is not there.
+    std::optional<PriceAlert> changeAlert(const QString &id, const std::function<void(PriceAlert &)> &change);
     void evaluateAlerts(const QString &symbol, double live);
     void directAlerts(const QString &symbol, double live);
     void playAlertSound();

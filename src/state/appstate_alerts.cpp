@@ -182,23 +182,25 @@ void AppState::restoreAlert(const PriceAlert &alert)
     saveAlerts();
 }
 
-bool AppState::changeAlert(const QString &id, const std::function<void(PriceAlert &)> &change)
+std::optional<PriceAlert> AppState::changeAlert(const QString &id,
+                                                const std::function<void(PriceAlert &)> &change)
 {
     std::vector<PriceAlert> changed = alerts();
     const auto alert = std::ranges::find(changed, id, &PriceAlert::id);
     if (alert == changed.end())
-        return false;
+        return std::nullopt;
     change(*alert);
+    PriceAlert now = *alert; // the id given may be one of the list that goes
     alerts = std::move(changed);
     saveAlerts();
-    return true;
+    return now;
 }
 
 void AppState::dismissAlert(const QString &id, const QString &where)
 {
     const double now = epochSeconds(m_dependencies.clock.now());
-    if (changeAlert(id, [now](PriceAlert &alert) { acknowledge(alert, now); }))
-        m_alertDesk->acknowledged(id, where);
+    if (const auto alert = changeAlert(id, [now](PriceAlert &one) { acknowledge(one, now); }))
+        m_alertDesk->acknowledged(alert->id, where);
 }
 
 void AppState::snoozeAlert(const QString &id, const QString &where)
@@ -208,8 +210,8 @@ void AppState::snoozeAlert(const QString &id, const QString &where)
         acknowledge(alert, now);
         alert.snoozed = true;
     };
-    if (changeAlert(id, snooze))
-        m_alertDesk->acknowledged(id, where);
+    if (const auto alert = changeAlert(id, snooze))
+        m_alertDesk->acknowledged(alert->id, where);
 }
 
 void AppState::rearmAlert(const QString &id)
@@ -226,8 +228,8 @@ void AppState::rearmAlert(const QString &id)
             alert.label = u"手动 "_s + alertPriceText(alert.symbol, alert.targetPrice);
         alert.follows.reset(); // beyond its zone there is none to go along with
     };
-    if (changeAlert(id, rearm))
-        m_alertDesk->acknowledged(id, u"panel"_s);
+    if (const auto changed = changeAlert(id, rearm))
+        m_alertDesk->acknowledged(changed->id, u"panel"_s);
 }
 
 void AppState::showAlertInstrument(const QString &id)

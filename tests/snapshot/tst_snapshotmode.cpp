@@ -171,9 +171,7 @@ private Q_SLOTS:
             if (!row.data)
                 run.crypto.failAlways(u"/api/v3/klines"_s);
             run.start({.dir = {},
-                       .symbol = u"BTC"_s,
-                       .market = {},
-                       .timeframe = {},
+                       .selection = {.symbol = u"BTC"_s, .market = {}, .timeframe = {}},
                        .chart = run.path(row.file),
                        .chartSize = {500, 300},
                        .lightChart = row.light});
