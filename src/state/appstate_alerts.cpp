@@ -133,7 +133,8 @@ void AppState::followZone(const Zone &zone)
 
 void AppState::moveAlert(const QString &id, double target)
 {
-    std::vector<PriceAlert> changed = alerts();
+    const std::vector<PriceAlert> before = alerts();
+    std::vector<PriceAlert> changed = before;
     const auto alert = std::ranges::find(changed, id, &PriceAlert::id);
     if (alert == changed.end())
         return;
@@ -143,11 +144,13 @@ void AppState::moveAlert(const QString &id, double target)
     alert->undirected = !reference;
     alert->triggered = false;
     alert->lastFiredAt.reset();
+    alert->firedPrice.reset();
     alert->snoozed = false;
     // One that followed a zone stands where it was put from now on.
     if (alert->label.startsWith(byHand) || std::exchange(alert->follows, std::nullopt))
         alert->label = byHand + fmtP(target, decimals());
     applyAlerts(std::move(changed));
+    m_alertDesk->withdrawSettled(before);
 }
 
 std::optional<double> AppState::alertReference() const

@@ -51,6 +51,7 @@ private Q_SLOTS:
             auto stored = day->alerts(); // as it was before it fired
             stored.back().triggered = false;
             stored.back().lastFiredAt.reset();
+            stored.back().firedPrice.reset();
             return stored;
         }());
     }

@@ -118,7 +118,7 @@ m(S+'settings.cpp','return offered.contains(label) ?','return offered.contains(l
 m(S+'settings.cpp','.value_or(initial);','.value_or(@);','bool that is not stored')
 m(S+'appstate.cpp','settings::hasLaunched.store(m_dependencies.preferences, true);','if (!@) settings::hasLaunched.store(m_dependencies.preferences, true);','launch flag')
 m(S+'appstate_alerts.cpp','    saveAlerts();\n    evaluateAlerts();','    if (@) evaluateAlerts();\n    saveAlerts();\n    evaluateAlerts();','save before evaluating')
-m(S+'appstate_alerts.cpp','[now](PriceAlert &alert) { acknowledge(alert, now); }))','[now](PriceAlert &alert) { acknowledge(alert, @ ? 0 : now); }))','dismiss cooldown')
+m(S+'appstate_alerts.cpp','[now](PriceAlert &one) { acknowledge(one, now); }))','[now](PriceAlert &one) { acknowledge(one, @ ? 0 : now); }))','dismiss cooldown')
 m(S+'appstate_alerts.cpp','addAlert(plan.sl, u"止损 "_s + fmtP(plan.sl, decimals()), !isLong);','addAlert(plan.sl, u"止损 "_s + fmtP(plan.sl, decimals()), @ ? isLong : !isLong);','stop alert direction')
 m(S+'appstate_alerts.cpp','m_dependencies.attention.playAlertSound(); }, Qt::QueuedConnection','m_dependencies.attention.playAlertSound(); }, @ ? Qt::DirectConnection : Qt::QueuedConnection','sound queued')
 m(S+'appstate_bling.cpp','        miniMode = false;\n','        if (!@) miniMode = false;\n','bling leaves mini')
