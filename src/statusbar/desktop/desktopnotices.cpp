@@ -17,11 +17,11 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString serviceName = u"org.freedesktop.Notifications"_s; // its interface's too
-const QString servicePath = u"/org/freedesktop/Notifications"_s;
-const QString portalName = u"org.freedesktop.portal.Desktop"_s;
-const QString portalPath = u"/org/freedesktop/portal/desktop"_s;
-const QString portalInterface = u"org.freedesktop.portal.Notification"_s;
+const QString noticeService = u"org.freedesktop.Notifications"_s; // its interface's too
+const QString noticeServicePath = u"/org/freedesktop/Notifications"_s;
+const QString noticePortal = u"org.freedesktop.portal.Desktop"_s;
+const QString noticePortalPath = u"/org/freedesktop/portal/desktop"_s;
+const QString noticePortalInterface = u"org.freedesktop.portal.Notification"_s;
 
 struct NoticeButton
 {
@@ -38,7 +38,7 @@ constexpr auto clickAction = "default"_L1; // of the message itself
 
 QDBusMessage serviceCall(const QString &method, const QVariantList &arguments = {})
 {
-    auto call = QDBusMessage::createMethodCall(serviceName, servicePath, serviceName, method);
+    auto call = QDBusMessage::createMethodCall(noticeService, noticeServicePath, noticeService, method);
     call.setArguments(arguments);
     return call;
 }
@@ -61,19 +61,19 @@ DesktopNotices::Way DesktopNotices::usualWay()
 DesktopNotices::DesktopNotices(const QDBusConnection &connection, Way way)
     : m_connection(connection)
     , m_way(way)
-    , m_watcher(serviceName, connection, QDBusServiceWatcher::WatchForOwnerChange)
+    , m_watcher(noticeService, connection, QDBusServiceWatcher::WatchForOwnerChange)
 {
     if (!m_connection.isConnected())
         return;
     if (m_way == Way::portal) {
         qDBusRegisterMetaType<QList<QVariantMap>>();
-        m_connection.connect(portalName, portalPath, portalInterface, u"ActionInvoked"_s, this,
+        m_connection.connect(noticePortal, noticePortalPath, noticePortalInterface, u"ActionInvoked"_s, this,
                              SLOT(portalActed(QString, QString)));
         return;
     }
     connect(&m_watcher, &QDBusServiceWatcher::serviceOwnerChanged, this, &DesktopNotices::ownerChanged);
     const auto listen = [this](const QString &signal, const char *slot) {
-        m_connection.connect(serviceName, servicePath, serviceName, signal, this, slot);
+        m_connection.connect(noticeService, noticeServicePath, noticeService, signal, this, slot);
     };
     listen(u"ActionInvoked"_s, SLOT(serviceActed(uint, QString)));
     listen(u"NotificationClosed"_s, SLOT(serviceClosed(uint)));
@@ -100,8 +100,8 @@ void DesktopNotices::show(const Notice &notice)
 void DesktopNotices::withdraw(const QString &id)
 {
     if (m_way == Way::portal && m_connection.isConnected()) {
-        auto call =
-            QDBusMessage::createMethodCall(portalName, portalPath, portalInterface, u"RemoveNotification"_s);
+        auto call = QDBusMessage::createMethodCall(noticePortal, noticePortalPath, noticePortalInterface,
+                                                   u"RemoveNotification"_s);
         call.setArguments({id});
         m_connection.send(call);
     } else if (const auto shown = m_shown.find(id); shown != m_shown.end()) {
@@ -259,7 +259,8 @@ void DesktopNotices::toPortal(const Notice &notice)
         message.insert(u"default-action"_s, QString(clickAction));
         message.insert(u"buttons"_s, QVariant::fromValue(buttons));
     }
-    auto call = QDBusMessage::createMethodCall(portalName, portalPath, portalInterface, u"AddNotification"_s);
+    auto call = QDBusMessage::createMethodCall(noticePortal, noticePortalPath, noticePortalInterface,
+                                               u"AddNotification"_s);
     call.setArguments({notice.id, message});
     m_connection.send(call);
 }
