@@ -69,6 +69,7 @@ FIGURES = [
     Figure("switches for a tick on a notifier item, xfce4-panel", "ticks", "xfce", "", None, 8),
     Figure("switches for a tick, wide picture, host reads all at once", "ticks", "all", "", None, 8),
     Figure("switches for a tick, label, host reads each property", "ticks", "each", "", None, 8),
+    Figure("from the price to an alert's message on the bus", "notice", "bar", "ms", "bare", 5),
     Figure("memory after a minute, panel hidden", "minute", "strip memory", "MiB", "bare memory", 1.6),
     Figure("a minute in an X11 tray: CPU", "minute", "tray cpu", "ms", "bare cpu", 1.8),
     Figure("a minute as a strip: CPU", "minute", "strip cpu", "ms", "bare cpu", 1.8),

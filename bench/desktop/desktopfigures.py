@@ -24,6 +24,8 @@ TICKS, TICK_MS = 25, 300
 SETTLING = 15  # seconds: first refreshes, docking
 MINUTE = 60
 WATCHER = "org.kde.StatusNotifierWatcher"
+NOTIFICATIONS = "org.freedesktop.Notifications"
+NOTICES = 5
 
 
 class CountingRelay:
@@ -33,6 +35,8 @@ class CountingRelay:
         host, _, port = market.removeprefix("http://").partition(":")
         self.market = host, int(port)
         self.requests = 0
+        self.asked = set()  # connections whose next answer is a price
+        self.prices = []  # when those answers were handed on
         self.listener = socket.create_server(("127.0.0.1", 0))
         self.address = f"http://127.0.0.1:{self.listener.getsockname()[1]}"
         self.in_background(self.accept)
@@ -55,6 +59,11 @@ class CountingRelay:
             while data := source.recv(1 << 20):
                 if counted:
                     self.requests += data.count(b"GET /")
+                    if b"/usdt/tickers?" in data:
+                        self.asked.add(target)
+                elif source in self.asked:
+                    self.asked.discard(source)
+                    self.prices.append(time.monotonic())
                 target.sendall(data)
             target.shutdown(socket.SHUT_WR)
         except OSError:
@@ -120,10 +129,40 @@ def start(session):
     return {name: statistics.median(values[1:]) for name, values in times.items()}  # the first one warms up
 
 
-def has_watcher():
+def has_owner(name):
     answer = desktop.output("dbus-send", "--session", "--print-reply", "--dest=org.freedesktop.DBus", "/",
-                            "org.freedesktop.DBus.NameHasOwner", "string:" + WATCHER)
+                            "org.freedesktop.DBus.NameHasOwner", "string:" + name)
     return "boolean true" in answer
+
+
+def has_watcher():
+    return has_owner(WATCHER)
+
+
+def notice(session):
+    """Milliseconds from the price that touches an alert to its message on the bus, and for a bare program's call."""
+    python = desktop.python_with("Gio", "2.0")
+    expect(python, "the GObject bindings for Python are needed")
+    service = subprocess.Popen([python, str(HERE / "notices.py")], env=session.environment, stdout=subprocess.PIPE,
+                               text=True)
+    wait_for(lambda: has_owner(NOTIFICATIONS), "the notification service", 20)
+    market = session.start_market("--speed", "1")
+    times = {"bar": [], "bare": []}
+    for number in range(NOTICES):
+        relay = CountingRelay(market)
+        alert = {"id": f"0000000{number}-0000-4000-8000-000000000000", "targetPrice": 1, "above": True,
+                 "symbol": "ETH", "label": "1", "triggered": False}
+        bar = start_bar(session, f"notice{number}", relay.address, "--strip", ks_alerts=[alert])
+        came = float(service.stdout.readline())
+        times["bar"].append((came - min(relay.prices)) * 1000)
+        session.end(bar)
+        began = time.monotonic()
+        desktop.output("gdbus", "call", "--session", "--dest", NOTIFICATIONS, "--object-path",
+                       "/org/freedesktop/Notifications", "--method", NOTIFICATIONS + ".Notify", "", "0", "", "", "",
+                       "[]", "{}", "0")
+        times["bare"].append((float(service.stdout.readline()) - began) * 1000)
+    service.terminate()
+    return {name: statistics.median(values) for name, values in times.items()}
 
 
 def ticks(session):
@@ -188,7 +227,7 @@ def minute(session):
 
 
 def measure(bin_dir, file, parts):
-    known = {"start": start, "ticks": ticks, "minute": minute}
+    known = {"start": start, "ticks": ticks, "notice": notice, "minute": minute}
     measured = {}
     for part in parts:
         print(f"measuring: {part}", flush=True)

@@ -7,6 +7,7 @@
 #include "platform/async.h"
 #include "state/alertrules.h"
 #include "state/alerttexts.h"
+#include "state/zoneplace.h"
 
 #include <algorithm>
 #include <cmath>
