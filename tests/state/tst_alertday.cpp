@@ -76,7 +76,7 @@ public:
         const auto &log = m_run->state->alertLog().entries();
         const std::size_t kept = std::min<std::size_t>(log.size(), 20); // at the end: each step adds a few
         if (attention.notices.size() != std::size_t(m_told.size()) ||
-            log.size() != std::min<std::size_t>(m_told.size(), AlertLog::mostEntries) ||
+            log.size() != std::min<std::size_t>(std::size_t(m_told.size()), AlertLog::mostEntries) ||
             !std::ranges::equal(std::span(log).last(kept), std::span(m_told).last(kept), {},
                                 &AlertLogEntry::id) ||
             !std::ranges::equal(std::span(attention.notices).last(kept), std::span(m_told).last(kept), {},
