@@ -9,7 +9,9 @@
 #include "support/appfixture.h"
 #include "support/testregistry.h"
 
+#include <QDBusArgument>
 #include <QSignalSpy>
+#include <QTest>
 
 using namespace kestrune;
 using namespace kestrune::test;
