@@ -12,14 +12,16 @@
 
 namespace kestrune {
 
+class AddView;
 class AlertsSection;
-class ChipRow;
 class ContextSection;
 class FooterSection;
 class HeaderSection;
-class HelpSheet;
+class HelpView;
+class InstrumentsSection;
 class ScrollArea;
 class SettingsSection;
+class Sheet;
 class SnapshotSection;
 class Toast;
 class ZonesSection;
@@ -54,7 +56,8 @@ public:
 
     [[nodiscard]] bool isHelpShown() const;
     void setSettingsExpanded(bool expanded);
-    void showToast(const QString &message, bool isError);
+    void showToast(const QString &message, bool isError, const QString &action = {},
+                   const std::function<void()> &onAction = {});
 
     [[nodiscard]] QSize sizeHint() const override { return size(); }
 
@@ -66,6 +69,7 @@ protected:
     void showEvent(QShowEvent *event) override;
     void hideEvent(QHideEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
 
 private:
@@ -78,12 +82,15 @@ private:
     void refreshZones();
     static QCoro::Task<> refreshAndReport(std::shared_ptr<AppState> state, QPointer<PopoverView> view);
     void showHelp();
+    void showAdding();
+    void takeChosen(MarketSegment segment, const QString &symbol);
+    [[nodiscard]] bool takeKey(const QKeyEvent &event);
     void orderTabStops();
     void placeToast();
 
     std::shared_ptr<AppState> m_state;
     HeaderSection *m_header;
-    ChipRow *m_chips;
+    InstrumentsSection *m_instruments;
     SnapshotSection *m_snapshot;
     ZonesSection *m_zones;
     ContextSection *m_marketContext;
@@ -92,7 +99,11 @@ private:
     FooterSection *m_footer;
     Toast *m_toast;
     ScrollArea *m_area;
-    QPointer<HelpSheet> m_help;
+    // The sheets, made when they are first asked for.
+    Sheet *m_help = nullptr;
+    HelpView *m_helpView = nullptr;
+    Sheet *m_adding = nullptr;
+    AddView *m_addView = nullptr;
     bool m_updatePending = false;
     bool m_tabStopsStale = true;
     bool m_refreshing = false; ///< what refreshAll() began is under way

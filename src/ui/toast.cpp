@@ -5,6 +5,7 @@
 #include "ui/icons.h"
 #include "ui/palette.h"
 #include "ui/roundedrect.h"
+#include "ui/textbutton.h"
 #include "ui/typography.h"
 
 #include <QAccessible>
@@ -13,6 +14,7 @@
 
 #include <chrono>
 #include <cmath>
+#include <utility>
 
 namespace kestrune {
 
@@ -22,6 +24,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr auto stayTime = 2500ms;
+constexpr auto actionStayTime = 8s;
 constexpr int slideMilliseconds = 200;
 constexpr int travel = 12;
 constexpr int shadowMargin = 10;
@@ -42,14 +45,27 @@ void paintShadow(QPainter &painter, const QRectF &capsule, double toastRadius)
 
 } // namespace
 
-Toast::Toast(QWidget *parent) : QWidget(parent), m_slide(new QVariantAnimation(this))
+Toast::Toast(QWidget *parent)
+    : QWidget(parent)
+    , m_action(new TextButton({}, TextButton::Look::plain, this))
+    , m_slide(new QVariantAnimation(this))
 {
-    setAttribute(Qt::WA_TransparentForMouseEvents);
     setFocusPolicy(Qt::NoFocus);
     hide();
     m_dismissal.setSingleShot(true);
-    m_dismissal.setInterval(stayTime);
-    connect(&m_dismissal, &QTimer::timeout, this, [this] { slideTo(0); });
+    m_action->setTone(Tone::blue);
+    m_action->hide();
+    connect(m_action, &TextButton::clicked, this, [this] {
+        slideTo(0);
+        if (const auto act = std::exchange(m_onAction, {}))
+            act();
+    });
+    connect(&m_dismissal, &QTimer::timeout, this, [this] {
+        if (m_action->hasFocus() || m_action->underMouse())
+            m_dismissal.start();
+        else
+            slideTo(0);
+    });
     m_slide->setDuration(slideMilliseconds);
     m_slide->setEasingCurve(QEasingCurve::InOutQuad);
     connect(m_slide, &QVariantAnimation::valueChanged, this, [this](const QVariant &value) {
@@ -59,11 +75,17 @@ Toast::Toast(QWidget *parent) : QWidget(parent), m_slide(new QVariantAnimation(t
     connect(m_slide, &QVariantAnimation::finished, this, [this] {
         if (m_presence <= 0)
             hide();
+        m_action->setVisible(m_presence >= 1 && m_onAction);
     });
 }
 
-void Toast::present(const QString &message, bool isError)
+void Toast::present(const QString &message, bool isError, const QString &action,
+                    std::function<void()> onAction)
 {
+    m_onAction = std::move(onAction);
+    m_action->setText(action);
+    m_action->hide();
+    setAttribute(Qt::WA_TransparentForMouseEvents, !m_onAction);
     m_message = message;
     m_isError = isError;
     setAccessibleName(message);
@@ -74,10 +96,15 @@ void Toast::present(const QString &message, bool isError)
         clear();
         return;
     }
-    m_dismissal.start();
+    m_dismissal.start(m_onAction ? actionStayTime : stayTime);
     slideTo(1);
     QAccessibleEvent event(this, QAccessible::Alert);
     QAccessible::updateAccessibility(&event);
+}
+
+QWidget *Toast::actionButton() const
+{
+    return m_action;
 }
 
 void Toast::setAnchor(const QPoint &bottomCenter, int maximumWidth)
@@ -116,6 +143,7 @@ void Toast::hideEvent(QHideEvent *)
 
 void Toast::slideTo(double presence)
 {
+    m_action->hide();
     m_slide->stop();
     m_slide->setStartValue(m_presence);
     m_slide->setEndValue(presence);
@@ -124,7 +152,8 @@ void Toast::slideTo(double presence)
 
 void Toast::place()
 {
-    const int around = 2 * toastSidePadding + toastIconSide + toastIconGap;
+    const int button = m_onAction ? m_action->sizeHint().width() : 0;
+    const int around = 2 * toastSidePadding + toastIconSide + toastIconGap + button;
     takeText(m_layout, m_message, toastRole, true);
     breakLines(m_layout, toastRole, std::max(m_maximumWidth - around, 40));
     double widest = 0;
@@ -135,6 +164,9 @@ void Toast::place()
     const QPoint corner = m_bottomCenter - QPoint(m_capsule.width() / 2, m_capsule.height());
     setGeometry(
         QRect(corner, m_capsule).adjusted(-shadowMargin, -shadowMargin, shadowMargin, shadowMargin + travel));
+    m_action->setGeometry(QRect({shadowMargin + m_capsule.width() - toastSidePadding / 2 - button,
+                                 shadowMargin + (m_capsule.height() - m_action->sizeHint().height()) / 2},
+                                m_action->sizeHint()));
     update();
 }
 
@@ -143,6 +175,7 @@ void Toast::clear()
     m_slide->stop();
     m_dismissal.stop();
     m_presence = 0;
+    m_onAction = {};
     hide();
     if (m_message.isEmpty())
         return;

@@ -7,11 +7,16 @@
 #include <QTimer>
 #include <QWidget>
 
+#include <functional>
+
 class QVariantAnimation;
 
 namespace kestrune {
 
-/// A capsule with an icon and a message that rises into place, stays 2.5 s and leaves. It floats above its
+class TextButton;
+
+/// A capsule with an icon and a message that rises into place, stays 2.5 s and leaves; with a button it stays
+/// 8 s, and on while the button has the pointer or the focus. It floats above its
 /// parent: tell it where its lower edge stands. Hiding the parent ends it at once.
 class Toast : public QWidget, public WithRole<QAccessible::AlertMessage>
 {
@@ -21,7 +26,11 @@ public:
     explicit Toast(QWidget *parent);
 
     /// Shows a message, replacing one that shows; every message gets the full time.
-    void present(const QString &message, bool isError);
+    /// With an `action` there is a button of that text, which runs `onAction` and ends the message.
+    void present(const QString &message, bool isError, const QString &action = {},
+                 std::function<void()> onAction = {});
+    /// Shows and can be reached while the message has an action.
+    [[nodiscard]] QWidget *actionButton() const;
     /// Middle of the capsule's lower edge in the parent, and the widest the capsule may be.
     void setAnchor(const QPoint &bottomCenter, int maximumWidth);
 
@@ -49,6 +58,8 @@ private:
     QTextLayout m_layout;
     double m_presence = 0; // 0 away, 1 in place
     QTimer m_dismissal;
+    TextButton *m_action;
+    std::function<void()> m_onAction;
     QVariantAnimation *m_slide;
 };
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "panelfixture.h"
 
-#include "panel/helpsheet.h"
 #include "panel/helpview.h"
+#include "panel/sheet.h"
 #include "support/testregistry.h"
 #include "ui/disclosure.h"
 #include "ui/focusring.h"
