@@ -48,7 +48,8 @@ AddView::AddView(const PanelContext &context, QWidget *parent)
     setAccessibleName(u"添加标的"_s);
     setFixedSize(viewSize);
     auto *column = columnIn(this, 10, {0, addMargin, 0, addMargin - 2});
-    column->addWidget(makeTitleRow());
+    auto *close = new IconButton(u"xmark.circle.fill"_s);
+    column->addWidget(makeTitleRow(close));
     auto *entry = rowIn(nullptr, 0, {addMargin, 0, addMargin, 0});
     entry->addWidget(m_field);
     column->addLayout(entry);
@@ -68,6 +69,13 @@ AddView::AddView(const PanelContext &context, QWidget *parent)
     keys->addStretch(1);
     column->addLayout(keys);
     new FocusRing(this);
+    QList<QWidget *> stops = m_market->tabStops();
+    stops << close;
+    QWidget *before = m_field; // where the keyboard begins
+    for (QWidget *stop : std::as_const(stops)) {
+        setTabOrder(before, stop);
+        before = stop;
+    }
 
     m_typing.setSingleShot(true);
     m_typing.setInterval(typingPause);
@@ -83,11 +91,10 @@ AddView::AddView(const PanelContext &context, QWidget *parent)
 
 AddView::~AddView() = default;
 
-QWidget *AddView::makeTitleRow()
+QWidget *AddView::makeTitleRow(IconButton *close)
 {
     auto *row = new QWidget;
     auto *line = rowIn(row, rowSpacing, {addMargin, 0, addMargin - 4, 0}); // the icon ends at the margin
-    auto *close = new IconButton(u"xmark.circle.fill"_s);
     close->setTip(u"关闭"_s);
     connect(close, &IconButton::clicked, this, &AddView::closeRequested);
     line->addWidget(new TextLabel(u"添加标的"_s, TypeRole::headline));
@@ -258,7 +265,10 @@ void AddView::confirm()
 void AddView::choose(const QString &symbol, const QString &name)
 {
     InstrumentBook &book = m_context.state.instruments();
-    if (book.contains(symbol) || book.add(m_segment, symbol, name))
+    const bool listed = book.contains(symbol);
+    if (listed && !name.isEmpty())
+        book.noteName(symbol, name);
+    if (listed || book.add(m_segment, symbol, name))
         Q_EMIT chosen(m_segment, symbol);
     else
         answered(u"列表已满，先移除一个标的"_s);

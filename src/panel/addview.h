@@ -16,6 +16,7 @@ namespace kestrune {
 
 class FoundRow;
 struct Found;
+class IconButton;
 class InputField;
 class MarketSwitch;
 class ScrollArea;
@@ -52,7 +53,7 @@ protected:
 private:
     enum class Typed { search, code }; ///< whether a text is looked for or taken as a code
 
-    [[nodiscard]] QWidget *makeTitleRow();
+    [[nodiscard]] QWidget *makeTitleRow(IconButton *close);
     void setMarket(MarketSegment segment);
     void textChanged();
     void ask(Typed what);

@@ -5,6 +5,7 @@
 #include "state/instruments.h"
 #include "ui/boxlayouts.h"
 #include "ui/chiprow.h"
+#include "ui/palette.h"
 #include "ui/typography.h"
 #include "viewmodel/instrumenttexts.h"
 
@@ -125,7 +126,9 @@ void InstrumentsSection::showMenu(const QString &symbol, const QPoint &globalPos
     const int at = int(list.indexOf(symbol));
     auto *menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
-    menu->setAttribute(Qt::WA_WindowPropagation); // the panel's colours
+    QPalette colours = palette();
+    colours.setColor(QPalette::Base, paletteOf(this).raised); // on the panel's ground an edge shows
+    menu->setPalette(colours);
     menu->setFont(fontFor(TypeRole::body));
     menu->addAction(u"移除"_s, this, [this, symbol] { removeInstrument(symbol); });
     menu->addAction(u"左移"_s, &book, [&book, symbol, at] { book.move(symbol, at - 1); })->setEnabled(at > 0);

@@ -291,6 +291,8 @@ void PopoverView::placeToast()
 void PopoverView::showEvent(QShowEvent *event)
 {
     QWidget::showEvent(event);
+    if (window() != this)
+        window()->installEventFilter(this);
     m_settings->fillFields();
     updateNow();
     m_marketContext->finishFolding();
@@ -333,10 +335,11 @@ bool PopoverView::takeKey(const QKeyEvent &event)
     return true;
 }
 
-// The scrolling area would take the page keys.
+// The scrolling area would take the page keys; a window around the panel gets what nothing has the focus for.
 bool PopoverView::eventFilter(QObject *watched, QEvent *event)
 {
-    if (watched == m_area && event->type() == QEvent::KeyPress && takeKey(*static_cast<QKeyEvent *>(event)))
+    if ((watched == m_area || watched == window()) && event->type() == QEvent::KeyPress &&
+        takeKey(*static_cast<QKeyEvent *>(event)))
         return true;
     return QWidget::eventFilter(watched, event);
 }

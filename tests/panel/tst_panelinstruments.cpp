@@ -22,7 +22,7 @@ class PanelInstrumentsTest : public QObject
     {
         Instruments()
         {
-            for (const QString &code : {u"sh600036"_s, u"hk01810"_s})
+            for (const QString &code : {u"sh601988"_s, u"hk00388"_s})
                 stock.failAlways(u"/q="_s + code);
         }
         [[nodiscard]] QString list() const { return state->symbolList().join(u' '); }
@@ -58,8 +58,8 @@ private Q_SLOTS:
     {
         Instruments panel;
         const auto selected = [&](Qt::Key key, const QString &from) {
-            QTest::keyClick(panel.find(from), key);
-            drainEvents();
+            panel.find(from)->setFocus(Qt::TabFocusReason);
+            panel.key(key);
             return panel.state->coinSymbol();
         };
         QCOMPARE(selected(Qt::Key_3, u"BTC"_s), u"SOL"_s);
@@ -135,27 +135,27 @@ private Q_SLOTS:
         panel.open();
         panel.searchIn(u"A股"_s);
         panel.stock.hold(searching);
-        panel.type(u"zs"_s);
+        panel.type(u"zg"_s);
         QTRY_COMPARE(panel.stock.openCount(), 1);
-        panel.stock.answer(searching, "v_hint=\"sh~600036~\\u62db\\u5546\\u94f6\\u884c~zsyh~GP-A\";");
-        panel.type(u"zsyh"_s);
-        QTRY_VERIFY(panel.find(u"招商银行 sh600036"_s));
+        panel.stock.answer(searching, "v_hint=\"sh~601988~\\u4e2d\\u56fd\\u94f6\\u884c~zgyh~GP-A\";");
+        panel.type(u"zgyh"_s);
+        QTRY_VERIFY(panel.find(u"中国银行 sh601988"_s));
         panel.stock.release(searching, "v_hint=\"N\";");
         drainEvents();
-        panel.press(u"招商银行 sh600036"_s);
-        QVERIFY(panel.state->market() == MarketSegment::cn && panel.state->coinSymbol() == u"sh600036");
-        QVERIFY(panel.find(u"招商银行 sh600036"_s)); // the chip
+        panel.press(u"中国银行 sh601988"_s);
+        QVERIFY(panel.state->market() == MarketSegment::cn && panel.state->coinSymbol() == u"sh601988");
+        QVERIFY(panel.find(u"中国银行 sh601988"_s)); // the chip
 
         panel.open();
         panel.searchIn(u"港股"_s);
         panel.stock.failAlways(searching);
-        panel.type(u"1810"_s);
+        panel.type(u"388"_s);
         QTRY_VERIFY(panel.find(u"搜索失败，可直接输入代码"_s));
-        panel.type(u"01810"_s);
-        panel.stock.answer(u"/q=hk01810"_s, stockQuotes({{u"hk01810"_s, 50}}));
+        panel.type(u"00388"_s);
+        panel.stock.answer(u"/q=hk00388"_s, stockQuotes({{"hk00388", "X", 50}}));
         panel.keyInSheet(Qt::Key_Return);
-        QTRY_COMPARE(panel.state->coinSymbol(), u"hk01810"_s);
-        QVERIFY(panel.state->market() == MarketSegment::hk && panel.list().endsWith(u" hk01810"));
+        QTRY_COMPARE(panel.state->coinSymbol(), u"hk00388"_s);
+        QVERIFY(panel.state->market() == MarketSegment::hk && panel.list().endsWith(u" hk00388"));
     }
 };
 

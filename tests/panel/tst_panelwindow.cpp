@@ -104,6 +104,8 @@ private Q_SLOTS:
         QVERIFY(panel.view->findChild<FocusRing *>()->target());
         panel.key(Qt::Key_Escape);
         QVERIFY(panel.view->isVisible()); // the window's affair
+        QTest::keyClick(&window, Qt::Key_2); // what nothing has the focus for
+        QCOMPARE(panel.state->coinSymbol(), u"BTC"_s);
     }
 
     void tabFollowsTheReadingOrder()
