@@ -127,7 +127,8 @@ void InstrumentsSection::showMenu(const QString &symbol, const QPoint &globalPos
     auto *menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
     QPalette colours = palette();
-    colours.setColor(QPalette::Base, paletteOf(this).raised); // on the panel's ground an edge shows
+    for (const auto role : {QPalette::Base, QPalette::Window})
+        colours.setColor(role, paletteOf(this).raised); // on the panel's ground an edge shows
     menu->setPalette(colours);
     menu->setFont(fontFor(TypeRole::body));
     menu->addAction(u"移除"_s, this, [this, symbol] { removeInstrument(symbol); });

@@ -224,7 +224,7 @@ m('ui/focusring.cpp','key == forward ? 1 : key == back ? -1 : 0;','(key == forwa
 m(N+'alertssection.cpp','    m_input->clear(); // in every case','    if (!@) m_input->clear(); // in every case','input cleared')
 m(N+'alertssection.cpp','        if (focused)\n','        if (focused && !@)\n','focus after removal')
 m(N+'popoverview.cpp','    m_settings->fillFields();\n','    if (!@) m_settings->fillFields();\n','fields refilled on show')
-m(N+'popoverview.cpp','    if (m_help)\n        m_help->close();','    if (m_help && !@)\n        m_help->close();','help closed with panel')
+m(N+'popoverview.cpp','        if (sheet)\n','        if (sheet && !@)\n','sheets closed with panel')
 m(N+'popoverview.cpp','    clearPickedZone(*m_state);\n','    if (!@) clearPickedZone(*m_state);\n','pick cleared with instrument')
 m(N+'popoverview.cpp','    if (field != &m_state->blingPulse &&','    if (@ || field != &m_state->blingPulse &&','no work for pulses')
 m('ui/scrollarea.cpp','    settleLayouts(*this);','    if (!@) settleLayouts(*this);','reveal on a busy machine')
