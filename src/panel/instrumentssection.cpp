@@ -126,7 +126,7 @@ void InstrumentsSection::showMenu(const QString &symbol, const QPoint &globalPos
     const int at = int(list.indexOf(symbol));
     auto *menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
-    QPalette colours = palette();
+    QPalette colours = toolkitPalette(paletteOf(this)); // a window of its own inherits none
     for (const auto role : {QPalette::Base, QPalette::Window})
         colours.setColor(role, paletteOf(this).raised); // on the panel's ground an edge shows
     menu->setPalette(colours);
