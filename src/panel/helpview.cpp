@@ -4,13 +4,11 @@
 #include "ui/boxlayouts.h"
 #include "ui/focusring.h"
 #include "ui/iconbutton.h"
-#include "ui/palette.h"
 #include "ui/scrollarea.h"
 #include "ui/textbutton.h"
 #include "ui/textlabel.h"
 
 #include <QKeyEvent>
-#include <QPainter>
 #include <QScrollBar>
 
 namespace kestrune {
@@ -98,15 +96,6 @@ QWidget *HelpView::makeBottomRow()
 void HelpView::takeFocus()
 {
     m_paragraphs->setFocus(Qt::PopupFocusReason);
-}
-
-void HelpView::paintEvent(QPaintEvent *)
-{
-    QPainter painter(this);
-    const Palette &palette = paletteOf(this);
-    painter.fillRect(rect(), palette.ground);
-    painter.setPen(QPen(blended(palette.hairline, palette.ground), 1));
-    painter.drawRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5));
 }
 
 void HelpView::keyPressEvent(QKeyEvent *event)

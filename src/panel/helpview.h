@@ -37,7 +37,6 @@ Q_SIGNALS:
     void closeRequested();
 
 protected:
-    void paintEvent(QPaintEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
 
 private:

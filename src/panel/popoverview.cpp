@@ -2,6 +2,7 @@
 #include "panel/popoverview.h"
 
 #include "chart/chartwidget.h"
+#include "panel/addview.h"
 #include "panel/alertlogsection.h"
 #include "panel/alertssection.h"
 #include "panel/chartsheet.h"
@@ -9,14 +10,16 @@
 #include "panel/firedalerts.h"
 #include "panel/footersection.h"
 #include "panel/headersection.h"
-#include "panel/helpsheet.h"
+#include "panel/helpview.h"
+#include "panel/instrumentssection.h"
 #include "panel/settingssection.h"
+#include "panel/sheet.h"
 #include "panel/snapshotsection.h"
 #include "panel/zonessection.h"
 #include "platform/async.h"
 #include "state/alertlog.h"
+#include "state/instruments.h"
 #include "ui/boxlayouts.h"
-#include "ui/chip.h"
 #include "ui/chiprow.h"
 #include "ui/disclosure.h"
 #include "ui/divider.h"
@@ -30,8 +33,8 @@
 
 #include <QDesktopServices>
 #include <QKeyEvent>
+#include <QLineEdit>
 #include <QScrollBar>
-#include <QShortcut>
 #include <QToolTip>
 
 #include <algorithm>
@@ -68,7 +71,7 @@ PopoverView::PopoverView(std::shared_ptr<AppState> state, const Options &options
     const PanelContext context = contextOf(*m_state, options);
     m_header = new HeaderSection(context);
     m_fired = new FiredAlerts(context);
-    m_chips = new ChipRow;
+    m_instruments = new InstrumentsSection(context);
     m_snapshot = new SnapshotSection(context);
     m_zones = new ZonesSection(context);
     m_marketContext = new ContextSection(context);
@@ -88,6 +91,7 @@ PopoverView::PopoverView(std::shared_ptr<AppState> state, const Options &options
     m_area->widget()->setAutoFillBackground(false);
     m_area->setAnchor(m_marketContext);
     m_area->setMinimumHeight(1); // it gives way to everything else
+    m_area->installEventFilter(this);
     // What is unfolded at the lower edge comes into view; queued, for the layout to end first.
     for (const Collapsible *body : m_area->findChildren<Collapsible *>()) {
         connect(
@@ -118,7 +122,7 @@ QWidget *PopoverView::makeScrolledContent()
 {
     auto *content = new QWidget;
     auto *column = columnIn(content, stackSpacing, {0, stackSpacing - ChipRow::ringRoom, 0, stackSpacing});
-    addWithMargins(column, m_chips);
+    addWithMargins(column, m_instruments);
     column->addSpacing(-ChipRow::ringRoom);
     addWithMargins(column, new Divider);
     addWithMargins(column, m_snapshot);
@@ -137,11 +141,14 @@ QWidget *PopoverView::makeScrolledContent()
 void PopoverView::connectActions()
 {
     connect(m_state.get(), &AppState::fieldWillChange, this, &PopoverView::fieldChanged);
-    connect(m_chips, &ChipRow::picked, this, &PopoverView::chooseInstrument);
+    connect(&m_state->instruments(), &InstrumentBook::changed, this, &PopoverView::scheduleUpdate);
+    connect(m_instruments, &InstrumentsSection::picked, this, &PopoverView::chooseInstrument);
+    connect(m_instruments, &InstrumentsSection::marketPicked, m_settings, &SettingsSection::chooseMarket);
+    connect(m_instruments, &InstrumentsSection::addRequested, this, &PopoverView::showAdding);
+    connect(m_instruments, &InstrumentsSection::noted, this, &PopoverView::showToast);
     connect(m_footer, &FooterSection::refreshRequested, this, &PopoverView::refreshAll);
     connect(m_zones, &ZonesSection::refreshRequested, this, &PopoverView::refreshZones);
     connect(m_footer, &FooterSection::helpRequested, this, &PopoverView::showHelp);
-    connect(new QShortcut(Qt::Key_C, this), &QShortcut::activated, this, &PopoverView::toggleChart);
     connect(m_header, &HeaderSection::chartRequested, this, &PopoverView::toggleChart);
     connect(m_zones, &ZonesSection::chartRequested, this, &PopoverView::toggleChart);
     connect(m_settings, &SettingsSection::noted, this,
@@ -152,6 +159,7 @@ void PopoverView::connectActions()
     connect(m_fired, &FiredAlerts::rowsChanged, this, &PopoverView::makeRoomForFired);
     connect(m_alerts, &AlertsSection::noted, this, &PopoverView::showToast);
     const auto markStale = [this] { m_tabStopsStale = true; };
+    connect(m_instruments, &InstrumentsSection::tabStopsChanged, this, markStale);
     connect(m_zones, &ZonesSection::tabStopsChanged, this, markStale);
     connect(m_alerts, &AlertsSection::tabStopsChanged, this, markStale);
 }
@@ -182,10 +190,9 @@ void PopoverView::scheduleUpdate()
 
 void PopoverView::updateNow()
 {
-    m_tabStopsStale = m_tabStopsStale || m_chips->chips().size() != std::size_t(m_state->symbolList().size());
     m_header->refresh();
     m_fired->refresh();
-    m_chips->setContent(m_state->symbolList(), m_state->coinSymbol());
+    m_instruments->refresh();
     m_snapshot->refresh();
     m_zones->refresh();
     m_marketContext->refresh();
@@ -300,9 +307,32 @@ QCoro::Task<> PopoverView::refreshAndReport(std::shared_ptr<AppState> state, QPo
 
 void PopoverView::showHelp()
 {
-    if (!m_help)
-        m_help = new HelpSheet(this);
+    if (!m_help) {
+        m_helpView = new HelpView;
+        m_help = new Sheet(this, m_helpView);
+        connect(m_helpView, &HelpView::closeRequested, m_help, &QWidget::close);
+    }
     m_help->openOver();
+    m_helpView->takeFocus();
+}
+
+void PopoverView::showAdding()
+{
+    if (!m_adding) {
+        m_addView = new AddView(contextOf(*m_state, {}));
+        m_adding = new Sheet(this, m_addView);
+        connect(m_addView, &AddView::closeRequested, m_adding, &QWidget::close);
+        connect(m_addView, &AddView::chosen, this, &PopoverView::takeChosen);
+    }
+    m_adding->openOver();
+    m_addView->begin();
+}
+
+void PopoverView::takeChosen(MarketSegment segment, const QString &symbol)
+{
+    m_adding->close();
+    m_settings->chooseMarket(segment);
+    chooseInstrument(symbol);
 }
 
 void PopoverView::toggleChart()
@@ -326,12 +356,9 @@ void PopoverView::orderTabStops()
 {
     m_tabStopsStale = false;
     QList<QWidget *> stops = m_header->tabStops();
-    stops << m_fired->tabStops();
-    for (Chip *chip : m_chips->chips())
-        stops << chip;
-    stops << m_zones->tabStops() << m_marketContext->tabStops() << m_alerts->tabStops()
-          << m_alertLog->tabStops() << m_settings->tabStops() << m_footer->tabStops()
-          << m_toast->actionButton();
+    stops << m_fired->tabStops() << m_instruments->tabStops() << m_zones->tabStops()
+          << m_marketContext->tabStops() << m_alerts->tabStops() << m_alertLog->tabStops()
+          << m_settings->tabStops() << m_footer->tabStops() << m_toast->actionButton();
     // The panel is the chain's beginning; the toolkit only accepts it as such while it takes the focus
     // itself.
     setFocusPolicy(Qt::TabFocus);
@@ -352,6 +379,8 @@ void PopoverView::placeToast()
 void PopoverView::showEvent(QShowEvent *event)
 {
     QWidget::showEvent(event);
+    if (window() != this)
+        window()->installEventFilter(this);
     m_settings->fillFields();
     {
         const QSignalBlocker opening(m_fired); // nothing has been seen yet that could jump
@@ -367,8 +396,10 @@ void PopoverView::showEvent(QShowEvent *event)
 void PopoverView::hideEvent(QHideEvent *event)
 {
     QWidget::hideEvent(event);
-    if (m_help)
-        m_help->close();
+    for (Sheet *sheet : {m_help, m_adding}) {
+        if (sheet)
+            sheet->close();
+    }
     if (m_chart)
         m_chart->leave();
     m_toast->hide();
@@ -380,10 +411,40 @@ void PopoverView::resizeEvent(QResizeEvent *event)
     placeToast();
 }
 
+// The keys that go through the instruments; those of a text field are its own.
+bool PopoverView::takeKey(const QKeyEvent &event)
+{
+    if (qobject_cast<QLineEdit *>(focusWidget()) ||
+        (event.modifiers() & ~(Qt::KeypadModifier | Qt::ShiftModifier)))
+        return false;
+    const QString text = event.text(); // "/" and the digits are elsewhere on other keyboards
+    if (event.key() == Qt::Key_PageUp || event.key() == Qt::Key_PageDown)
+        m_instruments->step(event.key() == Qt::Key_PageUp ? -1 : 1);
+    else if (text == u"/")
+        showAdding();
+    else if (text.compare(u"c", Qt::CaseInsensitive) == 0)
+        toggleChart();
+    else if (text.size() == 1 && text >= u"1" && text <= u"9")
+        m_instruments->pick(text.front().unicode() - u'1');
+    else
+        return false;
+    return true;
+}
+
+// The scrolling area would take the page keys; a window around the panel gets what nothing has the focus for.
+bool PopoverView::eventFilter(QObject *watched, QEvent *event)
+{
+    if ((watched == m_area || watched == window()) && event->type() == QEvent::KeyPress &&
+        takeKey(*static_cast<QKeyEvent *>(event)))
+        return true;
+    return QWidget::eventFilter(watched, event);
+}
+
 void PopoverView::keyPressEvent(QKeyEvent *event)
 {
     if (event->key() != Qt::Key_Escape) {
-        QWidget::keyPressEvent(event);
+        if (!takeKey(*event))
+            QWidget::keyPressEvent(event);
         return;
     }
     if (isHelpShown()) {

@@ -12,17 +12,19 @@
 
 namespace kestrune {
 
+class AddView;
 class AlertLogSection;
 class AlertsSection;
 class ChartSheet;
-class ChipRow;
 class ContextSection;
 class FiredAlerts;
 class FooterSection;
 class HeaderSection;
-class HelpSheet;
+class HelpView;
+class InstrumentsSection;
 class ScrollArea;
 class SettingsSection;
+class Sheet;
 class SnapshotSection;
 class Toast;
 class ZonesSection;
@@ -70,6 +72,7 @@ protected:
     void showEvent(QShowEvent *event) override;
     void hideEvent(QHideEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
 
 private:
@@ -87,13 +90,16 @@ private:
     static QCoro::Task<> refreshAndReport(std::shared_ptr<AppState> state, QPointer<PopoverView> view);
     void showHelp();
     void toggleChart();
+    void showAdding();
+    void takeChosen(MarketSegment segment, const QString &symbol);
+    [[nodiscard]] bool takeKey(const QKeyEvent &event);
     void orderTabStops();
     void placeToast();
 
     std::shared_ptr<AppState> m_state;
     HeaderSection *m_header;
     FiredAlerts *m_fired;
-    ChipRow *m_chips;
+    InstrumentsSection *m_instruments;
     SnapshotSection *m_snapshot;
     ZonesSection *m_zones;
     ContextSection *m_marketContext;
@@ -103,7 +109,11 @@ private:
     FooterSection *m_footer;
     Toast *m_toast;
     ScrollArea *m_area;
-    QPointer<HelpSheet> m_help;
+    // The sheets, made when they are first asked for.
+    Sheet *m_help = nullptr;
+    HelpView *m_helpView = nullptr;
+    Sheet *m_adding = nullptr;
+    AddView *m_addView = nullptr;
     QPointer<ChartSheet> m_chart; ///< while it is open
     bool m_updatePending = false;
     bool m_tabStopsStale = true;

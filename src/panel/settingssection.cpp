@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "panel/settingssection.h"
 
+#include "panel/marketswitch.h"
 #include "panel/positionsettings.h"
 #include "panel/tones.h"
 #include "ui/boxlayouts.h"
-#include "ui/choicerow.h"
 #include "ui/disclosure.h"
 #include "ui/divider.h"
 #include "ui/inputfield.h"
@@ -15,8 +15,6 @@
 #include "viewmodel/planbannermodel.h"
 #include "viewmodel/settingsinput.h"
 #include "viewmodel/standingtexts.h"
-
-#include <algorithm>
 
 namespace kestrune {
 
@@ -31,21 +29,13 @@ constexpr QStringView displayHelp =
 
 constexpr int proxyWidth = 168; // shows socks5://127.0.0.1:1080
 
-QStringList marketNames()
-{
-    QStringList names;
-    for (const MarketSegment segment : allMarketSegments)
-        names.append(rawValue(segment));
-    return names;
-}
-
 } // namespace
 
 SettingsSection::SettingsSection(const PanelContext &context, QWidget *parent)
     : QWidget(parent)
     , m_context(context)
     , m_header(new DisclosureHeader(u"设置"_s))
-    , m_market(new ChoiceRow(marketNames()))
+    , m_market(new MarketSwitch(Chip::Look::pill))
     , m_miniMode(new ToggleSwitch(u"极简模式（状态栏只显示价格数字）"_s))
     , m_desktopNotices(new ToggleSwitch(u"桌面通知"_s))
     , m_zoneNotices(new ToggleSwitch(u"接近撑压时通知"_s))
@@ -63,7 +53,7 @@ SettingsSection::SettingsSection(const PanelContext &context, QWidget *parent)
     column->addWidget(m_header);
     column->addWidget(m_body);
     connect(m_header, &DisclosureHeader::clicked, this, [this] { setExpanded(!m_body->isExpanded()); });
-    connect(m_market, &ChoiceRow::picked, this, &SettingsSection::chooseMarket);
+    connect(m_market, &MarketSwitch::marketPicked, this, &SettingsSection::chooseMarket);
     connect(m_miniMode, &ToggleSwitch::clicked, this,
             [&state = m_context.state] { state.miniMode = !state.miniMode(); });
     connect(m_desktopNotices, &ToggleSwitch::clicked, this,
@@ -154,11 +144,11 @@ void SettingsSection::connectStepper(StepperRow *row, const NumberField &number,
     });
 }
 
-void SettingsSection::chooseMarket(qsizetype index)
+void SettingsSection::chooseMarket(MarketSegment segment)
 {
     AppState &state = m_context.state;
     clearPickedZone(state);
-    state.setMarket(allMarketSegments[std::size_t(index)]);
+    state.setMarket(segment);
     if (state.isStock())
         m_position->showLeverage(); // set to 1 by the change of segment
 }
@@ -182,8 +172,7 @@ void SettingsSection::fillFields()
 void SettingsSection::refresh()
 {
     const AppState &state = m_context.state;
-    const auto *segment = std::ranges::find(allMarketSegments, state.market());
-    m_market->setCurrent(segment - allMarketSegments.begin());
+    m_market->setMarket(state.market());
     m_miniMode->setChecked(state.miniMode());
     m_desktopNotices->setChecked(state.desktopNotices());
     m_zoneNotices->setChecked(state.zoneNotices());

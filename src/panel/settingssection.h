@@ -10,10 +10,10 @@
 
 namespace kestrune {
 
-class ChoiceRow;
 class Collapsible;
 class DisclosureHeader;
 class InputField;
+class MarketSwitch;
 class PositionSettings;
 struct NumberField;
 class StepperRow;
@@ -31,6 +31,8 @@ public:
 
     void refresh();
     void setExpanded(bool expanded);
+    /// What choosing it in the settings does.
+    void chooseMarket(MarketSegment segment);
     /// Takes the texts of all fields from the state.
     void fillFields();
     [[nodiscard]] QList<QWidget *> tabStops() const;
@@ -45,12 +47,11 @@ private:
     void connectProxy(InputField *field, Published<QString> AppState::*proxy);
     template <typename T>
     void connectStepper(StepperRow *row, const NumberField &number, Published<T> &value);
-    void chooseMarket(qsizetype index);
 
     PanelContext m_context;
     DisclosureHeader *m_header;
     Collapsible *m_body;
-    ChoiceRow *m_market;
+    MarketSwitch *m_market;
     ToggleSwitch *m_miniMode;
     ToggleSwitch *m_desktopNotices;
     ToggleSwitch *m_zoneNotices;

@@ -42,9 +42,6 @@ AppState::AppState(Private, const Dependencies &dependencies)
           std::make_unique<MarketService>(dependencies.cryptoHttp, dependencies.endpoints, m_sources))
     , m_stockService(std::make_unique<StockMarketService>(dependencies.stockHttp, dependencies.clock,
                                                           dependencies.endpoints, m_sources))
-    , coinList(pickerSymbols(MarketSegment::crypto))
-    , cnList(pickerSymbols(MarketSegment::cn))
-    , hkList(pickerSymbols(MarketSegment::hk))
     , m_alertDesk(std::make_unique<AlertDesk>(*this))
 {}
 
@@ -116,15 +113,7 @@ QCoro::Task<> AppState::firstLaunchHint(Weak weak, Clock *clock)
 
 const QStringList &AppState::symbolList() const
 {
-    switch (market()) {
-    case MarketSegment::crypto:
-        return coinList;
-    case MarketSegment::cn:
-        return cnList;
-    case MarketSegment::hk:
-        return hkList;
-    }
-    Q_UNREACHABLE();
+    return m_book.list(market());
 }
 
 double AppState::tick() const

@@ -4,6 +4,7 @@
 #include "analysis/candle.h"
 #include "analysis/zone.h"
 #include "analysis/zonebuilding.h"
+#include "market/instrumentsearch.h"
 #include "market/marketsegment.h"
 #include "market/priceresult.h"
 #include "market/stockquote.h"
@@ -11,6 +12,7 @@
 #include "platform/preferences.h"
 #include "state/barsignal.h"
 #include "state/dependencies.h"
+#include "state/instruments.h"
 #include "state/marginmode.h"
 #include "state/marketcontext.h"
 #include "state/observable.h"
@@ -88,7 +90,10 @@ private:
 
 public:
     // Prices in the quote currency, percentages in percent units.
-    const QStringList coinList, cnList, hkList; ///< instruments in picker order
+    mutable InstrumentBook m_book;
+    mutable InstrumentSearch m_search;
+    InstrumentBook &instruments() const { return m_book; }
+    InstrumentSearch &instrumentSearch() const { return m_search; }
 
     // The settings. Some are not simply stored at every assignment: the instrument and the alerts are by
     // their operations, and the neon mode and the proxies have more to do.

@@ -5,7 +5,8 @@
 
 namespace kestrune {
 
-/// One choice out of several in a row; `checked` marks the current one and is set by the owner only.
+/// One choice out of several in a row; `checked` marks the current one and is set by the owner only. One that
+/// is not checkable is a button among them.
 class Chip : public FlatButton
 {
     Q_OBJECT
@@ -19,7 +20,10 @@ public:
     explicit Chip(const QString &text, Look look = Look::pill, QWidget *parent = nullptr);
 
     [[nodiscard]] double focusRadius() const override;
-    [[nodiscard]] QAccessible::Role accessibleRole() const override { return QAccessible::RadioButton; }
+    [[nodiscard]] QAccessible::Role accessibleRole() const override
+    {
+        return isCheckable() ? QAccessible::RadioButton : QAccessible::Button;
+    }
     [[nodiscard]] QSize sizeHint() const override;
     [[nodiscard]] QSize minimumSizeHint() const override { return sizeHint(); }
 

@@ -5,19 +5,28 @@
 #include "ui/edgefade.h"
 
 #include <QApplication>
+#include <QContextMenuEvent>
+#include <QHash>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QWheelEvent>
 
 #include <algorithm>
+#include <chrono>
+#include <utility>
 
 namespace kestrune {
+
+using namespace std::chrono_literals;
 
 namespace {
 
 constexpr int chipGap = 8;
 constexpr int chipHeight = 24;
 constexpr int wheelStep = 60; // pixels of one notch
+constexpr auto holdTime = 350ms;
+constexpr auto creepTime = 30ms;
+constexpr int creepStep = 6;
 
 } // namespace
 
@@ -28,22 +37,35 @@ ChipRow::ChipRow(QWidget *parent)
     , m_after(new EdgeFade(Qt::RightEdge, this))
 {
     setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+    m_holding.setSingleShot(true);
+    m_holding.setInterval(holdTime);
+    connect(&m_holding, &QTimer::timeout, this, &ChipRow::lift);
+    m_creeping.setInterval(creepTime);
+    connect(&m_creeping, &QTimer::timeout, this, [this] {
+        if (m_handX < EdgeFade::depth)
+            scrollTo(m_offset - creepStep);
+        else if (m_handX > width() - EdgeFade::depth)
+            scrollTo(m_offset + creepStep);
+        carry();
+    });
 }
 
-void ChipRow::setContent(const QStringList &symbols, const QString &current)
+void ChipRow::setContent(const std::vector<ChipItem> &items, const QString &current)
 {
-    const bool sameList = m_symbols == symbols;
-    if (sameList && m_current == current)
+    const bool sameItems = m_items == items;
+    if (sameItems && m_current == current)
         return;
-    m_symbols = symbols;
-    m_current = current;
-    if (!sameList)
-        rebuild();
-    for (Chip *chip : m_chips) {
-        chip->setChecked(chip->text() == current);
-        if (chip->isChecked())
-            bringIntoView(*chip);
+    const bool sameCurrent = std::exchange(m_current, current) == current;
+    if (!sameItems)
+        rebuild(items);
+    const Chip *shown = nullptr; // the current one, or what the keyboard has just moved
+    for (std::size_t i = 0; i < m_chips.size(); ++i) {
+        m_chips[i]->setChecked(m_items[i].key == current);
+        if ((sameCurrent && m_chips[i]->hasFocus()) || (m_chips[i]->isChecked() && !shown))
+            shown = m_chips[i];
     }
+    if (shown)
+        bringIntoView(*shown);
 }
 
 QSize ChipRow::sizeHint() const
@@ -56,25 +78,70 @@ QSize ChipRow::minimumSizeHint() const
     return {40, chipHeight + 2 * ringRoom};
 }
 
-void ChipRow::rebuild()
+Chip *ChipRow::makeChip()
 {
-    for (Chip *chip : m_chips) {
-        chip->hide();
-        chip->deleteLater();
+    auto *chip = new Chip({}, Chip::Look::pill, m_strip);
+    chip->installEventFilter(this);
+    connect(chip, &Chip::clicked, this,
+            [this, chip] { Q_EMIT picked(m_items[std::size_t(indexOf(chip))].key); });
+    return chip;
+}
+
+int ChipRow::indexOf(const Chip *chip) const
+{
+    return int(std::ranges::find(m_chips, chip) - m_chips.begin());
+}
+
+// A chip whose key stays in the list stays itself, with the focus and all.
+void ChipRow::rebuild(const std::vector<ChipItem> &items)
+{
+    putDown();
+    QHash<QString, Chip *> before;
+    int focused = -1;
+    for (std::size_t i = 0; i < m_items.size(); ++i) {
+        before.insert(m_items[i].key, m_chips[i]);
+        if (m_chips[i]->hasFocus())
+            focused = int(i);
     }
-    m_chips.clear();
+    const std::vector<Chip *> old = std::exchange(m_chips, {});
+    for (const ChipItem &item : items) {
+        Chip *chip = before.take(item.key);
+        m_chips.push_back(chip ? chip : makeChip());
+        const bool named = item.text != item.key;
+        m_chips.back()->setText(item.text);
+        m_chips.back()->setToolTip(named ? item.key : QString());
+        m_chips.back()->setAccessibleName(named ? item.text + u' ' + item.key : item.key);
+    }
+    m_items = items;
+    const auto stays = [this](Chip *chip) { return std::ranges::find(m_chips, chip) != m_chips.end(); };
+    if (focused >= 0 && !stays(old[std::size_t(focused)]) && !m_chips.empty())
+        m_chips[std::min(std::size_t(focused), m_chips.size() - 1)]->setFocus(Qt::TabFocusReason);
+    for (Chip *gone : std::as_const(before)) {
+        gone->hide();
+        gone->deleteLater();
+    }
+    place();
+    if (old != m_chips)
+        Q_EMIT chipsChanged();
+}
+
+void ChipRow::place()
+{
+    std::vector<Chip *> order = m_chips;
+    if (m_lifted) {
+        std::erase(order, m_lifted);
+        order.insert(order.begin() + m_target, m_lifted);
+    }
     int x = 0;
-    for (const QString &symbol : m_symbols) {
-        auto *chip = new Chip(symbol, Chip::Look::pill, m_strip);
-        chip->installEventFilter(this);
-        connect(chip, &Chip::clicked, this, [this, symbol] { Q_EMIT picked(symbol); });
-        chip->setGeometry(QRect(QPoint(x, ringRoom), chip->sizeHint()));
+    for (Chip *chip : order) {
+        chip->resize(chip->sizeHint());
+        if (chip != m_lifted)
+            chip->move(x, ringRoom);
         chip->show();
         x += chip->width() + chipGap;
-        m_chips.push_back(chip);
     }
     m_strip->resize(std::max(x - chipGap, 0), chipHeight + 2 * ringRoom);
-    scrollTo(0);
+    scrollTo(m_offset);
 }
 
 bool ChipRow::eventFilter(QObject *watched, QEvent *event)
@@ -88,16 +155,19 @@ bool ChipRow::eventFilter(QObject *watched, QEvent *event)
     switch (event->type()) {
     case QEvent::MouseButtonPress:
         if (static_cast<QMouseEvent *>(event)->button() == Qt::LeftButton)
-            press(xInRow());
+            press(xInRow(), chip);
         return false;
     case QEvent::MouseMove:
         drag(xInRow());
         if (m_dragging)
             chip->setDown(false); // the hand moves the row now, letting go picks nothing
-        return m_dragging;
+        return m_dragging || m_lifted;
     case QEvent::MouseButtonRelease:
-        m_pressed = false;
-        return std::exchange(m_dragging, false);
+        return letGo();
+    case QEvent::ContextMenu:
+        Q_EMIT menuRequested(m_items[std::size_t(indexOf(chip))].key,
+                             static_cast<QContextMenuEvent *>(event)->globalPos());
+        return true;
     case QEvent::FocusIn:
         bringIntoView(*chip);
         return false;
@@ -108,13 +178,37 @@ bool ChipRow::eventFilter(QObject *watched, QEvent *event)
     }
 }
 
-bool ChipRow::filterKey(const Chip &chip, const QKeyEvent &event)
+bool ChipRow::filterKey(Chip &chip, const QKeyEvent &event)
 {
-    if (event.key() != Qt::Key_Home && event.key() != Qt::Key_End)
-        return moveFocusByKeys({m_chips.begin(), m_chips.end()}, &chip, event, Qt::Key_Left, Qt::Key_Right);
-    Chip *to = event.key() == Qt::Key_Home ? m_chips.front() : m_chips.back();
-    to->setFocus(Qt::TabFocusReason);
-    return true;
+    const int at = indexOf(&chip);
+    const QString key = m_items[std::size_t(at)].key;
+    switch (event.key()) {
+    case Qt::Key_Delete:
+        if (!event.isAutoRepeat())
+            Q_EMIT removeRequested(key);
+        return true;
+    case Qt::Key_F10:
+        if (event.modifiers() != Qt::ShiftModifier)
+            return false;
+        Q_EMIT menuRequested(key, chip.mapToGlobal(chip.rect().center()));
+        return true;
+    case Qt::Key_Left:
+    case Qt::Key_Right: {
+        if (event.modifiers() != Qt::AltModifier)
+            break;
+        const int to = at + (event.key() == Qt::Key_Left ? -1 : 1);
+        if (to >= 0 && to < int(m_chips.size()))
+            Q_EMIT moveRequested(key, to);
+        return true;
+    }
+    case Qt::Key_Home:
+    case Qt::Key_End:
+        (event.key() == Qt::Key_Home ? m_chips.front() : m_chips.back())->setFocus(Qt::TabFocusReason);
+        return true;
+    default:
+        break;
+    }
+    return moveFocusByKeys({m_chips.begin(), m_chips.end()}, &chip, event, Qt::Key_Left, Qt::Key_Right);
 }
 
 void ChipRow::wheelEvent(QWheelEvent *event)
@@ -135,7 +229,7 @@ void ChipRow::wheelEvent(QWheelEvent *event)
 void ChipRow::mousePressEvent(QMouseEvent *event)
 {
     if (event->button() == Qt::LeftButton)
-        press(event->position().toPoint().x());
+        press(event->position().toPoint().x(), nullptr);
 }
 
 void ChipRow::mouseMoveEvent(QMouseEvent *event)
@@ -145,8 +239,7 @@ void ChipRow::mouseMoveEvent(QMouseEvent *event)
 
 void ChipRow::mouseReleaseEvent(QMouseEvent *)
 {
-    m_pressed = false;
-    m_dragging = false;
+    (void)letGo();
 }
 
 void ChipRow::resizeEvent(QResizeEvent *)
@@ -160,22 +253,88 @@ void ChipRow::resizeEvent(QResizeEvent *)
     }
 }
 
-void ChipRow::press(int x)
+void ChipRow::hideEvent(QHideEvent *event)
+{
+    putDown();
+    QWidget::hideEvent(event);
+}
+
+void ChipRow::press(int x, Chip *chip)
 {
     m_pressed = true;
     m_dragging = false;
     m_pressX = x;
+    m_handX = x;
     m_pressOffset = m_offset;
+    m_held = chip;
+    if (chip)
+        m_holding.start();
 }
 
 void ChipRow::drag(int x)
 {
+    m_handX = x;
+    if (m_lifted) {
+        carry();
+        return;
+    }
     if (!m_pressed || farthestOffset() == 0)
         return;
-    if (std::abs(x - m_pressX) >= QApplication::startDragDistance())
+    if (std::abs(x - m_pressX) >= QApplication::startDragDistance()) {
         m_dragging = true;
+        m_holding.stop();
+    }
     if (m_dragging)
         scrollTo(m_pressOffset - (x - m_pressX));
+}
+
+/// Whether the release belongs to the row, and is no click.
+bool ChipRow::letGo()
+{
+    const bool spent = std::exchange(m_dragging, false) || m_lifted;
+    if (m_lifted) {
+        const int from = indexOf(m_lifted);
+        const int to = m_target;
+        putDown();
+        if (to != from)
+            Q_EMIT moveRequested(m_items[std::size_t(from)].key, to);
+    }
+    putDown();
+    return spent;
+}
+
+void ChipRow::lift()
+{
+    m_lifted = m_held;
+    m_target = indexOf(m_lifted);
+    m_grip = m_handX + m_offset - m_lifted->x();
+    m_lifted->setDown(false);
+    m_lifted->setCursor(Qt::ClosedHandCursor);
+    m_lifted->raise();
+    m_lifted->move(m_lifted->x(), ringRoom - 2);
+    m_creeping.start();
+}
+
+void ChipRow::carry()
+{
+    const int x = std::clamp(m_handX + m_offset - m_grip, 0, m_strip->width() - m_lifted->width());
+    m_lifted->move(x, ringRoom - 2);
+    m_target = int(std::ranges::count_if(m_chips, [this](const Chip *chip) {
+        return chip != m_lifted && chip->geometry().center().x() < m_lifted->geometry().center().x();
+    }));
+    place();
+}
+
+void ChipRow::putDown()
+{
+    m_pressed = false;
+    m_held = nullptr;
+    m_holding.stop();
+    m_creeping.stop();
+    if (Chip *lifted = std::exchange(m_lifted, nullptr)) {
+        lifted->unsetCursor();
+        place();
+    }
 }
 
 int ChipRow::farthestOffset() const

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QStringList>
+#include <QTimer>
 #include <QWidget>
 
 #include <vector>
@@ -11,8 +12,18 @@ namespace kestrune {
 class Chip;
 class EdgeFade;
 
+/// `key` tells a chip of a row from the others and is what the row's signals name. A chip whose text is
+/// another tells its key in the tooltip and to screen readers.
+struct ChipItem
+{
+    QString key;
+    QString text;
+
+    bool operator==(const ChipItem &) const = default;
+};
+
 /// Chips in a row that scrolls sideways by wheel, by dragging and by the arrow keys, and fades out
-/// where it is cut.
+/// where it is cut. Pressing and holding lifts a chip, which then follows the hand to another place.
 class ChipRow : public QWidget
 {
     Q_OBJECT
@@ -22,8 +33,8 @@ public:
 
     explicit ChipRow(QWidget *parent = nullptr);
 
-    /// `current` is highlighted and brought into view when it or the list changes.
-    void setContent(const QStringList &symbols, const QString &current);
+    /// Keys occur once. `current` is highlighted and brought into view when it or the list changes.
+    void setContent(const std::vector<ChipItem> &items, const QString &current);
     [[nodiscard]] const std::vector<Chip *> &chips() const { return m_chips; }
     /// Pixels the row is scrolled to the right.
     [[nodiscard]] int offset() const { return m_offset; }
@@ -32,7 +43,14 @@ public:
     [[nodiscard]] QSize minimumSizeHint() const override;
 
 Q_SIGNALS:
-    void picked(const QString &symbol);
+    void picked(const QString &key);
+    /// By Delete; the owner removes it.
+    void removeRequested(const QString &key);
+    /// A chip is wanted at another position in the list, by hand or by Alt and an arrow key.
+    void moveRequested(const QString &key, int position);
+    void menuRequested(const QString &key, const QPoint &globalPosition);
+    /// There are others, or in another order.
+    void chipsChanged();
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -41,27 +59,42 @@ protected:
     void mouseMoveEvent(QMouseEvent *event) override;
     void mouseReleaseEvent(QMouseEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
 
 private:
-    void rebuild();
+    [[nodiscard]] Chip *makeChip();
+    [[nodiscard]] int indexOf(const Chip *chip) const;
+    void rebuild(const std::vector<ChipItem> &items);
+    void place();
     void scrollTo(int offset);
     void bringIntoView(const Chip &chip);
     [[nodiscard]] int farthestOffset() const;
-    void press(int x);
+    void press(int x, Chip *chip);
     void drag(int x);
-    bool filterKey(const Chip &chip, const QKeyEvent &event);
+    [[nodiscard]] bool letGo();
+    void lift();
+    void carry();
+    void putDown();
+    bool filterKey(Chip &chip, const QKeyEvent &event);
 
-    QStringList m_symbols;
+    std::vector<ChipItem> m_items;
     QString m_current;
-    std::vector<Chip *> m_chips; // in order
+    std::vector<Chip *> m_chips; // of the items, in order
     QWidget *m_strip;            // holds the chips, moves sideways
     EdgeFade *m_before;          // over the cut edges
     EdgeFade *m_after;
     int m_offset = 0;
     int m_pressX = 0;
+    int m_handX = 0;
     int m_pressOffset = 0;
     bool m_pressed = false;
     bool m_dragging = false;
+    Chip *m_held = nullptr;   // pressed
+    Chip *m_lifted = nullptr; // held for long enough
+    int m_grip = 0;           // where the hand holds it
+    int m_target = 0;         // the position it would take
+    QTimer m_holding;
+    QTimer m_creeping; // scrolls while a lifted chip is held at an edge
 };
 
 } // namespace kestrune

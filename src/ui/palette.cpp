@@ -141,6 +141,10 @@ QPalette toolkitPalette(const Palette &palette)
     set(QPalette::Mid, blended(palette.hairline, palette.ground));
     set(QPalette::Dark, blended(palette.hairline, palette.ground));
     set(QPalette::Shadow, Qt::black);
+    QColor faint = palette.text;
+    faint.setAlphaF(0.4F);
+    for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
+        result.setColor(QPalette::Disabled, role, blended(faint, palette.ground));
     return result;
 }
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "panelfixture.h"
 
-#include "panel/helpsheet.h"
 #include "panel/helpview.h"
+#include "panel/sheet.h"
 #include "support/testregistry.h"
 #include "ui/disclosure.h"
 #include "ui/focusring.h"
@@ -104,6 +104,8 @@ private Q_SLOTS:
         QVERIFY(panel.view->findChild<FocusRing *>()->target());
         panel.key(Qt::Key_Escape);
         QVERIFY(panel.view->isVisible()); // the window's affair
+        QTest::keyClick(&window, Qt::Key_2); // what nothing has the focus for
+        QCOMPARE(panel.state->coinSymbol(), u"BTC"_s);
     }
 
     void tabFollowsTheReadingOrder()

@@ -33,10 +33,11 @@ class WidgetsTest : public QObject
     struct Chips : ChipRow
     {
         explicit Chips(const QString &symbols = u"ETH BTC SOL BNB XRP DOGE AVAX TON LINK ADA"_s)
-            : names(symbols.split(u' '))
         {
+            for (const QString &symbol : symbols.split(u' '))
+                items.push_back({symbol, symbol});
             resize(292, 32);
-            setContent(names, names.constFirst());
+            setContent(items, items.front().key);
             show();
             activateWindow();
         }
@@ -47,7 +48,7 @@ class WidgetsTest : public QObject
                               Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
             QApplication::sendEvent(this, &event);
         }
-        QStringList names;
+        std::vector<ChipItem> items;
     };
 
     static QAccessibleInterface *reader(QObject *object)
@@ -217,11 +218,53 @@ private Q_SLOTS:
         QTest::keyClick(row.focusWidget(), Qt::Key_Home);
         QCOMPARE(row.offset(), 0);
 
-        row.setContent(row.names, u"LINK"_s);
+        row.setContent(row.items, u"LINK"_s);
         QVERIFY(row.offset() > 0);
         row.turnWheel(100);
-        row.setContent(row.names, u"LINK"_s); // nothing new: the row stays where the user put it
+        row.setContent(row.items, u"LINK"_s); // nothing new: the row stays where the user put it
         QCOMPARE(row.offset(), 0);
+    }
+
+    void chipsAreMovedAndRemovedByKeysAndByHand()
+    {
+        Chips row;
+        QVERIFY(QTest::qWaitForWindowActive(&row));
+        QStringList asked;
+        connect(&row, &ChipRow::moveRequested, this,
+                [&](const QString &key, int to) { asked << u"%1>%2"_s.arg(key).arg(to); });
+        connect(&row, &ChipRow::removeRequested, this, [&](const QString &key) { asked << u'-' + key; });
+        connect(&row, &ChipRow::menuRequested, this, [&](const QString &key) { asked << u'?' + key; });
+        connect(&row, &ChipRow::picked, this, [&](const QString &key) { asked << key; });
+        row.chip(0)->setFocus(Qt::TabFocusReason);
+        const std::pair<Qt::Key, Qt::KeyboardModifiers> keys[] = {
+            {Qt::Key_Left, Qt::AltModifier}, // at an end
+            {Qt::Key_Right, Qt::AltModifier},
+            {Qt::Key_Delete, {}},
+            {Qt::Key_F10, Qt::ShiftModifier}};
+        for (const auto &[key, modifiers] : keys)
+            QTest::keyClick(row.focusWidget(), key, modifiers);
+        QCOMPARE(asked.join(u' '), u"ETH>1 -ETH ?ETH"_s);
+        asked.clear();
+
+        Chip *chip = row.chip(1); // held for a moment it comes along, to behind the third
+        const auto moveTo = [&](int x) {
+            QMouseEvent move(QEvent::MouseMove, QPointF(x, 10), chip->mapToGlobal(QPointF(x, 10)),
+                             Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
+            QApplication::sendEvent(chip, &move);
+        };
+        QTest::mousePress(chip, Qt::LeftButton, {}, QPoint(10, 10));
+        QTRY_COMPARE(chip->cursor().shape(), Qt::ClosedHandCursor);
+        moveTo(20 + row.chip(2)->width() + 8);
+        QVERIFY(row.offset() == 0 && row.chip(2)->x() < chip->x());
+        QTest::mouseRelease(chip, Qt::LeftButton, {}, QPoint(10, 10));
+        QCOMPARE(asked.join(u' '), u"BTC>2"_s); // and nothing was picked
+
+        row.items.erase(
+            row.items.begin()); // the focus goes to what stands there now, what stays stays itself
+        row.items[0].text = u"比特币"_s;
+        row.setContent(row.items, u"SOL"_s);
+        QVERIFY(row.chip(0) == chip && chip->hasFocus() && row.chips().size() == 9);
+        QVERIFY(chip->toolTip() == u"BTC" && reader(chip)->text(QAccessible::Name) == u"比特币 BTC");
     }
 
     void foldingTakesTheHeightAndTheFocusAway()
@@ -264,6 +307,12 @@ private Q_SLOTS:
         QVERIFY(toast->geometry().left() >= 0 && toast->geometry().right() < 320); // wraps
         QVERIFY(gone.wait(10'000));
         QVERIFY(sinceLatest.elapsed() >= 2500 && !toast->isVisible());
+
+        int undone = 0;
+        toast->present(u"已移除"_s, false, u"撤销"_s, [&] { ++undone; });
+        QTRY_VERIFY(toast->actionButton()->isVisible());
+        QTest::keyClick(toast->actionButton(), Qt::Key_Return);
+        QVERIFY(undone == 1 && !toast->actionButton()->isVisible());
 
         window.hide();
         toast->present(u"没人看见"_s, false);

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "panel/helpsheet.h"
+#include "panel/sheet.h"
 
-#include "panel/helpview.h"
 #include "ui/boxlayouts.h"
+#include "ui/palette.h"
 
-#include <QHideEvent>
+#include <QPainter>
 #include <QScreen>
 
 #include <algorithm>
@@ -21,32 +21,33 @@ QRect sheetGeometry(const QRect &panel, const QSize &size, const QRect &screen)
     return {QPoint(x, y), size};
 }
 
-HelpSheet::HelpSheet(QWidget *panel)
-    : QWidget(panel, Qt::Popup | Qt::FramelessWindowHint), m_view(new HelpView)
+Sheet::Sheet(QWidget *panel, QWidget *view)
+    : QWidget(panel, Qt::Popup | Qt::FramelessWindowHint), m_view(view)
 {
     setAttribute(Qt::WA_WindowPropagation); // the panel's colours
     // The press that closes the sheet is spent: replayed, it would close the panel or press something.
     setAttribute(Qt::WA_NoMouseReplay);
-    setAccessibleName(m_view->accessibleName());
-    setWindowTitle(m_view->accessibleName());
-    columnIn(this, 0)->addWidget(m_view);
-    connect(m_view, &HelpView::closeRequested, this, &QWidget::close);
+    setAccessibleName(view->accessibleName());
+    setWindowTitle(view->accessibleName());
+    columnIn(this, 0)->addWidget(view);
 }
 
-void HelpSheet::openOver()
+void Sheet::openOver()
 {
     QWidget *panel = parentWidget();
     const QRect over(panel->mapToGlobal(QPoint(0, 0)), panel->size());
     const QScreen *screen = panel->screen();
-    setGeometry(sheetGeometry(over, HelpView::viewSize, screen ? screen->availableGeometry() : over));
+    setGeometry(sheetGeometry(over, m_view->size(), screen ? screen->availableGeometry() : over));
     show();
-    m_view->takeFocus();
 }
 
-void HelpSheet::hideEvent(QHideEvent *event)
+void Sheet::paintEvent(QPaintEvent *)
 {
-    QWidget::hideEvent(event);
-    Q_EMIT closed();
+    QPainter painter(this);
+    const Palette &palette = paletteOf(this);
+    painter.fillRect(rect(), palette.ground);
+    painter.setPen(QPen(blended(palette.hairline, palette.ground), 1));
+    painter.drawRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5));
 }
 
 } // namespace kestrune
