@@ -25,6 +25,9 @@ def market() -> dict[str, list[bytes]]:
                            b'{"code":"51001","msg":"Instrument ID does not exist","data":[]}'],
         "crypto-tickers": [b'[{"contract":"BTC_USDT","last":"61234.5","change_percentage":"-2.25"}]', b"[]",
                            b'{"symbol":"BTCUSDT","lastPrice":"61234.50","priceChangePercent":"-2.250"}'],
+        "contract-lists": [b'[{"contract":"PEPE_USDT","last":"0.00001","volume_24h_quote":"9"}]',
+                           b'[{"symbol":"PEPEUSDT","lastPrice":"0.00001","quoteVolume":"9.5"}]', b"[]"],
+        "searches": [b'v_hint="sh~600036~\\u62db\\u5546~zsyh~GP-A^hk~01810~X~x~GP";', b'v_hint="N";', b'v_hint="'],
         "quotes": [quotes, 'v_sh600519="1~名~600519~10";'.encode(), b"v_pv_none_match=\"1\";\n"],
         "stock-candles": [stock, days, days.replace(b"\"day\"", b"\"week\"")],
     }

@@ -2,6 +2,7 @@
 #include "fuzztarget.h"
 #include "market/candleparsers.h"
 #include "market/quoteparser.h"
+#include "market/searchparsers.h"
 #include "platform/decompression.h"
 #include "platform/jsonpreferences.h"
 #include "platform/textdecoding.h"
@@ -55,6 +56,25 @@ const Registration quotes("quotes", [](const QByteArray &body) {
         KESTRUNE_REQUIRE(quote->limitUp.value_or(1) > 0 && quote->limitDown.value_or(1) > 0);
         KESTRUNE_REQUIRE(!quote->name.contains(u'~') && !quote->name.contains(u';'));
     }
+});
+
+void requireCodes(const std::optional<FoundList> &found, MarketSegment segment)
+{
+    for (const Found &each : found.value_or(FoundList())) {
+        KESTRUNE_REQUIRE(segmentOf(each.symbol) == segment && each.name.isValidUtf16());
+        KESTRUNE_REQUIRE(std::isfinite(each.turnover) && each.turnover >= 0);
+    }
+}
+
+const Registration contracts("contract-lists", [](const QByteArray &body) {
+    requireCodes(parseGateContracts(body), MarketSegment::crypto);
+    requireCodes(parseBinanceContracts(body), MarketSegment::crypto);
+});
+
+const Registration searches("searches", [](const QByteArray &body) {
+    const QString text = decodeGb18030(body);
+    for (const MarketSegment segment : {MarketSegment::cn, MarketSegment::hk})
+        requireCodes(parseSearchAnswer(text, segment), segment);
 });
 
 const Registration stockCandles("stock-candles", [](const QByteArray &body) {

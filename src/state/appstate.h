@@ -5,7 +5,6 @@
 #include "analysis/zone.h"
 #include "analysis/zonebuilding.h"
 #include "market/endpoints.h"
-#include "market/instrumentsearch.h"
 #include "market/marketsegment.h"
 #include "market/priceresult.h"
 #include "market/stockquote.h"
@@ -37,6 +36,7 @@ namespace kestrune {
 
 class Attention;
 class HttpClient;
+class InstrumentSearch;
 class MarketService;
 class SourceHealth;
 class StockMarketService;
@@ -102,15 +102,16 @@ private:
     const std::shared_ptr<SourceHealth> m_sources;
     const std::unique_ptr<const MarketService> m_marketService;
     const std::unique_ptr<const StockMarketService> m_stockService;
+    const std::unique_ptr<const InstrumentSearch> m_search;
+    InstrumentBook m_book;
     std::vector<std::function<void()>> m_restoring;
 
 public:
-    // Prices in the quote currency, percentages in percent units.
-    mutable InstrumentBook m_book;
-    mutable InstrumentSearch m_search;
-    InstrumentBook &instruments() const { return m_book; }
-    InstrumentSearch &instrumentSearch() const { return m_search; }
+    [[nodiscard]] InstrumentBook &instruments() { return m_book; }
+    [[nodiscard]] const InstrumentBook &instruments() const { return m_book; }
+    [[nodiscard]] const InstrumentSearch &instrumentSearch() const { return *m_search; }
 
+    // Prices in the quote currency, percentages in percent units.
     // The settings. Some are not simply stored at every assignment: the instrument and the alerts are by
     // their operations, and the neon mode and the proxies have more to do.
     Published<QString> coinSymbol = restored(settings::coin, &AppState::coinSymbol);
@@ -231,7 +232,7 @@ public:
     [[nodiscard]] std::vector<PriceAlert> currentAlerts() const;
     [[nodiscard]] bool alertActive() const; ///< some alert of the instrument is triggered
     [[nodiscard]] bool hasAlert(double target) const;
-    [[nodiscard]] const QStringList &blingSymbols() const;
+    [[nodiscard]] QStringList blingSymbols() const; ///< eight, or fewer of the trader's own list
 
     // Refreshes. Overlapping ones are applied in order of arrival, whatever is selected by then: what was
     // asked for another selection is shown, but nothing is computed from it.
@@ -311,6 +312,7 @@ private:
     void rebuildZonesAt(double newPrice);
     void rebuildZonesAtLivePrice();
     void notePrice(Subject asked, double value, const StockQuote *quote);
+    [[nodiscard]] int decimalsFor(double value) const;
     void noteFailure(std::optional<Failure> &failure, bool own, const QString &message);
     void watchAges();
     [[nodiscard]] std::optional<std::chrono::nanoseconds> nextAgeChange() const;

@@ -7,6 +7,7 @@
 
 #include <QString>
 
+#include <array>
 #include <optional>
 #include <vector>
 
@@ -61,6 +62,10 @@ inline const Setting<bool> blingMode{QStringLiteral("ks_bling"), false, onlyTrue
 /// For requests about crypto and about stocks, as `parseProxy` reads them.
 inline const Setting<QString> proxyCrypto{QStringLiteral("ks_proxy_crypto"), {}, namingProxy};
 inline const Setting<QString> proxyStock{QStringLiteral("ks_proxy_stock"), {}, namingProxy};
+/// By MarketSegment: the codes of a list that is not the default, an array; null or absent where it is.
+inline const std::array listKeys{QStringLiteral("ks_list_crypto"), QStringLiteral("ks_list_cn"),
+                                 QStringLiteral("ks_list_hk")};
+inline const QString namesKey = QStringLiteral("ks_names"); ///< an object, by code
 inline const Setting<bool> hasLaunched{QStringLiteral("ks_has_launched_v2")};
 
 /// Stores what `known`, the list as it was last seen stored, has become; what other running programs have
