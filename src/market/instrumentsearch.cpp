@@ -45,7 +45,7 @@ QCoro::Task<Result<FoundList>> InstrumentSearch::contracts(std::shared_ptr<Contr
 {
     const auto held = std::move(kept);
     if (held->until && clock->steady() < *held->until)
-        co_return held->list;
+        co_return Result<FoundList>(held->list); // what is returned by name would be moved away
     if (held->asking) {
         const auto answer = std::make_shared<Completion<Result<FoundList>>>();
         held->waiting.push_back(answer);

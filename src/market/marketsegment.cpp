@@ -221,7 +221,8 @@ std::optional<MarketSegment> segmentOf(const QString &code)
 
 QString shownCode(MarketSegment segment, const QString &code)
 {
-    return segment == MarketSegment::crypto ? code : bareCode(code); // there are coins such as SHIB
+    const bool coin = segment == MarketSegment::crypto && segmentOf(code) == segment; // such as SHIB
+    return coin ? code : bareCode(code);
 }
 
 PriceGrid priceGrid(QStringView stockCode)
