@@ -39,7 +39,8 @@ def settings() -> dict[str, list[bytes]]:
     alerts = json.dumps([alert, alert | {"lastFiredAt": 1767601800.25}, alert | {"lastFiredAt": None}])
     stored = [{"ks_coin": "BTC", "ks_mini": True, "ks_market": "加密", "ks_alerts": {"utf8": alerts}},
               {"ks_alerts": json.loads(alerts), "ks_disp_maxside": 3e9}, {"ks_alerts": {"base64": "/wA="}},
-              {"ks_disp_maxside": -2147483649, "ks_signal_threshold": 1e308}]
+              {"ks_disp_maxside": -2147483649, "ks_signal_threshold": 1e308},
+              {"ks_list_crypto": ["PEPE", "BTC"], "ks_list_hk": ["hk00700", 1], "ks_names": {"hk00700": "x"}}]
     lines = [["--snapshot", "out", "--symbol", "BTC", "--market", "加密", "--timeframe", "4H"],
              ["--market-server", "https://[::1]:8443/prefix//", "--strip"],
              ["--demo", "--market-server", "http://127.0.0.1:1"], ["--help", "--version", ""]]

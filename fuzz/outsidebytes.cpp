@@ -8,6 +8,7 @@
 #include "platform/textdecoding.h"
 #include "snapshot/commandline.h"
 #include "snapshot/snapshotmode.h"
+#include "state/instruments.h"
 #include "state/settings.h"
 #include "viewmodel/settingsinput.h"
 
@@ -154,6 +155,10 @@ const Registration preferences("preferences", [](const QByteArray &bytes) {
             settings::signalThreshold, settings::displayRange, settings::maxPerSide, settings::accountSize,
             settings::riskPerTrade, settings::leverage, settings::marginMode, settings::marketContextExpanded,
             settings::alerts, settings::blingMode, settings::hasLaunched);
+    const InstrumentBook book(stored);
+    for (const MarketSegment segment : allMarketSegments)
+        KESTRUNE_REQUIRE(!book.list(segment).isEmpty() &&
+                         segmentOf(book.list(segment).constLast()) == segment);
     // What is no JSON object is set aside, once.
     const QJsonDocument before = QJsonDocument::fromJson(bytes);
     const QStringList broken = folder.entryList({u"*.broken-*"_s}, QDir::Files);
