@@ -136,11 +136,24 @@ void panelConstruction(benchmark::State &state)
 }
 BENCHMARK(panelConstruction);
 
+/// As many instruments as the lists hold, 600.
+void fillLists(InstrumentBook &book)
+{
+    for (int i = 0; i < InstrumentBook::mostPerSegment; ++i) {
+        const QString number = QString::number(60'000 + i);
+        book.add(MarketSegment::crypto, u'C' + number, {});
+        book.add(MarketSegment::cn, u"sh6"_s + number, u"名称"_s + number);
+        book.add(MarketSegment::hk, u"hk"_s + number, u"名称"_s + number);
+    }
+}
+
 /// One price tick with the panel open: the state's own work, the update and the painting of what changed.
 void panelTick(benchmark::State &state)
 {
-    const bool unfolded = state.range(0) != 0;
+    const bool unfolded = state.range(0) == 1;
     Loaded loaded(unfolded);
+    if (state.range(0) == 2)
+        fillLists(loaded.state->instruments());
     PopoverView view(loaded.state);
     view.setSettingsExpanded(unfolded);
     view.show();
@@ -151,7 +164,7 @@ void panelTick(benchmark::State &state)
         QApplication::processEvents();
     });
 }
-BENCHMARK(panelTick)->Arg(0)->Arg(1)->MeasureProcessCPUTime();
+BENCHMARK(panelTick)->Arg(0)->Arg(1)->Arg(2)->MeasureProcessCPUTime();
 
 /// A chart with everything on it, as large as it opens, on a screen of twice the density.
 struct LoadedChart : Loaded

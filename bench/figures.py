@@ -62,6 +62,8 @@ FIGURES = [
     computed("chart of 320 candles with four lines, painted", "chartPaint/0", 1.6, "painter/chart", "ms"),
     computed("price tick with the chart open", "chartPaint/1", 0.8, "painter/chart", "ms"),
     computed("chart opened, painted and closed", "chartOpening", 6, "painter/chart", "ms"),
+    computed("price tick with the panel open and 600 instruments listed", "panelTick/2/process_time", 1.7,
+             "painter/panel", "ms"),
     computed("encoding the snapshot picture", "encoding", 5.5, "packing", "ms"),
     Figure("snapshot run beyond its deliberate waits of 1.5 s", "snapshot", "time", "ms", "bare time", 7.5),
     Figure("snapshot run, peak memory", "snapshot", "memory", "MiB", "bare memory", 2.3),

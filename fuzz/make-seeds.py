@@ -25,6 +25,9 @@ def market() -> dict[str, list[bytes]]:
                            b'{"code":"51001","msg":"Instrument ID does not exist","data":[]}'],
         "crypto-tickers": [b'[{"contract":"BTC_USDT","last":"61234.5","change_percentage":"-2.25"}]', b"[]",
                            b'{"symbol":"BTCUSDT","lastPrice":"61234.50","priceChangePercent":"-2.250"}'],
+        "contract-lists": [b'[{"contract":"PEPE_USDT","last":"0.00001","volume_24h_quote":"9"}]',
+                           b'[{"symbol":"PEPEUSDT","lastPrice":"0.00001","quoteVolume":"9.5"}]', b"[]"],
+        "searches": [b'v_hint="sh~600036~\\u62db\\u5546~zsyh~GP-A^hk~01810~X~x~GP";', b'v_hint="N";', b'v_hint="'],
         "quotes": [quotes, 'v_sh600519="1~名~600519~10";'.encode(), b"v_pv_none_match=\"1\";\n"],
         "stock-candles": [stock, days, days.replace(b"\"day\"", b"\"week\"")],
     }
@@ -36,7 +39,8 @@ def settings() -> dict[str, list[bytes]]:
     alerts = json.dumps([alert, alert | {"lastFiredAt": 1767601800.25}, alert | {"lastFiredAt": None}])
     stored = [{"ks_coin": "BTC", "ks_mini": True, "ks_market": "加密", "ks_alerts": {"utf8": alerts}},
               {"ks_alerts": json.loads(alerts), "ks_disp_maxside": 3e9}, {"ks_alerts": {"base64": "/wA="}},
-              {"ks_disp_maxside": -2147483649, "ks_signal_threshold": 1e308}]
+              {"ks_disp_maxside": -2147483649, "ks_signal_threshold": 1e308},
+              {"ks_list_crypto": ["PEPE", "BTC"], "ks_list_hk": ["hk00700", 1], "ks_names": {"hk00700": "x"}}]
     lines = [["--snapshot", "out", "--symbol", "BTC", "--market", "加密", "--timeframe", "4H"],
              ["--market-server", "https://[::1]:8443/prefix//", "--strip"],
              ["--demo", "--market-server", "http://127.0.0.1:1"], ["--help", "--version", ""]]

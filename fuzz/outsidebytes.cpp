@@ -5,11 +5,13 @@
 #include "line/clickinput.h"
 #include "market/candleparsers.h"
 #include "market/quoteparser.h"
+#include "market/searchparsers.h"
 #include "platform/decompression.h"
 #include "platform/jsonpreferences.h"
 #include "platform/textdecoding.h"
 #include "snapshot/commandline.h"
 #include "snapshot/snapshotmode.h"
+#include "state/instruments.h"
 #include "state/settings.h"
 #include "viewmodel/settingsinput.h"
 
@@ -58,6 +60,25 @@ const Registration quotes("quotes", [](const QByteArray &body) {
         KESTRUNE_REQUIRE(quote->limitUp.value_or(1) > 0 && quote->limitDown.value_or(1) > 0);
         KESTRUNE_REQUIRE(!quote->name.contains(u'~') && !quote->name.contains(u';'));
     }
+});
+
+void requireCodes(const std::optional<FoundList> &found, MarketSegment segment)
+{
+    for (const Found &each : found.value_or(FoundList())) {
+        KESTRUNE_REQUIRE(listedSegment(each.symbol) == segment && each.name.isValidUtf16());
+        KESTRUNE_REQUIRE(std::isfinite(each.turnover) && each.turnover >= 0);
+    }
+}
+
+const Registration contracts("contract-lists", [](const QByteArray &body) {
+    requireCodes(parseGateContracts(body), MarketSegment::crypto);
+    requireCodes(parseBinanceContracts(body), MarketSegment::crypto);
+});
+
+const Registration searches("searches", [](const QByteArray &body) {
+    const QString text = decodeGb18030(body);
+    for (const MarketSegment segment : {MarketSegment::cn, MarketSegment::hk})
+        requireCodes(parseSearchAnswer(text, segment), segment);
 });
 
 const Registration stockCandles("stock-candles", [](const QByteArray &body) {
@@ -137,6 +158,10 @@ const Registration preferences("preferences", [](const QByteArray &bytes) {
             settings::signalThreshold, settings::displayRange, settings::maxPerSide, settings::accountSize,
             settings::riskPerTrade, settings::leverage, settings::marginMode, settings::marketContextExpanded,
             settings::alerts, settings::blingMode, settings::hasLaunched);
+    const InstrumentBook book(stored);
+    for (const MarketSegment segment : allMarketSegments)
+        KESTRUNE_REQUIRE(!book.list(segment).isEmpty() &&
+                         listedSegment(book.list(segment).constLast()) == segment);
     // What is no JSON object is set aside, once.
     const QJsonDocument before = QJsonDocument::fromJson(bytes);
     const QStringList broken = folder.entryList({u"*.broken-*"_s}, QDir::Files);

@@ -11,14 +11,17 @@ namespace kestrune::replay {
 
 enum class Endpoint {
     gateCandles,
+    gateList,
     gateTicker,
     binanceCandles,
+    binanceList,
     binanceTicker,
     okxCandles,
     tencentQuotes,
-    tencentCandles
+    tencentCandles,
+    tencentSearch
 };
-inline constexpr std::size_t endpointCount = 7;
+inline constexpr std::size_t endpointCount = 10;
 
 /// By the name on the command line, for example "gate.candles".
 [[nodiscard]] std::optional<Endpoint> endpointFromName(QByteArrayView name);

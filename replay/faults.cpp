@@ -95,9 +95,11 @@ QByteArray errorBody(Endpoint endpoint)
 {
     switch (endpoint) {
     case Endpoint::gateCandles:
+    case Endpoint::gateList:
     case Endpoint::gateTicker:
         return R"({"label":"SERVER_ERROR","message":"Internal server error"})";
     case Endpoint::binanceCandles:
+    case Endpoint::binanceList:
     case Endpoint::binanceTicker:
         return R"({"code":-1001,"msg":"Internal error; unable to process your request. Please try again."})";
     case Endpoint::okxCandles:
@@ -106,6 +108,8 @@ QByteArray errorBody(Endpoint endpoint)
         return "v_pv_none_match=\"1\";\n";
     case Endpoint::tencentCandles:
         return R"({"code":1,"msg":"internal error"})";
+    case Endpoint::tencentSearch:
+        return "v_hint=";
     }
     return {};
 }

@@ -25,12 +25,14 @@ struct Instrument
     int firstYear;           ///< when the simulated history starts: year, month, day
     int firstMonth;
     int firstDay;
-    double ticksPerUnit;  ///< price steps in one unit; 0 where the exchange's step table rules
-    double contractSize;  ///< base units of one perpetual contract; crypto only
-    double shares;        ///< issued shares; stocks only
-    int lotSize;          ///< shares of one board lot; stocks only
-    double earningsRatio; ///< price by earnings, as the quotes show it
-    double bookRatio;     ///< price by book value
+    double ticksPerUnit;        ///< price steps in one unit; 0 where the exchange's step table rules
+    double contractSize;        ///< base units of one perpetual contract; crypto only
+    double shares;              ///< issued shares; stocks only
+    int lotSize;                ///< shares of one board lot; stocks only
+    double earningsRatio;       ///< price by earnings, as the quotes show it
+    double bookRatio;           ///< price by book value
+    const char *pinyin = "";    ///< initials of the name; stocks only
+    const char *type = nullptr; ///< of what is no share, in the words of the search
 };
 
 /// The instant (2026-06-30 UTC) at which `Instrument::level` applies.
@@ -43,6 +45,9 @@ inline constexpr qint64 anchorTime = 1782777600000;
 
 /// The largest daily move against the previous close, 0.1 for 10 %; infinite where there is no limit.
 [[nodiscard]] double dailyLimit(const Instrument &instrument);
+
+/// What the search calls the kind of a stock, a fund or an index.
+[[nodiscard]] const char *searchType(const Instrument &instrument);
 
 /// The price on the instrument's grid that is nearest to `price`, never below one step.
 [[nodiscard]] double snapToTick(const Instrument &instrument, double price);

@@ -37,10 +37,12 @@ Answer answerRequest(Market &market, const Target &target)
     switch (target.endpoint) {
     case Endpoint::gateCandles:
         return gateCandles(market, Query(target.argument));
+    case Endpoint::gateList:
     case Endpoint::gateTicker:
         return gateTicker(market, Query(target.argument));
     case Endpoint::binanceCandles:
         return binanceCandles(market, Query(target.argument));
+    case Endpoint::binanceList:
     case Endpoint::binanceTicker:
         return binanceTicker(market, Query(target.argument));
     case Endpoint::okxCandles:
@@ -49,6 +51,8 @@ Answer answerRequest(Market &market, const Target &target)
         return tencentQuotes(market, QByteArray::fromPercentEncoding(target.argument));
     case Endpoint::tencentCandles:
         return tencentCandles(market, Query(target.argument));
+    case Endpoint::tencentSearch:
+        return tencentSearch(Query(target.argument));
     }
     return {{}, 404, "text/plain"};
 }

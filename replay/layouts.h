@@ -36,6 +36,7 @@ private:
 /// `codes` is what follows "/q=" in the path.
 [[nodiscard]] Answer tencentQuotes(Market &market, QByteArrayView codes);
 [[nodiscard]] Answer tencentCandles(Market &market, const Query &query);
+[[nodiscard]] Answer tencentSearch(const Query &query);
 
 /// The right one of the above for a request.
 [[nodiscard]] Answer answerRequest(Market &market, const Target &target);

@@ -160,4 +160,22 @@ Answer tencentCandles(Market &market, const Query &query)
     return stockCandles(*listing, parts[1], *interval, std::min(asked, mostRows), adjustment);
 }
 
+Answer tencentSearch(const Query &query)
+{
+    const QString text = QString::fromUtf8(query.value("q")).toLower();
+    QByteArrayList found;
+    for (const Instrument &each : allInstruments()) {
+        const QString code = QLatin1String(each.code);
+        const QString name = QString::fromUtf8(each.name);
+        const bool hit = code.startsWith(text) || code.sliced(2).startsWith(text) ||
+                         QLatin1String(each.pinyin).startsWith(text) || name.toLower().contains(text);
+        if (each.venue == Venue::crypto || text.isEmpty() || !hit)
+            continue;
+        found.append(code.left(2).toLatin1() + '~' + code.sliced(2).toLatin1() + '~' +
+                     escapedJson(name).sliced(1).chopped(1) + '~' + each.pinyin + '~' + searchType(each));
+    }
+    return {"v_hint=\"" + (found.isEmpty() ? QByteArray("N") : found.join('^')) + "\";\n", 200,
+            "text/html; charset=GBK"};
+}
+
 } // namespace kestrune::replay

@@ -97,7 +97,8 @@ QStringList mainlandFields(const Listing &listing)
     const Instrument &instrument = listing.instrument();
     const QuoteSession session = sessionOf(listing);
     const Candle &today = session.today;
-    int decimals = 2;
+    const int gridDecimals = instrument.ticksPerUnit > 100 ? 3 : 2;
+    int decimals = gridDecimals;
     for (const double value : {today.o, today.h, today.l, today.c, session.previousClose})
         decimals = neededDecimals(value, decimals, 3);
     const auto money = [decimals](double value) { return fixedText(value, decimals); };
@@ -136,8 +137,10 @@ QStringList mainlandFields(const Listing &listing)
     fields.set(44, fixedText(value, 2));
     fields.set(45, fixedText(value, 2));
     fields.set(46, fixedText(instrument.bookRatio, 2));
-    fields.set(47, fixedText(limitPrice(instrument, session.previousClose, true), 2));
-    fields.set(48, fixedText(limitPrice(instrument, session.previousClose, false), 2));
+    if (QByteArrayView(searchType(instrument)) != "ZS") { // an index has no limits
+        fields.set(47, fixedText(limitPrice(instrument, session.previousClose, true), gridDecimals));
+        fields.set(48, fixedText(limitPrice(instrument, session.previousClose, false), gridDecimals));
+    }
     fields.set(49, fixedText(session.usualVolume > 0 ? today.v / session.usualVolume : 0, 2));
     fields.set(50, "0");
     fields.set(51, money(averagePrice(today)));
@@ -148,7 +151,7 @@ QStringList mainlandFields(const Listing &listing)
     fields.set(58, "0.0000");
     fields.set(59, "0");
     fields.set(60, "   A");
-    fields.set(61, "GP-A");
+    fields.set(61, searchType(instrument));
     fields.set(62, fixedText(percent(today.c, session.yearAgo), 2));
     fields.set(67, money(session.yearHigh));
     fields.set(68, money(session.yearLow));
@@ -210,7 +213,7 @@ QStringList hongkongFields(const Listing &listing)
     fields.set(59, fixedText(today.v / instrument.shares * 100, 2));
     fields.set(60, QByteArray::number(instrument.lotSize));
     fields.set(61, fixedText(percent(today.c, session.yearAgo), 2));
-    fields.set(63, "GP");
+    fields.set(63, searchType(instrument));
     fields.set(69, shares);
     fields.set(70, shares);
     fields.set(73, money(averagePrice(today)));

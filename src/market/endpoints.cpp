@@ -14,7 +14,8 @@ Endpoints Endpoints::live()
             .binanceFutures = u"https://fapi.binance.com"_s,
             .okx = u"https://www.okx.com"_s,
             .tencentQuotes = u"https://qt.gtimg.cn"_s,
-            .tencentCandles = u"https://web.ifzq.gtimg.cn"_s};
+            .tencentCandles = u"https://web.ifzq.gtimg.cn"_s,
+            .tencentSearch = u"https://smartbox.gtimg.cn"_s};
 }
 
 Endpoints Endpoints::via(const QString &base)
@@ -27,7 +28,8 @@ Endpoints Endpoints::via(const QString &base)
             .binanceFutures = address,
             .okx = address,
             .tencentQuotes = address,
-            .tencentCandles = address};
+            .tencentCandles = address,
+            .tencentSearch = address};
 }
 
 std::optional<QUrl> requestUrl(const QString &text)

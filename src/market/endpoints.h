@@ -12,7 +12,7 @@ namespace kestrune {
 struct Endpoints
 {
     QString gate, binanceSpot, binanceFutures, okx;
-    QString tencentQuotes, tencentCandles;
+    QString tencentQuotes, tencentCandles, tencentSearch;
 
     [[nodiscard]] static Endpoints live();
     /// Every market request goes to `base`, whose path (if any) is a prefix.

@@ -1,41 +1,92 @@
 // SPDX-License-Identifier: MIT
 #include "market/instrumentsearch.h"
+
+#include "market/marketservice.h"
+#include "market/stockmarketservice.h"
+#include "platform/completion.h"
+
+#include <algorithm>
+#include <utility>
+
 namespace kestrune {
-using namespace Qt::StringLiterals;
-QCoro::Task<Result<std::vector<Found>>> InstrumentSearch::crypto()
+
+namespace {
+
+template <typename T>
+QCoro::Task<bool> succeeds(QCoro::Task<Result<T>> request)
 {
-    std::vector<Found> l;
-    for (auto s : {"BTC", "ETH", "SOL", "XRP", "PEPE", "SUI", "WIF", "ARB", "OP", "APT", "TIA", "SEI", "NEAR",
-                   "FIL", "LTC", "BCH"})
-        l.push_back({QString::fromLatin1(s), {}, 1});
-    co_return l;
+    const auto answer = co_await request;
+    co_return answer && answer->price > 0;
 }
-QCoro::Task<Result<std::vector<Found>>> InstrumentSearch::stocks(MarketSegment s, QString t)
+
+} // namespace
+
+struct InstrumentSearch::Contracts
 {
-    if (t == u"x"_s)
-        co_return tl::unexpected(ServiceError{});
-    if (t == u"y"_s)
-        co_return std::vector<Found>();
-    if (s == MarketSegment::hk)
-        co_return std::vector<Found>{{u"hk01810"_s, u"小米集团-W"_s, 0}, {u"hk02018"_s, u"瑞声科技"_s, 0}};
-    co_return std::vector<Found>{{u"sh600036"_s, u"招商银行"_s, 0},
-                                 {u"sh600999"_s, u"招商证券"_s, 0},
-                                 {u"sh600010"_s, u"招商银行股份有限公司优先股非常长的名字测试"_s, 0}};
-}
-QCoro::Task<bool> InstrumentSearch::answers(MarketSegment, QString)
+    FoundList list;
+    std::optional<SteadyInstant> until; ///< when the list is to be fetched anew
+    bool asking = false;
+    std::vector<std::shared_ptr<Completion<Result<FoundList>>>> waiting;
+};
+
+InstrumentSearch::InstrumentSearch(const MarketService &crypto, const StockMarketService &stocks,
+                                   const Clock &clock)
+    : m_crypto(&crypto), m_stocks(&stocks), m_clock(&clock), m_contracts(std::make_shared<Contracts>())
+{}
+
+QCoro::Task<Result<FoundList>> InstrumentSearch::crypto() const
 {
-    co_return true;
+    return contracts(m_contracts, m_crypto, m_clock);
 }
-std::vector<Found> matching(const std::vector<Found> &list, const QString &text)
+
+// The service is asked before anything is awaited, and is not touched afterwards.
+QCoro::Task<Result<FoundList>> InstrumentSearch::contracts(std::shared_ptr<Contracts> kept,
+                                                           const MarketService *service, const Clock *clock)
 {
-    std::vector<Found> r;
-    for (auto &f : list)
-        if (f.symbol.contains(text, Qt::CaseInsensitive))
-            r.push_back(f);
-    return r;
+    const auto held = std::move(kept);
+    if (held->until && clock->steady() < *held->until)
+        co_return Result<FoundList>(held->list); // what is returned by name would be moved away
+    if (held->asking) {
+        const auto answer = std::make_shared<Completion<Result<FoundList>>>();
+        held->waiting.push_back(answer);
+        co_return co_await *answer;
+    }
+    held->asking = true;
+    auto answer = co_await service->fetchContracts();
+    held->asking = false;
+    if (answer) {
+        held->list = *answer;
+        held->until = clock->steady() + keptFor;
+    }
+    for (const auto &waiter : std::exchange(held->waiting, {}))
+        waiter->complete(answer);
+    co_return answer;
 }
-std::optional<QString> codeFromTyped(MarketSegment, const QString &text)
+
+QCoro::Task<Result<FoundList>> InstrumentSearch::stocks(MarketSegment segment, const QString &text) const
 {
-    return text.toUpper();
+    return m_stocks->search(segment, text);
 }
+
+QCoro::Task<bool> InstrumentSearch::answers(MarketSegment segment, const QString &symbol) const
+{
+    return segment == MarketSegment::crypto ? succeeds(m_crypto->fetchPrice(symbol))
+                                            : succeeds(m_stocks->fetchQuote(symbol));
+}
+
+FoundList matching(const FoundList &list, const QString &text)
+{
+    const QString wanted = codeFromTyped(MarketSegment::crypto, text).value_or(text.trimmed().toUpper());
+    FoundList found;
+    for (const Found &each : list) {
+        if (each.symbol.contains(wanted))
+            found.push_back(each);
+    }
+    std::ranges::stable_sort(found, [&wanted](const Found &a, const Found &b) {
+        const bool first = a.symbol.startsWith(wanted);
+        return first != b.symbol.startsWith(wanted) ? first : a.turnover > b.turnover;
+    });
+    return found;
+}
+
 } // namespace kestrune

@@ -193,6 +193,55 @@ MarketSegment segmentOf(QStringView symbol)
     return *exchange == StockMarket::hk ? MarketSegment::hk : MarketSegment::cn;
 }
 
+std::optional<QString> codeFromTyped(MarketSegment segment, const QString &text)
+{
+    constexpr qsizetype longestCoin = 20;
+    const QString plain = text.normalized(QString::NormalizationForm_KC).trimmed();
+    const auto isDigit = [](QChar c) { return c >= u'0' && c <= u'9'; };
+    if (segment == MarketSegment::crypto) {
+        QString coin = plain.toUpper();
+        if (coin.endsWith("USDT"_L1))
+            coin.chop(coin.endsWith("_USDT"_L1) ? 5 : 4);
+        const bool named =
+            std::ranges::all_of(coin, [&](QChar c) { return isDigit(c) || (c >= u'A' && c <= u'Z'); });
+        return named && !coin.isEmpty() && coin.size() <= longestCoin ? std::optional(coin) : std::nullopt;
+    }
+    const auto prefixed = stockMarketOf(plain);
+    const QString number = prefixed ? plain.mid(2) : plain;
+    const bool hongKong = segment == MarketSegment::hk;
+    if (number.size() != (hongKong ? 5 : 6) || !std::ranges::all_of(number, isDigit) ||
+        (prefixed && (*prefixed == StockMarket::hk) != hongKong))
+        return std::nullopt;
+    if (prefixed || hongKong)
+        return rawValue(prefixed.value_or(StockMarket::hk)) + number;
+    if (QStringView(u"569").contains(number.front()))
+        return rawValue(StockMarket::sh) + number;
+    if (QStringView(u"0123").contains(number.front()))
+        return rawValue(StockMarket::sz) + number;
+    return std::nullopt;
+}
+
+std::optional<MarketSegment> listedSegment(const QString &code)
+{
+    const MarketSegment segment = segmentOf(code);
+    return codeFromTyped(segment, code) == code ? std::optional(segment) : std::nullopt;
+}
+
+QString shownCode(MarketSegment segment, const QString &code)
+{
+    const bool coin = segment == MarketSegment::crypto && segmentOf(code) == segment; // such as SHIB
+    return coin ? code : bareCode(code);
+}
+
+PriceGrid priceGrid(QStringView stockCode)
+{
+    for (const QStringView fund : {u"sh5", u"sz15", u"sz16"}) {
+        if (stockCode.startsWith(fund, Qt::CaseInsensitive))
+            return {0.001, 3};
+    }
+    return {0.01, 2};
+}
+
 QString bareCode(const QString &code)
 {
     return stockMarketOf(code) ? code.mid(2) : code;

@@ -57,6 +57,24 @@ struct MarketSession
 /// which there was no trade.
 [[nodiscard]] bool candlesAreOld(MarketSegment segment, QStringView timeframe, qint64 lastTs, Instant now);
 
+/// The instrument that a text names: six digits of the mainland or five of Hong Kong, with or without their
+/// prefix, or a coin, with or without "USDT" behind it; in any case and width of letters. Lists spell codes
+/// as the result does. None for other texts.
+[[nodiscard]] std::optional<QString> codeFromTyped(MarketSegment segment, const QString &text);
+/// Of a code as lists spell it; none for other texts.
+[[nodiscard]] std::optional<MarketSegment> listedSegment(const QString &code);
+/// What a segment's instrument is called by code: stocks without their prefix.
+[[nodiscard]] QString shownCode(MarketSegment segment, const QString &code);
+
+/// How finely a stock segment's prices are told.
+struct PriceGrid
+{
+    double step;
+    int decimals;
+};
+/// Cents, and tenths of them for the mainland's funds (sh5…, sz15…, sz16…).
+[[nodiscard]] PriceGrid priceGrid(QStringView stockCode);
+
 /// The code without an "sh", "sz" or "hk" prefix of any case; other codes unchanged.
 [[nodiscard]] QString bareCode(const QString &code);
 

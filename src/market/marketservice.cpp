@@ -13,22 +13,23 @@ using namespace Qt::StringLiterals;
 // The coroutines below take all they need by value and never touch the service, which may be gone by the
 // time an answer arrives.
 
-namespace {
-
+// Not unnamed: of these g++ warns where a coroutine that is a template keeps them.
 struct SourceRequest
 {
     SourceTopic topic;
     std::optional<QUrl> url; // of an invalid address nothing can be asked
 };
 
+struct TickerRequests
+{
+    SourceRequest gate, binance;
+};
+
+namespace {
+
 struct KlineRequests
 {
     SourceRequest gate, binance, okx;
-};
-
-struct PriceRequests
-{
-    SourceRequest gate, binance;
 };
 
 KlineRequests klineRequests(const Endpoints &endpoints, const QString &symbol, const QString &interval,
@@ -51,7 +52,7 @@ KlineRequests klineRequests(const Endpoints &endpoints, const QString &symbol, c
                                "-USDT-SWAP&bar="_L1 + interval.toUpper() + "&limit="_L1 + count)}};
 }
 
-PriceRequests priceRequests(const Endpoints &endpoints, const QString &symbol)
+TickerRequests priceRequests(const Endpoints &endpoints, const QString &symbol)
 {
     const QString base = symbol.toUpper();
     const QString subject = "price "_L1 + base;
@@ -61,6 +62,15 @@ PriceRequests priceRequests(const Endpoints &endpoints, const QString &symbol)
             .binance = {
                 {Source::binanceFutures, subject, subject},
                 requestUrl(endpoints.binanceFutures + "/fapi/v1/ticker/24hr?symbol="_L1 + base + "USDT"_L1)}};
+}
+
+TickerRequests contractRequests(const Endpoints &endpoints)
+{
+    const QString subject = u"contracts"_s;
+    return {.gate = {{Source::gate, subject, subject},
+                     requestUrl(endpoints.gate + "/api/v4/futures/usdt/tickers"_L1)},
+            .binance = {{Source::binanceFutures, subject, subject},
+                        requestUrl(endpoints.binanceFutures + "/fapi/v1/ticker/24hr"_L1)}};
 }
 
 /// What `parse` makes of the answer; nothing when the address is invalid, the source refuses or the transfer
@@ -125,31 +135,39 @@ QCoro::Task<Result<CandleList>> klinesFrom(HttpClient *http, SharedSourceHealth 
     co_return tl::unexpected(ServiceError{2, u"所有 K 线源暂不可用"_s, refusal});
 }
 
-QCoro::Task<Result<PriceResult>> priceFrom(HttpClient *http, SharedSourceHealth health,
-                                           PriceRequests requests)
+template <typename T>
+QCoro::Task<Result<T>> tickersFrom(HttpClient *http, SharedSourceHealth health, TickerRequests requests,
+                                   std::optional<T> (*parseGate)(const QByteArray &),
+                                   std::optional<T> (*parseBinance)(const QByteArray &), ServiceError failure)
 {
-    std::optional<Refusal> refusal;
     const bool gateRests = health->rests(requests.gate.topic);
     const bool binanceRests = health->rests(requests.binance.topic);
     for (int walk = 0; walk < 2; ++walk) {
         const bool resting = walk == 1;
-        std::optional<PriceResult> price;
+        std::optional<T> answer;
         if (gateRests == resting)
-            price = co_await fetchFrom(http, health, requests.gate.topic, requests.gate.url, parseGateTicker,
-                                       &refusal);
-        if (!price && binanceRests == resting)
-            price = co_await fetchFrom(http, health, requests.binance.topic, requests.binance.url,
-                                       parseBinanceTicker, &refusal);
-        if (price)
-            co_return *price;
+            answer = co_await fetchFrom(http, health, requests.gate.topic, requests.gate.url, parseGate,
+                                        &failure.refusal);
+        if (!answer && binanceRests == resting)
+            answer = co_await fetchFrom(http, health, requests.binance.topic, requests.binance.url,
+                                        parseBinance, &failure.refusal);
+        if (answer)
+            co_return std::move(*answer);
     }
-    co_return tl::unexpected(ServiceError{1, u"所有永续合约价格源暂不可用"_s, refusal});
+    co_return tl::unexpected(failure);
+}
+
+QCoro::Task<Result<PriceResult>> priceFrom(HttpClient *http, SharedSourceHealth health,
+                                           TickerRequests requests)
+{
+    return tickersFrom(http, std::move(health), std::move(requests), parseGateTicker, parseBinanceTicker,
+                       {1, u"所有永续合约价格源暂不可用"_s});
 }
 
 using SharedPrices = std::shared_ptr<std::vector<SymbolPrice>>;
 
-QCoro::Task<> appendPrice(HttpClient *http, SharedSourceHealth health, PriceRequests requests, QString symbol,
-                          SharedPrices prices)
+QCoro::Task<> appendPrice(HttpClient *http, SharedSourceHealth health, TickerRequests requests,
+                          QString symbol, SharedPrices prices)
 {
     const auto result = co_await priceFrom(http, std::move(health), std::move(requests));
     prices->push_back(result ? SymbolPrice{symbol, result->price, result->change}
@@ -184,6 +202,12 @@ QCoro::Task<Result<CandleList>> MarketService::fetchKlines(const QString &symbol
 QCoro::Task<Result<PriceResult>> MarketService::fetchPrice(const QString &symbol) const
 {
     return priceFrom(m_http, m_health, priceRequests(m_endpoints, symbol));
+}
+
+QCoro::Task<Result<FoundList>> MarketService::fetchContracts() const
+{
+    return tickersFrom(m_http, m_health, contractRequests(m_endpoints), parseGateContracts,
+                       parseBinanceContracts, searchFailure());
 }
 
 QCoro::Task<std::vector<SymbolPrice>> MarketService::fetchPricesConcurrently(QStringList symbols) const

@@ -4,6 +4,7 @@
 #include "analysis/candle.h"
 #include "market/endpoints.h"
 #include "market/priceresult.h"
+#include "market/searchparsers.h"
 #include "market/serviceerror.h"
 #include "market/sourcehealth.h"
 #include "platform/httpclient.h"
@@ -30,6 +31,8 @@ public:
     fetchKlines(const QString &symbol, const QString &interval = QStringLiteral("1d"), int limit = 200) const;
     /// Perpetual contract price; error 1 when both sources failed.
     [[nodiscard]] QCoro::Task<Result<PriceResult>> fetchPrice(const QString &symbol) const;
+    /// Every perpetual contract against USDT; error 6 when both sources failed.
+    [[nodiscard]] QCoro::Task<Result<FoundList>> fetchContracts() const;
     /// All at once; entries in order of completion, without a price where it could not be had.
     [[nodiscard]] QCoro::Task<std::vector<SymbolPrice>> fetchPricesConcurrently(QStringList symbols) const;
 

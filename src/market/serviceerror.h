@@ -32,7 +32,7 @@ struct Refusal
 /// A failure that a data service reports once all its sources are exhausted (domain "KestruneBar").
 struct ServiceError
 {
-    /// 1 to 5, listed at the services' functions; 0 for a transfer error, which has no text of its own.
+    /// 1 to 6, listed at the services' functions; 0 for a transfer error, which has no text of its own.
     int code = 0;
     QString message = {};                ///< user-facing
     std::optional<Refusal> refusal = {}; ///< of the last source that gave one

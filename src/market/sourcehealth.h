@@ -16,7 +16,7 @@
 namespace kestrune {
 
 /// The hosts that serve us. Each refuses for all that it serves.
-enum class Source { gate, binanceSpot, binanceFutures, okx, tencentQuotes, tencentCandles };
+enum class Source { gate, binanceSpot, binanceFutures, okx, tencentQuotes, tencentCandles, tencentSearch };
 
 /// What is asked for, as far as it fails together.
 struct SourceTopic

@@ -16,6 +16,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr qsizetype longestQuestion = 64;
+
 std::vector<HttpHeader> requestHeaders()
 {
     return {{"Referer", "https://gu.qq.com/"}};
@@ -66,6 +68,23 @@ QCoro::Task<Result<CandleList>> stockKlinesFrom(HttpClient *http, SharedSourceHe
     co_return candles;
 }
 
+QCoro::Task<Result<FoundList>> foundFrom(HttpClient *http, SharedSourceHealth health, std::optional<QUrl> url,
+                                         MarketSegment segment)
+{
+    if (!url)
+        co_return FoundList();
+    if (const auto held = health->refusal(Source::tencentSearch))
+        co_return tl::unexpected(searchFailure(held));
+    const auto answer = co_await http->get(*url, requestHeaders());
+    if (!answer)
+        co_return tl::unexpected(searchFailure());
+    const auto refusal = health->noteRefusal(Source::tencentSearch, *answer);
+    auto found = parseSearchAnswer(decodeGb18030(answer->body), segment);
+    if (!found)
+        co_return tl::unexpected(searchFailure(refusal));
+    co_return std::move(*found);
+}
+
 } // namespace
 
 StockMarketService::StockMarketService(HttpClient &http, const Clock &clock, Endpoints endpoints,
@@ -94,6 +113,15 @@ QCoro::Task<Result<CandleList>> StockMarketService::fetchKlines(const QString &c
     auto url = requestUrl(m_endpoints.tencentCandles + "/appstock/app/fqkline/get?param="_L1 + lower + u',' +
                           period + ",,,"_L1 + QString::number(count) + ",qfq"_L1);
     return stockKlinesFrom(m_http, m_health, std::move(url), lower, period);
+}
+
+QCoro::Task<Result<FoundList>> StockMarketService::search(MarketSegment segment, const QString &text) const
+{
+    std::optional<QUrl> url;
+    if (const QString asked = text.trimmed().left(longestQuestion); !asked.isEmpty())
+        url = requestUrl(m_endpoints.tencentSearch + "/s3/?v=2&q="_L1 +
+                         QString::fromLatin1(QUrl::toPercentEncoding(asked)) + "&t=all"_L1);
+    return foundFrom(m_http, m_health, std::move(url), segment);
 }
 
 } // namespace kestrune

@@ -3,6 +3,7 @@
 
 #include "analysis/candle.h"
 #include "market/endpoints.h"
+#include "market/searchparsers.h"
 #include "market/serviceerror.h"
 #include "market/sourcehealth.h"
 #include "market/stockquote.h"
@@ -30,6 +31,8 @@ public:
     /// and while the source refuses.
     [[nodiscard]] QCoro::Task<Result<CandleList>>
     fetchKlines(const QString &code, const QString &period = QStringLiteral("day"), int count = 320) const;
+    /// A segment's instruments by code, name or pinyin; none for an empty text. Error 6.
+    [[nodiscard]] QCoro::Task<Result<FoundList>> search(MarketSegment segment, const QString &text) const;
 
 private:
     HttpClient *m_http;

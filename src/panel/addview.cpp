@@ -164,7 +164,7 @@ QCoro::Task<> AddView::search(std::shared_ptr<AppState> state, QPointer<AddView>
 {
     const auto held = std::move(state);
     const bool crypto = segment == MarketSegment::crypto;
-    InstrumentSearch &service = held->instrumentSearch();
+    const InstrumentSearch &service = held->instrumentSearch();
     Result<std::vector<Found>> found = std::vector<Found>();
     if (crypto)
         found = co_await service.crypto();
@@ -178,7 +178,7 @@ QCoro::Task<> AddView::search(std::shared_ptr<AppState> state, QPointer<AddView>
     if (found)
         view->answered(found->empty() ? u"没有找到「%1」"_s.arg(text) : QString());
     else
-        view->answered(u"搜索失败，可直接输入代码"_s);
+        view->answered(found.error().message);
 }
 
 QCoro::Task<> AddView::tryCode(std::shared_ptr<AppState> state, QPointer<AddView> view, QString code,

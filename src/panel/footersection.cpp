@@ -6,6 +6,7 @@
 #include "ui/iconbutton.h"
 #include "ui/textbutton.h"
 #include "ui/textlabel.h"
+#include "viewmodel/instrumenttexts.h"
 #include "viewmodel/paneltexts.h"
 
 namespace kestrune {
@@ -48,8 +49,10 @@ FooterSection::FooterSection(const PanelContext &context, const QString &marketN
         column->addWidget(notice);
     }
     column->addLayout(actions);
-    connect(m_acknowledge, &TextButton::clicked, this,
-            [&state = m_context.state] { state.unreadSettings = std::nullopt; });
+    connect(m_acknowledge, &TextButton::clicked, this, [&state = m_context.state] {
+        state.unreadSettings = std::nullopt;
+        state.instruments().acknowledgeDamage();
+    });
     connect(m_refresh, &IconButton::clicked, this, &FooterSection::refreshRequested);
     connect(m_help, &IconButton::clicked, this, &FooterSection::helpRequested);
     connect(m_web, &IconButton::clicked, this,
@@ -62,11 +65,13 @@ void FooterSection::refresh()
     m_note->setText(m_context.state.dataSourceNote());
     m_bling->setOn(m_context.state.blingMode());
     const auto &unread = m_context.state.unreadSettings();
-    m_unread->setVisible(unread.has_value());
-    if (!unread)
-        return;
-    m_unreadText->setText(unreadSettingsText(*unread));
-    m_unreadText->setToolTip(unread->keptAs);
+    const auto &damaged = m_context.state.instruments().damaged();
+    m_unread->setVisible(unread || !damaged.isEmpty());
+    m_unreadText->setToolTip(unread ? unread->keptAs : QString());
+    if (unread)
+        m_unreadText->setText(unreadSettingsText(*unread));
+    else if (!damaged.isEmpty())
+        m_unreadText->setText(damagedListsText(damaged));
 }
 
 QList<QWidget *> FooterSection::tabStops() const

@@ -106,16 +106,8 @@ void InstrumentsSection::resetList()
     const MarketSegment segment = m_context.state.market();
     const QStringList before = book.list(segment);
     book.resetToDefault(segment);
-    Q_EMIT noted(u"已恢复默认列表"_s, false, u"撤销"_s, [&book, segment, before] {
-        for (qsizetype i = 0; i < before.size(); ++i) {
-            if (book.contains(before[i]))
-                book.move(before[i], int(i));
-            else
-                book.insert(before[i], int(i));
-        }
-        while (book.list(segment).size() > before.size())
-            book.remove(book.list(segment).constLast());
-    });
+    Q_EMIT noted(u"已恢复默认列表"_s, false, u"撤销"_s,
+                 [&book, segment, before] { book.replace(segment, before); });
 }
 
 void InstrumentsSection::showMenu(const QString &symbol, const QPoint &globalPosition)

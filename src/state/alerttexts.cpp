@@ -30,7 +30,8 @@ QString localTime(Instant time)
 QString alertPriceText(const QString &symbol, double price)
 {
     constexpr int morePlaces = 2;
-    const int usual = segmentOf(symbol) == MarketSegment::crypto ? getDecimals(price) : 2;
+    const int usual =
+        segmentOf(symbol) == MarketSegment::crypto ? getDecimals(price) : priceGrid(symbol).decimals;
     for (int places = usual; places <= usual + morePlaces; ++places) {
         if (roundedDecimal(price, places).toDouble() == price)
             return fmtP(price, places);

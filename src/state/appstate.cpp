@@ -2,6 +2,7 @@
 #include "state/appstate.h"
 
 #include "market/chartlink.h"
+#include "market/instrumentsearch.h"
 #include "market/marketservice.h"
 #include "market/sourcehealth.h"
 #include "market/stockmarketservice.h"
@@ -10,6 +11,7 @@
 #include "state/alertdesk.h"
 #include "state/instrumentlists.h"
 
+#include <algorithm>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -42,8 +44,19 @@ AppState::AppState(Private, const Dependencies &dependencies)
           std::make_unique<MarketService>(dependencies.cryptoHttp, dependencies.endpoints, m_sources))
     , m_stockService(std::make_unique<StockMarketService>(dependencies.stockHttp, dependencies.clock,
                                                           dependencies.endpoints, m_sources))
+    , m_search(std::make_unique<InstrumentSearch>(*m_marketService, *m_stockService, dependencies.clock))
     , m_alertDesk(std::make_unique<AlertDesk>(*this))
-{}
+    , m_book(dependencies.preferences)
+{
+    connect(&m_book, &InstrumentBook::removed, this, [this](const QString &symbol, int position) {
+        if (symbol == coinSymbol()) // its neighbour takes its place
+            setCoin(symbolList()[std::min<qsizetype>(position, symbolList().size() - 1)]);
+    });
+    connect(&m_book, &InstrumentBook::listChanged, this, [this](MarketSegment segment) {
+        if (segment == market())
+            refreshBlingIfNeeded();
+    });
+}
 
 AppState::~AppState()
 {
@@ -118,14 +131,14 @@ const QStringList &AppState::symbolList() const
 
 double AppState::tick() const
 {
-    return isStock() ? 0.01 : 0;
+    return isStock() ? priceGrid(coinSymbol()).step : 0;
 }
 
 QString AppState::displayName() const
 {
     if (stockQuote() && !stockQuote()->name.isEmpty())
         return stockQuote()->name;
-    return bareCode(coinSymbol()).toUpper();
+    return shownCode(market(), coinSymbol()).toUpper();
 }
 
 QString AppState::tradingViewSymbol() const
@@ -138,9 +151,11 @@ std::optional<QUrl> AppState::tradingViewURL() const
     return tradingViewUrl(coinSymbol(), market(), timeframe());
 }
 
-const QStringList &AppState::blingSymbols() const
+QStringList AppState::blingSymbols() const
 {
-    return kestrune::blingSymbols(market());
+    constexpr qsizetype mostSigns = 8;
+    return m_book.isDefault(market()) ? kestrune::blingSymbols(market())
+                                      : symbolList().first(std::min(mostSigns, symbolList().size()));
 }
 
 } // namespace kestrune

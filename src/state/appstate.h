@@ -4,7 +4,7 @@
 #include "analysis/candle.h"
 #include "analysis/zone.h"
 #include "analysis/zonebuilding.h"
-#include "market/instrumentsearch.h"
+#include "market/endpoints.h"
 #include "market/marketsegment.h"
 #include "market/priceresult.h"
 #include "market/stockquote.h"
@@ -37,6 +37,7 @@ namespace kestrune {
 
 class AlertDesk;
 class AlertLog;
+class InstrumentSearch;
 class MarketService;
 class SourceHealth;
 class StockMarketService;
@@ -86,17 +87,16 @@ private:
     const std::shared_ptr<SourceHealth> m_sources;
     const std::unique_ptr<const MarketService> m_marketService;
     const std::unique_ptr<const StockMarketService> m_stockService;
+    const std::unique_ptr<const InstrumentSearch> m_search;
+    InstrumentBook m_book;
     std::vector<std::function<void()>> m_restoring;
 
 public:
-    // Prices in the quote currency, percentages in percent units.
-    mutable InstrumentBook m_book;
-    mutable InstrumentSearch m_search;
-    InstrumentBook &instruments() const { return m_book; }
-    InstrumentSearch &instrumentSearch() const { return m_search; }
-
-    // The settings. Some are not simply stored at every assignment: the instrument and the alerts are by
-    // their operations, and the neon mode and the proxies have more to do.
+    [[nodiscard]] InstrumentBook &instruments() { return m_book; }
+    [[nodiscard]] const InstrumentBook &instruments() const { return m_book; }
+    [[nodiscard]] const InstrumentSearch &instrumentSearch() const { return *m_search; }
+    // The settings; prices in the quote currency, percentages in percent units. Some are not simply stored at
+    // every assignment: the instrument and the alerts, the neon mode and the proxies.
     Published<QString> coinSymbol = restored(settings::coin, &AppState::coinSymbol);
     Published<bool> miniMode = kept(settings::miniMode, &AppState::miniMode);
     Published<MarketSegment> market = kept(settings::market, &AppState::market);
@@ -225,7 +225,7 @@ public:
     [[nodiscard]] QString alertName(const PriceAlert &alert) const; ///< of its instrument: "ETH", "贵州茅台"
     [[nodiscard]] bool follows(const Zone &zone) const; ///< some alert goes along with the zone of this place
     [[nodiscard]] AlertLog &alertLog();
-    [[nodiscard]] const QStringList &blingSymbols() const;
+    [[nodiscard]] QStringList blingSymbols() const; ///< eight, or fewer of the trader's own list
 
     // Refreshes. Overlapping ones are applied in order of arrival, whatever is selected by then: what was
     // asked for another selection is shown, but nothing is computed from it.
@@ -309,6 +309,7 @@ private:
     void rebuildZonesAt(double newPrice);
     void rebuildZonesAtLivePrice();
     void notePrice(Subject asked, double value, const StockQuote *quote);
+    [[nodiscard]] int decimalsFor(double value) const;
     void noteFailure(std::optional<Failure> &failure, bool own, const QString &message);
     void watchAges();
     [[nodiscard]] std::optional<std::chrono::nanoseconds> nextAgeChange() const;
@@ -333,7 +334,6 @@ private:
     void showBlingPlaceholders();
     void refreshBlingIfNeeded();
     void noteSigns(const std::vector<SymbolPrice> &signs);
-
     [[nodiscard]] PlanInputs planInputs() const;
 
     std::vector<PriceAlert> m_storedAlerts; ///< as they were last seen stored
@@ -342,8 +342,7 @@ private:
     enum class Resuming { no, yes, askedAgain } m_resuming = Resuming::no;
     std::vector<Subject> m_zonesAsked, m_signalsAsked; ///< of the refreshes that wait for answers
     std::optional<PriceOrigin> m_ownPriceOrigin; ///< of the last price of an instrument while it was selected
-    /// Whose `zonePrice` and the `ctx…` values are: these come after their zones, and some outlive them.
-    /// Absent as long as none was computed: then they are the zones'.
+    /// Whose `zonePrice` and the `ctx…` values are, as some outlive their zones; absent: the zones'.
     std::optional<Subject> m_zonePriceOf, m_readingsOf, m_tunnelOf, m_histogramOf;
     QHash<QString, SteadyInstant> m_signAnswers; ///< when each neon sign was last answered, or first shown
 };

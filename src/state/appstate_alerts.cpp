@@ -62,7 +62,7 @@ QString AppState::alertName(const PriceAlert &alert) const
 {
     if (!alert.name.isEmpty())
         return alert.name;
-    return segmentOf(alert.symbol) == MarketSegment::crypto ? alert.symbol.toUpper() : bareCode(alert.symbol);
+    return shownCode(segmentOf(alert.symbol), alert.symbol).toUpper();
 }
 
 AlertLog &AppState::alertLog()

@@ -12,12 +12,12 @@ namespace kestrune {
 
 namespace {
 
-std::vector<SymbolPrice> placeholders(const QStringList &codes)
+std::vector<SymbolPrice> placeholders(MarketSegment segment, const QStringList &codes)
 {
     std::vector<SymbolPrice> entries;
     entries.reserve(std::size_t(codes.size()));
     for (const QString &code : codes)
-        entries.push_back({bareCode(code), std::nullopt, std::nullopt});
+        entries.push_back({shownCode(segment, code), std::nullopt, std::nullopt});
     return entries;
 }
 
@@ -48,7 +48,7 @@ void AppState::blingModeDidChange(bool on)
 
 void AppState::showBlingPlaceholders()
 {
-    multiPrices = placeholders(blingSymbols());
+    multiPrices = placeholders(market(), blingSymbols());
     m_signAnswers.clear();
     for (const SymbolPrice &sign : multiPrices())
         m_signAnswers.insert(sign.symbol, m_dependencies.clock.steady());
@@ -73,20 +73,23 @@ QCoro::Task<> AppState::refreshBlingPrices()
 {
     const auto self = shared_from_this();
     const QStringList codes = blingSymbols();
+    const MarketSegment segment = market();
     std::vector<SymbolPrice> entries;
     if (isStock()) {
         const auto answer = co_await m_stockService->fetchQuotes(codes);
         const StockQuotes quotes = answer.value_or(StockQuotes());
         for (const QString &code : codes) {
-            if (const auto quote = quotes.constFind(code.toLower()); quote != quotes.constEnd())
+            if (const auto quote = quotes.constFind(code.toLower()); quote != quotes.constEnd()) {
                 entries.push_back({bareCode(quote->symbol), quote->price, quote->changePct});
+                m_book.noteName(code, quote->name);
+            }
         }
         for (const QString &code : codes) {
             if (const auto quote = quotes.constFind(code.toLower()); quote != quotes.constEnd())
                 m_alertDesk->noteOther(code, quote->price, &*quote);
         }
         if (entries.empty())
-            entries = placeholders(codes);
+            entries = placeholders(segment, codes);
     } else {
         entries = co_await m_marketService->fetchPricesConcurrently(codes);
         for (const SymbolPrice &entry : entries)

@@ -90,7 +90,8 @@ QCoro::Task<bool> AppState::refreshStockPrice(Subject asked)
     notePrice(asked, quote->price, &*quote);
     price = quote->price;
     changePct = quote->changePct;
-    decimals = 2;
+    decimals = priceGrid(asked.symbol).decimals;
+    m_book.noteName(asked.symbol, quote->name);
     dataSource = u"腾讯财经（A股 / 港股）"_s;
     stockQuote = *quote;
     errorMessage = std::nullopt;
@@ -133,7 +134,12 @@ void AppState::rebuildZonesAtLivePrice()
     if (!live)
         return;
     rebuildZonesAt(*live);
-    decimals = isStock() ? 2 : getDecimals(*live);
+    decimals = decimalsFor(*live);
+}
+
+int AppState::decimalsFor(double value) const
+{
+    return isStock() ? priceGrid(coinSymbol()).decimals : getDecimals(value);
 }
 
 QCoro::Task<> AppState::refreshSR()
@@ -183,7 +189,7 @@ QCoro::Task<bool> AppState::refreshCryptoZones(Subject asked, ZonesAt at)
 
 QCoro::Task<bool> AppState::refreshStockZones(Subject asked, ZonesAt at)
 {
-    const double step = tick(); // of the segment that was asked, whatever is selected when the answer comes
+    const double step = tick(); // of the instrument that is asked, whatever is selected when the answer comes
     const QString period = stockPeriod(asked.timeframe);
     auto candles = co_await m_stockService->fetchKlines(asked.symbol, period, stockCandleCount);
     if (!candles) // deliberate: one identical retry at once, for stocks only

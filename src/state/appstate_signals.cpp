@@ -174,7 +174,7 @@ void AppState::fillMarketContext(const CandleList &candles, const Subject &asked
     const double curPrice = candles.back().c;
     zonePrice = curPrice;
     m_zonePriceOf = m_readingsOf = asked;
-    decimals = isStock() ? 2 : getDecimals(curPrice);
+    decimals = decimalsFor(curPrice);
     const IndicatorReadings readings = readIndicators(candles);
     ctxEMA50 = readings.ema50;
     ctxEMA200 = readings.ema200;

@@ -1,68 +1,169 @@
 // SPDX-License-Identifier: MIT
 #include "state/instruments.h"
+
+#include "platform/preferences.h"
 #include "state/instrumentlists.h"
+#include "state/settings.h"
+
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QSet>
+
+#include <algorithm>
+#include <utility>
+
 namespace kestrune {
-InstrumentBook::InstrumentBook()
+
+namespace {
+
+constexpr qsizetype longestName = 64;
+
+bool isUsable(const QStringList &list, MarketSegment segment)
 {
-    for (auto s : allMarketSegments)
-        m_lists[std::size_t(s)] = pickerSymbols(s);
-    m_names[QStringLiteral("sh600519")] = QStringLiteral("贵州茅台");
-    m_names[QStringLiteral("sz300750")] = QStringLiteral("宁德时代");
-    m_names[QStringLiteral("sh601318")] = QStringLiteral("中国平安");
-    m_names[QStringLiteral("sz000001")] = QStringLiteral("平安银行");
+    const bool codes = std::ranges::all_of(
+        list, [segment](const QString &symbol) { return codeFromTyped(segment, symbol) == symbol; });
+    return codes && !list.isEmpty() && list.size() <= InstrumentBook::mostPerSegment &&
+           QSet<QString>(list.cbegin(), list.cend()).size() == list.size();
 }
-QStringList &InstrumentBook::of(const QString &symbol)
+
+/// Entries that are no text become empty ones, which are no codes.
+QStringList textsIn(const QJsonValue &stored)
 {
-    auto m = stockMarketOf(symbol);
-    return m_lists[!m ? 0 : *m == StockMarket::hk ? 2 : 1];
+    QStringList texts;
+    for (const QJsonValue &entry : stored.toArray())
+        texts.append(entry.toString());
+    return texts;
 }
+
+} // namespace
+
+InstrumentBook::InstrumentBook(Preferences &preferences) : m_preferences(preferences)
+{
+    for (const MarketSegment segment : allMarketSegments) {
+        const QJsonValue stored = preferences.json(settings::listKeys[at(segment)]);
+        m_lists[at(segment)] = pickerSymbols(segment);
+        if (stored.isUndefined() || stored.isNull())
+            continue;
+        if (QStringList list = textsIn(stored); isUsable(list, segment))
+            m_lists[at(segment)] = std::move(list);
+        else
+            m_damaged.append(segment);
+    }
+    const QJsonObject names = preferences.json(settings::namesKey).toObject();
+    for (auto entry = names.begin(); entry != names.end(); ++entry) {
+        if (const QString name = entry->toString(); contains(entry.key()) && name.size() <= longestName)
+            m_names.insert(entry.key(), name);
+    }
+}
+
 bool InstrumentBook::contains(const QString &symbol) const
 {
-    for (auto &l : m_lists)
-        if (l.contains(symbol))
-            return true;
-    return false;
+    const auto segment = listedSegment(symbol);
+    return segment && list(*segment).contains(symbol);
 }
-bool InstrumentBook::add(MarketSegment s, const QString &symbol, const QString &name)
+
+bool InstrumentBook::isDefault(MarketSegment segment) const
 {
-    m_lists[std::size_t(s)].append(symbol);
-    m_names[symbol] = name;
-    Q_EMIT changed();
+    return list(segment) == pickerSymbols(segment);
+}
+
+bool InstrumentBook::add(MarketSegment segment, const QString &symbol, const QString &name)
+{
+    QStringList list = this->list(segment);
+    list.append(symbol);
+    if (!isUsable(list, segment))
+        return false;
+    change(segment, std::move(list));
+    noteName(symbol, name);
     return true;
 }
+
 std::optional<int> InstrumentBook::remove(const QString &symbol)
 {
-    auto &l = of(symbol);
-    int at = int(l.indexOf(symbol));
-    if (at < 0 || l.size() < 2)
-        return {};
-    l.removeAt(at);
-    Q_EMIT changed();
-    return at;
+    if (!contains(symbol))
+        return std::nullopt;
+    const MarketSegment segment = *listedSegment(symbol);
+    QStringList list = this->list(segment);
+    if (list.size() == 1)
+        return std::nullopt;
+    const auto position = int(list.indexOf(symbol));
+    list.removeAt(position);
+    change(segment, std::move(list));
+    return position;
 }
+
 void InstrumentBook::insert(const QString &symbol, int position)
 {
-    of(symbol).insert(position, symbol);
-    Q_EMIT changed();
+    const auto segment = listedSegment(symbol);
+    if (!segment)
+        return;
+    QStringList list = this->list(*segment);
+    list.removeAll(symbol);
+    list.insert(std::clamp<qsizetype>(position, 0, list.size()), symbol);
+    if (isUsable(list, *segment))
+        change(*segment, std::move(list));
+    if (m_names.contains(symbol))
+        storeNames();
 }
+
 void InstrumentBook::move(const QString &symbol, int position)
 {
-    auto &l = of(symbol);
-    l.move(l.indexOf(symbol), position);
+    if (contains(symbol))
+        insert(symbol, position);
+}
+
+void InstrumentBook::replace(MarketSegment segment, const QStringList &list)
+{
+    if (!isUsable(list, segment))
+        return;
+    change(segment, list);
+    storeNames();
+}
+
+void InstrumentBook::resetToDefault(MarketSegment segment)
+{
+    replace(segment, pickerSymbols(segment));
+}
+
+void InstrumentBook::change(MarketSegment segment, QStringList list)
+{
+    const QStringList before = std::exchange(m_lists[at(segment)], std::move(list));
+    m_damaged.removeAll(segment);
+    m_preferences.setJson(settings::listKeys[at(segment)],
+                          isDefault(segment) ? QJsonValue(QJsonValue::Null)
+                                             : QJsonArray::fromStringList(this->list(segment)));
+    Q_EMIT listChanged(segment);
+    for (qsizetype i = 0; i < before.size(); ++i) {
+        if (!this->list(segment).contains(before[i]))
+            Q_EMIT removed(before[i], int(i));
+    }
     Q_EMIT changed();
 }
-void InstrumentBook::resetToDefault(MarketSegment s)
-{
-    m_lists[std::size_t(s)] = pickerSymbols(s);
-    Q_EMIT changed();
-}
-bool InstrumentBook::isDefault(MarketSegment s) const
-{
-    return m_lists[std::size_t(s)] == pickerSymbols(s);
-}
+
 void InstrumentBook::noteName(const QString &symbol, const QString &name)
 {
-    m_names[symbol] = name;
+    if (!contains(symbol) || name.isEmpty() || name.size() > longestName || m_names.value(symbol) == name)
+        return;
+    m_names.insert(symbol, name);
+    storeNames();
     Q_EMIT changed();
 }
+
+void InstrumentBook::storeNames()
+{
+    QJsonObject names;
+    for (auto known = m_names.cbegin(); known != m_names.cend(); ++known) {
+        if (contains(known.key()))
+            names.insert(known.key(), known.value());
+    }
+    m_preferences.setJson(settings::namesKey, names);
+}
+
+void InstrumentBook::acknowledgeDamage()
+{
+    for (const MarketSegment segment : std::exchange(m_damaged, {}))
+        m_preferences.setJson(settings::listKeys[at(segment)], QJsonValue::Null);
+    Q_EMIT changed();
+}
+
 } // namespace kestrune

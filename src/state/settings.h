@@ -7,6 +7,7 @@
 
 #include <QString>
 
+#include <array>
 #include <optional>
 #include <vector>
 
@@ -68,6 +69,10 @@ inline const Setting<QString> proxyStock{QStringLiteral("ks_proxy_stock"), {}, n
 /// Words of the indicators on the chart, and its size as "720x460"; what cannot be read is the usual one.
 inline const Setting<QString> chartLines{QStringLiteral("ks_chart_lines")};
 inline const Setting<QString> chartSize{QStringLiteral("ks_chart_size")};
+/// By MarketSegment: the codes of a list that is not the default, an array; null or absent where it is.
+inline const std::array listKeys{QStringLiteral("ks_list_crypto"), QStringLiteral("ks_list_cn"),
+                                 QStringLiteral("ks_list_hk")};
+inline const QString namesKey = QStringLiteral("ks_names"); ///< an object, by code
 inline const Setting<bool> hasLaunched{QStringLiteral("ks_has_launched_v2")};
 
 /// Stores what `known`, the list as it was last seen stored, has become; what other running programs have

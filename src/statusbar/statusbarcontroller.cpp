@@ -16,6 +16,7 @@ namespace kestrune {
 
 namespace {
 
+/// In the order of the list: prices come in any.
 std::vector<BlingItem> signsOf(const AppState &state)
 {
     std::vector<BlingItem> signs;
@@ -25,6 +26,12 @@ std::vector<BlingItem> signsOf(const AppState &state)
         [&state](const SymbolPrice &entry) {
             return BlingItem{entry.symbol, entry.price, entry.change, state.signIsDim(entry.symbol)};
         });
+    QStringList order;
+    for (const QString &code : state.blingSymbols())
+        order.append(shownCode(state.market(), code));
+    std::ranges::stable_sort(signs, {}, [&order](const BlingItem &sign) {
+        return std::size_t(order.indexOf(sign.symbol)); // what is not listed comes last
+    });
     return signs;
 }
 

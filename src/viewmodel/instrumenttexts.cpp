@@ -13,7 +13,7 @@ using namespace Qt::StringLiterals;
 QString instrumentName(const InstrumentBook &book, const QString &symbol)
 {
     const QString name = book.name(symbol);
-    return name.isEmpty() || !stockMarketOf(symbol) ? symbol : name;
+    return name.isEmpty() ? symbol : name;
 }
 
 QString removedText(const AppState &state, const QString &symbol)
@@ -22,6 +22,14 @@ QString removedText(const AppState &state, const QString &symbol)
     if (const auto staying = std::ranges::count(state.alerts(), symbol, &PriceAlert::symbol))
         text += u"，仍有 %1 条提醒"_s.arg(staying);
     return text;
+}
+
+QString damagedListsText(const QList<MarketSegment> &damaged)
+{
+    QStringList segments;
+    for (const MarketSegment segment : damaged)
+        segments.append(rawValue(segment));
+    return segments.join(u'、') + u"的标的列表无法读取，已改用默认列表。"_s;
 }
 
 QString searchPrompt(MarketSegment segment)

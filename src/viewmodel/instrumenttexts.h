@@ -3,6 +3,7 @@
 
 #include "market/marketsegment.h"
 
+#include <QList>
 #include <QString>
 
 namespace kestrune {
@@ -14,6 +15,8 @@ class InstrumentBook;
 [[nodiscard]] QString instrumentName(const InstrumentBook &book, const QString &symbol);
 /// That an instrument was removed, and how many alerts of it stay.
 [[nodiscard]] QString removedText(const AppState &state, const QString &symbol);
+/// Which stored lists could not be read.
+[[nodiscard]] QString damagedListsText(const QList<MarketSegment> &damaged);
 /// What can be typed to find an instrument of a segment.
 [[nodiscard]] QString searchPrompt(MarketSegment segment);
 

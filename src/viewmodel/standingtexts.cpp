@@ -39,7 +39,7 @@ constexpr AgeUnit ageUnits[]{{24h, u'd', u" 天前"}, {1h, u'h', u" 小时前"},
 /// Not the display name, which comes with a quote that may be another's.
 QString selectedCode(const AppState &state)
 {
-    return bareCode(state.coinSymbol());
+    return shownCode(state.market(), state.coinSymbol());
 }
 
 QString waitingForPrice(const AppState &state)
@@ -96,7 +96,7 @@ QString zonesCaveat(const AppState &state)
     const Subject &theirs = state.zonesOrigin->subject;
     if (theirs.sameInstrument(state.selection()))
         return u"撑压属于%1，等待%2数据…"_s.arg(theirs.timeframe, state.timeframe());
-    return u"撑压属于 %1，等待 %2 数据…"_s.arg(bareCode(theirs.symbol), selectedCode(state));
+    return u"撑压属于 %1，等待 %2 数据…"_s.arg(shownCode(theirs.market, theirs.symbol), selectedCode(state));
 }
 
 } // namespace
@@ -195,7 +195,8 @@ QString conclusionText(const AppState &state)
     const Judgement judged = state.signalsStanding();
     const QString &conclusion = state.snapshotConclusion();
     if (judged.standing == Standing::foreign)
-        return conclusion + u" · "_s + u"属于 "_s + bareCode(state.signalsOrigin->subject.symbol);
+        return conclusion + u" · "_s + u"属于 "_s +
+               shownCode(state.signalsOrigin->subject.market, state.signalsOrigin->subject.symbol);
     if (judged.standing == Standing::old)
         return conclusion + u" · "_s + (state.signalsOrigin->stale ? u"K线已过时"_s : longAge(judged.age));
     return conclusion;

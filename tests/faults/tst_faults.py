@@ -32,6 +32,12 @@ ENDPOINTS = {
     "binance.ticker": "/fapi/v1/ticker/24hr?symbol=BTCUSDT",
     "tencent.quotes": "/q=sh600519",
     "tencent.candles": "/appstock/app/fqkline/get?param=sh600519,day,,,320,qfq"}
+# What only the search asks, by a program of its own that tells how many contracts and shares it finds.
+SEARCHES = {
+    "gate.list": "/api/v4/futures/usdt/tickers",
+    "binance.list": "/fapi/v1/ticker/24hr",
+    "tencent.search": "/s3/?v=2&q=zsyh&t=all"}
+FOUND = {"searched": ["15", "-1"], "unlisted": ["-1", "1"]}  # by outcome
 # Redirections lead to a host that is broken as a whole. One with a bad certificate would serve what is asked for: a
 # program that took it would show.
 REDIRECTIONS = {"refused": "http://127.0.0.1:1/", "loop": "{request}", "untrusted": "{untrusted}{request}",
@@ -41,6 +47,7 @@ KINDS = ("status:429 status:451 status:501 empty html gzip-bomb stall stall-body
 
 # What must come of a run: "complete" when another source serves, well before the deadline; without a price everything
 # else is there at the deadline, against the last close; without candles the price alone. "left": the program with its bar is told to quit in the midst of it and does at once.
+# "searched" and "unlisted": the search, without its first list and shares, and without either list.
 Case = collections.namedtuple("Case", "outcome faults")
 
 
@@ -56,11 +63,17 @@ def pairs(first, second, outcome):
     return [Case(outcome, ((first, one), (second, other))) for one in kinds for other in kinds]
 
 
+def searches(kinds, unlisted):
+    return ([Case("searched", (("gate.list", kind), ("tencent.search", kind))) for kind in kinds]
+            + [Case("unlisted", (("gate.list", kind), ("binance.list", kind))) for kind in unlisted])
+
+
 def all_cases():
     gate, binance, third = "gate.candles", "binance.candles", "okx.candles"
     return (pairs("gate.ticker", "binance.ticker", "priceless")  # the longest first
             + [alone(endpoint, kind) for endpoint in ENDPOINTS for kind in (*REDIRECTIONS, *KINDS)]
-            + pairs(gate, binance, "complete") + pairs(gate, third, "complete") + pairs(binance, third, "complete"))
+            + pairs(gate, binance, "complete") + pairs(gate, third, "complete") + pairs(binance, third, "complete")
+            + searches((*REDIRECTIONS, *KINDS), (*REDIRECTIONS, *KINDS)))
 
 
 def quick_cases():
@@ -71,6 +84,7 @@ def quick_cases():
              for kind in ("refused", *KINDS) if kind not in lasting]
             + [alone(endpoint, kind) for endpoint in (*before, "binance.ticker")
                for kind in ("untrusted", "expired", "loop", "status:501")]
+            + searches(("untrusted", *KINDS), ("stall", "html"))
             + [Case("left", (("all", kind + more),)) for kind in KINDS if kind.startswith("flood-")
                for more in ("", ",redirect:http://127.0.0.1:1/")])
 
@@ -83,6 +97,9 @@ def complaint(case, folder, process, used, seconds):
         return f"it ends with {process.returncode} and says {errors!r}"
     if used.ru_maxrss / 1024 > MOST_MIB:
         return f"it takes {used.ru_maxrss / 1024:.0f} MiB"
+    if case.outcome in FOUND:
+        found = (folder / "found").read_text(encoding="utf-8").split()
+        return f"it finds {found} after {seconds:.1f} s" if found != FOUND[case.outcome] or seconds > LATEST else None
     if case.outcome == "left":
         return f"it takes {seconds:.1f} s to end" if seconds > LATEST_END else None
     if seconds > LATEST or (seconds < DEADLINE) != (case.outcome == "complete"):
@@ -102,7 +119,7 @@ def play(case, hosts):
     arguments = []
     for endpoint, kind in case.faults:
         if kind in REDIRECTIONS:
-            kind = "redirect:" + REDIRECTIONS[kind].format(request=ENDPOINTS[endpoint], **hosts)
+            kind = "redirect:" + REDIRECTIONS[kind].format(request=(ENDPOINTS | SEARCHES)[endpoint], **hosts)
         arguments += ["--fault", f"{endpoint}={kind}"]
     environment = {name: value for name, value in os.environ.items()
                    if "proxy" not in name.lower() and not name.endswith("DISPLAY") and name != "QT_QPA_PLATFORM"}
@@ -116,10 +133,11 @@ def play(case, hosts):
         environment["QT_QPA_PLATFORM"] = "offscreen"  # of a snapshot run in any case
         left = case.outcome == "left"
         begin = time.monotonic()
-        with (folder / "errors").open("wb") as errors:
-            process = subprocess.Popen(
-                [BIN / "kestrune-bar", *(() if left else ("--snapshot", folder / "out")), "--market-server",
-                 market.address, *(("--market", "A股") if stock else ("--symbol", "BTC"))], env=environment, stderr=errors)
+        command = ([BIN / "kestrune-searchprobe", market.address] if case.outcome in FOUND else
+                   [BIN / "kestrune-bar", *(() if left else ("--snapshot", folder / "out")), "--market-server",
+                    market.address, *(("--market", "A股") if stock else ("--symbol", "BTC"))])
+        with (folder / "errors").open("wb") as errors, (folder / "found").open("wb") as found:
+            process = subprocess.Popen(command, env=environment, stdout=found, stderr=errors)
         watchdog = threading.Timer(LATEST + 20, process.kill)
         watchdog.start()
         if left:

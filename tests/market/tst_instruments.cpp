@@ -49,6 +49,57 @@ private Q_SLOTS:
         });
     }
 
+    void typedCodesAreFound()
+    {
+        using enum MarketSegment;
+        const struct
+        {
+            const char *name;
+            MarketSegment segment;
+            QString text, code; // empty for none
+        } rows[] = {
+            {"a coin in any case", crypto, u" pepe "_s, u"PEPE"_s},
+            {"a coin with its pair", crypto, u"pepe_usdt"_s, u"PEPE"_s},
+            {"a coin and its quote in one", crypto, u"PEPEUSDT"_s, u"PEPE"_s},
+            {"a coin that begins with a number", crypto, u"1000SATS"_s, u"1000SATS"_s},
+            {"nothing but the quote", crypto, u"USDT"_s, {}},
+            {"no coin", crypto, u"BTC-PERP"_s, {}},
+            {"Chinese", crypto, u"比特币"_s, {}},
+            {"more than a code", crypto, QString(21, u'A'), {}},
+            {"Shanghai", cn, u"600036"_s, u"sh600036"_s},
+            {"Shanghai's funds", cn, u"510300"_s, u"sh510300"_s},
+            {"a depositary receipt", cn, u"900901"_s, u"sh900901"_s},
+            {"Shenzhen", cn, u"000001"_s, u"sz000001"_s},
+            {"Shenzhen's funds", cn, u"159915"_s, u"sz159915"_s},
+            {"the second board", cn, u"300750"_s, u"sz300750"_s},
+            {"the prefix decides", cn, u"SH000001"_s, u"sh000001"_s},
+            {"wide digits", cn, u"６０００３６"_s, u"sh600036"_s},
+            {"other digits", cn, u"٦٠٠٠٣٦"_s, {}},
+            {"no exchange of ours", cn, u"430047"_s, {}},
+            {"Hong Kong's prefix", cn, u"hk600036"_s, {}},
+            {"five digits are no A-share", cn, u"00700"_s, {}},
+            {"Hong Kong", hk, u"00700"_s, u"hk00700"_s},
+            {"Hong Kong with its prefix", hk, u"HK00700"_s, u"hk00700"_s},
+            {"Shanghai's prefix", hk, u"sh00700"_s, {}},
+            {"four digits", hk, u"0700"_s, {}},
+        };
+        forEachRow(rows, [](const auto &row) {
+            QCOMPARE(codeFromTyped(row.segment, row.text).value_or(QString()), row.code);
+            QCOMPARE(listedSegment(row.code), row.code.isEmpty() ? std::nullopt : std::optional(row.segment));
+        });
+        QCOMPARE(shownCode(crypto, u"SHIB"_s) + shownCode(cn, u"SH600036"_s), u"SHIB600036"_s);
+    }
+
+    void fundsGoByTenthsOfACent()
+    {
+        QString decimals;
+        for (const char16_t *code : {u"sh510300", u"SZ159915", u"sz161725", u"sh600519", u"sz150",
+                                     u"sz000001", u"sz140001", u"hk51030"})
+            decimals += QString::number(priceGrid(code).decimals);
+        QCOMPARE(decimals, u"33323222"_s);
+        QVERIFY(priceGrid(u"sh510300").step == 0.001 && priceGrid(u"sh600519").step == 0.01);
+    }
+
     void labelsOfOtherSegmentsAskForDays()
     {
         QStringList requests;

@@ -2,6 +2,7 @@
 #include "market/candleparsers.h"
 #include "market/jsonnumber.h"
 #include "market/quoteparser.h"
+#include "market/searchparsers.h"
 #include "platform/textdecoding.h"
 #include "support/marketbodies.h"
 #include "support/rows.h"
@@ -275,6 +276,92 @@ private Q_SLOTS:
                 QCOMPARE(found->change, row.expectedChange);
             }
         });
+    }
+
+    void contractLists()
+    {
+        const auto spelled = [](const std::optional<FoundList> &found) {
+            QStringList parts;
+            for (const Found &each : found.value_or(FoundList()))
+                parts << each.symbol + u' ' + QString::number(each.turnover);
+            return found ? parts.join(u',') : u"none"_s;
+        };
+        const struct
+        {
+            const char *name;
+            QByteArray entry; // beside a sound one; $ stands for the end of the pair
+            QString found;
+        } rows[] = {
+            {"numbers", R"({"pair":"PEPE$","last":0.00001,"turnover":7.5})", u"PEPE 7.5"_s},
+            {"no turnover", R"({"pair":"1000X$","last":"1","turnover":null})", u"1000X 0"_s},
+            {"a turnover below zero", R"({"pair":"X$","last":"1","turnover":"-3"})", u"X 0"_s},
+            {"no price", R"({"pair":"X$","turnover":"3"})", {}},
+            {"a price of zero", R"({"pair":"X$","last":"0"})", {}},
+            {"no number", R"({"pair":"X$","last":"nan"})", {}},
+            {"another quote", R"({"pair":"X_USDC","last":"1"})", {}},
+            {"a date behind", R"({"pair":"X$_251226","last":"1"})", {}},
+            {"no code", R"({"pair":"x y$","last":"1"})", {}},
+            {"nothing but the quote", R"({"pair":"$","last":"1"})", {}},
+            {"no object", R"("X$")", {}},
+        };
+        forEachRow(rows, [&](const auto &row) {
+            const QString expected = row.found.isEmpty() ? u"BTC 9"_s : u"BTC 9,"_s + row.found;
+            QByteArray body = R"([{"pair":"BTC$","last":"90000","turnover":"9"},)" + row.entry + ']';
+            QByteArray other = body;
+            body.replace("$", "_USDT").replace("pair", "contract").replace("turnover", "volume_24h_quote");
+            other.replace("$", "USDT").replace("pair", "symbol").replace("turnover", "quoteVolume");
+            QCOMPARE(spelled(parseGateContracts(body)), expected);
+            QCOMPARE(spelled(parseBinanceContracts(other.replace("last", "lastPrice"))), expected);
+        });
+        for (const char *failed : {"", "[]", "{}", R"({"label":"X"})", R"([{"contract":"X_USDT"}])"})
+            QVERIFY(!parseGateContracts(failed) && !parseBinanceContracts(failed));
+    }
+
+    void searchAnswers()
+    {
+        using enum MarketSegment;
+        const struct
+        {
+            const char *name;
+            QString text;
+            QString cn, hk; // what is found: codes and names
+        } rows[] = {
+            {"nothing", u"v_hint=\"N\";\n"_s, {}, {}},
+            {"a share of each", u"v_hint=\"sh~600036~\\u62db\\u5546~zsyh~GP-A^hk~01810~\\u5c0f-W~xm~GP\";"_s,
+             u"sh600036 招商"_s, u"hk01810 小-W"_s},
+            {"kinds that are kept",
+             u"v_hint=\"sz~300750~A~a~GP-A-CYB^sh~510300~B~b~ETF^sz~161725~C~c~LOF^sh~000001~D~d~ZS\""_s,
+             u"sz300750 A,sh510300 B,sz161725 C,sh000001 D"_s,
+             {}},
+            {"kinds that are not",
+             u"v_hint=\"sh~900901~A~a~GP-B^sh~019547~B~b~ZQ^us~aapl~C~c~GP^hk~HSI~D~d~ZS^hk~00700~E~e~QZ^"
+             u"jj~000001~F~f~KJ\";"_s,
+             {},
+             {}},
+            {"more fields", u"v_hint=\"hk~02800~E~e~ETF~x\";"_s, {}, u"hk02800 E"_s},
+            {"broken entries",
+             u"v_hint=\"sh~60003~A~a~GP-A^sh~600036^~~~~^sh~600036~\\x41~a~GP-A^sh~600036~\\u6~a~GP-A^"
+             u"s~h600036~A~a~GP-A^sh~600036~\\ud83d~a~GP-A\";"_s,
+             {},
+             {}},
+            {"marks that nobody sees",
+             u"v_hint=\"sh~600036~\\u202e A\\u0007~a~GP-A\";"_s,
+             u"sh600036 A"_s,
+             {}},
+        };
+        forEachRow(rows, [](const auto &row) {
+            const auto spelled = [&row](MarketSegment segment) {
+                QStringList parts;
+                for (const Found &each :
+                     parseSearchAnswer(row.text, segment).value_or(FoundList{{u"none"_s, {}, 0}}))
+                    parts << each.symbol + u' ' + each.name;
+                return parts.join(u',');
+            };
+            QCOMPARE(spelled(cn) + u" | "_s + spelled(hk), row.cn + u" | "_s + row.hk);
+        });
+        for (const char16_t *broken : {u"", u"v_hint=", u"v_hint=\"", u"v_hint=\"N", u"v_hint=\"N\";alert(1)",
+                                       u"v_hint=\"N\";v_hint=\"N\";", u"<html>", u"x_hint=\"N\";"})
+            QVERIFY(!parseSearchAnswer(broken, cn));
     }
 
     void stockErrors()

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "market/instrumentsearch.h"
 #include "market/marketservice.h"
 #include "market/stockmarketservice.h"
 #include "support/eventloop.h"
@@ -377,6 +378,69 @@ private Q_SLOTS:
         QCOMPARE(QCoro::waitFor(candles)->front().o, 200.0);
         QVERIFY(QCoro::waitFor(rows));
         QVERIFY(QCoro::waitFor(quote));
+    }
+
+    void searchesAskByText()
+    {
+        const QString question = u"/s3/?v=2&q=%E6%8B%9B%26&t=all"_s;
+        http->answer(question, "v_hint=\"sh~600036~\\u62db~zsyh~GP-A\";");
+        QCOMPARE(QCoro::waitFor(stocks().search(MarketSegment::cn, u" 招& "_s))->front().symbol,
+                 u"sh600036"_s);
+        QCOMPARE(QString::fromLatin1(http->requests().front().url.toEncoded()),
+                 u"https://smartbox.gtimg.cn"_s + question);
+        for (const QByteArray &body : {QByteArray(), QByteArray("<html>")}) {
+            body.isEmpty() ? http->fail(question) : http->answer(question, body, 429);
+            const auto result = QCoro::waitFor(stocks().search(MarketSegment::cn, u"招&"_s));
+            QCOMPARE(result.error().message, u"搜索失败，可直接输入代码"_s);
+            QCOMPARE(result.error().refusal.has_value(), !body.isEmpty());
+        }
+        http->clearRequests();
+        QVERIFY(QCoro::waitFor(stocks().search(MarketSegment::cn, u"  "_s))->empty());
+        QVERIFY(http->requests().empty());
+    }
+
+    void theListOfContractsIsKeptForAnHour()
+    {
+        const MarketService market = crypto();
+        const StockMarketService shares = stocks();
+        const InstrumentSearch search(market, shares, clock);
+        http->hold(gatePrice);
+        auto first = search.crypto();
+        auto second = search.crypto(); // asks nothing of its own
+        http->release(gatePrice, R"([{"contract":"A_USDT","last":"1"}])");
+        QVERIFY(QCoro::waitFor(first)->size() == 1 && QCoro::waitFor(second)->size() == 1);
+        clock.advance(59min);
+        for (int i = 0; i < 2; ++i)
+            QCOMPARE(QCoro::waitFor(search.crypto())->front().symbol, u"A"_s);
+        QCOMPARE(initials(), u"G"_s);
+        clock.advance(1min);
+        http->fail(gatePrice);
+        http->fail(binancePrice);
+        QVERIFY(QCoro::waitFor(search.crypto()).error() == searchFailure());
+        clock.advance(1min); // both were left alone for a while
+        http->fail(gatePrice);
+        http->answer(binancePrice, R"([{"symbol":"BUSDT","lastPrice":"1"}])");
+        QCOMPARE(QCoro::waitFor(search.crypto())->front().symbol, u"B"_s);
+
+        http->answer(priceOf(u"C"_s), gateTicker(5));
+        QVERIFY(QCoro::waitFor(search.answers(MarketSegment::crypto, u"C"_s)));
+        http->answer(u"/q=sh600036"_s, "v_pv_none_match=\"1\";");
+        QVERIFY(!QCoro::waitFor(search.answers(MarketSegment::cn, u"sh600036"_s)));
+    }
+
+    void contractsAreRankedByPlaceAndTurnover()
+    {
+        const FoundList list{{u"XPE"_s, {}, 50}, {u"PEPE2"_s, {}, 1}, {u"BTC"_s, {}, 99}, {u"PEPE"_s, {}, 9}};
+        const auto ranked = [&list](const QString &text) {
+            QStringList symbols;
+            for (const Found &each : matching(list, text))
+                symbols << each.symbol;
+            return symbols.join(u' ');
+        };
+        QCOMPARE(ranked(u"pe"_s), u"PEPE PEPE2 XPE"_s);
+        QCOMPARE(ranked(u"pepe_usdt"_s), u"PEPE PEPE2"_s);
+        QCOMPARE(ranked({}), u"BTC XPE PEPE PEPE2"_s);
+        QCOMPARE(ranked(u"-"_s), QString());
     }
 
     void theClientMayGoAway()

@@ -131,7 +131,7 @@ private Q_SLOTS:
     void overtakenAnswersAreDroppedAndCodesAreTaken()
     {
         Instruments panel;
-        panel.crypto.answerAlways(tickers, "[]");
+        panel.crypto.failAlways(tickers);
         panel.open();
         panel.searchIn(u"A股"_s);
         panel.stock.hold(searching);

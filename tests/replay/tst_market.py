@@ -129,6 +129,19 @@ class Simulated(MarketCase):
         self.assertIn(b"2026\\/08\\/19", body)
         self.assertEqual(json.loads(body)["data"]["hk00700"]["qt"]["hk00700"], quote(self.server, "hk00700"))
 
+    def test_lists_and_finds_instruments(self):
+        listed = json.loads(self.server.get("/api/v4/futures/usdt/tickers"))
+        self.assertEqual([each["contract"][:-5] for each in listed],
+                         [each["symbol"][:-4] for each in json.loads(self.server.get("/fapi/v1/ticker/24hr"))])
+        self.assertLess(set(COINS), {each["contract"][:-5] for each in listed})
+        for text, found in (("%e6%8b%9b%e5%95%86", r"sh~600036~\\u62db\\u5546\\u94f6\\u884c~zsyh~GP-A"), ("xmj", ".*~xmjtw~GP"),
+                            ("HS300", ".*~ETF\\^sh~000300~.*~ZS"), ("00700", "hk~00700~.*~GP"), ("zzz", "N"), ("", "N")):
+            body = self.server.get(f"/s3/?v=2&q={text}&t=all").decode("gb18030")
+            self.assertRegex(body, f'\\Av_hint="{found}";\n\\Z')
+        # A fund goes by tenths of a cent, also at its limits; an index has none.
+        self.assertRegex(" ".join(quote(self.server, "sh510300")[at] for at in (3, 4, 47, 48)), r"\A(\d\.\d{3} ?){4}\Z")
+        self.assertEqual(quote(self.server, "sh000300")[47:49], ["", ""])
+
     def test_gives_the_rows_asked_for(self):
         for reader, arguments, count in ((gate, ("BTC", "4h", 200), 200), (gate, ("BTC", "1m", 1000), 1000),
                                          (binance, ("BTC", "1h", 5000), 1000), (okx, ("BTC", "1H", 5000), 300),

@@ -3,6 +3,9 @@
 #include "state/conclusion.h"
 #include "state/timeframescore.h"
 
+#include <QJsonArray>
+#include <QJsonObject>
+
 using namespace kestrune;
 using namespace kestrune::test;
 using namespace Qt::StringLiterals;
@@ -197,6 +200,66 @@ private Q_SLOTS:
         QVERIFY(!app->ctxEMA50() && !app->ctxEMA200() && app->ctxRSI() && app->ctxATR());
         QVERIFY(app->ctxVegas()->up == tunnel.up && app->ctxMACDHist() == histogram);
         QVERIFY(!app.announcements.contains(u"ctxVegas"_s));
+    }
+
+    void theTradersListsAreKept()
+    {
+        using enum MarketSegment;
+        AppFixture app;
+        app.serveCrypto(3000);
+        app.preferences.preset(u"ks_list_cn"_s, QJsonArray{u"sh510300"_s, u"sz000001"_s});
+        app.preferences.preset(u"ks_list_hk"_s, QJsonArray{u"hk00700"_s, u"00005"_s});
+        app.preferences.preset(u"ks_names"_s,
+                               QJsonObject{{u"sz000001"_s, u"平安银行"_s}, {u"sh600519"_s, u"X"_s}});
+        AppState &state = app.start();
+        InstrumentBook &book = state.instruments();
+        QCOMPARE(book.list(cn).join(u' '), u"sh510300 sz000001"_s);
+        QCOMPARE(book.name(u"sz000001"_s) + book.name(u"sh600519"_s), u"平安银行"_s);
+        QVERIFY(book.isDefault(hk) && book.isDefault(crypto) && book.damaged() == QList{hk});
+        book.acknowledgeDamage();
+        QVERIFY(book.damaged().isEmpty() && app.preferences.json(u"ks_list_hk"_s).isNull());
+
+        QCOMPARE(book.remove(u"ETH"_s), 0);
+        QCOMPARE(state.coinSymbol(), u"BTC"_s); // the neighbour
+        QVERIFY(!book.remove(u"ETH"_s));
+        state.setCoin(u"TON"_s);
+        QCOMPARE(book.remove(u"TON"_s), 8);
+        QCOMPARE(state.coinSymbol(), u"LINK"_s);
+        book.move(u"LINK"_s, -1);
+        book.insert(u"ETH"_s, 99);
+        QVERIFY(book.add(crypto, u"SHIB"_s, {}));
+        for (const auto &[segment, code] :
+             {std::pair(crypto, u"SHIB"_s), {crypto, u"shib"_s}, {cn, u"hk00700"_s}})
+            QVERIFY(!book.add(segment, code, {}));
+        const QString list = u"LINK BTC SOL BNB XRP DOGE ADA AVAX ETH SHIB"_s;
+        QCOMPARE(book.list(crypto).join(u' '), list);
+        QCOMPARE(app.preferences.json(u"ks_list_crypto"_s).toArray(),
+                 QJsonArray::fromStringList(list.split(u' ')));
+        QCOMPARE(state.blingSymbols(), book.list(crypto).first(8));
+        state.setCoin(u"SHIB"_s);
+        QCOMPARE(state.displayName(), u"SHIB"_s);
+        book.resetToDefault(crypto);
+        QVERIFY(app.preferences.json(u"ks_list_crypto"_s).isNull() && state.coinSymbol() == u"TON");
+        QVERIFY(state.blingSymbols() != book.list(crypto).first(8));
+        for (int i = 0; i < 200; ++i)
+            QCOMPARE(book.add(crypto, u'C' + QString::number(i), {}), i < 190);
+        for (const auto &symbol : {u"sh510300"_s, u"sz000001"_s})
+            QCOMPARE(book.remove(symbol).has_value(), symbol == u"sh510300");
+        drainEvents();
+    }
+
+    void fundsHaveThreeDecimalsAndQuotesNameThem()
+    {
+        AppFixture app;
+        app.serveCrypto(3000);
+        app.serveStock(u"sh510300"_s, 4.712);
+        app.preferences.preset(u"ks_list_cn"_s, QJsonArray{u"sh510300"_s});
+        AppState &state = app.start();
+        state.setMarket(MarketSegment::cn);
+        drainEvents();
+        QVERIFY(state.decimals() == 3 && state.tick() == 0.001);
+        QCOMPARE(state.menuTitle(), u"Name  4.712"_s);
+        QCOMPARE(app.preferences.json(u"ks_names"_s).toObject().value(u"sh510300"_s).toString(), u"Name"_s);
     }
 
     void lightAndTitles()

@@ -121,6 +121,10 @@ private Q_SLOTS:
         bar.app.state->toggleBlingMode();
         drainEvents();
         QVERIFY(!bar.isOpen() && bar.item.last().bling && bar.item.last().signs.size() == 8);
+        bar.app.state->multiPrices = {{u"X"_s, 1.0, {}}, {u"ETH"_s, 1.0, {}}, {u"BTC"_s, 1.0, {}}};
+        drainEvents();
+        for (const auto &[at, symbol] : {std::pair(0, u"BTC"_s), {1, u"ETH"_s}, {2, u"X"_s}})
+            QCOMPARE(bar.item.last().signs[std::size_t(at)].symbol, symbol); // in the order of the list
         bar.item.shown.clear();
         bar.app.clock.advance(450ms); // three pulses
         QCOMPARE(bar.item.shown.size(), 3U);
