@@ -45,8 +45,8 @@ AppState::AppState(Private, const Dependencies &dependencies)
     , m_stockService(std::make_unique<StockMarketService>(dependencies.stockHttp, dependencies.clock,
                                                           dependencies.endpoints, m_sources))
     , m_search(std::make_unique<InstrumentSearch>(*m_marketService, *m_stockService, dependencies.clock))
-    , m_alertDesk(std::make_unique<AlertDesk>(*this))
     , m_book(dependencies.preferences)
+    , m_alertDesk(std::make_unique<AlertDesk>(*this))
 {
     connect(&m_book, &InstrumentBook::removed, this, [this](const QString &symbol, int position) {
         if (symbol == coinSymbol()) // its neighbour takes its place
