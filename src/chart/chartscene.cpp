@@ -439,7 +439,7 @@ std::vector<double> movedApart(std::vector<double> wanted, double height, double
     std::vector<Block> blocks;
     for (std::size_t i = 0; i < wanted.size(); ++i) {
         blocks.push_back({wanted[i] - double(i) * height, 1});
-        while (blocks.size() > 1 && blocks.end()[-2].top() > blocks.back().top()) {
+        while (blocks.size() > 1 && blocks[blocks.size() - 2].top() > blocks.back().top()) {
             const Block last = blocks.back();
             blocks.pop_back();
             blocks.back().sum += last.sum;

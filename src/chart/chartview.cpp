@@ -56,11 +56,11 @@ OptionalChartView kept(const OptionalChartView &view, std::span<const Candle> be
     if (!view || before.empty() || after.empty())
         return std::nullopt;
     // The latest candle that both lists have.
-    for (auto old = before.rbegin(); old != before.rend(); ++old) {
-        const auto found = std::ranges::lower_bound(after, old->ts, {}, &Candle::ts);
-        if (found == after.end() || found->ts != old->ts)
+    for (std::size_t old = before.size(); old-- > 0;) {
+        const auto found = std::ranges::lower_bound(after, before[old].ts, {}, &Candle::ts);
+        if (found == after.end() || found->ts != before[old].ts)
             continue;
-        const auto moved = double((found - after.begin()) - (before.rend() - old - 1));
+        const double moved = double(found - after.begin()) - double(old);
         return withinCandles({view->first + moved, view->count}, after.size());
     }
     return std::nullopt;

@@ -144,7 +144,7 @@ void AddView::ask(Typed what)
         }
         say(u"正在查询 %1…"_s.arg(*code), true);
         startInBackground(this, [this, code = *code, question] {
-            return tryCode(m_context.state.shared_from_this(), this, code, question);
+            return tryCode(m_context.state.shared_from_this(), this, m_segment, code, question);
         });
         return;
     }
@@ -181,11 +181,10 @@ QCoro::Task<> AddView::search(std::shared_ptr<AppState> state, QPointer<AddView>
         view->answered(found.error().message);
 }
 
-QCoro::Task<> AddView::tryCode(std::shared_ptr<AppState> state, QPointer<AddView> view, QString code,
-                               int question)
+QCoro::Task<> AddView::tryCode(std::shared_ptr<AppState> state, QPointer<AddView> view, MarketSegment segment,
+                               QString code, int question)
 {
     const auto held = std::move(state);
-    const MarketSegment segment = view->m_segment;
     const bool answers = co_await held->instrumentSearch().answers(segment, code);
     if (!view || view->m_question != question)
         co_return;

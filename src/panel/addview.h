@@ -65,8 +65,8 @@ private:
     void choose(const QString &symbol, const QString &name);
     static QCoro::Task<> search(std::shared_ptr<AppState> state, QPointer<AddView> view,
                                 MarketSegment segment, QString text, int question);
-    static QCoro::Task<> tryCode(std::shared_ptr<AppState> state, QPointer<AddView> view, QString code,
-                                 int question);
+    static QCoro::Task<> tryCode(std::shared_ptr<AppState> state, QPointer<AddView> view,
+                                 MarketSegment segment, QString code, int question);
 
     PanelContext m_context;
     MarketSegment m_segment = MarketSegment::crypto;

@@ -23,8 +23,8 @@ public:
     /// The folder need not exist; the first write creates it for its owner alone.
     explicit SharedLineFile(QString path);
 
-    /// The lines at the end of the file, the last one perhaps cut short, when it is another than at the last call, reading or writing;
-    /// none of what is missing or no file.
+    /// The lines at the end of the file, the last one perhaps cut short, when it is another than at the last
+    /// call, reading or writing; none of what is missing or no file.
     [[nodiscard]] std::optional<std::vector<QByteArray>> changedLines();
 
     /// At the last call, or missing.

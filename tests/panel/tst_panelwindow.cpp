@@ -103,7 +103,7 @@ private Q_SLOTS:
         panel.find(u"支撑 3,418 -1.12%"_s)->setFocus(Qt::TabFocusReason);
         QVERIFY(panel.view->findChild<FocusRing *>()->target());
         panel.key(Qt::Key_Escape);
-        QVERIFY(panel.view->isVisible()); // the window's affair
+        QVERIFY(panel.view->isVisible());    // the window's affair
         QTest::keyClick(&window, Qt::Key_2); // what nothing has the focus for
         QCOMPARE(panel.state->coinSymbol(), u"BTC"_s);
     }
