@@ -255,7 +255,7 @@ m(N+'addview.cpp','if (!view || view->m_question != question)\n        co_return
 m(N+'addview.cpp','        m_confirmed = true;','        m_confirmed = !@;','return before the answer')
 m(N+'addview.cpp','        ask(Typed::code);','        if (!@) ask(Typed::code);','a typed code is tried')
 m(N+'instrumentssection.cpp','if (wasSelected && state.market() == segment)','if (!@ && wasSelected && state.market() == segment)','undoing selects again')
-m('viewmodel/instrumenttexts.cpp','name.isEmpty() ||','name.isEmpty() || @ ||','names on chips')
+m('viewmodel/instrumenttexts.cpp','return name.isEmpty() ?','return name.isEmpty() || @ ?','names on chips')
 m(N+'headersection.cpp','m_spinner->setVisible(!price);','m_spinner->setVisible(@ || !price);','spinner only without price')
 m(N+'planbanner.cpp','line.text->setTone(lines[i].isWarning ?','line.text->setTone(lines[i].isWarning && !@ ?','warning tone')
 m('ui/chiprow.cpp','    case QEvent::FocusIn:\n        bringIntoView','    case QEvent::FocusIn:\n        if (!@) bringIntoView','focused chip in view')
