@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Makes the pictures of the item in real bars for the documentation, in docs/ or in the folder given: tray.png,
-# menu.png, opened.png, strip.png and alerts.png in a session of their own, waybar.png where sway, waybar and grim are installed.
+# Makes the documentation's pictures of the panel and of the item in real bars, in docs/ or in the folder given:
+# waybar.png where sway, Xwayland, waybar and grim are installed, the others in a session of their own.
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 # shellcheck source=scripts/packages.sh

@@ -6,16 +6,17 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 # shellcheck source=scripts/packages.sh
 . "$root/scripts/packages.sh"
 
+[ -z "${WAYLAND_DISPLAY:-}" ] || run_packages+=(qt6-wayland) # for sessions without XWayland
 install_missing "${build_packages[@]}" "${run_packages[@]}"
 arguments=("$@")
 demo=false
-snapshot=false
+headless=false
 previous=
 for argument in "$@"; do
     case $previous in
-        --snapshot) snapshot=true ;; # with its folder, whatever that is called
-        --symbol | --market | --timeframe | --market-server) ;;
-        *) case $argument in --demo) demo=true ;; --help | --version) snapshot=true ;; esac ;;
+        --snapshot | --chart | --watch | --print) headless=true ;; # with its value, whatever that is
+        --symbol | --market | --timeframe | --market-server | --size) ;;
+        *) case $argument in --demo) demo=true ;; --help | --version | --alert-log) headless=true ;; esac ;;
     esac
     previous=$argument
 done
@@ -34,7 +35,7 @@ if ! cmake --build "${build[@]}" -n | grep -q 'no work to do'; then
     cmake --build "${build[@]}" $quiet >&2
 fi
 
-if $demo && ! $snapshot && [ -z "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
+if $demo && ! $headless && [ -z "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
     # Nothing to show a bar on: leave a picture of the demo market behind instead.
     arguments+=(--snapshot snapshot)
     "$root/build/release/bin/kestrune-bar" "${arguments[@]}"

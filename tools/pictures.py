@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Makes the documentation's pictures of the item in real bars.
+"""Makes the documentation's pictures of the panel and of the item in real bars.
 
 Usage: pictures.py TARGET_FOLDER BIN_DIR. Says what it could not make, and why.
 """
@@ -21,7 +21,6 @@ from desktop import (  # noqa: E402  pylint: disable=wrong-import-position
 
 WALLPAPER = "#4a6a86"
 WIDTH = 480  # of the crops, from the right edge of the screen
-MARKET_TIME = ("--clock", "2026-03-03T10:20:30Z")
 NOBODY = 65534
 
 SWAY = """output HEADLESS-1 resolution 1280x200 position 0 0 scale 1
@@ -37,7 +36,7 @@ INSIDE_SWAY = """#!/bin/sh
 waybar -c {folder}/waybar.json -s {folder}/style.css >/dev/null 2>&1 &
 sleep 3
 {bin_dir}/kestrune-bar --market-server {market} >/dev/null 2>&1 &
-sleep 5
+sleep 10
 grim {folder}/screen.png
 kill $!
 swaymsg exit
@@ -99,21 +98,40 @@ def strip_picture(session, folder, market):
     session.quit_bar(bar, log="strip.err")
 
 
+def panel_pictures(session, folder, market):
+    """The panel in both looks, and the neon signs."""
+    portal = session.start_services("org.freedesktop.portal.Desktop")
+    session.preset(ks_coin="BTC", ks_tf="4H")
+    bar = session.start_bar("--strip", "--market-server", market, log="panel.err")
+    click(wait_until_it_stays(strip, "the strip shows", 12, still=2))
+    wait_until_it_stays(panel, "the panel opens", still=8)
+    for scheme, name in ((2, "light"), (1, "dark")):
+        portal.ask("scheme", scheme)
+        time.sleep(2)
+        act("import", "-silent", "-window", panel().id, "-strip", folder / f"panel-{name}.png")
+    close_panel()
+    session.quit_bar(bar, log="panel.err")
+    session.preset(ks_bling=True)
+    bar = session.start_bar("--strip", "--market-server", market, log="neon.err")
+    window = wait_until_it_stays(strip, "the signs show", 12, still=8)  # their prices come one after the other
+    act("import", "-silent", "-window", window.id, "-strip", folder / "neon.png")
+    session.quit_bar(bar, log="neon.err")
+
+
 def alert_of(coin, label, price, above):
     return {"id": coin, "targetPrice": price, "above": above, "symbol": coin, "label": f"{label} {price:,g}",
             "triggered": False}
 
 
-def alerts_picture(session, folder):
-    """What rang, above the chips of the panel. The market is of this moment: from an old one nothing is told."""
-    market = session.start_market()
+def alerts_picture(session, folder, market):
+    """What rang, above the chips of the panel."""
 
     def near(coin, factor, digits):
         address = f"{market}/api/v4/futures/usdt/tickers?contract={coin}_USDT"
         with urllib.request.urlopen(address, timeout=10) as answer:
             return round(float(json.load(answer)[0]["last"]) * factor, digits)
 
-    session.preset(ks_coin="ETH", ks_alerts=[
+    session.preset(ks_coin="ETH", ks_notify=False, ks_alerts=[
         alert_of("ETH", "阻力", near("ETH", 0.995, 1), True), alert_of("BTC", "手动", near("BTC", 0.99, 0), True),
         alert_of("SOL", "跟随 支撑1 ·", near("SOL", 1.01, 2), False)])
     bar = session.start_bar("--strip", "--market-server", market, log="alerts.err")
@@ -127,12 +145,12 @@ def alerts_picture(session, folder):
 
 def waybar_picture(bin_dir, folder):
     """Through sway without a screen, which does not run as root."""
-    lacking = desktop.missing(["sway", "waybar", "grim", "swaymsg", "setpriv"])
+    lacking = desktop.missing(["sway", "waybar", "grim", "swaymsg", "setpriv", "Xwayland"])
     if lacking:
         print(f"waybar.png is not made: {', '.join(lacking)} not installed")
         return
     home = pathlib.Path(tempfile.mkdtemp(prefix="kestrune-sway-"))
-    market = subprocess.Popen([f"{bin_dir}/kestrune-replay", *MARKET_TIME], stdout=subprocess.PIPE, text=True)
+    market = subprocess.Popen([f"{bin_dir}/kestrune-replay"], stdout=subprocess.PIPE, text=True)
     try:
         values = {"folder": home, "bin_dir": bin_dir, "wallpaper": WALLPAPER, "script": home / "inside.sh",
                   "market": market.stdout.readline().split()[-1]}
@@ -169,10 +187,11 @@ def all_pictures(session):
     waybar_picture(session.bin, folder)
     session.start_window_manager()
     act("xsetroot", "-solid", WALLPAPER)
-    market = session.start_market(*MARKET_TIME)
+    market = session.start_market()
     strip_picture(session, folder, market)
-    alerts_picture(session, folder)
+    alerts_picture(session, folder, market)
     tray_pictures(session, folder, market)
+    panel_pictures(session, folder, market)  # last: its portal stays
 
 
 if __name__ == "__main__":
