@@ -46,6 +46,8 @@ Presentation choosePresentation(const DesktopFacts &facts)
 {
     if (facts.stripForced)
         return {.strip = true};
+    if (facts.elsewhere)
+        return {};
     const bool keepsPicture = facts.notifier == NotifierHost::wide;
     const bool shell = facts.notifier == NotifierHost::shell;
     if (keepsPicture)

@@ -22,6 +22,7 @@ enum class NotifierHost {
 struct DesktopFacts
 {
     bool stripForced = false; ///< asked for on the command line
+    bool elsewhere = false;   ///< a part of the desktop's shell shows the item
     bool tray = false;        ///< an X11 tray takes windows and has not been found squeezing ours
     bool trayIsLate = false;  ///< has not taken it for so long that something else is to show meanwhile
     bool unlisted = false;    ///< the notifier's host has been told of the item and does not list it

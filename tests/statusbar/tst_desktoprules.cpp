@@ -85,7 +85,11 @@ private Q_SLOTS:
         QCOMPARE(shown({.unlisted = true, .notifier = shell, .waited = true}), "item strip");
         QCOMPARE(shown({.unlisted = true, .notifier = wide, .waited = true}), "item strip");
         QCOMPARE(shown({.notifier = dot, .waited = true}), "item strip");
-        QCOMPARE(shown({.stripForced = true, .tray = true, .notifier = wide, .bling = true}), "strip");
+        QCOMPARE(shown({.elsewhere = true, .tray = true, .notifier = wide, .waited = true, .bling = true}),
+                 "");
+        QCOMPARE(
+            shown({.stripForced = true, .elsewhere = true, .tray = true, .notifier = wide, .bling = true}),
+            "strip");
     }
 
     void hostsAreKnownByTheirProcess()

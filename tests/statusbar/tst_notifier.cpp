@@ -246,6 +246,27 @@ private Q_SLOTS:
         QVERIFY(becomes(stripOnly));
     }
 
+    void aPartOfTheShellShowsTheItemInstead()
+    {
+        const QString name = u"org.example.Shell"_s;
+        Desktop desktop;
+        desktop.watcher.start();
+        StatusItemChooser item(desktop.ours, desktop.preferences, desktop.menu.entries(),
+                               {.yieldsTo = name, .hostWait = 10ms, .lookAfter = 30ms});
+        item.show(first);
+        const auto becomes = [&](const Presentation &expected) {
+            return waitFor([&] { return item.presentation() == expected; });
+        };
+        QVERIFY(becomes(dotAndStrip));
+        for (int i = 0; i < 2; ++i) { // it may be switched off and on
+            QVERIFY(desktop.theirs.registerService(name));
+            QVERIFY(becomes(nothing) && !item.place());
+            QVERIFY(!desktop.property(u"Id"_s).isValid());
+            QVERIFY(desktop.theirs.unregisterService(name));
+            QVERIFY(becomes(dotAndStrip));
+        }
+    }
+
     void hostsThatDropTheItemAreAskedAgain()
     {
         for (const NotifierHost host : {NotifierHost::label, NotifierHost::shell}) {

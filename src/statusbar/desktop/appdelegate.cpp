@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "statusbar/desktop/appdelegate.h"
 
+#include "line/barbus.h"
 #include "panel/popoverview.h"
 #include "platform/async.h"
 #include "statusbar/desktop/barservice.h"
 #include "statusbar/desktop/desktoptheme.h"
+#include "statusbar/desktop/menuexport.h"
 #include "statusbar/desktop/quitsignals.h"
 #include "statusbar/desktop/singleinstance.h"
 #include "statusbar/desktop/statusitemchooser.h"
@@ -57,8 +59,10 @@ void AppDelegate::applicationDidFinishLaunching()
     installAccessibility();
     const QDBusConnection bus = QDBusConnection::sessionBus();
     m_theme = std::make_unique<DesktopTheme>(bus);
-    m_item = std::make_unique<StatusItemChooser>(bus, m_launch.dependencies.preferences, m_menu.entries(),
-                                                 StatusItemChooser::Options{.stripForced = m_launch.strip});
+    m_item = std::make_unique<StatusItemChooser>(
+        bus, m_launch.dependencies.preferences, m_menu.entries(),
+        StatusItemChooser::Options{.stripForced = m_launch.strip,
+                                   .yieldsTo = m_instance ? barShellName : QString()});
     connect(m_item.get(), &StatusItemChooser::barChanged, m_theme.get(), &DesktopTheme::setBar);
     m_state = AppState::create(m_launch.dependencies);
     m_controller = std::make_unique<StatusBarController>(
@@ -80,6 +84,9 @@ void AppDelegate::applicationDidFinishLaunching()
     m_service =
         std::make_unique<BarService>(bus, m_state, m_launch.marketNotice,
                                      [this](const QPoint &position) { m_controller->openPopover(position); });
+    m_serviceMenu = std::make_unique<MenuExport>(bus, barMenuPath, m_menu.entries());
+    connect(m_serviceMenu.get(), &MenuExport::aboutToShow, this,
+            [this] { m_menu.setAutostart(m_autostart.isOn()); });
 }
 
 void AppDelegate::settingsNotSaved()

@@ -14,6 +14,7 @@
 namespace kestrune {
 
 class BarService;
+class MenuExport;
 class DesktopTheme;
 class EditKeyFallback;
 class QuitSignals;
@@ -61,6 +62,7 @@ private:
     std::unique_ptr<StatusItemChooser> m_item;
     std::unique_ptr<StatusBarController> m_controller;
     std::unique_ptr<BarService> m_service;
+    std::unique_ptr<MenuExport> m_serviceMenu; ///< of whoever shows the item in our place
     std::unique_ptr<EditKeyFallback> m_keyFallbackMonitor;
     std::unique_ptr<QuitSignals> m_quitSignals;
     std::unique_ptr<WakeWatch> m_wakeWatch;

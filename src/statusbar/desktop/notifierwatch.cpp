@@ -3,7 +3,6 @@
 
 #include "statusbar/desktop/notifiertypes.h"
 
-#include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
@@ -26,15 +25,6 @@ QByteArray commandLineOf(uint pid)
     return file.open(QIODevice::ReadOnly) ? file.read(4096) : QByteArray();
 }
 
-/// Asks the bus itself.
-QDBusPendingCall askBus(const QDBusConnection &connection, const QString &member, const QString &name)
-{
-    QDBusMessage call = QDBusMessage::createMethodCall(u"org.freedesktop.DBus"_s, u"/org/freedesktop/DBus"_s,
-                                                       u"org.freedesktop.DBus"_s, member);
-    call << name;
-    return connection.asyncCall(call, watcherLimitMs);
-}
-
 /// Runs `reaction` with the finished reply while `context` lives.
 template <typename T>
 void whenAnswered(QObject *context, const QDBusPendingCall &call,
@@ -51,20 +41,12 @@ void whenAnswered(QObject *context, const QDBusPendingCall &call,
 } // namespace
 
 NotifierWatch::NotifierWatch(const QDBusConnection &connection)
-    : m_connection(connection)
-    , m_watcher(notifierWatcherName, connection, QDBusServiceWatcher::WatchForOwnerChange)
+    : m_connection(connection), m_watcher(connection, notifierWatcherName)
 {
-    if (!m_connection.isConnected())
-        return;
-    connect(&m_watcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
-            [this](const QString &, const QString &, const QString &owner) { ownerChanged(owner); });
+    connect(&m_watcher, &NameWatch::changed, this, &NotifierWatch::ownerChanged);
     for (const QString &signal : {u"StatusNotifierHostRegistered"_s, u"StatusNotifierHostUnregistered"_s})
         m_connection.connect(notifierWatcherName, notifierWatcherPath, notifierWatcherName, signal, this,
                              SLOT(askForHost()));
-    // When the bus itself ends, no change of the name's owner is announced.
-    m_connection.connect({}, u"/org/freedesktop/DBus/Local"_s, u"org.freedesktop.DBus.Local"_s,
-                         u"Disconnected"_s, this, SLOT(busGone()));
-    askForOwner();
 }
 
 std::optional<NotifierHost> NotifierWatch::host() const
@@ -72,41 +54,28 @@ std::optional<NotifierHost> NotifierWatch::host() const
     return m_hasHost ? m_kind : std::nullopt;
 }
 
-void NotifierWatch::askForOwner()
+void NotifierWatch::ownerChanged()
 {
-    whenAnswered<QString>(this, askBus(m_connection, u"GetNameOwner"_s, notifierWatcherName),
-                          [this](const QDBusPendingReply<QString> &reply) {
-                              if (reply.isValid() && m_owner.isEmpty())
-                                  ownerChanged(reply.value());
-                          });
-}
-
-void NotifierWatch::busGone()
-{
-    ownerChanged({});
-}
-
-void NotifierWatch::ownerChanged(const QString &owner)
-{
-    if (owner == m_owner)
-        return;
-    m_owner = owner;
     m_kind.reset();
     m_hasHost = true;
     ++m_generation;
-    if (owner.isEmpty()) {
+    if (m_watcher.owner().isEmpty()) {
         Q_EMIT changed();
         return;
     }
-    askForKind(owner);
+    askForKind();
     askForHost();
 }
 
-void NotifierWatch::askForKind(const QString &owner)
+void NotifierWatch::askForKind()
 {
-    whenAnswered<uint>(this, askBus(m_connection, u"GetConnectionUnixProcessID"_s, owner),
-                       [this, owner](const QDBusPendingReply<uint> &reply) {
-                           if (owner != m_owner)
+    QDBusMessage call =
+        QDBusMessage::createMethodCall(u"org.freedesktop.DBus"_s, u"/org/freedesktop/DBus"_s,
+                                       u"org.freedesktop.DBus"_s, u"GetConnectionUnixProcessID"_s);
+    call << m_watcher.owner();
+    whenAnswered<uint>(this, m_connection.asyncCall(call, watcherLimitMs),
+                       [this, owner = m_watcher.owner()](const QDBusPendingReply<uint> &reply) {
+                           if (owner != m_watcher.owner())
                                return;
                            m_kind =
                                notifierHostOf(reply.isValid() ? commandLineOf(reply.value()) : QByteArray());
@@ -116,14 +85,14 @@ void NotifierWatch::askForKind(const QString &owner)
 
 void NotifierWatch::askForHost()
 {
-    if (m_owner.isEmpty())
+    if (m_watcher.owner().isEmpty())
         return;
-    QDBusMessage call = QDBusMessage::createMethodCall(m_owner, notifierWatcherPath,
+    QDBusMessage call = QDBusMessage::createMethodCall(m_watcher.owner(), notifierWatcherPath,
                                                        u"org.freedesktop.DBus.Properties"_s, u"Get"_s);
     call << notifierWatcherName << u"IsStatusNotifierHostRegistered"_s;
     whenAnswered<QVariant>(this, m_connection.asyncCall(call, watcherLimitMs),
-                           [this, owner = m_owner](const QDBusPendingReply<QVariant> &reply) {
-                               if (owner != m_owner)
+                           [this, owner = m_watcher.owner()](const QDBusPendingReply<QVariant> &reply) {
+                               if (owner != m_watcher.owner())
                                    return;
                                // A watcher that cannot be asked counts as one with a host.
                                const bool hasHost = !reply.isValid() || reply.value().toBool();

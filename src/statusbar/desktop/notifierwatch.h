@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "statusbar/desktop/namewatch.h"
 #include "statusbar/presentation.h"
 
 #include <QDBusConnection>
-#include <QDBusServiceWatcher>
 #include <QObject>
 
 #include <optional>
@@ -28,16 +28,13 @@ Q_SIGNALS:
 
 private Q_SLOTS:
     void askForHost();
-    void busGone();
 
 private:
-    void ownerChanged(const QString &owner);
-    void askForOwner();
-    void askForKind(const QString &owner);
+    void ownerChanged();
+    void askForKind();
 
     QDBusConnection m_connection;
-    QDBusServiceWatcher m_watcher;
-    QString m_owner; ///< unique name, empty while there is no watcher
+    NameWatch m_watcher;
     std::optional<NotifierHost> m_kind;
     bool m_hasHost = true;
     int m_generation = 0;

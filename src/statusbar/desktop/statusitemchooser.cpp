@@ -24,10 +24,12 @@ StatusItemChooser::StatusItemChooser(const QDBusConnection &connection, Preferen
     , m_menu(menu)
     , m_options(options)
     , m_notifierWatch(connection)
+    , m_shellWatch(connection, options.yieldsTo)
 {
     connect(&m_trayWatch, &TrayWatch::ownerChanged, this, &StatusItemChooser::trayChanged);
     connect(&m_trayWatch, &TrayWatch::valueChanged, this, &StatusItemChooser::checkBar);
     connect(&m_notifierWatch, &NotifierWatch::changed, this, &StatusItemChooser::hostsChanged);
+    connect(&m_shellWatch, &NameWatch::changed, this, &StatusItemChooser::hostsChanged);
     m_wait.setSingleShot(true);
     m_wait.setTimerType(Qt::PreciseTimer); // a coarse one may end a quarter of a second early
     connect(&m_wait, &QTimer::timeout, this, [this] {
@@ -42,6 +44,7 @@ StatusItemChooser::~StatusItemChooser() = default;
 DesktopFacts StatusItemChooser::facts() const
 {
     return {.stripForced = m_options.stripForced,
+            .elsewhere = !m_shellWatch.owner().isEmpty(),
             .tray = m_trayWatch.owner() != XCB_WINDOW_NONE && !m_squeezed,
             .trayIsLate = m_unanswered,
             .unlisted = m_unlisted,

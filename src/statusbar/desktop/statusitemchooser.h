@@ -2,6 +2,7 @@
 #pragma once
 
 #include "statusbar/appearance.h"
+#include "statusbar/desktop/namewatch.h"
 #include "statusbar/desktop/notifierwatch.h"
 #include "statusbar/desktop/traywatch.h"
 #include "statusbar/presentation.h"
@@ -32,6 +33,7 @@ public:
     struct Options
     {
         bool stripForced = false;
+        QString yieldsTo{}; ///< while this name has an owner, that one shows the item; empty: nobody does
         std::chrono::milliseconds hostWait{5000};  ///< at log-in, before the strip shows
         std::chrono::milliseconds lookAfter{2000}; ///< whether a host lists the item that it was told of
     };
@@ -67,6 +69,7 @@ private:
     Options m_options;
     TrayWatch m_trayWatch;
     NotifierWatch m_notifierWatch;
+    NameWatch m_shellWatch;
     QTimer m_wait; ///< for a host that is not there yet, or not there any more
     bool m_waited = false;
     bool m_squeezed = false;   ///< by the tray that is there now
