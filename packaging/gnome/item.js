@@ -34,12 +34,22 @@ class KestruneBarItem extends PanelMenu.Button {
             this._read();
             this._fillMenu();
         }, () => this._gone());
+        // The desktop's ground takes no focus: the panel hears nothing of a click there.
+        this._ground = Main.layoutManager._backgroundGroup;
+        this._ground.reactive = true;
+        this._onGround = this._ground.connect('captured-event', (_, event) => {
+            if ([Clutter.EventType.BUTTON_PRESS, Clutter.EventType.TOUCH_BEGIN].includes(event.type()))
+                this._call(OBJECT, INTERFACE, 'Close', null);
+            return Clutter.EVENT_PROPAGATE;
+        });
         this.connect('destroy', () => this._stop());
     }
 
     _stop() {
         this._cancellable.cancel();
         this._setPulsing(false);
+        this._ground.disconnect(this._onGround);
+        this._ground.reactive = false;
         Gio.bus_unwatch_name(this._watch);
         Gio.bus_unown_name(this._name);
         this._signals.forEach(id => Gio.DBus.session.signal_unsubscribe(id));
@@ -77,7 +87,7 @@ class KestruneBarItem extends PanelMenu.Button {
             this._setClass(this._light, state, states.includes(state));
         this._setClass(this._box, 'stale', states.includes('stale'));
         this._setPulsing(states.includes('alert'));
-        this.accessible_name = [text, ...tooltip.split('\n')].join(', ');
+        this.accessible_name = tooltip.replaceAll('\n', ', ');
         this.show();
     }
 

@@ -73,5 +73,5 @@ Item {
         onWheel: wheel => line.call(wheel.angleDelta.y > 0 ? "Previous" : "Next", "")
     }
     Accessible.role: Accessible.Button
-    Accessible.name: record ? record.text + ", " + record.tooltip.split("\n").join(", ") : "Kestrune Bar"
+    Accessible.name: record ? record.tooltip.split("\n").join(", ") : "Kestrune Bar"
 }

@@ -29,6 +29,8 @@ Qt::WindowFlags popoverFlags()
     // A popup without a parent window is refused there; it closes when the program becomes inactive.
     if (isWayland())
         return Qt::Window | Qt::FramelessWindowHint;
+    if (isGnomeXWayland()) // closes likewise
+        return Qt::Tool | Qt::FramelessWindowHint;
     return Qt::Popup | Qt::FramelessWindowHint;
 }
 

@@ -129,8 +129,7 @@ void StatusBarController::togglePopover(const QRect &anchor)
 void StatusBarController::openPopover(const QPoint &position)
 {
     const auto shapes = screenShapes();
-    if (!m_popover.isVisible())
-        togglePopover(placeInSight({toLogical(position, shapes), QSize(1, 1)}, shapes).value_or(QRect()));
+    togglePopover(placeInSight({toLogical(position, shapes), QSize(1, 1)}, shapes).value_or(QRect()));
 }
 
 void StatusBarController::showPopover()

@@ -10,6 +10,12 @@ bool isWayland()
     return QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
 }
 
+bool isGnomeXWayland()
+{
+    return !isWayland() && qEnvironmentVariableIsSet("WAYLAND_DISPLAY") &&
+           qgetenv("XDG_CURRENT_DESKTOP").split(':').contains("GNOME");
+}
+
 void useActivationToken(const QString &token)
 {
     if (!token.isEmpty() && isWayland())

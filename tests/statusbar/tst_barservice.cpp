@@ -29,8 +29,10 @@ class BarServiceTest : public QObject
             serveCrypto(3000);
             start();
             connection.registerService(u"org.kestrune.bar"_s);
-            service = std::make_unique<BarService>(connection, state, QString(),
-                                                   [this](const QPoint &position) { opened = position; });
+            service = std::make_unique<BarService>(
+                connection, state, QString(),
+                BarService::Panel{[this](const QPoint &position) { opened = position; },
+                                  [this] { opened = {}; }});
         }
         ~Bar() { connection.unregisterService(u"org.kestrune.bar"_s); }
         QDBusConnection connection;

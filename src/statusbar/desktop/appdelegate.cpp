@@ -81,9 +81,10 @@ void AppDelegate::applicationDidFinishLaunching()
     if (!m_instance)
         return;
     connect(m_instance, &SingleInstance::activated, this, &AppDelegate::showPanel);
-    m_service =
-        std::make_unique<BarService>(bus, m_state, m_launch.marketNotice,
-                                     [this](const QPoint &position) { m_controller->openPopover(position); });
+    m_service = std::make_unique<BarService>(
+        bus, m_state, m_launch.marketNotice,
+        BarService::Panel{[this](const QPoint &position) { m_controller->openPopover(position); },
+                          [this] { m_controller->popover().close(); }});
     m_serviceMenu = std::make_unique<MenuExport>(bus, barMenuPath, m_menu.entries());
     connect(m_serviceMenu.get(), &MenuExport::aboutToShow, this,
             [this] { m_menu.setAutostart(m_autostart.isOn()); });

@@ -13,11 +13,11 @@ namespace kestrune {
 using namespace Qt::StringLiterals;
 
 BarService::BarService(const QDBusConnection &connection, std::shared_ptr<AppState> state,
-                       const QString &marketNotice, Opener open)
+                       const QString &marketNotice, Panel panel)
     : m_connection(connection)
     , m_state(std::move(state))
     , m_feed(std::make_unique<RecordFeed>(m_state, marketNotice))
-    , m_open(std::move(open))
+    , m_panel(std::move(panel))
 {
     connect(m_feed.get(), &RecordFeed::changed, this, &BarService::Changed);
     if (!m_connection.registerObject(barObjectPath, this, QDBusConnection::ExportScriptableContents))
@@ -34,7 +34,12 @@ BarService::~BarService()
 void BarService::Open(int x, int y)
 {
     QMetaObject::invokeMethod(
-        this, [this, position = QPoint(x, y)] { m_open(position); }, Qt::QueuedConnection);
+        this, [this, position = QPoint(x, y)] { m_panel.open(position); }, Qt::QueuedConnection);
+}
+
+void BarService::Close()
+{
+    m_panel.close();
 }
 
 void BarService::Next()

@@ -34,6 +34,7 @@ class BarService final : public QObject, protected QDBusContext
         "      <arg name=\"x\" type=\"i\" direction=\"in\"/>\n"
         "      <arg name=\"y\" type=\"i\" direction=\"in\"/>\n"
         "    </method>\n"
+        "    <method name=\"Close\"/>\n"
         "    <method name=\"Next\"/>\n"
         "    <method name=\"Previous\"/>\n"
         "    <method name=\"Select\">\n"
@@ -46,11 +47,15 @@ class BarService final : public QObject, protected QDBusContext
     Q_PROPERTY(bool Fresh READ fresh)
     Q_PROPERTY(QString Json READ json)
 public:
-    /// Opens the panel at a position in the screen's own pixels, or where that is nowhere, at the item.
-    using Opener = std::function<void(const QPoint &position)>;
+    struct Panel
+    {
+        /// For a click at a position in the screen's own pixels; where that is nowhere, at the item.
+        std::function<void(const QPoint &position)> open;
+        std::function<void()> close;
+    };
 
     BarService(const QDBusConnection &connection, std::shared_ptr<AppState> state,
-               const QString &marketNotice, Opener open);
+               const QString &marketNotice, Panel panel);
     ~BarService() override;
 
     [[nodiscard]] QString title() const { return m_feed->read().text; }
@@ -61,6 +66,7 @@ public:
 
 public Q_SLOTS:
     Q_SCRIPTABLE void Open(int x, int y);
+    Q_SCRIPTABLE void Close();
     Q_SCRIPTABLE void Next();
     Q_SCRIPTABLE void Previous();
     Q_SCRIPTABLE void Select(const QString &code);
@@ -73,7 +79,7 @@ private:
     QDBusConnection m_connection;
     std::shared_ptr<AppState> m_state;
     std::unique_ptr<RecordFeed> m_feed;
-    Opener m_open;
+    Panel m_panel;
 };
 
 } // namespace kestrune
