@@ -128,7 +128,8 @@ double limitPrice(const Instrument &instrument, double previousClose, bool up)
     const qint64 tenths = 10 + (up ? 1 : -1) * std::llround(dailyLimit(instrument) * 10);
     const qint64 tenThousandths = std::llround(previousClose * 1000) * tenths;
     const qint64 aStep = 10000 / std::llround(instrument.ticksPerUnit);
-    return static_cast<double>((tenThousandths + aStep / 2) / aStep) / instrument.ticksPerUnit;
+    const qint64 steps = (tenThousandths + aStep / 2) / aStep;
+    return static_cast<double>(steps) / instrument.ticksPerUnit;
 }
 
 } // namespace kestrune::replay

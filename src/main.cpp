@@ -238,7 +238,7 @@ int runLine(const WatchMode::Config &config, const CommandLine &line, char **arg
     QCoreApplication application(argumentsForQt, argv);
     nameApplication();
     const QuitSignals signalled({SIGPIPE});
-    QObject::connect(&signalled, &QuitSignals::received, qApp, &QCoreApplication::quit);
+    QObject::connect(&signalled, &QuitSignals::received, &application, &QCoreApplication::quit);
     auto market = otherMarket(line);
     if (!market)
         return fail(market.error(), usageError);
@@ -260,7 +260,8 @@ int runLine(const WatchMode::Config &config, const CommandLine &line, char **arg
     auto client = market->address ? nullptr : std::make_unique<BarClient>(QDBusConnection::sessionBus());
     WatchMode watch(config, clock, makeState, marketNotice(line.demo, line.marketServer), output,
                     std::move(client));
-    QObject::connect(&watch, &WatchMode::finished, qApp, &QCoreApplication::exit, Qt::QueuedConnection);
+    QObject::connect(&watch, &WatchMode::finished, &application, &QCoreApplication::exit,
+                     Qt::QueuedConnection);
     std::optional<ClickInput> clicks;
     if (config.format == LineFormat::i3bar && !config.once && isOpen(STDIN_FILENO)) {
         clicks.emplace(STDIN_FILENO);

@@ -118,9 +118,11 @@ std::vector<AxisMark> priceMarksOf(const PriceScale &prices, int decimals)
     const double least = (prices.high - prices.low) * apart / (prices.bottom - prices.top);
     const double step = niceStep(std::max(least, std::pow(10, -decimals)));
     const auto last = std::floor(prices.high / step);
-    for (auto i = std::ceil(prices.low / step); i <= last; ++i) {
-        if (const double y = prices.y(i * step); y > prices.top + 6 && y < prices.bottom - 6)
-            marks.push_back({y, fmtP(i * step, decimals), false});
+    const auto first = std::ceil(prices.low / step);
+    for (int i = 0; i < 100 && first + i <= last; ++i) { // of enormous prices the next one may be the same
+        const double price = (first + i) * step;
+        if (const double y = prices.y(price); y > prices.top + 6 && y < prices.bottom - 6)
+            marks.push_back({y, fmtP(price, decimals), false});
     }
     return marks;
 }
@@ -320,9 +322,8 @@ private:
         if (stop)
             between(*entry, *stop, plan.stopText, planLevelTone(plan.stop));
         std::ranges::stable_sort(texts, {}, &PlanText::top);
-        std::vector<double> tops;
-        for (const PlanText &text : texts)
-            tops.push_back(text.top);
+        std::vector<double> tops(texts.size());
+        std::ranges::transform(texts, tops.begin(), &PlanText::top);
         const QRectF &plot = base().frame.plot;
         tops = movedApart(std::move(tops), chartLabelHeight, plot.top(), plot.bottom());
         for (std::size_t i = 0; i < texts.size(); ++i)

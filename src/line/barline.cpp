@@ -128,7 +128,7 @@ QString plainLine(const BarRecord &record, const QString &text)
 {
     QStringList states = record.states;
     states.removeAll(u"neutral"_s);
-    return states.isEmpty() ? text : text + u" ["_s + states.join(u' ') + u']';
+    return states.isEmpty() ? text : text + u" ["_s + onOneLine(states.join(u' ')) + u']';
 }
 
 } // namespace

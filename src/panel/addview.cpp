@@ -143,8 +143,8 @@ void AddView::ask(Typed what)
             return;
         }
         say(u"正在查询 %1…"_s.arg(*code), true);
-        startInBackground(this, [this, code = *code, question] {
-            return tryCode(m_context.state.shared_from_this(), this, m_segment, code, question);
+        startInBackground(this, [this, segment = m_segment, code = *code, question] {
+            return tryCode(m_context.state.shared_from_this(), this, segment, code, question);
         });
         return;
     }
@@ -154,8 +154,8 @@ void AddView::ask(Typed what)
         return;
     }
     say(u"搜索中…"_s, true);
-    startInBackground(this, [this, text, question] {
-        return search(m_context.state.shared_from_this(), this, m_segment, text, question);
+    startInBackground(this, [this, segment = m_segment, text, question] {
+        return search(m_context.state.shared_from_this(), this, segment, text, question);
     });
 }
 

@@ -59,7 +59,7 @@ private:
     void ask(Typed what);
     void say(const QString &text, bool busy = false);
     void show(const std::vector<Found> &found);
-    void answered(const QString &failure);
+    void answered(const QString &note);
     void mark(int index);
     void confirm();
     void choose(const QString &symbol, const QString &name);

@@ -49,8 +49,8 @@ using FileStamp = std::array<std::int64_t, 7>;
 /// Makes the folder, and those above it, for their owner alone.
 [[nodiscard]] bool createFolder(const QString &path);
 [[nodiscard]] bool writeAll(int fd, const QByteArray &bytes);
-/// Puts a file for its owner alone in the place of the one at `path`, in one step; under the folder's lock.
-[[nodiscard]] bool replaceFile(const QString &path, const QByteArray &bytes);
+/// Puts a file for its owner alone in the place of the one at `target`, in one step; under the folder's lock.
+[[nodiscard]] bool replaceFile(const QString &target, const QByteArray &bytes);
 /// Renames a file that cannot be read. Where to; nothing when it could not be moved.
 [[nodiscard]] QString setAside(const QString &path);
 

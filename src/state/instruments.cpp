@@ -30,7 +30,8 @@ bool isUsable(const QStringList &list, MarketSegment segment)
 QStringList textsIn(const QJsonValue &stored)
 {
     QStringList texts;
-    for (const QJsonValue &entry : stored.toArray())
+    const QJsonArray array = stored.toArray();
+    for (const auto entry : array)
         texts.append(entry.toString());
     return texts;
 }
