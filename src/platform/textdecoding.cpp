@@ -25,9 +25,9 @@ std::optional<QString> decodeStrictly(QStringDecoder decoder, const QByteArray &
 QString decodeGb18030(const QByteArray &bytes)
 {
     using Flag = QStringConverter::Flag;
-    // Newer tables take a single byte 0x80 for a control character; no text has it, and much UTF-8 the byte.
+    // Newer tables also read the byte 0x80 alone as a euro sign, which much UTF-8 holds.
     auto text = decodeStrictly(QStringDecoder("GB18030", Flag::Stateless), bytes);
-    if (text && !text->contains(QChar(0x80)))
+    if (text && text->count(u'€') <= bytes.count("\xA2\xE3"))
         return *std::move(text);
     return decodeStrictly(QStringDecoder(QStringConverter::Utf8, Flag::Stateless), bytes).value_or(QString());
 }
