@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "replay/calendar.h"
 
+#include "analysis/utczone.h"
+
 #include <QDateTime>
 
 #include <algorithm>
@@ -185,7 +187,7 @@ QByteArray chinaDate(qint64 time)
 QByteArray chinaTime(qint64 time, const char *format)
 {
     // Shifted by hand: constructing a QTimeZone per row would cost more than the row.
-    return QDateTime::fromMSecsSinceEpoch(time + chinaOffsetMs, Qt::UTC)
+    return QDateTime::fromMSecsSinceEpoch(time + chinaOffsetMs, utcZone)
         .toString(QLatin1String(format))
         .toLatin1();
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "replay/commandline.h"
 
+#include "analysis/utczone.h"
 #include "replay/marketclock.h"
 
 #include <QDateTime>
@@ -99,7 +100,7 @@ private:
         const QString text = value(name);
         QDateTime time = QDateTime::fromString(text, Qt::ISODateWithMs);
         if (time.timeSpec() == Qt::LocalTime) // no zone told: the answers must not depend on the machine's
-            time.setTimeSpec(Qt::UTC);
+            time = QDateTime(time.date(), time.time(), utcZone);
         const qint64 ms = time.toMSecsSinceEpoch();
         if (time.isValid() && ms >= 0 && ms < MarketClock::endOfTime)
             m_options.clock = ms;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "replay/simulation.h"
 
+#include "analysis/utczone.h"
 #include "replay/random.h"
 
 #include <QDate>
@@ -28,7 +29,7 @@ double tradingDaysPerYear(const Instrument &instrument)
 qint64 firstDay(const Instrument &instrument)
 {
     const QDate date(instrument.firstYear, instrument.firstMonth, instrument.firstDay);
-    const qint64 midnight = date.startOfDay(Qt::UTC).toMSecsSinceEpoch();
+    const qint64 midnight = date.startOfDay(utcZone).toMSecsSinceEpoch();
     return instrument.venue == Venue::crypto ? midnight : midnight - chinaOffsetMs;
 }
 

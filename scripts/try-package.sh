@@ -1,22 +1,25 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Builds the Debian package, looks at it with lintian, installs it into a fresh Debian 12 made by mmdebstrap and runs it
-# there: a snapshot without a display, and the bar on a virtual one. Needs root and the package archive.
-# try-package.sh [folder for the pictures]
+# Builds the Debian package, looks at it with lintian, installs it into a fresh Debian made by mmdebstrap and runs it
+# there: a snapshot without a display, and the bar on a virtual one. For another suite than this machine's the package
+# is built inside that suite, from what is committed, after all tests have run there; a warning of its compiler is a
+# failure. Needs root and the package archive.
+# try-package.sh [SUITE (bookworm)] [folder for the pictures]
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 # shellcheck source=scripts/packages.sh
 . "$root/scripts/packages.sh"
-pictures=${1:-$root/build/package-pictures}
+suite=${1:-bookworm}
+pictures=${2:-$root/build/package-pictures}
 if [ "$(id -u)" -ne 0 ]; then
     echo "try-package: only root can make a Debian of its own" >&2
     exit 1
 fi
-install_missing mmdebstrap lintian xvfb x11-utils imagemagick
+install_missing git mmdebstrap lintian xvfb x11-utils imagemagick
 mkdir -p "$pictures"
 pictures=$(cd "$pictures" && pwd)
 scratch=$(mktemp -d -p "${TMPDIR:-/var/tmp}")
-system=$scratch/debian
+system=
 home=/srv/try # in that Debian
 server=
 bar=
@@ -25,7 +28,7 @@ finish() {
         kill "$process" 2>/dev/null || true
         wait "$process" 2>/dev/null || true
     done
-    umount -q "$system/proc" 2>/dev/null || true
+    umount -q "$scratch"/*/proc 2>/dev/null || true
     mountpoint -q "$system/proc" || rm -rf "$scratch"
 }
 trap finish EXIT
@@ -34,37 +37,65 @@ inside() {
         XDG_RUNTIME_DIR=$home/run DEBIAN_FRONTEND=noninteractive "$@"
 }
 say() { printf '%-44s %s\n' "$1" "$2"; }
+logged() { # LOG COMMAND...: shows the end of the log where the command fails
+    local log=$scratch/$1
+    "${@:2}" >"$log" 2>&1 || { tail -n 60 "$log"; exit 1; }
+}
 
-package=$("$root/scripts/package.sh" 2>"$scratch/build.log") || { tail -n 40 "$scratch/build.log"; exit 1; }
-package=$(tail -n 1 <<<"$package")
-lintian --fail-on error "$package" >"$scratch/lintian.log" || { cat "$scratch/lintian.log"; exit 1; }
+own=$(. /etc/os-release && echo "$VERSION_CODENAME")
+apt-config dump | grep '^Acquire::' >"$scratch/apt.conf" || true
+sources=()
+for file in /etc/apt/sources.list /etc/apt/sources.list.d/debian.sources; do
+    [ -s "$file" ] || continue
+    sources=("$scratch/${file##*/}")
+    sed "s/\b$own\b/$suite/g" "$file" >"${sources[0]}"
+done
+# A Debian of the suite, from the same archive and by the same way to it as this machine's.
+make_system() { # NAME
+    system=$scratch/$1
+    logged "$1.log" mmdebstrap --quiet --variant=apt --aptopt="$scratch/apt.conf" "$suite" "$system" "${sources[@]}"
+    mount -t proc proc "$system/proc"
+    for file in /etc/resolv.conf /etc/hosts; do
+        [ ! -e "$file" ] || cp "$file" "$system/etc/"
+    done
+    inside apt-get update -qq
+    inside mkdir -p "$home"
+    inside mkdir -m 700 "$home/run"
+}
+
+if [ "$suite" = "$own" ]; then
+    logged build.log "$root/scripts/package.sh"
+    package=$(tail -n 1 "$scratch/build.log")
+else
+    make_system workshop
+    git clone -q "$root" "$system$home/kestrune-bar"
+    inside apt-get install -qq -y --no-install-recommends git >/dev/null 2>&1
+    # Processes of their own, so that nothing of the tests outlives them.
+    logged tests.log inside unshare --pid --fork --kill-child --mount-proc \
+        bash -c "$home/kestrune-bar/scripts/test.sh; exit \$?"
+    say "tests in $suite" "$(grep 'tests passed' "$scratch/tests.log")"
+    logged build.log inside "$home/kestrune-bar/scripts/package.sh"
+    if grep 'warning:' "$scratch/tests.log" "$scratch/build.log"; then
+        exit 1
+    fi
+    say "compilers in $suite" "no warning"
+    package=$system$(tail -n 1 "$scratch/build.log")
+    mkdir -p "$root/build/package"
+    cp "$package" "$root/build/package/$suite.deb"
+fi
+logged lintian.log lintian --fail-on error "$package"
 say "lintian" "no error, $(grep -c '^W:' "$scratch/lintian.log" || true) warnings"
 
-# The same archive and the same way to it as on this machine.
-apt-config dump | grep '^Acquire::' >"$scratch/apt.conf" || true
-mirror=()
-for file in /etc/apt/sources.list /etc/apt/sources.list.d/debian.sources; do
-    [ -s "$file" ] && mirror=("$file")
-done
-mmdebstrap --quiet --variant=apt --aptopt="$scratch/apt.conf" bookworm "$system" "${mirror[@]}" 2>"$scratch/mm.log" ||
-    { tail -n 20 "$scratch/mm.log"; exit 1; }
-mount -t proc proc "$system/proc"
-inside mkdir -p "$home"
+make_system debian
 cp "$package" "$system$home/kestrune-bar.deb"
-for file in /etc/resolv.conf /etc/hosts; do
-    [ ! -e "$file" ] || cp "$file" "$system/etc/"
-done
-inside apt-get update -qq
-inside apt-get install -qq -y --no-install-recommends "$home/kestrune-bar.deb" >"$scratch/install.log" 2>&1 ||
-    { tail -n 20 "$scratch/install.log"; exit 1; }
-inside mkdir -m 700 "$home/run"
-say "installed in a fresh Debian 12" "$(inside kestrune-bar --version)"
+logged install.log inside apt-get install -qq -y --no-install-recommends "$home/kestrune-bar.deb"
+say "installed in a fresh Debian $(cat "$system/etc/debian_version")" "$(inside kestrune-bar --version)"
 
 inside kestrune-bar --demo --snapshot "$home/out" --symbol BTC --timeframe 4H >"$scratch/words" 2>&1
 [ ! -s "$scratch/words" ] || { echo "the snapshot run said:"; cat "$scratch/words"; exit 1; }
 grep -q '"resistance"' "$system$home/out/data.json"
-cp "$system$home/out/popover.png" "$pictures/package-snapshot.png"
-say "snapshot without a display" "$(identify -format '%wx%h' "$pictures/package-snapshot.png")"
+cp "$system$home/out/popover.png" "$pictures/$suite-snapshot.png"
+say "snapshot without a display" "$(identify -format '%wx%h' "$pictures/$suite-snapshot.png")"
 
 # A display of this machine; programs inside reach it by its abstract socket.
 mkfifo "$scratch/display"
@@ -79,7 +110,7 @@ for _ in $(seq 100); do
 done
 sleep 2
 DISPLAY=":$number" xwininfo -root -tree | grep -q '"Kestrune Bar"' || { echo "no strip:"; cat "$scratch/words"; exit 1; }
-DISPLAY=":$number" import -silent -window root -crop 400x60+880+0 "$pictures/package-strip.png"
+DISPLAY=":$number" import -silent -window root -crop 400x60+880+0 "$pictures/$suite-strip.png"
 child=$(pgrep -P "$bar" kestrune-bar || echo "$bar")
 kill "$child"
 wait "$bar"

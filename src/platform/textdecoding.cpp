@@ -25,7 +25,9 @@ std::optional<QString> decodeStrictly(QStringDecoder decoder, const QByteArray &
 QString decodeGb18030(const QByteArray &bytes)
 {
     using Flag = QStringConverter::Flag;
-    if (auto text = decodeStrictly(QStringDecoder("GB18030", Flag::Stateless), bytes))
+    // Newer tables also read the byte 0x80 alone as a euro sign, which much UTF-8 holds.
+    auto text = decodeStrictly(QStringDecoder("GB18030", Flag::Stateless), bytes);
+    if (text && text->count(u'€') <= bytes.count("\xA2\xE3"))
         return *std::move(text);
     return decodeStrictly(QStringDecoder(QStringConverter::Utf8, Flag::Stateless), bytes).value_or(QString());
 }

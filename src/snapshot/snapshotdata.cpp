@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "snapshot/snapshotdata.h"
 
+#include "analysis/utczone.h"
 #include "viewmodel/zonelisting.h"
 
 #include <QDateTime>
@@ -66,7 +67,7 @@ bool allFinite(const QJsonValue &value)
 QString isoTime(Instant instant)
 {
     const auto seconds = std::chrono::floor<std::chrono::seconds>(instant).time_since_epoch().count();
-    return QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC).toString(Qt::ISODate);
+    return QDateTime::fromSecsSinceEpoch(seconds, utcZone).toString(Qt::ISODate);
 }
 
 } // namespace

@@ -38,7 +38,10 @@ void handleMessage(QtMsgType type, const QMessageLogContext &context, const QStr
     static const std::array beginnings{
         "PulseAudio"_L1, "QPulse"_L1,       "pa_"_L1,  "Stream error"_L1, "Failed to get sink"_L1,
         "QAudio"_L1,     "QSoundEffect"_L1, "ALSA"_L1, "QAlsa"_L1};
-    const bool uncategorised = !context.category || qstrcmp(context.category, "default") == 0;
+    const QLatin1StringView category(context.category);
+    if (type == QtInfoMsg && category.startsWith("qt.multimedia"_L1))
+        return; // presents itself
+    const bool uncategorised = category.isEmpty() || category == "default"_L1;
     const QStringView said = QStringView(text).sliced(text.startsWith(u'"') ? 1 : 0);
     for (const QLatin1StringView beginning : beginnings) {
         if (uncategorised && said.startsWith(beginning))
@@ -98,8 +101,15 @@ void EffectSound::release()
 
 void EffectSound::play(Finished finished)
 {
-    if (!m_filter)
+    if (!m_filter) {
         m_filter = std::make_unique<ChatterFilter>();
+        // A list without names: Qt's engine would else try every kind of video hardware, aloud.
+        for (const char *devices :
+             {"QT_FFMPEG_DECODING_HW_DEVICE_TYPES", "QT_FFMPEG_ENCODING_HW_DEVICE_TYPES"}) {
+            if (!qEnvironmentVariableIsSet(devices))
+                qputenv(devices, ",");
+        }
+    }
     if (m_waiting || (m_player && m_player->isBusy())) {
         finished({.loaded = isReady(), .played = false});
         return;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "state/alertlog.h"
 
+#include "analysis/utczone.h"
+
 #include <QDateTime>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -20,7 +22,7 @@ constexpr qsizetype longestText = 200; // a line stays short whatever a source c
 QString timeText(Instant time)
 {
     const auto since = std::chrono::floor<std::chrono::milliseconds>(time.time_since_epoch());
-    return QDateTime::fromMSecsSinceEpoch(since.count(), Qt::UTC).toString(Qt::ISODateWithMs);
+    return QDateTime::fromMSecsSinceEpoch(since.count(), utcZone).toString(Qt::ISODateWithMs);
 }
 
 std::optional<Instant> timeOf(const QJsonValue &text)

@@ -2,6 +2,7 @@
 #include "viewmodel/standingtexts.h"
 
 #include "analysis/priceformat.h"
+#include "analysis/utczone.h"
 #include "state/appstate.h"
 #include "state/fixedtext.h"
 
@@ -21,10 +22,9 @@ using std::chrono::floor;
 /// The clock of the mainland and of Hong Kong.
 QString exchangeTime(Instant time)
 {
-    constexpr int eastOfGreenwich = 8 * 3600;
-    return QDateTime::fromSecsSinceEpoch(floor<std::chrono::seconds>(time).time_since_epoch().count(),
-                                         Qt::OffsetFromUTC, eastOfGreenwich)
-        .toString(u"HH:mm"_s);
+    constexpr auto eastOfGreenwich = 8h;
+    const auto shifted = floor<std::chrono::seconds>(time).time_since_epoch() + eastOfGreenwich;
+    return QDateTime::fromSecsSinceEpoch(shifted.count(), utcZone).toString(u"HH:mm"_s);
 }
 
 struct AgeUnit

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "analysis/indicators.h"
+#include "analysis/utczone.h"
 #include "chart/chartscene.h"
 #include "support/rows.h"
 #include "support/testregistry.h"
@@ -21,7 +22,7 @@ constexpr qint64 hours = 3'600'000;
 ChartContent waves(int count, int step = 4, double price = 1000)
 {
     ChartContent content;
-    const qint64 end = QDateTime({2026, 7, 31}, {16, 0}, Qt::UTC).toMSecsSinceEpoch();
+    const qint64 end = QDateTime({2026, 7, 31}, {16, 0}, utcZone).toMSecsSinceEpoch();
     for (int i = 0; i < count; ++i) {
         const double open = price * (1 + 0.05 * std::sin(i / 7.0));
         const double close = price * (1 + 0.05 * std::sin((i + 1) / 7.0));

@@ -4,6 +4,7 @@
 #include "panel/blingbutton.h"
 #include "panel/pixelsparkline.h"
 #include "panel/zonerow.h"
+#include "support/eventloop.h"
 #include "support/rows.h"
 #include "support/testregistry.h"
 #include "ui/iconbutton.h"
@@ -256,7 +257,7 @@ private Q_SLOTS:
         panel.find(u"删除该提醒"_s)->setFocus();
         QCOMPARE(panel.key(Qt::Key_Space), target); // the focus is not lost with the row
         QVERIFY(!panel.shows(label) && !panel.find(cancel));
-        QTRY_VERIFY(panel.find(u"撤销"_s));
+        QVERIFY(waitFor([&] { return panel.find(u"撤销"_s); }));
         panel.press(u"撤销"_s);
         QVERIFY(state.alerts() == before && panel.shows(label));
     }
@@ -286,7 +287,7 @@ private Q_SLOTS:
         choose(u"设置该价位提醒"_s); // one beside it
         QCOMPARE(panel.state->alerts().size(), 2);
         QTest::mousePress(bell, Qt::LeftButton);
-        QTRY_VERIFY(panel.view->findChild<QMenu *>());
+        QVERIFY(waitFor([&] { return panel.view->findChild<QMenu *>(); }));
         QTest::mouseRelease(bell, Qt::LeftButton);
         QCOMPARE(panel.state->alerts().size(), 2); // holding is no click
         choose(u"跟随这个区域"_s);
@@ -395,7 +396,7 @@ private Q_SLOTS:
         const QString title = u"提醒记录"_s;
         Shown panel;
         panel.press(title);
-        QTRY_VERIFY(panel.shows(u"还没有提醒触发过"_s));
+        QVERIFY(waitFor([&] { return panel.shows(u"还没有提醒触发过"_s); }));
         for (int i = 0; i < 4; ++i)
             panel.state->addAlert(3400 + i, {}, true); // ring at once
         drainEvents();
@@ -403,11 +404,11 @@ private Q_SLOTS:
         panel.press(u"收到"_s);
         QVERIFY(panel.shows(u"08:30，ETH 手动 3,400，上涨触及 3,456.78，已收到 08:30"_s));
         panel.press(title);
-        QTRY_VERIFY(!panel.texts().join(u' ').contains(u"上涨触及"_s));
+        QVERIFY(waitFor([&] { return !panel.texts().join(u' ').contains(u"上涨触及"_s); }));
         panel.state->addAlert(3410, {}, true);
         drainEvents();
         panel.press(u"还有 1 条"_s);
-        QTRY_VERIFY(panel.texts().join(u' ').contains(u"手动 3,410，上涨触及"_s));
+        QVERIFY(waitFor([&] { return panel.texts().join(u' ').contains(u"手动 3,410，上涨触及"_s); }));
     }
 
     void anInstrumentIsPickedWithoutItsOldSelection()
@@ -576,7 +577,7 @@ private Q_SLOTS:
         QCOMPARE(panel.field(risk)->text() + u' ' + panel.field(account)->text(), u"1.0 5000"_s);
         QCOMPARE(panel.find(u"设置"_s)->toolTip(), u"收起设置"_s);
         panel.press(u"设置"_s);
-        QTRY_VERIFY(!panel.field(account));
+        QVERIFY(waitFor([&] { return !panel.field(account); }));
         panel.state->accountSize = 0;
         panel.press(u"设置"_s);
         QCOMPARE(panel.field(account)->text(), u""_s);
@@ -605,7 +606,7 @@ private Q_SLOTS:
         Shown panel;
         QVERIFY(!panel.shows(u"RSI(14)"_s));
         panel.press(u"市场背景"_s);
-        QTRY_VERIFY(panel.shows(u"VWAP"_s));
+        QVERIFY(waitFor([&] { return panel.shows(u"VWAP"_s); }));
         for (const QString &text : {u"趋势"_s, u"61.2 中性"_s, u"多头（柱为正）"_s, u"ATR(14) 止损参考"_s,
                                     panel.state->atrText(), u"3,429"_s})
             QVERIFY2(panel.shows(text), qPrintable(text));

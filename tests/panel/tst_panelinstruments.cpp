@@ -3,6 +3,7 @@
 
 #include "panel/addview.h"
 #include "state/instruments.h"
+#include "support/eventloop.h"
 #include "support/testregistry.h"
 #include "ui/chip.h"
 #include "ui/inputfield.h"
@@ -92,7 +93,7 @@ private Q_SLOTS:
         QTest::keyClick(panel.find(u"ETH"_s), Qt::Key_Delete);
         drainEvents();
         QVERIFY(panel.state->coinSymbol() != u"ETH" && !panel.list().contains(u"ETH"));
-        QTRY_VERIFY(panel.find(u"撤销"_s));
+        QVERIFY(waitFor([&] { return panel.find(u"撤销"_s); }));
         QVERIFY(panel.find(u"已移除 ETH，仍有 2 条提醒"_s));
         panel.press(u"撤销"_s);
         QVERIFY(panel.list() == before && panel.state->coinSymbol() == u"ETH");
@@ -115,11 +116,11 @@ private Q_SLOTS:
         panel.open();
         panel.type(u"pepe"_s);
         panel.keyInSheet(Qt::Key_Return); // at once: it waits for the results of this text
-        QTRY_COMPARE(panel.state->coinSymbol(), u"PEPE"_s);
+        QVERIFY(waitFor([&] { return panel.state->coinSymbol() == u"PEPE"_s; }));
         QVERIFY(panel.list().endsWith(u" PEPE") && !panel.isOpen());
         panel.open();
         panel.type(u"pe"_s);
-        QTRY_VERIFY(panel.find(u"PEPE，已添加"_s));
+        QVERIFY(waitFor([&] { return panel.find(u"PEPE，已添加"_s); }));
         QVERIFY(panel.isChecked(u"PEPE，已添加"_s) && !panel.find(u"BTC，已添加"_s));
         panel.keyInSheet(Qt::Key_Down);
         QCOMPARE(panel.field(u"查找标的"_s)->accessibleDescription(), u"PEPE2"_s);
@@ -136,10 +137,10 @@ private Q_SLOTS:
         panel.searchIn(u"A股"_s);
         panel.stock.hold(searching);
         panel.type(u"zg"_s);
-        QTRY_COMPARE(panel.stock.openCount(), 1);
+        QVERIFY(waitFor([&] { return panel.stock.openCount() == 1; }));
         panel.stock.answer(searching, "v_hint=\"sh~601988~\\u4e2d\\u56fd\\u94f6\\u884c~zgyh~GP-A\";");
         panel.type(u"zgyh"_s);
-        QTRY_VERIFY(panel.find(u"中国银行 sh601988"_s));
+        QVERIFY(waitFor([&] { return panel.find(u"中国银行 sh601988"_s); }));
         panel.stock.release(searching, "v_hint=\"N\";");
         drainEvents();
         panel.press(u"中国银行 sh601988"_s);
@@ -150,11 +151,11 @@ private Q_SLOTS:
         panel.searchIn(u"港股"_s);
         panel.stock.failAlways(searching);
         panel.type(u"388"_s);
-        QTRY_VERIFY(panel.find(u"搜索失败，可直接输入代码"_s));
+        QVERIFY(waitFor([&] { return panel.find(u"搜索失败，可直接输入代码"_s); }));
         panel.type(u"00388"_s);
         panel.stock.answer(u"/q=hk00388"_s, stockQuotes({{"hk00388", "X", 50}}));
         panel.keyInSheet(Qt::Key_Return);
-        QTRY_COMPARE(panel.state->coinSymbol(), u"hk00388"_s);
+        QVERIFY(waitFor([&] { return panel.state->coinSymbol() == u"hk00388"_s; }));
         QVERIFY(panel.state->market() == MarketSegment::hk && panel.list().endsWith(u" hk00388"));
     }
 };

@@ -3,6 +3,7 @@
 
 #include "panel/helpview.h"
 #include "panel/sheet.h"
+#include "support/eventloop.h"
 #include "support/testregistry.h"
 #include "ui/disclosure.h"
 #include "ui/focusring.h"
@@ -170,7 +171,7 @@ private Q_SLOTS:
         const auto foldAt = [&](int panelHeight, int scrolled) {
             if (section->height() > folded) {
                 panel.press(u"设置"_s);
-                QTRY_COMPARE(section->height(), folded);
+                QVERIFY(waitFor([&] { return section->height() == folded; }));
             }
             panel.view->setMaximumPanelHeight(panelHeight);
             drainEvents();
@@ -180,7 +181,7 @@ private Q_SLOTS:
             const auto *body = section->findChild<Collapsible *>();
             const auto *animation = body->findChild<QVariantAnimation *>({}, Qt::FindDirectChildrenOnly);
             panel.press(u"设置"_s);
-            QTRY_COMPARE(animation->state(), QAbstractAnimation::Stopped);
+            QVERIFY(waitFor([&] { return animation->state() == QAbstractAnimation::Stopped; }));
             drainEvents();
         };
         foldAt(850, 9999);
@@ -195,8 +196,8 @@ private Q_SLOTS:
         panel.press(u"市场背景"_s);
         QTest::qWait(50);
         QThread::msleep(400); // a stopped program goes to the end in one step
-        QTRY_VERIFY(context->parentWidget()->height() > 100);
-        QTRY_VERIFY(isInView(context->parentWidget()));
+        QVERIFY(waitFor([&] { return context->parentWidget()->height() > 100; }));
+        QVERIFY(waitFor([&] { return isInView(context->parentWidget()); }));
     }
 
     void manyRowsOpenAtThePrice()

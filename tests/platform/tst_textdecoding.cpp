@@ -34,6 +34,8 @@ private Q_SLOTS:
             {"cut off after three of four", "A\x81\x30\x84", {}},
             {"long and cut off", piece.repeated(100'000) + '\x81', {}},
             {"0x80 leads nothing", "A\x80", {}},
+            {"0x80 is no euro sign", "\xA2\xE3\xE4\xB8\x80", {}},
+            {"the euro sign", "\xA2\xE3 1", u"€ 1"_s},
             {"0xFF leads nothing", "\xFF\xFE", {}},
             {"neither encoding", "\xC3\x28\xFF", {}},
         };

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "analysis/utczone.h"
 #include "platform/curlhttpclient.h"
 #include "platform/jsonpreferences.h"
 #include "state/alertlog.h"
@@ -115,7 +116,7 @@ class SoakTest : public QObject
             if (on)
                 return;
             const auto now = std::chrono::duration_cast<Seconds>(clock.now().time_since_epoch());
-            const QString time = QDateTime::fromSecsSinceEpoch(now.count(), Qt::UTC).toString(Qt::ISODate);
+            const QString time = QDateTime::fromSecsSinceEpoch(now.count(), utcZone).toString(Qt::ISODate);
             market = std::make_unique<ReplayServer>(QStringList{u"--port"_s, QString::number(port),
                                                                 u"--clock"_s, time, u"--speed"_s,
                                                                 u"1440"_s}); // a day in a minute
@@ -309,8 +310,11 @@ class SoakTest : public QObject
             life.cycle();
             life.attention.dialogs.clear();
             life.http.client.dropConnections();
-            QTRY_VERIFY2(entries(u"/proc/self/task"_s) <= threads && entries(u"/proc/self/fd"_s) <= files,
-                         "threads, files or sockets pile up");
+            QVERIFY2(waitFor([&] {
+                         return entries(u"/proc/self/task"_s) <= threads &&
+                                entries(u"/proc/self/fd"_s) <= files;
+                     }),
+                     "threads, files or sockets pile up");
             QCOMPARE(life.clock.sleeperCount(), sleepers);
             QVERIFY2(objects() < 500, "objects pile up"); // a full panel has fewer
             drainEvents();

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "analysis/utczone.h"
 #include "marketday.h"
 #include "state/alertlog.h"
 
@@ -173,7 +174,7 @@ private:
         if (below(15) == 0)
             return http.releaseFailure(open.line);
         std::vector<QuoteLine> quotes;
-        const QByteArray stamp = QDateTime::fromSecsSinceEpoch(qint64(now()) + 8 * 3600, Qt::UTC)
+        const QByteArray stamp = QDateTime::fromSecsSinceEpoch(qint64(now()) + 8 * 3600, utcZone)
                                      .toString(u"yyyyMMddHHmmss")
                                      .toLatin1();
         for (const QString &symbol : open.symbols) {

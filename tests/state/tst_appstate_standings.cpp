@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "analysis/indicators.h"
+#include "analysis/utczone.h"
 #include "marketday.h"
 #include "support/rows.h"
 
@@ -228,7 +229,7 @@ private:
             &http == &crypto
                 ? gateTicker(price)
                 : stockQuotes({{symbol.toLatin1(), "", price, 0,
-                                QDateTime::fromSecsSinceEpoch(qint64(epochSeconds(stamp)) + 8 * 3600, Qt::UTC)
+                                QDateTime::fromSecsSinceEpoch(qint64(epochSeconds(stamp)) + 8 * 3600, utcZone)
                                     .toString(u"yyyyMMddHHmmss")
                                     .toLatin1()}});
         if (price > 0) {

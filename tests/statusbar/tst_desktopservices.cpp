@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "statusbar/desktop/autostart.h"
+#include "statusbar/desktop/backgroundportal.h"
 #include "statusbar/desktop/desktoptheme.h"
 #include "statusbar/desktop/singleinstance.h"
 #include "statusbar/desktop/statusitemchooser.h"
@@ -10,6 +11,7 @@
 #include "support/testregistry.h"
 
 #include <QApplication>
+#include <QDBusContext>
 #include <QDBusObjectPath>
 #include <QDBusVariant>
 #include <QDir>
@@ -51,6 +53,32 @@ public Q_SLOTS:
 
 Q_SIGNALS:
     void SettingChanged(const QString &group, const QString &key, const QDBusVariant &value);
+};
+
+/// The desktop portal's leave to run in the background: answers as told, by a signal of the request's object.
+class FakeBackgroundPortal : public QObject, protected QDBusContext
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Background")
+
+public:
+    QVariantMap asked;
+    uint code = 0;
+    bool grants = true, answers = true;
+
+public Q_SLOTS:
+    QDBusObjectPath RequestBackground(const QString &, const QVariantMap &options)
+    {
+        asked = options;
+        const QString sender = message().service().mid(1).replace(u'.', u'_');
+        const QString path = u"/org/freedesktop/portal/desktop/request/%1/%2"_s.arg(
+            sender, options.value(u"handle_token"_s).toString());
+        auto response = QDBusMessage::createSignal(path, u"org.freedesktop.portal.Request"_s, u"Response"_s);
+        response << code << QVariantMap{{u"autostart"_s, grants && options.value(u"autostart"_s).toBool()}};
+        if (answers)
+            connection().send(response);
+        return QDBusObjectPath(path);
+    }
 };
 
 class TestDesktopServices : public QObject
@@ -224,6 +252,45 @@ private Q_SLOTS:
         QVERIFY(autostart.set(false) && autostart.set(false));
         QVERIFY(QDir(folder).isEmpty());
         QVERIFY(!Autostart(u"/dev/null/autostart"_s, u"/usr/bin/kestrune-bar"_s).set(true));
+    }
+
+    void theSandboxAsksForTheStartAtLogin()
+    {
+        PrivateBus bus;
+        QDBusConnection theirs = bus.connection(u"theirs"_s);
+        FakeBackgroundPortal portal;
+        theirs.registerObject(u"/org/freedesktop/portal/desktop"_s, &portal, QDBusConnection::ExportAllSlots);
+        MemoryPreferences preferences;
+        BackgroundPortal background(bus.connection(u"ours"_s), preferences);
+        const QSignalSpy answered(&background, &BackgroundPortal::answered);
+        const struct
+        {
+            bool there, asks;
+            uint code;
+            bool grants, done, isOn;
+        } rows[] = {
+            {false, false, 0, true, true, false}, {false, true, 0, true, false, false}, // nobody to be asked
+            {true, true, 0, false, false, false}, {true, true, 2, true, false, false},
+            {true, true, 0, true, true, true},    {true, false, 1, true, false, true},
+            {false, true, 0, true, true, true},   {true, false, 0, true, true, false},
+        };
+        qsizetype count = 0;
+        for (const auto &row : rows) {
+            row.there ? theirs.registerService(u"org.freedesktop.portal.Desktop"_s)
+                      : theirs.unregisterService(u"org.freedesktop.portal.Desktop"_s);
+            portal.code = row.code;
+            portal.grants = row.grants;
+            background.request(row.asks);
+            background.request(!row.asks); // dropped
+            QVERIFY(waitFor([&] { return answered.size() > count; }));
+            const auto text = qPrintable(u"row %1"_s.arg(count));
+            QVERIFY2(answered.at(count).at(0).toBool() == row.done, text);
+            QVERIFY2(background.startsAtLogin() == row.isOn, text);
+            QVERIFY2(!row.there || portal.asked.value(u"autostart"_s) == row.asks, text);
+            ++count;
+        }
+        QCOMPARE(answered.size(), count);
+        QVERIFY(BackgroundPortal(bus.connection(u"next"_s), preferences).startsAtLogin() == false);
     }
 };
 

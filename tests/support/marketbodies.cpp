@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "support/marketbodies.h"
 
+#include "analysis/utczone.h"
+
 #include <QDateTime>
 #include <QLocale>
 
@@ -25,7 +27,7 @@ QByteArray rows(const CandleList &candles, const QByteArray &pattern)
 {
     QByteArrayList list;
     for (const Candle &candle : candles) {
-        const QDateTime day = QDateTime::fromMSecsSinceEpoch(candle.ts + shanghaiOffsetMs, Qt::UTC);
+        const QDateTime day = QDateTime::fromMSecsSinceEpoch(candle.ts + shanghaiOffsetMs, utcZone);
         QByteArray row = pattern;
         row.replace("{s}", QByteArray::number(candle.ts / 1000))
             .replace("{ms}", QByteArray::number(candle.ts));
@@ -48,7 +50,7 @@ QByteArray ticker(const QByteArray &priceKey, double price, const QByteArray &ch
 
 CandleList waveCandles(std::size_t count, double base)
 {
-    const qint64 last = QDateTime(QDate(2026, 1, 5), QTime(8, 0), Qt::UTC).toMSecsSinceEpoch();
+    const qint64 last = QDateTime(QDate(2026, 1, 5), QTime(8, 0), utcZone).toMSecsSinceEpoch();
     CandleList candles;
     double open = base;
     for (std::size_t i = 0; i < count; ++i) {

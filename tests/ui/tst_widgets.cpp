@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "support/eventloop.h"
 #include "support/rows.h"
 #include "support/testregistry.h"
 #include "ui/chip.h"
@@ -139,7 +140,7 @@ private Q_SLOTS:
         const QImage idle = chip->grab().toImage();
         QEnterEvent enter({5, 5}, {5, 5}, {5, 5});
         QCoreApplication::sendEvent(chip, &enter);
-        QTRY_VERIFY(chip->grab().toImage() != idle);
+        QVERIFY(waitFor([&] { return chip->grab().toImage() != idle; }));
         window.hide(); // no leave event comes then
         window.show();
         QCOMPARE(chip->grab().toImage(), idle);
@@ -253,7 +254,7 @@ private Q_SLOTS:
             QApplication::sendEvent(chip, &move);
         };
         QTest::mousePress(chip, Qt::LeftButton, {}, QPoint(10, 10));
-        QTRY_COMPARE(chip->cursor().shape(), Qt::ClosedHandCursor);
+        QVERIFY(waitFor([&] { return chip->cursor().shape() == Qt::ClosedHandCursor; }));
         moveTo(20 + row.chip(2)->width() + 8);
         QVERIFY(row.offset() == 0 && row.chip(2)->x() < chip->x());
         QTest::mouseRelease(chip, Qt::LeftButton, {}, QPoint(10, 10));
@@ -285,10 +286,10 @@ private Q_SLOTS:
         auto *animation = body->findChild<QVariantAnimation *>();
         animation->setCurrentTime(animation->duration() / 2);
         QCOMPARE(body->heightForWidth(300), int(std::lround(full / 2.0))); // it grows, it does not jump
-        QTRY_COMPARE(body->height(), full);
+        QVERIFY(waitFor([&] { return body->height() == full; }));
         QVERIFY(text->isVisible());
         body->setExpanded(false);
-        QTRY_VERIFY(body->height() == 0 && !text->isVisible());
+        QVERIFY(waitFor([&] { return body->height() == 0 && !text->isVisible(); }));
     }
 
     void theToastShowsTheLatestForItsFullTime()
@@ -310,7 +311,7 @@ private Q_SLOTS:
 
         int undone = 0;
         toast->present(u"已移除"_s, false, u"撤销"_s, [&] { ++undone; });
-        QTRY_VERIFY(toast->actionButton()->isVisible());
+        QVERIFY(waitFor([&] { return toast->actionButton()->isVisible(); }));
         QTest::keyClick(toast->actionButton(), Qt::Key_Return);
         QVERIFY(undone == 1 && !toast->actionButton()->isVisible());
 

@@ -4,9 +4,11 @@
 #include "line/barbus.h"
 #include "panel/popoverview.h"
 #include "platform/async.h"
+#include "statusbar/desktop/backgroundportal.h"
 #include "statusbar/desktop/barservice.h"
 #include "statusbar/desktop/desktoptheme.h"
 #include "statusbar/desktop/menuexport.h"
+#include "statusbar/desktop/portal.h"
 #include "statusbar/desktop/quitsignals.h"
 #include "statusbar/desktop/singleinstance.h"
 #include "statusbar/desktop/statusitemchooser.h"
@@ -76,11 +78,16 @@ void AppDelegate::applicationDidFinishLaunching()
     m_controller->setAppearance(m_theme->appearance()); // the first picture has brought the bar's colours
     addApplicationActions(&m_controller->popover(), this, [] { QCoreApplication::quit(); });
     m_keyFallbackMonitor = std::make_unique<EditKeyFallback>(nullptr);
+    if (insideSandbox())
+        m_background = std::make_unique<BackgroundPortal>(bus, m_launch.dependencies.preferences);
     connectMenu();
+    connectAutostart();
     watchTheSystem();
     if (!m_instance)
         return;
     connect(m_instance, &SingleInstance::activated, this, &AppDelegate::showPanel);
+    if (m_background) // what has no window is ended by some desktops unless it asks
+        m_background->request(m_background->startsAtLogin());
     m_service = std::make_unique<BarService>(
         bus, m_state, m_launch.marketNotice,
         BarService::Panel{[this](const QPoint &position) { m_controller->openPopover(position); },
@@ -97,19 +104,34 @@ void AppDelegate::settingsNotSaved()
 
 void AppDelegate::connectMenu()
 {
-    const auto updateAutostart = [this] { m_menu.setAutostart(m_autostart.isOn()); };
-    updateAutostart();
-    connect(&m_menu, &StatusMenu::aboutToShow, this, updateAutostart);
-    connect(m_item.get(), &StatusItemChooser::menuAboutToShow, this, updateAutostart);
     connect(m_item.get(), &StatusItem::contextMenuRequested, &m_menu, &StatusMenu::popup);
     connect(&m_menu, &StatusMenu::showRequested, this, &AppDelegate::showPanel);
     connect(&m_menu, &StatusMenu::refreshRequested, this, &AppDelegate::refreshNow);
-    connect(&m_menu, &StatusMenu::autostartToggled, this, [this, updateAutostart](bool on) {
-        if (!m_autostart.set(on))
-            settingsNotSaved();
-        updateAutostart(); // shows what really is on the disk
-    });
     connect(&m_menu, &StatusMenu::quitRequested, this, [] { QCoreApplication::quit(); });
+}
+
+void AppDelegate::connectAutostart()
+{
+    const auto update = [this] {
+        m_menu.setAutostart(m_background ? m_background->startsAtLogin() : m_autostart.isOn());
+    };
+    update();
+    connect(&m_menu, &StatusMenu::aboutToShow, this, update);
+    connect(m_item.get(), &StatusItemChooser::menuAboutToShow, this, update);
+    connect(&m_menu, &StatusMenu::autostartToggled, this, [this, update](bool on) {
+        if (m_background)
+            m_background->request(on); // answers later
+        else if (!m_autostart.set(on))
+            settingsNotSaved();
+        update(); // shows what really is so
+    });
+    if (!m_background)
+        return;
+    connect(m_background.get(), &BackgroundPortal::answered, this, [this, update](bool done) {
+        if (!done)
+            m_controller->popover().showError(u"桌面没有允许开机自动启动的更改"_s);
+        update();
+    });
 }
 
 void AppDelegate::watchTheSystem()

@@ -13,6 +13,7 @@
 
 namespace kestrune {
 
+class BackgroundPortal;
 class BarService;
 class MenuExport;
 class DesktopTheme;
@@ -48,6 +49,7 @@ public:
 
 private:
     void connectMenu();
+    void connectAutostart();
     void watchTheSystem();
     void watchForWakeUps();
     void showPanel();
@@ -56,6 +58,7 @@ private:
     Launch m_launch;
     SingleInstance *m_instance;
     Autostart m_autostart;
+    std::unique_ptr<BackgroundPortal> m_background; ///< inside a sandbox, instead of it
     StatusMenu m_menu;
     std::shared_ptr<AppState> m_state;
     std::unique_ptr<DesktopTheme> m_theme;

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "statusbar/desktop/desktopnotices.h"
 
+#include "statusbar/desktop/portal.h"
+
 #include <QDBusMetaType>
 #include <QDBusPendingCallWatcher>
-#include <QFile>
 #include <QGuiApplication>
 #include <QVariantMap>
 
@@ -19,9 +20,7 @@ namespace {
 
 const QString noticeService = u"org.freedesktop.Notifications"_s; // its interface's too
 const QString noticeServicePath = u"/org/freedesktop/Notifications"_s;
-const QString noticePortal = u"org.freedesktop.portal.Desktop"_s;
-const QString noticePortalPath = u"/org/freedesktop/portal/desktop"_s;
-const QString noticePortalInterface = u"org.freedesktop.portal.Notification"_s;
+const QString noticePortal = u"Notification"_s;
 
 struct NoticeButton
 {
@@ -55,7 +54,7 @@ QStringList serviceActions()
 
 DesktopNotices::Way DesktopNotices::usualWay()
 {
-    return QFile::exists(u"/.flatpak-info"_s) ? Way::portal : Way::service;
+    return insideSandbox() ? Way::portal : Way::service;
 }
 
 DesktopNotices::DesktopNotices(const QDBusConnection &connection, Way way)
@@ -67,7 +66,7 @@ DesktopNotices::DesktopNotices(const QDBusConnection &connection, Way way)
         return;
     if (m_way == Way::portal) {
         qDBusRegisterMetaType<QList<QVariantMap>>();
-        m_connection.connect(noticePortal, noticePortalPath, noticePortalInterface, u"ActionInvoked"_s, this,
+        m_connection.connect(portalName, portalPath, portalInterface(noticePortal), u"ActionInvoked"_s, this,
                              SLOT(portalActed(QString, QString)));
         return;
     }
@@ -100,10 +99,7 @@ void DesktopNotices::show(const Notice &notice)
 void DesktopNotices::withdraw(const QString &id)
 {
     if (m_way == Way::portal && m_connection.isConnected()) {
-        auto call = QDBusMessage::createMethodCall(noticePortal, noticePortalPath, noticePortalInterface,
-                                                   u"RemoveNotification"_s);
-        call.setArguments({id});
-        m_connection.send(call);
+        m_connection.send(portalCall(noticePortal, u"RemoveNotification"_s, {id}));
     } else if (const auto shown = m_shown.find(id); shown != m_shown.end()) {
         shown->wanted.reset();
         advance(id);
@@ -259,10 +255,7 @@ void DesktopNotices::toPortal(const Notice &notice)
         message.insert(u"default-action"_s, QString(clickAction));
         message.insert(u"buttons"_s, QVariant::fromValue(buttons));
     }
-    auto call = QDBusMessage::createMethodCall(noticePortal, noticePortalPath, noticePortalInterface,
-                                               u"AddNotification"_s);
-    call.setArguments({notice.id, message});
-    m_connection.send(call);
+    m_connection.send(portalCall(noticePortal, u"AddNotification"_s, {notice.id, message}));
 }
 
 } // namespace kestrune

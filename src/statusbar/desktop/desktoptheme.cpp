@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "statusbar/desktop/desktoptheme.h"
 
+#include "statusbar/desktop/portal.h"
 #include "statusbar/xsettings.h"
 
 #include <QDBusMessage>
@@ -15,9 +16,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString portalName = u"org.freedesktop.portal.Desktop"_s;
-const QString portalPath = u"/org/freedesktop/portal/desktop"_s;
-const QString settingsInterface = u"org.freedesktop.portal.Settings"_s;
+const QString settingsPortal = u"Settings"_s;
 const QString appearanceGroup = u"org.freedesktop.appearance"_s;
 const QString schemeKey = u"color-scheme"_s;
 constexpr int portalLimitMs = 5000; // a portal that is started for us takes a while
@@ -44,7 +43,7 @@ DesktopTheme::DesktopTheme(const QDBusConnection &connection, std::chrono::milli
         return;
     // Unregistered, the connection below is refused while no portal is there to be asked for its types.
     qRegisterMetaType<QDBusVariant>("QDBusVariant");
-    m_connection.connect(portalName, portalPath, settingsInterface, u"SettingChanged"_s, this,
+    m_connection.connect(portalName, portalPath, portalInterface(settingsPortal), u"SettingChanged"_s, this,
                          SLOT(settingChanged(QString, QString, QDBusVariant)));
     connect(&m_watcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
             [this](const QString &, const QString &, const QString &owner) {
@@ -56,8 +55,7 @@ DesktopTheme::DesktopTheme(const QDBusConnection &connection, std::chrono::milli
 
 void DesktopTheme::ask()
 {
-    QDBusMessage call = QDBusMessage::createMethodCall(portalName, portalPath, settingsInterface, u"Read"_s);
-    call << appearanceGroup << schemeKey;
+    const QDBusMessage call = portalCall(settingsPortal, u"Read"_s, {appearanceGroup, schemeKey});
     auto *watcher = new QDBusPendingCallWatcher(m_connection.asyncCall(call, portalLimitMs), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
         watcher->deleteLater();

@@ -2,6 +2,7 @@
 #include "statusbar/desktop/notifierregistration.h"
 
 #include "statusbar/desktop/notifiertypes.h"
+#include "statusbar/desktop/portal.h"
 
 #include <QCoreApplication>
 #include <QDBusMessage>
@@ -21,16 +22,19 @@ namespace {
 constexpr int mostRequests = 3; // a host that drops the item again and again is left alone
 constexpr int listLimitMs = 2000;
 
-QString itemServiceName()
+/// Inside a sandbox that of the connection: the process number is the same in each, and no other name need be
+/// allowed.
+QString itemServiceName(const QDBusConnection &connection)
 {
-    return u"org.kde.StatusNotifierItem-%1-1"_s.arg(QCoreApplication::applicationPid());
+    return insideSandbox() ? connection.baseService()
+                           : u"org.kde.StatusNotifierItem-%1-1"_s.arg(QCoreApplication::applicationPid());
 }
 
 } // namespace
 
 NotifierRegistration::NotifierRegistration(const QDBusConnection &connection, const QString &path,
                                            std::chrono::milliseconds lookAfter)
-    : m_connection(connection), m_path(path), m_service(itemServiceName())
+    : m_connection(connection), m_path(path), m_service(itemServiceName(connection))
 {
     m_look.setSingleShot(true);
     m_look.setInterval(lookAfter);

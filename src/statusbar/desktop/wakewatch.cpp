@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "statusbar/desktop/wakewatch.h"
 
+#include "statusbar/desktop/portal.h"
+
 #include <QDBusArgument>
 #include <QDBusObjectPath>
 
@@ -15,7 +17,6 @@ namespace {
 
 const QString logind = u"org.freedesktop.login1"_s;
 const QString networkManager = u"org.freedesktop.NetworkManager"_s;
-const QString portal = u"org.freedesktop.portal.Desktop"_s;
 constexpr uint connectedSite = 60;   // NetworkManager's states from here on reach beyond the machine
 constexpr uint connectivityNone = 1; // 0 is unknown, above are kinds of a network
 
@@ -51,8 +52,8 @@ WakeWatch::WakeWatch(const QDBusConnection &systemBus, const QDBusConnection &se
                     {networkManager}, {}, this, SLOT(propertiesChanged(QDBusMessage)));
     }
     if (QDBusConnection bus = sessionBus; bus.isConnected()) {
-        bus.connect(portal, u"/org/freedesktop/portal/desktop"_s, u"org.freedesktop.portal.NetworkMonitor"_s,
-                    u"changed"_s, this, SIGNAL(resumed()));
+        bus.connect(portalName, portalPath, portalInterface(u"NetworkMonitor"_s), u"changed"_s, this,
+                    SIGNAL(resumed()));
         for (const auto desktop : {"freedesktop"_L1, "gnome"_L1, "xfce"_L1, "cinnamon"_L1, "mate"_L1})
             bus.connect({}, {}, "org."_L1 + desktop + ".ScreenSaver"_L1, u"ActiveChanged"_s, this,
                         SLOT(screenAnnounced(bool)));
