@@ -85,7 +85,7 @@ private Q_SLOTS:
             while (!xml.atEnd())
                 xml.readNext();
             QVERIFY2(!xml.hasError(), qPrintable(xml.errorString()));
-            const auto block = QJsonDocument::fromJson(line(made, u"i3bar"_s)).array()[0];
+            const QJsonValue block = QJsonDocument::fromJson(line(made, u"i3bar"_s)).array()[0];
             QCOMPARE(block[u"full_text"].toString().size(), odd.size());
         }
     }
