@@ -32,8 +32,9 @@ finish() {
     mountpoint -q "$system/proc" || rm -rf "$scratch"
 }
 trap finish EXIT
+apart=() # what keeps the next processes inside apart from others
 inside() {
-    chroot "$system" /usr/bin/env -i PATH=/usr/bin:/usr/sbin:/bin:/sbin HOME=$home LANG=C.UTF-8 \
+    "${apart[@]}" chroot "$system" /usr/bin/env -i PATH=/usr/bin:/usr/sbin:/bin:/sbin HOME=$home LANG=C.UTF-8 \
         XDG_RUNTIME_DIR=$home/run DEBIAN_FRONTEND=noninteractive "$@"
 }
 say() { printf '%-44s %s\n' "$1" "$2"; }
@@ -70,9 +71,9 @@ else
     make_system workshop
     git clone -q "$root" "$system$home/kestrune-bar"
     inside apt-get install -qq -y --no-install-recommends git >/dev/null 2>&1
-    # Processes of their own, so that nothing of the tests outlives them.
-    logged tests.log inside unshare --pid --fork --kill-child --mount-proc \
-        bash -c "$home/kestrune-bar/scripts/test.sh; exit \$?"
+    apart=(unshare --pid --fork --kill-child "--mount-proc=$system/proc") # nothing of the tests outlives them
+    logged tests.log inside bash -c "$home/kestrune-bar/scripts/test.sh; exit \$?"
+    apart=()
     say "tests in $suite" "$(grep 'tests passed' "$scratch/tests.log")"
     logged build.log inside "$home/kestrune-bar/scripts/package.sh"
     if grep 'warning:' "$scratch/tests.log" "$scratch/build.log"; then

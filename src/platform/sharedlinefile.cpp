@@ -5,6 +5,7 @@
 #include <QFileInfo>
 
 #include <algorithm>
+#include <tuple>
 #include <utility>
 
 #include <fcntl.h>
@@ -91,7 +92,7 @@ bool SharedLineFile::append(const QByteArray &lines)
     // What a program that was killed in the middle has left becomes a line of its own, which nobody can read.
     const bool whole = endsWithALine(file.get(), info.st_size);
     if (!writeAll(file.get(), whole ? lines : '\n' + lines)) {
-        static_cast<void>(::ftruncate(file.get(), info.st_size));
+        std::ignore = ::ftruncate(file.get(), info.st_size);
         return false;
     }
     m_seen = stamp();
