@@ -161,6 +161,11 @@ private Q_SLOTS:
         desk.notices.withdraw(u"a"_s);
         desk.notices.show({.id = u"a"_s, .title = u"T"_s, .body = u"b"_s});
         QVERIFY(desk.calls({u"7 <- 0 T | b | "_s + buttons + u" | 2 | 0"_s}));
+
+        Desk xfce; // shows the click as a button too
+        xfce.service.capabilities.append(u"x-canonical-private-icon-only"_s);
+        xfce.notices.show({.id = u"a"_s, .title = u"T"_s, .body = u"b"_s});
+        QVERIFY(xfce.calls({u"caps"_s, u"5 <- 0 T | b | "_s + buttons.mid(13) + u" | 2 | 0"_s}));
     }
 
     void whatIsWantedLastStands()
