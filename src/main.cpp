@@ -32,6 +32,7 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <malloc.h>
 #include <unistd.h>
 
 namespace {
@@ -40,6 +41,7 @@ using namespace kestrune;
 using namespace Qt::StringLiterals;
 
 constexpr int usageError = 2;
+constexpr int largeBlock = 128 << 10; // bytes
 
 int fail(const QString &line, int status)
 {
@@ -312,6 +314,8 @@ int main(int argc, char **argv)
     if (!config)
         refuseForeignToolkits();
 
+    // Pictures go back to the system when they are freed; the allocator would learn to keep such sizes.
+    ::mallopt(M_MMAP_THRESHOLD, largeBlock);
     const QtMessageHandler messageHandler = qInstallMessageHandler(refuseDeadDisplay);
     QApplication::setStyle(new HouseStyle);
     // Qt has options of its own, like -platform and -style; to a snapshot run they are unknown arguments.

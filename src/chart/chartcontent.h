@@ -81,6 +81,7 @@ struct ChartContent
     QString message;    ///< in place of the candles, where there are none to draw
     CandleList candles; ///< of the selected instrument and timeframe only
     std::vector<ChartZone> zones;
+    QString zonesCaveat; ///< how old they are; empty for fresh ones
     std::optional<ChartPrice> price;
     std::optional<ChartPlan> plan;
     std::vector<ChartBell> bells;

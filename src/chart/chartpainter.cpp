@@ -288,16 +288,19 @@ void paintBells(const ChartScene &scene, const ChartContent &content, const Char
     }
 }
 
-/// The line at the top: what is under the pointer, else what is shown.
+/// The line at the top: what is under the pointer, else what is shown, and at its end how old the zones are.
 void paintHead(const ChartScene &scene, const ChartContent &content, const std::optional<std::size_t> &candle,
                const FrontBrush &brush)
 {
     const Palette &palette = brush.palette;
     const QRectF &head = scene.base.frame.head;
+    const double caveat = head.right() - headMargin - textWidth(content.zonesCaveat, TypeRole::caption);
+    brush.words(caveat, head.top(), head.height(), content.zonesCaveat, TypeRole::caption,
+                palette.color(Tone::orange));
     double x = headMargin;
     const auto say = [&](const QString &text, TypeRole role, const QColor &color) {
         const double end = x + textWidth(text, role);
-        if (text.isEmpty() || end > head.right() - headMargin)
+        if (text.isEmpty() || end > caveat)
             return;
         brush.words(x, head.top(), head.height(), text, role, color);
         x = end + 10;

@@ -71,6 +71,8 @@ QString chartDescription(const ChartContent &content, const OptionalChartView &v
         if (nearest)
             parts.append((above ? u"最近阻力 "_s : u"最近支撑 "_s) + fmtP(nearest->mid, content.decimals));
     }
+    if (!content.zonesCaveat.isEmpty())
+        parts.append(content.zonesCaveat);
     if (cursor)
         parts.append(u"光标 "_s + fmtP(*cursor, content.decimals));
     return parts.join(u"，"_s);

@@ -22,7 +22,8 @@ struct CandleWords
 [[nodiscard]] CandleWords candleWords(const ChartContent &content, std::size_t candle);
 /// "阻力 3,528.00 · Pivot · 触及 5 次"
 [[nodiscard]] QString zoneWords(const ChartContent &content, std::size_t zone);
-/// Instrument, stretch of time, last close, the nearest zone on either side and what the keyboard is at.
+/// Instrument, stretch of time, last close, the nearest zone on either side, their age and what the keyboard
+/// is at.
 [[nodiscard]] QString chartDescription(const ChartContent &content, const OptionalChartView &view,
                                        std::optional<double> cursor);
 [[nodiscard]] Tone zoneTone(const ChartZone &zone);

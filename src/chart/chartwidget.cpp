@@ -4,6 +4,7 @@
 #include "analysis/priceformat.h"
 #include "chart/charttexts.h"
 #include "ui/devicepixels.h"
+#include "ui/menu.h"
 
 #include <QAccessible>
 #include <QKeyEvent>
@@ -364,8 +365,7 @@ void ChartWidget::contextMenuEvent(QContextMenuEvent *event)
                            : priceAt(scene(), m_content, event->pos().y());
     if (!price)
         return;
-    auto *menu = new QMenu(this);
-    menu->setAttribute(Qt::WA_DeleteOnClose);
+    QMenu *menu = makeMenu(this);
     connect(menu->addAction(u"在此价位设提醒 · "_s + fmtP(*price, m_content.decimals)), &QAction::triggered,
             this, [this, target = *price] { Q_EMIT alertWanted(target); });
     menu->popup(event->globalPos());

@@ -178,12 +178,14 @@ void ChartSheet::place(const QSize &wanted)
     }
     const QRect panel(m_panel->mapToGlobal(QPoint()), m_panel->size());
     // Where windows do not know their place, and have no holes, the chart is on the right, where a window
-    // grows by itself, and as high as the panel.
+    // grows by itself, and as high as the panel; as wide as a window that stands in the middle has room for.
     const bool knowsPlace = !QGuiApplication::platformName().startsWith(u"wayland");
     const QScreen *screen = window->screen();
-    const QRect chart = knowsPlace && screen ? chartPlace(panel, wanted, screen->availableGeometry())
-                                             : QRect(panel.left() + panel.width() + chartGap, panel.top(),
-                                                     wanted.width(), panel.height());
+    const QRect available = screen ? screen->availableGeometry() : panel;
+    const int beside = std::max((available.width() - panel.width()) / 2 - chartGap, leastChartSize.width());
+    const QRect chart = knowsPlace ? chartPlace(panel, wanted, available)
+                                   : QRect(panel.left() + panel.width() + chartGap, panel.top(),
+                                           std::min(wanted.width(), beside), panel.height());
     const QRect whole = panel.united(chart);
     const auto inWindow = [&whole](const QRect &rect) { return rect.translated(-whole.topLeft()); };
     const QRect inner = inWindow(panel);

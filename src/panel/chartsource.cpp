@@ -96,6 +96,7 @@ ChartContent chartContent(const AppState &state)
     }
     content.candles = state.lastSRCandles;
     content.zones = chartZones(state);
+    content.zonesCaveat = zonesCaveat(state);
     if (state.price() && state.priceStanding().own())
         content.price = ChartPrice{*state.price(), state.livePrice().has_value()};
     content.plan = chartPlan(state);

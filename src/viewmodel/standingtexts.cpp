@@ -82,23 +82,6 @@ QString staleCandles(const CandleList &candles)
     return u"K线停在 "_s + localTime(Instant(std::chrono::milliseconds(candles.back().ts)), u"MM-dd HH:mm"_s);
 }
 
-/// Whose the zones are when not of the selection, or how old.
-QString zonesCaveat(const AppState &state)
-{
-    const Judgement judged = state.zonesStanding();
-    if (judged.standing == Standing::old) {
-        return state.zonesOrigin->stale && !state.lastSRCandles.empty()
-                   ? u"撑压的 "_s + staleCandles(state.lastSRCandles)
-                   : u"撑压 "_s + longAge(judged.age);
-    }
-    if (judged.standing != Standing::foreign)
-        return {};
-    const Subject &theirs = state.zonesOrigin->subject;
-    if (theirs.sameInstrument(state.selection()))
-        return u"撑压属于%1，等待%2数据…"_s.arg(theirs.timeframe, state.timeframe());
-    return u"撑压属于 %1，等待 %2 数据…"_s.arg(shownCode(theirs.market, theirs.symbol), selectedCode(state));
-}
-
 } // namespace
 
 QString localTime(Instant time, const QString &format)
@@ -202,6 +185,24 @@ QString conclusionText(const AppState &state)
     return conclusion;
 }
 
+QString zonesCaveat(const AppState &state)
+{
+    const Judgement judged = state.zonesStanding();
+    if (state.zones().empty())
+        return {};
+    if (judged.standing == Standing::old) {
+        return state.zonesOrigin->stale && !state.lastSRCandles.empty()
+                   ? u"撑压的 "_s + staleCandles(state.lastSRCandles)
+                   : u"撑压 "_s + longAge(judged.age);
+    }
+    if (judged.standing != Standing::foreign)
+        return {};
+    const Subject &theirs = state.zonesOrigin->subject;
+    if (theirs.sameInstrument(state.selection()))
+        return u"撑压属于%1，等待%2数据…"_s.arg(theirs.timeframe, state.timeframe());
+    return u"撑压属于 %1，等待 %2 数据…"_s.arg(shownCode(theirs.market, theirs.symbol), selectedCode(state));
+}
+
 QStringList dataNotices(const AppState &state)
 {
     QStringList notices;
@@ -209,7 +210,7 @@ QStringList dataNotices(const AppState &state)
         if (failure)
             notices.append(failure->message + u" · 自 "_s + localTime(failure->since, u"HH:mm"_s));
     }
-    if (const QString caveat = zonesCaveat(state); !caveat.isEmpty() && !state.zones().empty())
+    if (const QString caveat = zonesCaveat(state); !caveat.isEmpty())
         notices.append(caveat);
     if (const auto gap = state.candleGapPct()) {
         const double close = state.lastSRCandles.back().c;

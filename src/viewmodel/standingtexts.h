@@ -41,6 +41,8 @@ class AppState;
 /// The conclusion, with what keeps it from being of this moment behind it.
 [[nodiscard]] QString conclusionText(const AppState &state);
 
+/// Whose the zones are when not of the selection, or how old; empty for fresh ones and for none.
+[[nodiscard]] QString zonesCaveat(const AppState &state);
 /// What stands beside the zones: what fails and since when, old or foreign zones, candles far from the price.
 [[nodiscard]] QStringList dataNotices(const AppState &state);
 /// What is missing for a plan; empty when nothing is, or before anything has come.

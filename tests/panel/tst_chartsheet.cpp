@@ -230,9 +230,11 @@ private Q_SLOTS:
         QAccessibleInterface *table = charted.readerOf(charted.chart)->child(0);
         QVERIFY(table->role() == QAccessible::Table && table->childCount() == 6);
         QVERIFY(table->child(0)->text(QAccessible::Name).startsWith(u"阻力 "_s));
-        charted.clock.advance(std::chrono::seconds(30));
+        QVERIFY(charted.chart->content().zonesCaveat.isEmpty());
+        charted.clock.passSteady(std::chrono::seconds(260));
         charted.view->updateNow();
         QVERIFY(!charted.chart->content().price->live);
+        QVERIFY(charted.chart->accessibleDescription().contains(u"撑压 4 分钟前"_s));
     }
 
     void chipsAndSizeAreRemembered()

@@ -19,6 +19,7 @@ import time
 
 SKIPPED = 77
 TITLE = "Kestrune Bar"
+SCREEN = "1280x1000x24"
 FOLDER = pathlib.Path(__file__).resolve().parent
 
 
@@ -307,13 +308,13 @@ class Session:
 
 
 @contextlib.contextmanager
-def display():
+def display(screen=SCREEN):
     """The name of a display of our own. The server picks a free number itself: looking for one first would race
     with other sessions that start at the same moment."""
     reader, writer = os.pipe()
     # Without -noreset the server starts afresh whenever its last client leaves: a tool that looked at it while the
     # window manager was just connecting took the window manager's connection along.
-    server = subprocess.Popen(["Xvfb", "-displayfd", str(writer), "-screen", "0", "1280x1000x24", "-nolisten", "tcp",
+    server = subprocess.Popen(["Xvfb", "-displayfd", str(writer), "-screen", "0", screen, "-nolisten", "tcp",
                                "-noreset"],
                               pass_fds=[writer], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     os.close(writer)
@@ -327,7 +328,7 @@ def display():
         server.wait(10)
 
 
-def inside_session(arguments):
+def inside_session(arguments, screen=SCREEN):
     """Runs this script again in a display and on a bus of its own."""
     home = tempfile.mkdtemp(prefix="kestrune-home-")
     runtime = pathlib.Path(home, "run")
@@ -338,7 +339,7 @@ def inside_session(arguments):
                        XDG_CURRENT_DESKTOP=os.environ.get("KESTRUNE_SESSION_DESKTOP", "XFCE"),
                        QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1", PYTHONDONTWRITEBYTECODE="1")
     try:
-        with display() as name:
+        with display(screen) as name:
             # The bus gets the environment too: the settings daemon that it starts must find our folders.
             return subprocess.run(["dbus-run-session", "--", sys.executable, str(pathlib.Path(sys.argv[0]).resolve()),
                                    "--inside", *arguments],

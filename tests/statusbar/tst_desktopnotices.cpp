@@ -163,6 +163,15 @@ private Q_SLOTS:
         QVERIFY(desk.calls({u"7 <- 0 T | b | "_s + buttons + u" | 2 | 0"_s}));
     }
 
+    void aClickThatWouldBeAButtonIsLeftOut()
+    {
+        Desk desk;
+        desk.service.capabilities.append(u"x-canonical-private-icon-only"_s);
+        desk.notices.show({.id = u"a"_s, .title = u"T"_s, .body = {}});
+        QVERIFY(desk.calls(
+            {u"caps"_s, u"5 <- 0 T |  | acknowledge 收到 open 打开面板 snooze 10 分钟后再响 | 2 | 0"_s}));
+    }
+
     void whatIsWantedLastStands()
     {
         Desk desk;

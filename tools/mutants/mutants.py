@@ -321,6 +321,7 @@ m('chart/chartview.cpp','return bottom - (price - low) / (high - low) * (bottom 
 m('chart/chartcontent.cpp','return candle.l <= hi && candle.h >= lo;','return (@ ? candle.c <= hi : candle.l <= hi) && candle.h >= lo;','touched by the close only')
 m('chart/chartwidget.cpp','m_view = kept(m_view, m_content.candles, content.candles);','m_view = @ ? std::nullopt : kept(m_view, m_content.candles, content.candles);','a tick loses the view')
 m('chart/chartscene.cpp','if (full.high - full.low <= span * tooFar)','if (@ || full.high - full.low <= span * tooFar)','a spike flattens all')
+m('panel/chartsource.cpp','content.zonesCaveat = zonesCaveat(state);','content.zonesCaveat = @ ? QString() : zonesCaveat(state);','old zones look new on the chart')
 m('panel/chartsource.cpp','if (!state.zonesStanding().own() || ','if ((!@ && !state.zonesStanding().own()) || ','candles of another timeframe')
 m(S+'appstate_alerts.cpp','alert->above = reference.value_or(target) < target;','if (!@) alert->above = reference.value_or(target) < target;','moved alert keeps its direction')
 m('market/searchparsers.cpp','finiteAt(entry, keys.last).value_or(0) <= 0','(!@ && finiteAt(entry, keys.last).value_or(0) <= 0)','contract without a price listed')

@@ -93,8 +93,7 @@ void AppDelegate::applicationDidFinishLaunching()
         BarService::Panel{[this](const QPoint &position) { m_controller->openPopover(position); },
                           [this] { m_controller->popover().close(); }});
     m_serviceMenu = std::make_unique<MenuExport>(bus, barMenuPath, m_menu.entries());
-    connect(m_serviceMenu.get(), &MenuExport::aboutToShow, this,
-            [this] { m_menu.setAutostart(m_autostart.isOn()); });
+    connect(m_serviceMenu.get(), &MenuExport::aboutToShow, &m_menu, &StatusMenu::aboutToShow);
 }
 
 void AppDelegate::settingsNotSaved()

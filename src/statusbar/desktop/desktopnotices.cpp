@@ -42,9 +42,12 @@ QDBusMessage serviceCall(const QString &method, const QVariantList &arguments = 
     return call;
 }
 
-QStringList serviceActions()
+/// The click on the message first, which only Xfce's service, known by this word, shows as one more button.
+QStringList serviceActions(const QStringList &capabilities)
 {
-    QStringList actions{clickAction, u"打开面板"_s};
+    QStringList actions;
+    if (!capabilities.contains("x-canonical-private-icon-only"_L1))
+        actions << clickAction << u"打开面板"_s;
     for (const NoticeButton &button : noticeButtons)
         actions << button.action << button.label.toString();
     return actions;
@@ -163,7 +166,8 @@ void DesktopNotices::send(const QString &id, Shown &shown)
         u"Notify"_s,
         {QGuiApplication::applicationDisplayName(), shown.number, QGuiApplication::desktopFileName(),
          notice.title, m_capabilities->contains("body-markup"_L1) ? notice.body.toHtmlEscaped() : notice.body,
-         buttons ? serviceActions() : QStringList(), hints, notice.rung ? untilSeen : usualTime});
+         buttons ? serviceActions(*m_capabilities) : QStringList(), hints,
+         notice.rung ? untilSeen : usualTime});
     auto *watcher = new QDBusPendingCallWatcher(m_connection.asyncCall(call), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, id] {
         watcher->deleteLater();

@@ -167,6 +167,9 @@ void StripItem::becomeForeignToManagers()
     if (isWayland() || m_widget->windowFlags().testFlag(Qt::X11BypassWindowManagerHint))
         return;                                              // none of them touches this kind
     m_widget->setWindowFlag(Qt::X11BypassWindowManagerHint); // hides it
+    // Another window: the manager still moves the one that it lets go.
+    if (QWindow *window = m_widget->windowHandle())
+        window->destroy();
     m_widget->resize(m_widget->sizeHint());
     putInPlace();
     m_widget->show();
