@@ -82,9 +82,9 @@ else
     say "compilers in $suite" "no warning"
     package=$system$(tail -n 1 "$scratch/build.log")
     mkdir -p "$root/build/package"
-    cp "$package" "$root/build/package/$suite.deb"
+    cp "${package%/*}"/kestrune-bar*.deb "$root/build/package/"
 fi
-logged lintian.log lintian --fail-on error "$package"
+logged lintian.log lintian --fail-on error "${package%/*}"/kestrune-bar*.deb
 say "lintian" "no error, $(grep -c '^W:' "$scratch/lintian.log" || true) warnings"
 
 make_system debian
