@@ -21,8 +21,8 @@ Item {
     Layout.minimumHeight: implicitHeight
 
     function call(method, parameters) {
-        line.command("dbus-send --session --dest=org.kestrune.bar /org/kestrune/Bar1 org.kestrune.Bar1."
-                     + method + " " + parameters);
+        line.command("dbus-send --session --type=method_call --dest=org.kestrune.bar /org/kestrune/Bar1"
+                     + " org.kestrune.Bar1." + method + " " + parameters);
     }
 
     Rectangle {
