@@ -73,6 +73,7 @@ FIGURES = [
     Figure("switches for a tick, label, host reads each property", "ticks", "each", "", None, 8),
     Figure("from the price to an alert's message on the bus", "notice", "bar", "ms", "bare", 5),
     Figure("memory after a minute, panel hidden", "minute", "strip memory", "MiB", "bare memory", 1.6),
+    Figure("memory on Xfce with its settings daemon, against no desktop", "xfce", "XFCE", "MiB", "bare", 1.1),
     Figure("the open chart's own memory at scale 2", "chart", "open", "MiB", None, 6),
     Figure("what is kept of it when the chart is closed", "chart", "closed", "MiB", None, 0.5),
     Figure("a minute in an X11 tray: CPU", "minute", "tray cpu", "ms", "bare cpu", 1.8),

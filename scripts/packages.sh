@@ -10,7 +10,8 @@ test_packages=(git ccache python3 python3-gi gir1.2-atspi-2.0 at-spi2-core xvfb 
     xfce4-panel xfconf xdotool procps imagemagick pulseaudio pulseaudio-utils desktop-file-utils appstream shellcheck)
 quick_packages=(git python3 clang-format) # what check.sh quick needs
 check_packages=(clang clang-format clang-tidy cppcheck)
-bench_packages=(libbenchmark-dev libglib2.0-bin python3 python3-gi xvfb dbus dbus-x11 x11-utils xdotool openbox xfce4-panel xfconf procps)
+bench_packages=(libbenchmark-dev libglib2.0-bin python3 python3-gi xvfb dbus dbus-x11 x11-utils xdotool openbox xfce4-panel xfconf
+    xfce4-settings qt6-gtk-platformtheme procps)
 
 # The compiler's cache stops every build where it has no place to write.
 cache=${CCACHE_DIR:-${XDG_CACHE_HOME:-~/.cache}}

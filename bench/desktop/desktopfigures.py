@@ -109,8 +109,12 @@ class Watched:
 
 def start_bar(session, name, market, *arguments, **settings):
     """A program with settings of its own, so that several can run beside each other."""
+    return start_bar_on("", session, name, market, *arguments, **settings)
+
+
+def start_bar_on(desktop_name, session, name, market, *arguments, **settings):
     command, config = bar_command(session, name, market, *arguments, **settings)
-    return session.start(*command, log=f"{name}.err", XDG_CONFIG_HOME=config)
+    return session.start(*command, log=f"{name}.err", XDG_CONFIG_HOME=config, XDG_CURRENT_DESKTOP=desktop_name)
 
 
 def bar_command(session, name, market, *arguments, **settings):
@@ -210,6 +214,20 @@ def chart(session):
     return {"open": max(opened[1:]) - closed[0], "closed": max(closed[1:]) - closed[0]}
 
 
+def xfce(session):
+    """Memory on a desktop whose look Qt takes from GTK, and of the same program on one without a name."""
+    session.start_window_manager()
+    session.start_tray()
+    session.start("xfsettingsd", "--no-daemon", "--disable-wm-check", log="xfsettingsd.err")
+    market = session.start_market("--speed", "1")
+    programs = {name: start_bar_on(name, session, name or "bare", market) for name in ("XFCE", "")}
+    time.sleep(SETTLING)
+    for process in programs.values():
+        maps = pathlib.Path(f"/proc/{process.pid}/maps").read_text(encoding="utf-8")
+        expect("libgtk" not in maps, "the program has loaded GTK")
+    return {name or "bare": Watched(process).memory() for name, process in programs.items()}
+
+
 def minute(session):
     """What the program uses while nobody touches it."""
     session.start_window_manager()
@@ -251,7 +269,8 @@ def minute(session):
 
 
 def measure(bin_dir, file, parts):
-    known = {"start": start, "ticks": ticks, "notice": notice, "chart": chart, "minute": minute}
+    known = {"start": start, "ticks": ticks, "notice": notice, "chart": chart, "xfce": xfce,
+             "minute": minute}
     measured = {}
     for part in parts:
         print(f"measuring: {part}", flush=True)
