@@ -76,7 +76,7 @@ else
     apart=()
     say "tests in $suite" "$(grep 'tests passed' "$scratch/tests.log")"
     logged build.log inside "$home/kestrune-bar/scripts/package.sh"
-    if grep 'warning:' "$scratch/tests.log" "$scratch/build.log"; then
+    if grep -E '(:[0-9]+|ld): warning:' "$scratch/tests.log" "$scratch/build.log"; then
         exit 1
     fi
     say "compilers in $suite" "no warning"
