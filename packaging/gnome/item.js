@@ -30,10 +30,8 @@ class KestruneBarItem extends PanelMenu.Button {
         ].map(([iface, signal, object, heard]) => Gio.DBus.session.signal_subscribe(
             BAR, iface, signal, object, null, Gio.DBusSignalFlags.NONE, heard));
         this._name = Gio.bus_own_name(Gio.BusType.SESSION, SHELL, Gio.BusNameOwnerFlags.NONE, null, null, null);
-        this._watch = Gio.bus_watch_name(Gio.BusType.SESSION, BAR, Gio.BusNameWatcherFlags.NONE, () => {
-            this._read();
-            this._fillMenu();
-        }, () => this._gone());
+        this._watch = Gio.bus_watch_name(Gio.BusType.SESSION, BAR, Gio.BusNameWatcherFlags.NONE, () => this._read(),
+            () => this._gone());
         // The desktop's ground takes no focus: the panel hears nothing of a click there.
         this._ground = Main.layoutManager._backgroundGroup;
         this._ground.reactive = true;
@@ -81,6 +79,8 @@ class KestruneBarItem extends PanelMenu.Button {
     }
 
     _show({text, tooltip, states}) {
+        if (!this.visible) // the name comes before the objects
+            this._fillMenu();
         this._text.text = text;
         this._light.text = states.includes('stale') ? '○' : '●';
         for (const state of ['buy', 'sell'])
